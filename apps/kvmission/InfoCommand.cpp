@@ -1,0 +1,64 @@
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Commands.h"
+#include "Failure.h"
+#include "Interrupt.h"
+#include "Log.h"
+#include "field/Numbers.h"
+#include "info/InfoReport.h"
+#include "run/Settings.h"
+
+namespace kv::mission {
+namespace {
+
+struct InfoOptions {
+  std::vector<std::string> files;
+  double maxGap = kDefaultMaxGap;
+  bool json = false;
+};
+
+/// A file that cannot be read does not keep the others from being described.
+ExitCode Inform(const InfoOptions& options) {
+  CatchInterrupts();
+  ExitCode code = ExitCode::Good;
+  Json all = Json::array();
+  for (const auto& file : options.files) {
+    try {
+      Json description = DescribeFile(file, options.maxGap);
+      if (!options.json) fmt::print("{}", DescriptionText(description));
+      all.push_back(std::move(description));
+    } catch (const Failure& failure) {
+      if (failure.Code() == ExitCode::Interrupted) throw;
+      SayError(failure.what());
+      code = ExitCode::Failed;
+    }
+  }
+  if (options.json) fmt::print("{}", Written(all));
+  return code;
+}
+
+}  // namespace
+}  // namespace kv::mission
+
+void AddInfoCommand(CLI::App& app, int& exitCode) {
+  using namespace kv::mission;
+  CLI::App& command = *app.add_subcommand("info", "Say what files are and hold");
+  const auto options = std::make_shared<InfoOptions>();
+  command.add_option("FILE", options->files, "logs, event files, photos, Shapefiles")->required();
+  const auto storeGap = [options](const std::string& text) {
+    const auto seconds = Decimal(text);
+    if (!seconds || *seconds <= 0) throw CLI::ValidationError("--max-gap", "must be a positive number of seconds");
+    options->maxGap = *seconds;
+  };
+  command.add_option_function<std::string>("--max-gap", storeGap, "longest pause that is no gap (default 2)")
+      ->type_name("SECONDS");
+  command.add_flag("--json", options->json, "print JSON: an array with an object for each file");
+  command.callback([options, &exitCode] { exitCode = static_cast<int>(Inform(*options)); });
+}

@@ -1,0 +1,42 @@
+#include "Json.h"
+
+namespace kv::mission {
+
+Json JsonOf(const Bounds& bounds) {
+  if (bounds.IsEmpty()) return nullptr;
+  return {{"west", bounds.west},   {"south", bounds.south},   {"east", bounds.east},
+          {"north", bounds.north}, {"lowest", bounds.lowest}, {"highest", bounds.highest}};
+}
+
+Json JsonOf(const std::optional<Instant>& time) { return time ? Json(IsoText(*time)) : Json(nullptr); }
+
+Json JsonOfLines(const NmeaCounts& counts) {
+  Json leftOut = Json::object(), qualities = Json::object();
+  for (const auto& [kind, words, key] : kLeftOutKinds) {
+    if (kind == LineKind::OtherSentence) {
+      leftOut[key] = counts.others.empty() ? Json::object() : Json(counts.others);
+    } else {
+      leftOut[key] = counts.Of(kind);
+    }
+  }
+  for (const auto& [quality, count] : counts.qualities) qualities[std::to_string(quality)] = count;
+  return {{"lines", counts.lines},
+          {"fixes", counts.Of(LineKind::Fix)},
+          {"fixesByQuality", std::move(qualities)},
+          {"leftOut", std::move(leftOut)}};
+}
+
+Json JsonOf(const std::vector<Gap>& gaps) {
+  Json list = Json::array();
+  for (const Gap& gap : gaps)
+    list.push_back({{"from", IsoText(gap.from)},
+                    {"to", IsoText(gap.to)},
+                    {"seconds", Seconds(gap.to - gap.from)},
+                    {"latitude", gap.latitude},
+                    {"longitude", gap.longitude}});
+  return list;
+}
+
+std::string Written(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n'; }
+
+}  // namespace kv::mission

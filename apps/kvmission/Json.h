@@ -1,0 +1,22 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+
+#include "field/Trajectory.h"
+
+/// Pieces that the summary and the file information share.
+namespace kv::mission {
+
+using Json = nlohmann::ordered_json;
+
+Json JsonOf(const Bounds& bounds);                ///< null when empty
+Json JsonOf(const std::optional<Instant>& time);  ///< null when there is none
+Json JsonOfLines(const NmeaCounts& counts);
+Json JsonOf(const std::vector<Gap>& gaps);
+
+/// Indented, with a final line end; text that is no UTF-8 is replaced.
+std::string Written(const Json& json);
+
+}  // namespace kv::mission

@@ -1,0 +1,145 @@
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include <fmt/format.h>
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+#include "Commands.h"
+#include "Failure.h"
+#include "Interrupt.h"
+#include "Log.h"
+#include "Progress.h"
+#include "System.h"
+#include "simulation/MissionTime.h"
+#include "simulation/SimulatedMission.h"
+
+namespace {
+
+using kv::mission::ExitCode;
+using kv::mission::Failure;
+using kv::simulation::Exposure;
+using kv::simulation::MissionOptions;
+using kv::simulation::PhotoNames;
+
+constexpr double kLongestMinutes = 600.0;                   // the tick counter lasts for 11.9 hours at 100 kHz
+constexpr int kSmallestPhoto = 16, kLargestPhoto = 20'000;  // pixels
+
+/// The options as they are typed.
+struct Arguments {
+  std::string folder;
+  std::string start = "2025-06-18 09:30:00";
+  std::string photoSize = "320x240";
+  std::string names = "stamp";
+  double minutes = 5.0;
+  bool noPhotos = false;
+  bool noFaults = false;
+  bool overwrite = false;
+  bool quiet = false;
+  MissionOptions mission;
+};
+
+/// @return false for a text that is not two sizes in range with an "x" between
+bool ParsePhotoSize(std::string_view text, MissionOptions& mission) {
+  const char* const end = text.data() + text.size();
+  const auto width = std::from_chars(text.data(), end, mission.photoWidth);
+  if (width.ec != std::errc() || width.ptr == end || *width.ptr != 'x') return false;
+  const auto height = std::from_chars(width.ptr + 1, end, mission.photoHeight);
+  if (height.ec != std::errc() || height.ptr != end) return false;
+  const auto [smaller, larger] = std::minmax(mission.photoWidth, mission.photoHeight);
+  return smaller >= kSmallestPhoto && larger <= kLargestPhoto;
+}
+
+void ReadStart(const Arguments& arguments, MissionOptions& mission) {
+  const auto start = kv::simulation::ParseStart(arguments.start);
+  if (!start) {
+    throw CLI::ValidationError("--start", "not a time YYYY-MM-DD hh:mm:ss of the years 2000-2099: " + arguments.start);
+  }
+  mission.start = *start;
+  const auto end = mission.start + mission.duration;
+  if (kv::simulation::LeapSeconds(mission.start) != kv::simulation::LeapSeconds(end)) {
+    throw CLI::ValidationError("--start", "a leap second falls into the mission");
+  }
+  if (kv::simulation::ToCivil(end).year > 2099) throw CLI::ValidationError("--start", "the mission ends after 2099");
+}
+
+MissionOptions ReadOptions(const Arguments& arguments) {
+  MissionOptions mission = arguments.mission;
+  mission.duration = std::chrono::seconds(std::llround(arguments.minutes * 60.0));
+  mission.names = arguments.names == "exif" ? PhotoNames::Exif : PhotoNames::Stamp;
+  mission.photos = !arguments.noPhotos;
+  mission.faults = !arguments.noFaults;
+  ReadStart(arguments, mission);
+  if (!ParsePhotoSize(arguments.photoSize, mission)) {
+    throw CLI::ValidationError("--photo-size", fmt::format("not WIDTHxHEIGHT of {} to {} pixels: {}", kSmallestPhoto,
+                                                           kLargestPhoto, arguments.photoSize));
+  }
+  return mission;
+}
+
+void RefuseToOverwrite(const std::filesystem::path& folder) {
+  if (!std::filesystem::is_directory(folder) || std::filesystem::is_empty(folder)) return;
+  throw Failure(kv::mission::Utf8(folder) + " is not empty; --overwrite replaces an earlier mission in it",
+                ExitCode::WrongUsage);
+}
+
+void PrintResult(const std::filesystem::path& folder, const std::vector<Exposure>& exposures) {
+  const auto count = [&](auto condition) { return std::count_if(exposures.begin(), exposures.end(), condition); };
+  fmt::print("{}: {} exposures, {} photos, {} of them blurred, {} faults\n", kv::mission::Utf8(folder),
+             exposures.size(), count([](const Exposure& e) { return !e.photo.empty(); }),
+             count([](const Exposure& e) { return e.blurred; }),
+             count([](const Exposure& e) { return !e.fault.empty(); }));
+}
+
+void Simulate(const Arguments& arguments) {
+  const MissionOptions mission = ReadOptions(arguments);
+  const std::filesystem::path folder(arguments.folder);
+  if (!arguments.overwrite) RefuseToOverwrite(folder);
+  kv::mission::CatchInterrupts();
+  const kv::mission::Log log(arguments.quiet ? kv::mission::Verbosity::Quiet : kv::mission::Verbosity::Normal);
+  kv::mission::Progress progress(log.ShowsProgress(), "simulate", "photos");
+  const std::vector<Exposure> exposures = WriteMission(folder, mission, progress);
+  if (!arguments.quiet) PrintResult(folder, exposures);
+}
+
+void AddOptions(CLI::App& command, Arguments& arguments) {
+  MissionOptions& mission = arguments.mission;
+  command.add_option("DIR", arguments.folder, "folder of the mission; made when it is not there")->required();
+  command.add_option("--minutes", arguments.minutes, "length of the mission")->check(CLI::Range(1.0, kLongestMinutes));
+  command.add_option("--seed", mission.seed, "missions of one seed and the same options are equal");
+  command.add_option("--start", arguments.start, "UTC start, YYYY-MM-DD hh:mm:ss; date and seconds may be left out");
+  command.add_option("--latitude", mission.latitude, "start in degrees")->check(CLI::Range(-80.0, 80.0));
+  command.add_option("--longitude", mission.longitude, "start in degrees")->check(CLI::Range(-180.0, 180.0));
+  command.add_option("--rate", mission.rate, "fixes per second")
+      ->check(CLI::IsMember({1, 2, 4, 5, 10, 20, 25, 50, 100}));
+  command.add_option("--noise", mission.noise, "largest error of a fix in metres")->check(CLI::Range(0.0, 10.0));
+  command.add_option("--interval", mission.interval, "seconds between exposures of a camera")
+      ->check(CLI::Range(1.0, 60.0));
+  command.add_option("--photo-size", arguments.photoSize, "WIDTHxHEIGHT in pixels");
+  command
+      .add_option("--names", arguments.names, "stamp: YYMMDD_HHMMSS.jpg; exif: DSC_0001.jpg, timed by its EXIF data")
+      ->check(CLI::IsMember({"stamp", "exif"}));
+  command.add_flag("--no-photos", arguments.noPhotos, "write no photos");
+  command.add_flag("--no-faults", arguments.noFaults, "no missing photos, early exposure or gap in the trajectory");
+  command.add_flag("--overwrite", arguments.overwrite,
+                   "write into a folder that is not empty, replacing an earlier mission");
+  command.add_flag("-q,--quiet", arguments.quiet, "say nothing but errors");
+}
+
+}  // namespace
+
+void AddSimulateCommand(CLI::App& app, int& exitCode) {
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* command = app.add_subcommand("simulate", "Write a made-up mission with the truth about it");
+  command->option_defaults()->always_capture_default();
+  AddOptions(*command, *arguments);
+  command->callback([arguments, &exitCode] {
+    Simulate(*arguments);
+    exitCode = static_cast<int>(ExitCode::Good);
+  });
+}

@@ -1,0 +1,44 @@
+#include <io.h>
+#include <windows.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <ctime>
+
+#include "System.h"
+
+namespace kv::mission {
+
+std::wstring WidePath(const std::filesystem::path& path) { return path.native(); }
+
+std::string Utf8(const std::wstring& text) {
+  const int length = static_cast<int>(text.size());
+  std::string narrow(static_cast<std::size_t>(length) * 3, '\0');  // no UTF-16 unit needs more than three bytes
+  const int written = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, narrow.data(),
+                                          static_cast<int>(narrow.size()), nullptr, nullptr);
+  narrow.resize(static_cast<std::size_t>(written));
+  return narrow;
+}
+
+std::string Utf8(const std::filesystem::path& path) { return Utf8(path.native()); }
+
+std::FILE* OpenBinary(const std::filesystem::path& path, const char* mode) {
+  return _wfopen(path.c_str(), std::filesystem::path(mode).c_str());
+}
+
+wchar_t PhotoPathSeparator() { return L'\\'; }
+
+bool StandardErrorIsTerminal() { return _isatty(_fileno(stderr)) != 0; }
+
+unsigned long ProcessId() { return GetCurrentProcessId(); }
+
+void UseUtcCalendar() {
+  _putenv_s("TZ", "UTC0");
+  _tzset();
+}
+
+void InstallInterruptHandler(void (*handler)(int)) {
+  for (const int number : {SIGINT, SIGTERM}) std::signal(number, handler);
+}
+
+}  // namespace kv::mission

@@ -1,0 +1,59 @@
+#include "field/FileKind.h"
+
+#include <string>
+
+#include "field/EventLog.h"
+#include "field/LineReader.h"
+#include "field/NmeaSentence.h"
+
+namespace kv::mission {
+namespace {
+
+constexpr std::size_t kHeadLength = 32 * 1024;
+constexpr std::string_view kJpegStart = "\xFF\xD8\xFF";
+constexpr std::string_view kShapefileStart("\x00\x00\x27\x0A", 4);  // file code 9994
+
+std::string_view TakeLine(std::string_view& text) {
+  const std::size_t length = text.find('\n');
+  std::string_view line = text.substr(0, length);
+  text.remove_prefix(length == std::string_view::npos ? text.size() : length + 1);
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  return line;
+}
+
+struct LineCounts {
+  std::size_t lines = 0, sentences = 0, events = 0, heartbeats = 0;
+};
+
+LineCounts CountLines(std::string_view head) {
+  LineCounts counts;
+  Sentence sentence;
+  while (!head.empty()) {
+    const std::string_view line = TakeLine(head);
+    const LineKind kind = Classify(line, sentence);
+    const EventKind event = ParseEventLine(line).kind;
+    if (kind == LineKind::Blank) continue;
+    ++counts.lines;
+    counts.sentences += kind != LineKind::NotASentence && kind != LineKind::BadChecksum;
+    counts.events += event != EventKind::Other;
+    counts.heartbeats += event == EventKind::Heartbeat;
+  }
+  return counts;
+}
+
+}  // namespace
+
+FileKind KindOfContent(std::string_view head) {
+  if (head.substr(0, kJpegStart.size()) == kJpegStart) return FileKind::Jpeg;
+  if (head.substr(0, kShapefileStart.size()) == kShapefileStart) return FileKind::Shapefile;
+  const LineCounts counts = CountLines(head);
+  // Logs begin with comments or half a line often enough; a tenth of the lines tells.
+  const auto prevail = [&](std::size_t count) { return count > 0 && 10 * count >= counts.lines; };
+  if (prevail(counts.sentences)) return FileKind::Trajectory;
+  if (counts.heartbeats > 0 && prevail(counts.events)) return FileKind::Events;
+  return FileKind::Unknown;
+}
+
+FileKind KindOfFile(const std::filesystem::path& path) { return KindOfContent(ReadBeginning(path, kHeadLength)); }
+
+}  // namespace kv::mission

@@ -1,0 +1,105 @@
+#include "field/NmeaLog.h"
+
+#include "Progress.h"
+#include "field/LineReader.h"
+#include "field/LineWriter.h"
+#include "field/Numbers.h"
+
+namespace kv::mission {
+namespace {
+
+constexpr std::size_t kQualityField = 6;
+constexpr std::size_t kTypesNamed = 20;  // a receiver writes fewer; binary junk can look like more
+
+void CountType(std::string_view type, NmeaCounts& counts) {
+  const auto known = counts.others.find(type);
+  if (known != counts.others.end()) {
+    ++known->second;
+  } else {
+    counts.others.emplace(type, 1);
+  }
+}
+
+/// The sentence nearest to the first fix, from its side where the receiver knows the time, dates the log best.
+void KeepDate(const Sentence& sentence, bool& settled, NmeaLog& log) {
+  if (settled) return;
+  const auto time = DatedTime(sentence);
+  if (!time) return;
+  log.dated = time;
+  settled = log.firstFix.has_value();
+}
+
+std::string TypesText(const std::map<std::string, std::size_t, std::less<>>& types) {
+  std::string text;
+  std::size_t named = 0;
+  for (const auto& [type, count] : types) {
+    if (++named > kTypesNamed) return text + ", ...";
+    text += fmt::format("{}{} {}", text.empty() ? "" : ", ", type, count);
+  }
+  return text;
+}
+
+/// Takes the lines of one log in their order.
+class Triage {
+ public:
+  explicit Triage(std::string& fixes) : fixes_(fixes) {}
+
+  void Take(std::string_view line) {
+    ++log.counts.lines;
+    LineKind kind = Classify(line, sentence_);
+    if (kind == LineKind::Fix && !TakeFix()) kind = LineKind::RepeatedTime;
+    if (kind == LineKind::OtherSentence) {
+      CountType(sentence_.type, log.counts);
+      KeepDate(sentence_, dateSettled_, log);
+    }
+    ++log.counts.kinds[static_cast<std::size_t>(kind)];
+  }
+
+  NmeaLog log;
+
+ private:
+  bool TakeFix() {
+    const ClockTime clock = *ParseClock(sentence_.fields[1]);
+    if (lastFix_ == clock.time) return false;
+    lastFix_ = clock.time;
+    if (!log.firstFix) log.firstFix = clock.time;
+    log.counts.truncatedTimes += clock.truncated;
+    ++log.counts.qualities[*Digits(sentence_.fields[kQualityField])];
+    AppendFixLine(sentence_, clock.time, fixes_);
+    return true;
+  }
+
+  std::string& fixes_;
+  Sentence sentence_;
+  std::optional<Hundredths> lastFix_;
+  bool dateSettled_ = false;
+};
+
+}  // namespace
+
+NmeaLog CopyFixes(const std::filesystem::path& log, const std::filesystem::path& copy, const Log& messages) {
+  LineReader reader(log);
+  LineWriter writer(copy);
+  Progress progress(messages.ShowsProgress(), "reading trajectory", "lines");
+  Triage triage(writer.Text());
+  for (std::string_view line; reader.Next(line);) {
+    triage.Take(line);
+    writer.LineDone();
+    progress.Step(reader.BytesRead(), reader.FileSize());
+  }
+  writer.Close();
+  return triage.log;
+}
+
+std::string LeftOutText(const NmeaCounts& counts) {
+  std::string text;
+  for (const auto& [kind, words, key] : kLeftOutKinds) {
+    if (counts.Of(kind) == 0) continue;
+    text += fmt::format("{}{} {}", text.empty() ? "" : ", ", counts.Of(kind), words);
+    if (kind != LineKind::OtherSentence) continue;
+    text += " (" + TypesText(counts.others) + ")";
+  }
+  return text;
+}
+
+}  // namespace kv::mission

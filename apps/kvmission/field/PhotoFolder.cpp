@@ -1,0 +1,73 @@
+#include "field/PhotoFolder.h"
+
+#include <algorithm>
+
+#include "Failure.h"
+#include "Interrupt.h"
+#include "Progress.h"
+#include "System.h"
+#include "field/JpegHeader.h"
+#include "field/PhotoTimes.h"
+#include "field/TextCase.h"
+
+namespace kv::mission {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<fs::path> PhotosIn(const fs::path& folder) {
+  std::vector<fs::path> photos;
+  std::error_code error;
+  for (auto entry = fs::directory_iterator(folder, error); !error && entry != fs::directory_iterator();
+       entry.increment(error)) {
+    std::error_code unknown;
+    if (HasPhotoExtension(entry->path()) && entry->is_regular_file(unknown)) photos.push_back(entry->path().filename());
+  }
+  if (error) throw Failure(fmt::format("{}: cannot be listed: {}", Utf8(folder), error.message()));
+  return photos;
+}
+
+/// @param zoneless  counts the photos whose time came without a time zone
+std::optional<Instant> TimeOf(const fs::path& photo, const std::wstring& name, std::size_t& zoneless) {
+  if (const auto stamp = StampTime(name)) return stamp;
+  const auto header = ReadJpegHeader(photo);
+  const auto exif = header ? ExifTimeOriginal(header->exif) : std::nullopt;
+  if (!exif) return std::nullopt;
+  zoneless += !exif->zoneKnown;
+  return exif->time;
+}
+
+}  // namespace
+
+bool HasPhotoExtension(const fs::path& path) {
+  const std::string extension = LowerCase(Utf8(path.extension()));
+  return extension == ".jpg" || extension == ".jpeg";
+}
+
+PhotoFolder ReadPhotoFolder(const fs::path& path, int camera, Log& log) {
+  PhotoFolder folder;
+  folder.path = (fs::absolute(path) / "").lexically_normal().parent_path();
+  const auto names = PhotosIn(path);
+  Progress progress(log.ShowsProgress(), "reading photo times", "photos");
+  std::size_t zoneless = 0;
+  for (const auto& name : names) {
+    ThrowIfInterrupted();
+    Photo photo{WidePath(name), {}};
+    photo.time = TimeOf(path / name, photo.name, zoneless);
+    folder.timed += photo.time.has_value();
+    folder.listed += name.extension() == ".jpg";
+    folder.photos.push_back(std::move(photo));
+    progress.Step(folder.photos.size(), names.size());
+  }
+  std::sort(folder.photos.begin(), folder.photos.end(), [](auto& a, auto& b) { return a.name < b.name; });
+  if (names.empty()) log.Warn("camera {}: no photo in {}", camera, Utf8(path));
+  if (folder.listed < names.size())
+    log.Warn("camera {}: {} not named .jpg in lower case: only pairing by time finds them", camera,
+             Counted(names.size() - folder.listed, "photo"));
+  if (zoneless > 0)
+    log.Warn("camera {}: {} without a time zone: the camera's clock is taken for UTC", camera,
+             Counted(zoneless, "photo time"));
+  return folder;
+}
+
+}  // namespace kv::mission

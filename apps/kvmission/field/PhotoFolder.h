@@ -1,0 +1,34 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Log.h"
+#include "field/Times.h"
+
+namespace kv::mission {
+
+struct Photo {
+  std::wstring name;
+  std::optional<Instant> time;
+};
+
+/// The photos of one camera.
+struct PhotoFolder {
+  std::filesystem::path path;  ///< absolute
+  std::vector<Photo> photos;   ///< ordered by name
+  std::size_t listed = 0;      ///< those that pairing by order sees: the extension is exactly ".jpg"
+  std::size_t timed = 0;
+};
+
+/// Lists the JPEG photos of a folder, by extension in any letter case, and finds out when they were taken.
+/// @param camera  for messages
+/// @throws Failure when the folder cannot be listed, or the user interrupts
+PhotoFolder ReadPhotoFolder(const std::filesystem::path& path, int camera, Log& log);
+
+/// Whether a name ends as JPEG files do: .jpg or .jpeg in any letter case.
+bool HasPhotoExtension(const std::filesystem::path& path);
+
+}  // namespace kv::mission

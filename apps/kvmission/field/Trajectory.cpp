@@ -1,0 +1,86 @@
+#include "field/Trajectory.h"
+
+#include <KVUtilities.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "Failure.h"
+#include "System.h"
+
+namespace kv::mission {
+namespace {
+
+constexpr double kHalfTurn = 180.0;
+
+void Inspect(Trajectory& trajectory, double maxGap) {
+  trajectory.first = FromFileTime(trajectory.observations.front().TimeUTC);
+  trajectory.last = FromFileTime(trajectory.observations.back().TimeUTC);
+  const tagKVTrajectoryObs* last = nullptr;
+  for (const auto& fix : trajectory.observations) {
+    trajectory.bounds.Add(fix.Latitude, fix.Longitude, fix.Altitude);
+    if (last) {
+      const Instant from = FromFileTime(last->TimeUTC), to = FromFileTime(fix.TimeUTC);
+      if (Seconds(to - from) > maxGap) trajectory.gaps.push_back({from, to, last->Latitude, last->Longitude});
+      trajectory.stepsBack += to < from;
+      trajectory.meridianCrossings += std::abs(fix.Longitude - last->Longitude) > kHalfTurn;
+    }
+    last = &fix;
+  }
+}
+
+[[noreturn]] void FailWithoutFix(const std::filesystem::path& path, const NmeaCounts& counts) {
+  const std::string leftOut = LeftOutText(counts);
+  throw Failure(fmt::format("{}: no usable fix in {}{}{}", Utf8(path), Counted(counts.lines, "line"),
+                            leftOut.empty() ? "" : ": ", leftOut));
+}
+
+}  // namespace
+
+void Bounds::Add(double latitude, double longitude, double altitude) {
+  west = std::min(west, longitude), east = std::max(east, longitude);
+  south = std::min(south, latitude), north = std::max(north, latitude);
+  lowest = std::min(lowest, altitude), highest = std::max(highest, altitude);
+}
+
+Trajectory ReadTrajectory(const std::filesystem::path& path, DateSources dates, const std::filesystem::path& scratch,
+                          double maxGap, Log& log) {
+  const auto copy = scratch / "fixes";
+  NmeaLog fixes = CopyFixes(path, copy, log);
+  if (!fixes.firstFix) FailWithoutFix(path, fixes.counts);
+  dates.sentence = fixes.dated;
+  const auto date = ChooseDate(dates, *fixes.firstFix, log);
+  if (!date) throw Failure(Utf8(path) + ": nothing tells the date of the fixes; give it with --date YYYY-MM-DD");
+  return ScanFixes(copy, std::move(fixes.counts), *date, maxGap);
+}
+
+Trajectory ScanFixes(const std::filesystem::path& copy, NmeaCounts counts, MissionDate date, double maxGap) {
+  Trajectory trajectory;
+  trajectory.counts = std::move(counts);
+  trajectory.date = date;
+  std::wstring error;
+  trajectory.observations = KVUtilities::ScanKVTrajectoryFile(WidePath(copy), NoonOf(date.date), error);
+  if (trajectory.observations.empty()) throw Failure(Utf8(copy) + ": the fixes could not be read back");
+  Inspect(trajectory, maxGap);
+  return trajectory;
+}
+
+void WarnOfTrajectory(const Trajectory& trajectory, Log& log) {
+  constexpr std::size_t kNamed = 5;
+  const auto& gaps = trajectory.gaps;
+  for (std::size_t i = 0; i < std::min(kNamed, gaps.size()); ++i) {
+    log.Warn("trajectory gap of {:.1f} s from {} at {:.7f}, {:.7f}", Seconds(gaps[i].to - gaps[i].from),
+             TimeText(gaps[i].from), gaps[i].latitude, gaps[i].longitude);
+  }
+  if (gaps.size() > kNamed) log.Warn("{} more", Counted(gaps.size() - kNamed, "trajectory gap"));
+  if (trajectory.stepsBack > 0)
+    log.Warn("the time of the fixes runs back {}: pieces out of order, or a gap over midnight",
+             Counted(trajectory.stepsBack, "time"));
+  if (trajectory.meridianCrossings > 0)
+    log.Warn("the track crosses the 180th meridian: lines and interpolated places there run around the globe");
+  if (trajectory.counts.truncatedTimes > 0)
+    log.Warn("{} finer than a hundredth of a second: cut to hundredths",
+             Counted(trajectory.counts.truncatedTimes, "fix time"));
+}
+
+}  // namespace kv::mission

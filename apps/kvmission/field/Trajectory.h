@@ -1,0 +1,56 @@
+#pragma once
+
+#include <KVRecords.h>
+
+#include <filesystem>
+#include <limits>
+#include <vector>
+
+#include "Log.h"
+#include "field/MissionDate.h"
+#include "field/NmeaLog.h"
+
+namespace kv::mission {
+
+/// Extent in degrees and metres; empty until something is added.
+struct Bounds {
+  static constexpr double kNone = std::numeric_limits<double>::infinity();
+  double west = kNone, south = kNone, lowest = kNone;
+  double east = -kNone, north = -kNone, highest = -kNone;
+
+  void Add(double latitude, double longitude, double altitude);
+  bool IsEmpty() const { return west > east; }
+};
+
+struct Gap {
+  Instant from, to;
+  double latitude, longitude;  ///< where it begins
+};
+
+struct Trajectory {
+  std::vector<tagKVTrajectoryObs> observations;
+  NmeaCounts counts;
+  MissionDate date{};
+  Bounds bounds;
+  std::vector<Gap> gaps;  ///< in file order
+  std::size_t stepsBack = 0;
+  std::size_t meridianCrossings = 0;  ///< of the 180th
+  Instant first, last;                ///< fix in file order
+};
+
+/// Reads the fixes of a receiver's log.
+/// @param dates    may be without any date; the log's own sentence is added
+/// @param scratch  folder for the copy of the fixes
+/// @param maxGap   seconds between fixes from which on it is a gap
+/// @throws Failure without a usable fix, or without a date; when a file cannot be read or written
+Trajectory ReadTrajectory(const std::filesystem::path& path, DateSources dates, const std::filesystem::path& scratch,
+                          double maxGap, Log& log);
+
+/// The same from a checked copy, with the date settled.
+/// @param copy  holds one fix at least
+Trajectory ScanFixes(const std::filesystem::path& copy, NmeaCounts counts, MissionDate date, double maxGap);
+
+/// Says what of a trajectory a surveyor should look at.
+void WarnOfTrajectory(const Trajectory& trajectory, Log& log);
+
+}  // namespace kv::mission

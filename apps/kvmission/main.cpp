@@ -1,0 +1,55 @@
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+#include <cerrno>
+#include <cstdio>
+#include <exception>
+#include <system_error>
+
+#include "Commands.h"
+#include "Failure.h"
+#include "Log.h"
+#include "System.h"
+
+namespace {
+
+using kv::mission::ExitCode;
+
+int Run(int argc, char** argv) {
+  CLI::App app("From what a mapping sensor recorded to located photos and GIS layers", "kvmission");
+  int exitCode = 0;
+  app.require_subcommand(1);
+  app.set_version_flag("--version", "kvmission " KVMISSION_VERSION);
+  AddSimulateCommand(app, exitCode);
+  AddRunCommand(app, exitCode);
+  AddInfoCommand(app, exitCode);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return static_cast<int>(app.exit(error) == 0 ? ExitCode::Good : ExitCode::WrongUsage);
+  }
+  return exitCode;
+}
+
+/// Results that did not reach their reader are no success.
+int Flushed(int exitCode) {
+  if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return exitCode;
+  kv::mission::SayError("standard output: " + std::generic_category().message(errno));
+  return static_cast<int>(ExitCode::Failed);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  kv::mission::UseUtcCalendar();
+  try {
+    return Flushed(Run(argc, argv));
+  } catch (const kv::mission::Failure& failure) {
+    kv::mission::SayError(failure.what());
+    return static_cast<int>(failure.Code());
+  } catch (const std::exception& error) {
+    kv::mission::SayError(error.what());
+    return static_cast<int>(ExitCode::Failed);
+  }
+}

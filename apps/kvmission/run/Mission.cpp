@@ -1,0 +1,138 @@
+#include "run/Mission.h"
+
+#include <algorithm>
+
+#include "Failure.h"
+#include "Interrupt.h"
+#include "System.h"
+#include "field/EventLog.h"
+#include "field/LineWriter.h"
+#include "run/MissionFolder.h"
+#include "run/OutputFolder.h"
+#include "run/Placing.h"
+
+namespace kv::mission {
+namespace {
+
+namespace fs = std::filesystem;
+using Events = std::vector<tagKVSystemEvent>;
+
+/// A mission folder promises events and photos; a trajectory given by itself does not.
+void WarnOfAbsence(const RunRequest& request, const Settings& settings, Log& log) {
+  if (request.mission && !settings.events) log.Warn("no event file: trajectory layers only");
+  if (settings.events && !settings.camera1 && !settings.camera2)
+    log.Warn("no photo folder: events stay without photos");
+}
+
+/// Command line before mission.toml before finding.
+Settings ResolveInputs(const RunRequest& request, Log& log) {
+  Settings settings = request.settings;
+  if (request.mission) {
+    std::error_code error;
+    if (!fs::is_directory(*request.mission, error)) throw Failure(Utf8(*request.mission) + ": no such folder");
+    if (const auto file = *request.mission / kMissionFileName; fs::exists(file, error))
+      FillIn(settings, ReadMissionToml(file));
+    FindMissionFiles(*request.mission, settings, log);
+  }
+  if (!settings.trajectory) throw Failure("no trajectory found; give it with --trajectory FILE");
+  if (settings.maxGap.value_or(kDefaultMaxGap) <= 0) throw Failure("max-gap must be positive", ExitCode::WrongUsage);
+  WarnOfAbsence(request, settings, log);
+  return settings;
+}
+
+std::optional<PairMode> ModeFor(const Settings& settings) {
+  const PairChoice choice = settings.pair.value_or(PairChoice::Auto);
+  if (choice == PairChoice::Auto) return std::nullopt;
+  return choice == PairChoice::Time ? PairMode::Time : PairMode::Order;
+}
+
+EventSummary Summarise(const EventLog& log) {
+  EventSummary summary{log.lines, log.skipped, log.faultyHeartbeats.size(), log.wraps, log.heartbeats, 0, {}};
+  for (const auto& event : log.events) {
+    summary.heartbeatsPlaced += event.Type == kHeartbeat && IsPlaced(event);
+    if (HasTime(event)) summary.span.Add(FromFileTime(event.TimeUTC));
+  }
+  return summary;
+}
+
+CameraSummary PairCamera(int camera, const Settings& settings, Events& events, Log& log) {
+  CameraSummary summary;
+  summary.camera = camera;
+  for (const auto& event : events) {
+    if (event.Type != kCameraEvent || CameraOf(event) != camera) continue;
+    ++summary.read;
+    summary.placed += IsPlaced(event);
+  }
+  const auto& folder = camera == 1 ? settings.camera1 : settings.camera2;
+  if (!folder) return summary;
+  summary.offset = (camera == 1 ? settings.camera1Offset : settings.camera2Offset).value_or(0);
+  summary.folder = ReadPhotoFolder(*folder, camera, log);
+  summary.pairing = PairPhotos(camera, *summary.folder, ModeFor(settings), summary.offset, events, log);
+  return summary;
+}
+
+void PairCameras(Events& events, Summary& summary, Log& log) {
+  for (const int camera : {1, 2}) {
+    CameraSummary cameraSummary = PairCamera(camera, summary.inputs, events, log);
+    if (cameraSummary.read > 0 || cameraSummary.folder) summary.cameras.push_back(std::move(cameraSummary));
+  }
+}
+
+void NoteDrops(std::vector<Drop> drops, Summary& summary) {
+  for (auto& camera : summary.cameras) {
+    const auto isOwn = [&](const Drop& drop) { return (drop.camera == 1 ? 1 : 2) == camera.camera; };
+    camera.dropped = static_cast<std::size_t>(std::count_if(drops.begin(), drops.end(), isOwn));
+  }
+  summary.drops = std::move(drops);
+}
+
+void NoteKept(const Events& kept, Summary& summary) {
+  for (const auto& event : kept) {
+    summary.photoBounds.Add(event.Latitude, event.Longitude, event.Altitude);
+    summary.photoSpan.Add(FromFileTime(event.TimeUTC));
+  }
+}
+
+void WriteSummary(const OutputFolder& output, const Summary& summary) {
+  LineWriter writer(output.Staging() / kSummaryFile);
+  writer.Text() = SummaryJson(summary);
+  writer.Close();
+}
+
+}  // namespace
+
+Summary RunMission(const RunRequest& request, Log& log) {
+  Summary summary;
+  summary.mission = request.mission;
+  summary.output = fs::absolute(request.output).lexically_normal();
+  summary.inputs = ResolveInputs(request, log);
+  const Settings& inputs = summary.inputs;
+  OutputFolder output(request.output, request.overwrite);
+
+  EventLog eventLog;
+  if (inputs.events) eventLog = ReadEvents(*inputs.events, output.Staging(), log);
+  Events& events = eventLog.events;
+  const tagKVSystemEvent* heartbeat = FirstHeartbeat(events);
+  DateSources dates{inputs.date, {}, {}};
+  if (heartbeat) dates.heartbeat = FromFileTime(heartbeat->TimeUTC);
+  const double maxGap = inputs.maxGap.value_or(kDefaultMaxGap);
+  summary.trajectory = ReadTrajectory(*inputs.trajectory, dates, output.Staging(), maxGap, log);
+  WarnOfTrajectory(summary.trajectory, log);
+
+  PlaceEvents(events, summary.trajectory, log);
+  if (inputs.events) summary.events = Summarise(eventLog);
+  PairCameras(events, summary, log);
+  NoteDrops(DropUnusable(eventLog, summary.trajectory, inputs), summary);
+  NoteKept(events, summary);
+  WarnOfPhotoPaths(events, log);
+
+  summary.layers.push_back(WriteTrajectoryLine(output, summary.trajectory.observations, log));
+  summary.layers.push_back(WriteTrajectoryPoints(output, std::move(summary.trajectory.observations), log));
+  if (inputs.events) summary.layers.push_back(WritePhotos(output, std::move(events), log));
+  summary.warnings = log.Warnings();
+  WriteSummary(output, summary);
+  output.Commit();
+  return summary;
+}
+
+}  // namespace kv::mission

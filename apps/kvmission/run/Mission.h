@@ -1,0 +1,23 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+#include "Log.h"
+#include "run/Settings.h"
+#include "run/Summary.h"
+
+namespace kv::mission {
+
+struct RunRequest {
+  std::optional<std::filesystem::path> mission;  ///< folder
+  Settings settings;
+  std::filesystem::path output;
+  bool overwrite = false;
+};
+
+/// Turns a mission into layers and summary.json: reads, checks, places, pairs, drops, writes.
+/// @throws Failure when that cannot be done; the output folder then holds what it held before
+Summary RunMission(const RunRequest& request, Log& log);
+
+}  // namespace kv::mission

@@ -1,0 +1,86 @@
+#include "run/MissionFolder.h"
+
+#include <algorithm>
+
+#include "Failure.h"
+#include "System.h"
+#include "field/FileKind.h"
+#include "field/PhotoFolder.h"
+#include "field/TextCase.h"
+
+namespace kv::mission {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Candidates {
+  const char* what;
+  const char* option;
+  std::optional<fs::path> Settings::*setting;
+  std::vector<fs::path> paths;
+};
+
+/// Where an entry of the folder belongs; null when nowhere.
+class Sorter {
+ public:
+  Candidates* Place(const fs::directory_entry& entry, Log& log) {
+    std::error_code unknown;
+    if (entry.is_directory(unknown)) return PlaceFolder(LowerCase(Utf8(entry.path().filename())));
+    if (!entry.is_regular_file(unknown) || HasPhotoExtension(entry.path())) return nullptr;
+    try {
+      return PlaceFile(KindOfFile(entry.path()));
+    } catch (const Failure& failure) {
+      if (failure.Code() == ExitCode::Interrupted) throw;
+      log.Warn("{}", failure.what());
+      return nullptr;
+    }
+  }
+  std::array<Candidates, 4>& All() { return all_; }
+
+ private:
+  Candidates* PlaceFolder(const std::string& name) {
+    if (name == "cam1" || name == "camera1") return &all_[2];
+    if (name == "cam2" || name == "camera2") return &all_[3];
+    return nullptr;
+  }
+  Candidates* PlaceFile(FileKind kind) {
+    if (kind == FileKind::Trajectory) return &all_[0];
+    if (kind == FileKind::Events) return &all_[1];
+    return nullptr;
+  }
+
+  std::array<Candidates, 4> all_{{{"trajectories", "--trajectory", &Settings::trajectory, {}},
+                                  {"event files", "--events", &Settings::events, {}},
+                                  {"folders of camera 1", "--cam1", &Settings::camera1, {}},
+                                  {"folders of camera 2", "--cam2", &Settings::camera2, {}}}};
+};
+
+void Settle(Candidates& candidates, Settings& settings, Log& log) {
+  auto& setting = settings.*candidates.setting;
+  auto& paths = candidates.paths;
+  if (setting || paths.empty()) return;
+  std::sort(paths.begin(), paths.end());
+  if (paths.size() > 1) {
+    std::string names;
+    for (const auto& path : paths) names += (names.empty() ? "" : ", ") + Utf8(path.filename());
+    throw Failure(fmt::format("{}: several {}: {}; choose with {}", Utf8(paths[0].parent_path()), candidates.what,
+                              names, candidates.option));
+  }
+  log.Note("found {}", Utf8(paths[0]));
+  setting = paths[0];
+}
+
+}  // namespace
+
+void FindMissionFiles(const fs::path& folder, Settings& settings, Log& log) {
+  Sorter sorter;
+  std::error_code error;
+  for (auto entry = fs::directory_iterator(folder, error); !error && entry != fs::directory_iterator();
+       entry.increment(error)) {
+    if (Candidates* candidates = sorter.Place(*entry, log)) candidates->paths.push_back(entry->path());
+  }
+  if (error) throw Failure(fmt::format("{}: cannot be listed: {}", Utf8(folder), error.message()));
+  for (Candidates& candidates : sorter.All()) Settle(candidates, settings, log);
+}
+
+}  // namespace kv::mission

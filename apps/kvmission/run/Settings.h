@@ -1,0 +1,65 @@
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+
+#include "run/Pairing.h"
+
+/// What a user can settle about a mission, on the command line or in its mission.toml.
+namespace kv::mission {
+
+enum class PairChoice { Auto, Time, Order };
+
+struct Settings {
+  std::optional<std::filesystem::path> trajectory, events, camera1, camera2;
+  std::optional<std::chrono::sys_days> date;  ///< UTC, of the first fix
+  std::optional<PairChoice> pair;
+  std::optional<double> camera1Offset, camera2Offset;  ///< seconds, added to the photos' times
+  std::optional<double> maxGap;                        ///< seconds
+};
+
+inline constexpr double kDefaultMaxGap = 2.0;  // seconds: twice the slowest rate that receivers are used at here
+
+using SettingMember =
+    std::variant<std::optional<std::filesystem::path> Settings::*, std::optional<std::chrono::sys_days> Settings::*,
+                 std::optional<PairChoice> Settings::*, std::optional<double> Settings::*>;
+
+struct SettingKey {
+  const char* name;  ///< key of mission.toml; "--" before it makes the option
+  const char* placeholder;
+  const char* help;
+  SettingMember member;
+};
+
+inline const std::array<SettingKey, 9> kSettingKeys{{
+    {"trajectory", "FILE", "receiver log with the trajectory (NMEA sentences)", &Settings::trajectory},
+    {"events", "FILE", "system event file with heartbeats and camera events", &Settings::events},
+    {"cam1", "FOLDER", "photos of camera 1", &Settings::camera1},
+    {"cam2", "FOLDER", "photos of camera 2", &Settings::camera2},
+    {"date", "YYYY-MM-DD", "UTC date of the first fix (default: from the heartbeats, else from the log)",
+     &Settings::date},
+    {"pair", "order|time|auto", "how photos find their events (default auto: by time when most photos tell theirs)",
+     &Settings::pair},
+    {"cam1-offset", "SECONDS", "added to the photo times of camera 1", &Settings::camera1Offset},
+    {"cam2-offset", "SECONDS", "added to the photo times of camera 2", &Settings::camera2Offset},
+    {"max-gap", "SECONDS", "longest pause between fixes that is no gap (default 2)", &Settings::maxGap},
+}};
+
+/// Stores a setting given as text.
+/// @return what is wrong with the text; empty when nothing is
+std::string SetFromText(const SettingMember& member, std::string_view text, Settings& settings);
+
+/// Fills in what `settings` leaves open.
+void FillIn(Settings& settings, const Settings& defaults);
+
+/// Reads a mission.toml. Its paths are relative to its folder.
+/// @throws Failure when it cannot be read; one for wrong usage, with line and key, when it is no TOML or has an unknown
+///         key or a value of the wrong type
+Settings ReadMissionToml(const std::filesystem::path& path);
+
+}  // namespace kv::mission

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "field/Trajectory.h"
+#include "run/Layers.h"
+#include "run/Pairing.h"
+#include "run/Settings.h"
+
+namespace kv::mission {
+
+/// A camera event that is not in the photo layer, and why.
+struct Drop {
+  int camera;
+  double tick;
+  std::optional<Instant> time;
+  std::string reason;
+};
+
+struct EventSummary {
+  std::size_t lines = 0, skipped = 0, faultyHeartbeats = 0, wraps = 0;
+  std::size_t heartbeats = 0, heartbeatsPlaced = 0;
+  TimeSpan span;  ///< of the events that have a time
+};
+
+struct CameraSummary {
+  int camera = 0;
+  std::size_t read = 0, placed = 0, dropped = 0;  ///< events
+  std::optional<PhotoFolder> folder;
+  double offset = 0;  ///< seconds
+  Pairing pairing;
+};
+
+/// What a run read, made and left out.
+struct Summary {
+  std::optional<std::filesystem::path> mission;
+  std::filesystem::path output;
+  Settings inputs;
+  Trajectory trajectory;  ///< its observations may be gone
+  std::optional<EventSummary> events;
+  std::vector<CameraSummary> cameras;  ///< those with events or photos
+  std::vector<Drop> drops;             ///< in file order
+  Bounds photoBounds;
+  TimeSpan photoSpan;
+  std::vector<Layer> layers;
+  std::vector<std::string> warnings;
+
+  /// Nothing was dropped and every event and photo has its partner.
+  bool IsComplete() const;
+};
+
+/// For people: lists are cut short, with a count.
+std::string SummaryText(const Summary& summary);
+
+/// For programs: everything, in valid UTF-8 whatever the file names are.
+std::string SummaryJson(const Summary& summary);
+
+}  // namespace kv::mission

@@ -1,0 +1,117 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include "System.h"
+#include "run/Summary.h"
+
+namespace kv::mission {
+namespace {
+
+constexpr std::size_t kDropsNamed = 20;
+constexpr std::size_t kPhotosNamed = 5;
+
+/// Lines of text under headings.
+class Page {
+ public:
+  template <typename... Values>
+  void Line(fmt::format_string<Values...> format, Values&&... values) {
+    fmt::format_to(std::back_inserter(text_), format, std::forward<Values>(values)...);
+    text_ += '\n';
+  }
+  std::string Take() { return std::move(text_); }
+
+ private:
+  std::string text_;
+};
+
+void PrintBounds(const Bounds& bounds, Page& page) {
+  if (bounds.IsEmpty()) return;
+  page.Line("  latitude {:.7f} to {:.7f}, longitude {:.7f} to {:.7f}, height {:.2f} to {:.2f} m", bounds.south,
+            bounds.north, bounds.west, bounds.east, bounds.lowest, bounds.highest);
+}
+
+void PrintTrajectory(const Summary& summary, Page& page) {
+  const Trajectory& trajectory = summary.trajectory;
+  page.Line("Trajectory  {}", Utf8(*summary.inputs.trajectory));
+  page.Line("  {} of {} are usable fixes; the first is of {} ({})", trajectory.counts.Of(LineKind::Fix),
+            Counted(trajectory.counts.lines, "line"), DateText(trajectory.date.date), trajectory.date.source);
+  if (const std::string leftOut = LeftOutText(trajectory.counts); !leftOut.empty())
+    page.Line("  left out: {}", leftOut);
+  page.Line("  {} to {} UTC", TimeText(trajectory.first), TimeText(trajectory.last));
+  PrintBounds(trajectory.bounds, page);
+  const auto longer = [](const Gap& a, const Gap& b) { return a.to - a.from < b.to - b.from; };
+  const auto& gaps = trajectory.gaps;
+  if (const auto longest = std::max_element(gaps.begin(), gaps.end(), longer); longest != gaps.end())
+    page.Line("  {}, the longest of {:.1f} s", Counted(gaps.size(), "gap"), Seconds(longest->to - longest->from));
+}
+
+void PrintPairing(const CameraSummary& camera, Page& page) {
+  const Pairing& pairing = camera.pairing;
+  page.Line("  camera {} photos: {} in {}, paired by {}, {} without an event", camera.camera,
+            camera.folder->photos.size(), Utf8(camera.folder->path), pairing.mode == PairMode::Time ? "time" : "order",
+            pairing.unused.size());
+  if (pairing.largest)
+    page.Line("    time difference to the events: median {:.3f} s, largest {:.3f} s", *pairing.median,
+              *pairing.largest);
+  for (std::size_t i = 0; i < std::min(kPhotosNamed, pairing.unused.size()); ++i)
+    page.Line("    without an event: {}", Utf8(pairing.unused[i]));
+  if (pairing.unused.size() > kPhotosNamed) page.Line("    and {} more", pairing.unused.size() - kPhotosNamed);
+}
+
+void PrintEvents(const Summary& summary, Page& page) {
+  if (!summary.events) return page.Line("Events      none");
+  const EventSummary& events = *summary.events;
+  page.Line("Events      {}", Utf8(*summary.inputs.events));
+  if (events.span.first) page.Line("  {} to {} UTC", TimeText(*events.span.first), TimeText(*events.span.last));
+  page.Line("  heartbeats: {} read, {} placed; {} left out", events.heartbeats, events.heartbeatsPlaced,
+            Counted(events.faultyHeartbeats + events.skipped, "other line"));
+  for (const auto& camera : summary.cameras)
+    page.Line("  camera {} events: {} read, {} placed, {} paired, {} dropped", camera.camera, camera.read,
+              camera.placed, camera.pairing.paired, camera.dropped);
+}
+
+void PrintDrops(const Summary& summary, Page& page) {
+  if (summary.drops.empty()) return;
+  page.Line("Dropped");
+  for (std::size_t i = 0; i < std::min(kDropsNamed, summary.drops.size()); ++i) {
+    const Drop& drop = summary.drops[i];
+    page.Line("  camera {}, tick {:.0f}, {}: {}", drop.camera, drop.tick, drop.time ? TimeText(*drop.time) : "no time",
+              drop.reason);
+  }
+  if (summary.drops.size() > kDropsNamed)
+    page.Line("  and {} more; {} names all", summary.drops.size() - kDropsNamed, kSummaryFile);
+}
+
+void PrintLayers(const Summary& summary, Page& page) {
+  page.Line("Layers in {}", Utf8(summary.output));
+  for (const Layer& layer : summary.layers) page.Line("  {:<18}{}", layer.name, Counted(layer.records, "record"));
+  if (const TimeSpan& span = summary.photoSpan; span.first)
+    page.Line("  photos from {} to {} UTC", TimeText(*span.first), TimeText(*span.last));
+  PrintBounds(summary.photoBounds, page);
+  if (!summary.warnings.empty()) page.Line("{}: see {}", Counted(summary.warnings.size(), "warning"), kSummaryFile);
+}
+
+}  // namespace
+
+bool Summary::IsComplete() const {
+  if (!drops.empty() || (events && events->faultyHeartbeats > 0)) return false;
+  return std::all_of(cameras.begin(), cameras.end(), [](const CameraSummary& camera) {
+    return camera.folder ? camera.pairing.unused.empty() : camera.read == 0;
+  });
+}
+
+std::string SummaryText(const Summary& summary) {
+  Page page;
+  PrintTrajectory(summary, page);
+  PrintEvents(summary, page);
+  for (const auto& camera : summary.cameras) {
+    if (camera.folder) PrintPairing(camera, page);
+  }
+  PrintDrops(summary, page);
+  PrintLayers(summary, page);
+  return page.Take();
+}
+
+}  // namespace kv::mission

@@ -1,0 +1,106 @@
+#include "simulation/Exposures.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include <fmt/format.h>
+
+#include "simulation/MissionTime.h"
+#include "simulation/Receiver.h"
+
+namespace kv::simulation {
+namespace {
+
+using namespace std::chrono_literals;
+using std::chrono::microseconds;
+
+constexpr double kStripMargin = 1.0;  // seconds without exposures at both ends of a strip
+constexpr double kIntervalSpread = 0.02;
+constexpr double kBlurredShare = 0.03;
+
+microseconds FromSeconds(double seconds) { return microseconds(static_cast<std::int64_t>(seconds * 1e6)); }
+
+/// Moves a camera 1 exposure on so that neither camera fires within 5 ms of a half second, where a stamp of whole
+/// seconds could be rounded either way and the neighbour's photo would be as near.
+microseconds ClearOfHalfSecond(microseconds time) {
+  const microseconds fraction = time % 1s;
+  const bool unclear = fraction > 495ms - kCamera2Delay && fraction < 505ms;
+  return unclear ? time - fraction + 505ms : time;
+}
+
+/// Camera 1's exposures; two of them are never nearer than the interval.
+std::vector<microseconds> PlanStations(const MissionOptions& options, const FlightPath& path, Random& random) {
+  std::vector<microseconds> stations;
+  for (const auto& [begin, end] : path.Strips()) {
+    const microseconds last = FromSeconds(end - kStripMargin);
+    microseconds time = ClearOfHalfSecond(FromSeconds(begin + kStripMargin + random.Uniform(0.0, 1.0)));
+    while (time + kCamera2Delay <= last) {
+      stations.push_back(time);
+      const double pause = options.interval * (1.0 + random.Uniform(0.0, kIntervalSpread));
+      time = ClearOfHalfSecond(time + FromSeconds(pause));
+    }
+  }
+  return stations;
+}
+
+std::string StampName(UtcTime time) {
+  const CivilTime c = ToCivil(std::chrono::floor<std::chrono::seconds>(time + 500ms));
+  return fmt::format("{:02}{:02}{:02}_{:02}{:02}{:02}.jpg", c.year % 100, c.month, c.day, c.hour, c.minute, c.second);
+}
+
+void NamePhotos(std::vector<Exposure>& exposures, const MissionOptions& options) {
+  const int digits = exposures.size() < 10'000 ? 4 : 5;  // of equal length, so that names sort in the order of exposure
+  int counts[2] = {};
+  for (Exposure& exposure : exposures) {
+    const int number = ++counts[exposure.camera - 1];
+    exposure.photo = options.names == PhotoNames::Stamp ? StampName(options.start + exposure.time)
+                                                        : fmt::format("DSC_{:0{}}.jpg", number, digits);
+  }
+}
+
+/// @param stations  how many there are; the last 2 * stations exposures are theirs, the cameras in turn
+void LosePhotos(std::vector<Exposure>& exposures, std::size_t stations, Random& random) {
+  if (stations < 2) return;
+  const std::size_t first = exposures.size() - 2 * stations;
+  const std::size_t lost = random.Index(stations);
+  const std::size_t otherLost = (lost + 1 + random.Index(stations - 1)) % stations;
+  for (const std::size_t index : {first + 2 * lost, first + 2 * otherLost + 1}) {
+    exposures[index].fault = kPhotoMissing;
+    exposures[index].photo.clear();
+  }
+}
+
+void BlurPhotos(std::vector<Exposure>& exposures, Random& random) {
+  std::vector<Exposure*> sharp;
+  for (Exposure& exposure : exposures) {
+    if (exposure.fault.empty()) sharp.push_back(&exposure);
+  }
+  const double share = kBlurredShare * static_cast<double>(sharp.size());
+  for (auto left = std::max<std::int64_t>(1, std::llround(share)); left > 0 && !sharp.empty(); --left) {
+    std::swap(sharp[random.Index(sharp.size())], sharp.back());
+    sharp.back()->blurred = true;
+    sharp.pop_back();
+  }
+}
+
+}  // namespace
+
+std::vector<Exposure> PlanExposures(const MissionOptions& options, const FlightPath& path, Random random) {
+  std::vector<Exposure> exposures;
+  const microseconds early = ClearOfHalfSecond(FromSeconds(random.Uniform(1.0, kFirstFixSeconds - 1.0)));
+  if (options.faults) exposures.push_back({early, 1, {}, false, kBeforeFirstFix});
+
+  const std::vector<microseconds> stations = PlanStations(options, path, random);
+  for (const microseconds time : stations) {
+    exposures.push_back({time, 1, {}, false, {}});
+    exposures.push_back({time + kCamera2Delay, 2, {}, false, {}});
+  }
+  if (!options.photos) return exposures;
+
+  NamePhotos(exposures, options);
+  if (options.faults) LosePhotos(exposures, stations.size(), random);
+  BlurPhotos(exposures, random);
+  return exposures;
+}
+
+}  // namespace kv::simulation

@@ -1,0 +1,94 @@
+#include "simulation/MissionTime.h"
+
+#include <array>
+#include <charconv>
+
+#include <fmt/format.h>
+
+namespace kv::simulation {
+namespace {
+
+using namespace std::chrono;
+
+constexpr std::string_view kDefaultDate = "2025-06-18";
+
+struct LeapStep {
+  sys_days since;
+  seconds gpsMinusUtc;
+};
+
+/// IERS Bulletin C; none has been announced after the last row.
+constexpr auto kLeapSteps = std::to_array<LeapStep>({
+    {2000y / January / 1, 13s},
+    {2006y / January / 1, 14s},
+    {2009y / January / 1, 15s},
+    {2012y / July / 1, 16s},
+    {2015y / July / 1, 17s},
+    {2017y / January / 1, 18s},
+});
+
+bool Matches(std::string_view text, std::string_view pattern) {
+  if (text.size() != pattern.size()) return false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool digit = text[i] >= '0' && text[i] <= '9';
+    if (pattern[i] == '0' ? !digit : text[i] != pattern[i]) return false;
+  }
+  return true;
+}
+
+/// Digits whose presence has been checked.
+int Number(std::string_view text, std::size_t position, std::size_t length) {
+  int value = 0;
+  std::from_chars(text.data() + position, text.data() + position + length, value);
+  return value;
+}
+
+}  // namespace
+
+CivilTime ToCivil(UtcTime time) {
+  const sys_days day = floor<days>(time);
+  const year_month_day date(day);
+  const hh_mm_ss clock(time - day);
+  return {static_cast<int>(date.year()),
+          static_cast<int>(static_cast<unsigned>(date.month())),
+          static_cast<int>(static_cast<unsigned>(date.day())),
+          static_cast<int>(clock.hours().count()),
+          static_cast<int>(clock.minutes().count()),
+          static_cast<int>(clock.seconds().count()),
+          static_cast<int>(clock.subseconds().count())};
+}
+
+std::optional<sys_seconds> ParseStart(std::string_view text) {
+  std::string full(text);
+  if (full.find('-') == std::string::npos) full = fmt::format("{} {}", kDefaultDate, full);
+  if (full.size() == 16) full += ":00";
+  if (full.size() > 10 && full[10] == 'T') full[10] = ' ';
+  if (!Matches(full, "0000-00-00 00:00:00")) return {};
+
+  const year_month_day date(year(Number(full, 0, 4)), month(static_cast<unsigned>(Number(full, 5, 2))),
+                            day(static_cast<unsigned>(Number(full, 8, 2))));
+  const int hour = Number(full, 11, 2), minute = Number(full, 14, 2), second = Number(full, 17, 2);
+  if (!date.ok() || date.year() < 2000y || date.year() > 2099y) return {};
+  if (hour > 23 || minute > 59 || second > 59) return {};
+  return sys_days(date) + hours(hour) + minutes(minute) + seconds(second);
+}
+
+seconds LeapSeconds(UtcTime time) {
+  seconds offset = kLeapSteps.front().gpsMinusUtc;
+  for (const LeapStep& step : kLeapSteps) {
+    if (time >= step.since) offset = step.gpsMinusUtc;
+  }
+  return offset;
+}
+
+microseconds AdjustedGpsTime(UtcTime time) {
+  constexpr sys_days gpsEpoch = 1980y / January / 6;
+  return time - gpsEpoch + LeapSeconds(time) - 1'000'000'000s;
+}
+
+std::string SecondsText(microseconds time) {
+  const auto magnitude = abs(time).count();
+  return fmt::format("{}{}.{:06}", time < 0us ? "-" : "", magnitude / 1'000'000, magnitude % 1'000'000);
+}
+
+}  // namespace kv::simulation

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <span>
+#include <string_view>
+#include <utility>
+
+#include <fmt/format.h>
+
+namespace kv::simulation {
+
+/// A file written through a buffer. A failure is thrown as std::system_error with the file's name and the system's
+/// reason.
+class OutputFile {
+ public:
+  explicit OutputFile(std::filesystem::path path);
+
+  template <typename... Values>
+  void Print(fmt::format_string<Values...> format, Values&&... values) {
+    fmt::format_to(std::back_inserter(buffer_), format, std::forward<Values>(values)...);
+    if (buffer_.size() >= kBufferSize) Flush();
+  }
+  void Write(std::span<const unsigned char> bytes);
+
+  /// Writes what is left. A file that is not closed stays cut short.
+  void Close();
+
+ private:
+  static constexpr std::size_t kBufferSize = 1 << 16;
+
+  void Flush();
+  [[noreturn]] void Fail() const;
+
+  std::filesystem::path path_;
+  std::ofstream file_;
+  fmt::memory_buffer buffer_;
+};
+
+}  // namespace kv::simulation

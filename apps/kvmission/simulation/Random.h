@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <random>
+
+namespace kv::simulation {
+
+/// What a stream of random numbers is for. Each has its own, so that an option that changes one file leaves the rest of
+/// the mission as it was.
+enum class Stream : std::uint64_t { Flight = 1, Receiver, Clock, Heartbeats, Cameras, Ground };
+
+/// The same numbers for a seed everywhere: the standard fixes the engine's bits but not what its distributions make of
+/// them, and the shapes below are made with exact arithmetic alone.
+class Random {
+ public:
+  Random(std::uint64_t seed, Stream stream)
+      : bits_(seed + static_cast<std::uint64_t>(stream) * 0x9E37'79B9'7F4A'7C15U) {}
+
+  std::uint64_t Bits() { return bits_(); }
+
+  /// Evenly spread in [from, to).
+  double Uniform(double from, double to) { return from + (to - from) * (static_cast<double>(Bits() >> 11) * 0x1p-53); }
+
+  /// A whole number in [0, count).
+  std::size_t Index(std::size_t count) { return Bits() % count; }
+
+  /// Mean 0, standard deviation 1, as the sum of twelve even spreads; never beyond 6.
+  double Normal() {
+    double sum = -6.0;
+    for (int i = 0; i < 12; ++i) sum += Uniform(0.0, 1.0);
+    return sum;
+  }
+
+ private:
+  std::mt19937_64 bits_;
+};
+
+}  // namespace kv::simulation

@@ -1,0 +1,59 @@
+#include "simulation/Receiver.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+
+namespace kv::simulation {
+namespace {
+
+constexpr double kCorrelationSeconds = 10.0;
+constexpr double kDeviationsInNoise = 3.0;
+
+/// How the receiver settles; the last row holds from before take-off to the end.
+struct Phase {
+  double until;  // seconds from the start of the mission
+  int quality;
+  std::string_view talker;
+  int satellites;
+  double hdop;
+  double noiseFactor;
+};
+constexpr auto kPhases = std::to_array<Phase>({
+    {kFirstFixSeconds, 0, "GN", 0, kNoDop, 0.0},
+    {9.0, 1, "GP", 7, 1.6, 100.0},
+    {13.0, 5, "GN", 14, 0.9, 10.0},
+    {std::numeric_limits<double>::infinity(), 4, "GN", 16, 0.7, 1.0},
+});
+static_assert(kPhases[kPhases.size() - 2].until < FlightPath::kParkedSeconds);
+
+}  // namespace
+
+Receiver::Receiver(const MissionOptions& options, const FlightPath& path, Random random)
+    : path_(path),
+      frame_(options.latitude, options.longitude),
+      random_(random),
+      noise_(options.noise),
+      memory_(std::exp(-1.0 / (options.rate * kCorrelationSeconds))) {
+  for (double& axis : state_) axis = random_.Normal();
+}
+
+LocalPosition Receiver::NextError(double limit) {
+  const double news = std::sqrt(1.0 - memory_ * memory_);
+  for (double& axis : state_) axis = memory_ * axis + news * random_.Normal();
+  const double length = std::hypot(state_[0], state_[1], state_[2]);
+  const double scale = limit / std::max(kDeviationsInNoise, length);
+  return {state_[0] * scale, state_[1] * scale, state_[2] * scale};
+}
+
+Fix Receiver::Next(double seconds) {
+  const Phase& phase =
+      *std::find_if(kPhases.begin(), kPhases.end(), [&](const Phase& candidate) { return seconds < candidate.until; });
+  const LocalPosition antenna = path_.At(seconds), error = NextError(noise_ * phase.noiseFactor);
+  const LocalPosition seen{antenna.east + error.east, antenna.north + error.north, antenna.up + error.up};
+  return {
+      phase.quality, phase.talker, phase.satellites, phase.hdop, frame_.ToGeodetic(seen), path_.VelocityAt(seconds)};
+}
+
+}  // namespace kv::simulation

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <filesystem>
+#include <vector>
+
+#include "Progress.h"
+#include "simulation/Exposures.h"
+#include "simulation/MissionOptions.h"
+
+namespace kv::simulation {
+
+/// Writes a mission into a folder, made when it is not there: trajectory.nmea, events.txt, truth.csv and the photos in
+/// cam1 and cam2. Files of those names, and photos that an earlier truth.csv in the folder names, are replaced.
+/// @param progress  takes a step per photo
+/// @return          the exposures as truth.csv lists them
+/// @throws          std::system_error when a file or folder cannot be written, kv::mission::Failure after an interrupt
+std::vector<Exposure> WriteMission(const std::filesystem::path& folder, const MissionOptions& options,
+                                   mission::Progress& progress);
+
+}  // namespace kv::simulation

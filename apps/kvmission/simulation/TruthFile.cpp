@@ -1,0 +1,77 @@
+#include "simulation/TruthFile.h"
+
+#include <algorithm>
+#include <fstream>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "simulation/LocalFrame.h"
+#include "simulation/MissionTime.h"
+#include "simulation/OutputFile.h"
+
+namespace kv::simulation {
+namespace {
+
+constexpr std::string_view kHeader =
+    "camera,master_tick,utc,adj_gps_seconds,latitude,longitude,height,photo,blurred,fault";
+constexpr std::size_t kCameraColumn = 0, kPhotoColumn = 7;
+
+std::string IsoText(UtcTime time) {
+  const CivilTime t = ToCivil(time);
+  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:06}Z", t.year, t.month, t.day, t.hour, t.minute, t.second,
+                     t.microsecond);
+}
+
+std::vector<std::string> Fields(std::string_view line) {
+  std::vector<std::string> fields(1);
+  for (const char c : line) {
+    if (c == ',') {
+      fields.emplace_back();
+    } else {
+      fields.back() += c;
+    }
+  }
+  return fields;
+}
+
+/// A name that stays in its folder.
+bool IsPhotoName(std::string_view name) { return name.ends_with(".jpg") && name.find_first_of("/\\:") == name.npos; }
+
+}  // namespace
+
+std::filesystem::path CameraFolder(const std::filesystem::path& mission, int camera) {
+  return mission / (camera == 1 ? "cam1" : "cam2");
+}
+
+void WriteTruthFile(const std::filesystem::path& path, const MissionOptions& options, const FlightPath& flight,
+                    const MasterClock& clock, std::span<const Exposure> exposures) {
+  const LocalFrame frame(options.latitude, options.longitude);
+  OutputFile file(path);
+  file.Print("{}\n", kHeader);
+  for (const Exposure& exposure : exposures) {
+    const UtcTime utc = options.start + exposure.time;
+    const GeodeticPosition place = frame.ToGeodetic(flight.At(static_cast<double>(exposure.time.count()) * 1e-6));
+    file.Print("{},{},{},{},{:.10f},{:.10f},{:.4f},{},{:d},{}\n", exposure.camera, clock.TickAt(exposure.time),
+               IsoText(utc), SecondsText(AdjustedGpsTime(utc)), place.latitude, place.longitude, place.height,
+               exposure.photo, exposure.blurred, exposure.fault);
+  }
+  file.Close();
+}
+
+void RemovePhotosOfTruthFile(const std::filesystem::path& path) {
+  if (!std::filesystem::is_regular_file(path)) return;  // a device may have no end
+  std::ifstream file(path, std::ios::binary);
+  std::string line;
+  if (!std::getline(file, line) || line != kHeader) return;
+  while (std::getline(file, line)) {
+    const std::vector<std::string> fields = Fields(line);
+    if (fields.size() <= kPhotoColumn || !IsPhotoName(fields[kPhotoColumn])) continue;
+    std::error_code ignored;  // what cannot be removed cannot be overwritten either, and then that is reported
+    const std::filesystem::path folder = CameraFolder(path.parent_path(), fields[kCameraColumn] == "1" ? 1 : 2);
+    std::filesystem::remove(folder / fields[kPhotoColumn], ignored);
+    std::filesystem::remove(folder, ignored);  // once it is empty
+  }
+}
+
+}  // namespace kv::simulation

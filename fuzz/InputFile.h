@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+/// The fuzzer's bytes as a file, since readers take paths. One file per process.
+inline std::wstring InputFile(const std::uint8_t* data, std::size_t size) {
+  static const std::string path = [] {
+    std::string name = (std::filesystem::temp_directory_path() / "kvutilities-fuzz-XXXXXX").string();
+    std::fclose(fdopen(mkstemp(name.data()), "wb"));
+    return name;
+  }();
+  std::FILE* file = std::fopen(path.c_str(), "wb");
+  std::fwrite(data, 1, size, file);
+  std::fclose(file);
+  return {path.begin(), path.end()};
+}

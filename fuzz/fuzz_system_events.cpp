@@ -1,0 +1,13 @@
+#include <stdexcept>
+
+#include "InputFile.h"
+#include "KVUtilities.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  std::wstring error;
+  try {
+    KVUtilities::ScanKVSystemEventFile(InputFile(data, size), error);
+  } catch (const std::out_of_range&) {  // a heartbeat outside the calendar
+  }
+  return 0;
+}

@@ -1,0 +1,159 @@
+#pragma once
+/// @file
+/// The library's whole face: one class of static operations, grouped by family.
+///
+/// Operations keep no state between calls and may run in several threads at once on different data. An operation with
+/// an error text empties it on entry; after a failure it holds a fixed English sentence, where the operation has one. A
+/// text that stands in `error` beside a result of true is a report, not a failure.
+
+#include "KVPlatform.h"
+#include "KVRecords.h"
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+class KVUTILITIES_API KVUtilities {
+ public:
+  // ---- Conversions ---------------------------------------------------------------------------------------------
+
+  /// The same 64 bits as a file time, and back.
+  static FILETIME Int64ToFiletime(std::int64_t ticks);
+  static std::int64_t FiletimeToInt64(FILETIME time);
+
+  /// Moves a time by seconds, truncated toward zero to whole 100 ns ticks; negative seconds move it back.
+  /// Seconds that do not fit 64 bits of ticks add 0x8000000000000000, which gives a valid time one that no
+  /// calendar time matches.
+  static FILETIME AddSecondsToFileTime(FILETIME time, double seconds);
+
+  /// The same for a calendar time; the day of week is ignored on input and computed on output.
+  /// @return a zero calendar time when the sum lies outside the years 1601-30828; a time that is no valid calendar time
+  ///         counts as the zero file time (1601-01-01)
+  static SYSTEMTIME AddSecondsToSystemTime(SYSTEMTIME time, double seconds);
+
+  /// Magnitude of the difference in seconds; never negative. Invalid calendar times count as the zero file time.
+  static double DeltaSecondsBetweenFileTimes(FILETIME a, FILETIME b);
+  static double DeltaSecondsBetweenSystemTimes(SYSTEMTIME a, SYSTEMTIME b);
+
+  /// Reads a compact stamp YYMMDD_HHMMSS by character positions; years 2000-2099, day of week and milliseconds 0.
+  /// @return what the digits say, unchecked; missing or non-numeric pieces are 0; after an exception what was read
+  ///         until then, and "Unknown error occurred converting YYMMDD_HHMMSS string to System Time."
+  static SYSTEMTIME GetSystemTimeFromYYMMDD_HHMMSS(std::wstring stamp, std::wstring& error);
+
+  /// Turns "YYYY-MM-DD HH:MM:SS" into "YYMMDD_HHMMSS" by character positions, unchecked; empty for an empty input.
+  static std::wstring GetSkyvaneDateTimeFromPrettyDateTime(std::wstring prettyDateTime);
+
+  /// Decimal degrees of an NMEA angle dddmm.mmmm; negative for the hemispheres 'S', 'W', 's', 'w'.
+  /// @throws std::invalid_argument ("invalid stod argument") when a part is not a number
+  /// @throws std::out_of_range ("stod argument out of range"), or ("invalid string position") for a text without "."
+  static double NMEA_DMtoDD(std::wstring text, wchar_t hemisphere);
+
+  // ---- Scanners ------------------------------------------------------------------------------------------------
+
+  /// Reads the fixes of a GNSS trajectory file: every line of at least 12 comma-separated tokens is taken as a fix.
+  /// @param path  position sentences; a file that is missing, unreadable or a folder gives no records and no message
+  /// @param date  UTC date of the first line; the date moves on when the hour goes from 23 to 0. Pass noon to follow
+  ///              every midnight: a time of day of exactly midnight stays on its date at the first such step.
+  /// @return      one record per fix in file order
+  /// @throws      std::invalid_argument, std::out_of_range when a coordinate or height is not a number; a file that
+  ///              mixes other sentences of 12 or more tokens with the fixes ends there
+  /// @see         docs/formats/trajectory.md
+  static std::vector<tagKVTrajectoryObs> ScanKVTrajectoryFile(std::wstring path, FILETIME date, std::wstring& error);
+
+  /// Reads heartbeats and camera events of a system event file and times the camera events from their tick counts.
+  /// @param path  lines of tick count and code, see the format
+  /// @return  one record per accepted line in file order; a missing file gives none and no message. With fewer than two
+  ///          heartbeats, so also for a file that is empty, unreadable or a folder, `error` says "Error computing
+  ///          Ticks/Second from heartbeat in System Event File." and camera events have zero times.
+  /// @throws  std::out_of_range when a heartbeat's date or time is outside the calendar's ranges
+  /// @see     docs/formats/system-events.md
+  static std::vector<tagKVSystemEvent> ScanKVSystemEventFile(std::wstring path, std::wstring& error);
+
+  // ---- Georeferencing ------------------------------------------------------------------------------------------
+
+  /// Position at a time, linear between the first two consecutive observations that bracket it (ends included).
+  /// @param adjGpsSeconds  seconds on the scale of `AdjGpsSec`
+  /// @return always true; the null location (0, 0, 0) when no two observations bracket the time, NaN when the two that
+  ///         bracket it have the same time
+  static bool ComputeLocationFromAdjGpsSeconds(double adjGpsSeconds, std::vector<tagKVTrajectoryObs>& trajectory,
+                                               double& latitude, double& longitude, double& altitude,
+                                               std::wstring& error);
+  /// The same on `TimeUTC`.
+  static bool ComputeLocationFromUTCTime(FILETIME timeUTC, std::vector<tagKVTrajectoryObs> trajectory, double& latitude,
+                                         double& longitude, double& altitude, std::wstring& error);
+
+  /// Gives every log event a position: its own, else that of the nearest later event that has one, else that of the
+  /// nearest earlier one (the first event is never asked for it), else latitude and longitude 0 with the altitude tried
+  /// last.
+  /// @return false and "Unexpected error computing system event locations." after an exception, with no event changed
+  static bool PopulateLogEventLocationsUsingTrajectory(std::vector<tagKVLogEvent>& events,
+                                                       std::vector<tagKVTrajectoryObs>& trajectory,
+                                                       std::wstring& error);
+
+  /// Gives every event, of any type, the position of its own `AdjGpsSec`, as `ComputeLocationFromAdjGpsSeconds` would.
+  /// @return false and "Unexpected error computing system event locations." after an exception
+  static bool PopulateSystemEventLocationsUsingTrajectory(std::vector<tagKVSystemEvent>& events,
+                                                          std::vector<tagKVTrajectoryObs>& trajectory,
+                                                          std::wstring& error);
+
+  /// Remove what has no position (or no photo) and keep the order of the rest. The counters start at 0; events that are
+  /// neither heartbeats nor camera events are removed uncounted.
+  /// @return true if something was removed; false is no failure
+  static bool RemoveSystemEventsAtNullLocation(std::vector<tagKVSystemEvent>& events, int& heartbeatsRemoved,
+                                               int& cameraEventsRemoved, std::wstring& error);
+  static bool RemoveCameraSystemEventsWithEmptyImagePaths(std::vector<tagKVSystemEvent>& events, int& removed,
+                                                          std::wstring& error);
+  static bool RemoveLogEventsAtNullLocation(std::vector<tagKVLogEvent>& events, std::wstring& error);
+
+  // ---- Photos --------------------------------------------------------------------------------------------------
+
+  /// The photo nearest in time to an event.
+  /// @param photoTimes     time of each photo, by file name
+  /// @param offsetSeconds  added to every photo's time; the sum is truncated to whole milliseconds
+  /// @param rangeSeconds   largest difference that counts, inclusive
+  /// @return folder, one backslash and the photo's name; of equally near photos the name that sorts first; empty when
+  ///         no photo is near enough
+  static std::wstring FindClosestPhotoWithinRange(SYSTEMTIME eventTime, std::wstring folder,
+                                                  std::map<std::wstring, SYSTEMTIME> photoTimes, double offsetSeconds,
+                                                  double rangeSeconds, std::wstring& error);
+
+  /// Pairs every camera event with the photo nearest in time, one second away at most, and removes camera events that
+  /// stay without a photo; `error` then reports how many. A camera event that has a path already and finds no photo
+  /// stays with that path. The list folders are not read.
+  /// @param camera1OffsetSeconds  added to the times of camera 1's photos; likewise for camera 2
+  /// @return true; false with an empty `error` after an exception, with some events paired
+  static bool PopulatePhotoPathsUsingTimeStamps(std::vector<tagKVSystemEvent>& events, std::wstring camera1ListFolder,
+                                                std::wstring camera2ListFolder, std::wstring camera1ImageFolder,
+                                                std::wstring camera2ImageFolder,
+                                                std::map<std::wstring, SYSTEMTIME> camera1PhotoTimes,
+                                                std::map<std::wstring, SYSTEMTIME> camera2PhotoTimes,
+                                                double camera1OffsetSeconds, double camera2OffsetSeconds,
+                                                std::wstring& error);
+
+  /// Pairs the n-th event of a camera with the n-th ".jpg" of its list folder, by name; surplus photos are ignored.
+  /// @param camera1ListFolder   ends with a separator; without one its last part is a prefix of the names listed
+  /// @param camera1ImageFolder  what the paths begin with; a backslash and the name follow
+  /// @return false when a camera has more events than photos; `error` names the camera and its list folder, and the
+  ///         events before that one keep their photos
+  static bool PopulatePhotoPaths(std::vector<tagKVSystemEvent>& events, std::wstring camera1ListFolder,
+                                 std::wstring camera2ListFolder, std::wstring camera1ImageFolder,
+                                 std::wstring camera2ImageFolder, std::wstring& error);
+
+  // ---- Shapefile export ----------------------------------------------------------------------------------------
+
+  /// Write a Shapefile set (.shp, .shx, .dbf, .prj) in WGS 84: longitude and latitude in degrees, height in metres. The
+  /// measure of trajectory layers is seconds since the first observation. Photos are the camera events; other events
+  /// are skipped.
+  /// @param path  the .shp to write; another extension or none gives the same names. Files of the set are overwritten, a
+  ///              .cpg is removed. Point layers end before 2 GiB; the file of exactly this name is what is watched.
+  /// @return      false with a sentence when a file cannot be created or written, a point layer reaches its limit, or
+  ///              the trajectory of a line is empty; what was written until then stays on disk. A .prj that cannot be
+  ///              opened is told on standard error alone.
+  /// @see         docs/formats/shapefile.md
+  static bool ExportTrajectoryLineShapefile(std::wstring path, std::vector<tagKVTrajectoryObs> trajectory,
+                                            std::wstring& error);
+  static bool ExportTrajectoryPointShapefile(std::wstring path, std::vector<tagKVTrajectoryObs> trajectory,
+                                             std::wstring& error);
+  static bool ExportPhotoPointShapefile(std::wstring path, std::vector<tagKVSystemEvent> events, std::wstring& error);
+};

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+/// The one door through which text becomes a number. No rule depends on the process locale.
+namespace kv {
+
+/// Lenient: blanks, one sign, then decimal digits (of any script) as far as they go; no digits give 0, values beyond 32
+/// bits the nearest limit.
+int LeadingInteger(std::wstring_view text);
+
+/// Strict: the whole text is a decimal integer of 64 bits with at most one sign; else nothing.
+std::optional<std::int64_t> WholeInteger(std::wstring_view text);
+
+/// The number at the start of the text, as `std::stod` reads it in the C locale: blanks, sign, decimal or hexadecimal
+/// digits with exponent, infinity, NaN; what follows is ignored. Subnormal values are numbers like others.
+/// @throws std::invalid_argument "invalid stod argument" when there is no number
+/// @throws std::out_of_range "stod argument out of range" when it is too large, or rounds to zero and is not
+double LeadingDouble(std::wstring_view text);
+
+}  // namespace kv

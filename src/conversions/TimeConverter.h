@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+/// Conversions between UTC and GPS time. Adjusted GPS seconds count from GPS second 1,000,000,000 (2011-09-14 01:46:25
+/// UTC), as the LAS point-cloud format defines them. Before 1980-01-06 the two scales run together; after the last
+/// known leap second they keep its offset.
+class TimeConverter {
+ public:
+  /// Prepares the converter; may be called any number of times.
+  static void Init();
+
+  /// @param fileTime  UTC file time; any 64-bit value
+  static void WindowsFiletimeToAdjGPSSecs(std::int64_t fileTime, double& adjGpsSeconds);
+
+  /// The way back: exact to the tick while the magnitude is below 2^29 s (September 1994 to September 2028), rounded to
+  /// the whole microsecond beyond. An instant inside a leap second gets the file time one second later, as that of the
+  /// day that follows.
+  /// @param fileTime  receives 0x8000000000000000 for seconds at or beyond the ends of the 64-bit file time
+  static void AdjGPSSecsToWindowsFiletime(double adjGpsSeconds, std::int64_t& fileTime);
+
+  static void GPSWkSecsToAdjGPSSecs(std::int32_t week, double secondsOfWeek, double& adjGpsSeconds);
+
+  /// Writes "YYYY-MM-DD hh:mm:ss", truncated; a leap second has second 60.
+  /// @param withFraction  append ".ffffff", the microseconds: truncated, beyond 2^29 s rounded, never up to the next
+  ///                      second
+  /// @param utc           receives an empty text outside the years 1-9999
+  static void AdjGPSSecsToUTC(double adjGpsSeconds, bool withFraction, std::string& utc);
+
+  /// Reads both forms of `AdjGPSSecsToUTC`; any characters may separate the fields.
+  /// A text in neither form leaves the outputs untouched.
+  static void UTCToGPSWeekSecs(const std::string& utc, std::int32_t& week, double& secondsOfWeek);
+};

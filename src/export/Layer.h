@@ -1,0 +1,189 @@
+#pragma once
+
+#include <shapefil.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <exception>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "conversions/ErrorText.h"
+#include "export/FieldText.h"
+#include "export/Shape.h"
+#include "export/ShapefileSet.h"
+#include "platform/CodePage.h"
+
+/// The frame that every layer is written by. A layer is a table of columns, a function that gives a record's vertices,
+/// and the sentences for what can go wrong.
+namespace kv {
+
+/// Where a record stands in its layer.
+template <class Record>
+struct Row {
+  int number;           // from 0
+  const Record& first;  // of the layer
+};
+
+// The kinds of columns; widths and decimals in characters.
+
+struct Integer {
+  using Value = int;
+  static constexpr DBFFieldType kType = FTInteger;
+  int width;
+  int decimals = 0;
+  static void Put(Field field, int, Value value) { PutInteger(field, value); }
+};
+
+struct Decimal {
+  using Value = double;
+  static constexpr DBFFieldType kType = FTDouble;
+  int width;
+  int decimals;
+  static void Put(Field field, int decimals, Value value) { PutDecimal(field, value, decimals); }
+};
+
+/// Wide text goes to the table in the ANSI code page and, as a text of C, ends at its first NUL.
+struct Text {
+  using Value = std::string_view;
+  static constexpr DBFFieldType kType = FTString;
+  int width;
+  int decimals = 0;
+  static void Put(Field field, int, Value value) { PutText(field, value); }
+  static void Put(Field field, int, const wchar_t* value) { PutText(field, NarrowAnsi(value)); }
+};
+
+struct Logical {
+  using Value = bool;
+  static constexpr DBFFieldType kType = FTLogical;
+  int width = 1;
+  int decimals = 0;
+  static void Put(Field field, int, Value value) { PutText(field, value ? "T" : "F"); }
+};
+
+/// A value that all rows of a layer share is written once.
+enum class Varies { kByRow, kNever };
+
+template <class Record>
+struct Column {
+  /// @param getValue  captureless; gives the column's value of a record, of the type that the kind of column stores
+  template <class Kind, class GetValue>
+  constexpr Column(std::string_view columnName, Kind kind, GetValue, Varies howItVaries = Varies::kByRow)
+      : name(columnName),
+        type(Kind::kType),
+        width(kind.width),
+        decimals(kind.decimals),
+        varies(howItVaries),
+        put(&PutValue<Kind, GetValue>) {}
+
+  std::string_view name;  // of a literal; the table keeps ten characters
+  DBFFieldType type;
+  int width;
+  int decimals;
+  Varies varies;
+  void (*put)(Field, int decimals, const Record&, Row<Record>);
+
+ private:
+  template <class Kind, class GetValue>
+  static void PutValue(Field field, int decimals, const Record& record, Row<Record> row) {
+    Kind::Put(field, decimals, GetValue{}(record, row));
+  }
+};
+
+/// Whether the table can hold the columns as they are declared: widths that are not cut, decimals inside the width,
+/// and no two names alike in the ten characters that are kept.
+template <class Record, std::size_t kCount>
+consteval bool FitsTable(const std::array<Column<Record>, kCount>& columns) {
+  constexpr std::size_t kKeptOfName = XBASE_FLDNAME_LEN_WRITE;
+  for (auto column = columns.begin(); column != columns.end(); ++column) {
+    const bool isWidth = column->width >= 1 && column->width <= XBASE_FLD_MAX_WIDTH;
+    const bool isTwin = std::any_of(columns.begin(), column, [&](const auto& earlier) {
+      return earlier.name.substr(0, kKeptOfName) == column->name.substr(0, kKeptOfName);
+    });
+    if (!isWidth || isTwin || column->decimals < 0 || column->decimals >= column->width) return false;
+  }
+  return true;
+}
+
+inline constexpr const wchar_t* kShapeNotCreated = L"Error creating simple shape object.";
+inline constexpr const wchar_t* kShapeNotWritten = L"Error writing simple shape object.";
+inline constexpr const wchar_t* kLimitReached = L"Error writing shapefile. Reached Shapefile limit.";
+
+template <class Record>
+struct Layer {
+  int shapeType;  // SHPT_POINTZ: one vertex per record, and the size limit is watched
+  std::span<const Column<Record>> columns;
+  void (*addVertices)(const Record&, Row<Record>, Shape&);
+  const wchar_t* shapefileNotCreated;
+  const wchar_t* tableNotCreated;
+  const wchar_t* shapeNotCreated = kShapeNotCreated;
+  const wchar_t* shapeNotWritten = kShapeNotWritten;
+};
+
+/// The record's shape, then its row.
+/// @return null, or the sentence for what went wrong
+template <class Record>
+const wchar_t* WriteRecord(ShapefileSet& set, const Layer<Record>& layer, const Record& record, Row<Record> row,
+                           Shape& shape, std::vector<char>& tableRow) {
+  try {
+    shape.Clear();
+    layer.addVertices(record, row, shape);
+  } catch (const std::exception&) {
+    return layer.shapeNotCreated;
+  }
+  const int number = set.Append(shape);
+  if (number < 0) return layer.shapeNotWritten;
+  // Between the shape and its row on purpose: the shape that crosses the limit stays without one.
+  if (layer.shapeType == SHPT_POINTZ && set.IsOverLimit()) return kLimitReached;
+
+  char* field = tableRow.data() + 1;  // the first byte says "not deleted"
+  for (const Column<Record>& column : layer.columns) {
+    const bool isOld = column.varies == Varies::kNever && row.number > 0;
+    if (!isOld) column.put({field, static_cast<std::size_t>(column.width)}, column.decimals, record, row);
+    field += column.width;
+  }
+  return set.WriteRow(number, tableRow.data()) ? nullptr : layer.shapeNotWritten;
+}
+
+template <class Record>
+const wchar_t* WriteLayer(ShapefileSet& set, const Layer<Record>& layer, std::span<const Record> records) {
+  if (!set.CreateShapes(layer.shapeType)) return layer.shapefileNotCreated;
+  if (!set.CreateTable()) return layer.tableNotCreated;
+  if (!set.WriteProjection()) return layer.shapeNotWritten;
+  std::size_t rowBytes = 1;
+  for (const Column<Record>& column : layer.columns) {
+    if (!set.AddColumn(column.name.data(), column.type, column.width, column.decimals)) return layer.shapeNotWritten;
+    rowBytes += static_cast<std::size_t>(column.width);
+  }
+
+  Shape shape(layer.shapeType);
+  std::vector<char> tableRow(rowBytes, ' ');
+  int number = 0;
+  for (const Record& record : records) {
+    const Row<Record> row{number++, records.front()};
+    if (const wchar_t* failure = WriteRecord(set, layer, record, row, shape, tableRow)) return failure;
+  }
+  return set.Close() ? nullptr : layer.shapeNotWritten;
+}
+
+/// Writes one record per feature, in order.
+/// @param error  receives the layer's sentence when the set could not be written whole; what was written stays
+template <class Record>
+bool ExportLayer(const std::wstring& path, const Layer<Record>& layer, std::span<const Record> records,
+                 std::wstring& error) {
+  error.clear();
+  const wchar_t* failure = layer.shapeNotWritten;
+  try {
+    ShapefileSet set(path);
+    failure = WriteLayer(set, layer, records);
+  } catch (const std::exception&) {
+    // No memory: told as a shape that could not be written.
+  }
+  if (failure) Report(error, failure);
+  return !failure;
+}
+
+}  // namespace kv

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <shapefil.h>
+
+#include <cstddef>
+#include <vector>
+
+namespace kv {
+
+/// The vertices of one shape, kept as shapelib wants them, so that they are handed over without a copy. One object
+/// serves all shapes of a layer.
+class Shape {
+ public:
+  /// @param shapeType  SHPT_POINTZ, or SHPT_ARCZ with one part
+  explicit Shape(int shapeType) : shapeType_(shapeType) {}
+
+  void Clear();
+  void Reserve(std::size_t vertices);
+
+  /// @param x  degrees of longitude
+  /// @param y  degrees of latitude
+  /// @param z  metres
+  void AddVertex(double x, double y, double z);
+
+  /// @param m  measure; every vertex of a shape has one, or none has
+  void AddVertex(double x, double y, double z, double m);
+
+  /// @param file  of the same shape type
+  /// @return      the shape's number in the file, negative when it could not be written
+  int AppendTo(SHPHandle file);
+
+ private:
+  int shapeType_;
+  bool isMeasured_ = false;
+  std::vector<double> x_, y_, z_, m_;
+};
+
+}  // namespace kv

@@ -1,0 +1,84 @@
+#include "export/ShapefileSet.h"
+
+#include <cstdio>
+#include <string_view>
+#include <utility>
+
+#include "export/ShapelibHooks.h"
+#include "platform/FileNames.h"
+
+namespace kv {
+namespace {
+
+constexpr const char* kAnsiCodePage = "LDID/87";  // the language driver byte of the .dbf
+
+constexpr const char* kProjectionNotWritten = "Error writing to ...";
+
+constexpr std::string_view kWgs84 =
+    R"(GEOGCS["WGS 84",DATUM["WGS_1984",SPHEROID["WGS 84",6378137,298.257223563,AUTHORITY["EPSG","7030"]],)"
+    R"(AUTHORITY["EPSG","6326"]],PRIMEM["Greenwich",0,AUTHORITY["EPSG","8901"]],)"
+    R"(UNIT["degree",0.0174532925199433,AUTHORITY["EPSG","9122"]],AUTHORITY["EPSG","4326"]])";
+
+// The path of a file of the set, by shapelib's rule: a point that opens the whole path opens no extension.
+std::wstring FileOfSet(const std::wstring& path, const wchar_t* extension) {
+  const std::size_t point = path.find_last_of(L"./\\");
+  const bool hasExtension = point != std::wstring::npos && point > 0 && path[point] == L'.';
+  return path.substr(0, hasExtension ? point : path.size()) + extension;
+}
+
+}  // namespace
+
+ShapefileSet::ShapefileSet(const std::wstring& path, std::uint64_t largestBytes)
+    : path_(path.c_str()),  // as for every file name, a NUL ends it
+      largestBytes_(largestBytes),
+      name_(Utf8FromWide(path_)),
+      hooks_(BufferedHooks()) {
+  ForgetHookFailure();
+}
+
+bool ShapefileSet::CreateShapes(int shapeType) {
+  shapes_.reset(SHPCreateLL(name_.c_str(), shapeType, &hooks_));
+  return shapes_ != nullptr;
+}
+
+bool ShapefileSet::CreateTable() {
+  table_.reset(DBFCreateLL(name_.c_str(), kAnsiCodePage, &hooks_));
+  return table_ != nullptr;
+}
+
+bool ShapefileSet::WriteProjection() {
+  FilePtr file = OpenFile(FileOfSet(path_, L".prj"), "wb");
+  if (!file) {
+    std::fprintf(stderr, "%s\n", kProjectionNotWritten);
+  } else {
+    const bool written = std::fwrite(kWgs84.data(), 1, kWgs84.size(), file.get()) == kWgs84.size();
+    if (std::fclose(file.release()) != 0 || !written) return false;
+  }
+  FindLimitedFile();  // the set is complete: each of its names exists
+  return true;
+}
+
+bool ShapefileSet::AddColumn(const char* name, DBFFieldType type, int width, int decimals) {
+  return DBFAddField(table_.get(), name, type, width, decimals) >= 0;
+}
+
+void ShapefileSet::FindLimitedFile() {
+  const std::pair<const wchar_t*, SAFile> growing[] = {
+      {L".shp", shapes_->fpSHP}, {L".shx", shapes_->fpSHX}, {L".dbf", table_->fp}};
+  for (const auto& [extension, file] : growing) {
+    if (IsSameFile(path_, FileOfSet(path_, extension))) limitedFile_ = file;
+  }
+  if (!limitedFile_) limitedSize_ = FileSize(path_).value_or(0);
+}
+
+bool ShapefileSet::IsOverLimit() const {
+  return (limitedFile_ ? FileBehind(limitedFile_).Size() : limitedSize_) > largestBytes_;
+}
+
+bool ShapefileSet::Close() {
+  table_.reset();
+  shapes_.reset();
+  return !HasHookFailed();
+}
+
+}  // namespace kv

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <shapefil.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "export/Shape.h"
+
+namespace kv {
+
+/// The four files of one Shapefile set while they are written, in WGS 84. The calls come in the order in which they
+/// stand here; each says whether it worked. Destroying an open set closes its files as they are.
+class ShapefileSet {
+ public:
+  static constexpr std::uint64_t kLargestBytes = 2'141'983'647;  // 5,500,001 below 2^31
+
+  /// @param path          an extension, if any, gives way to those of the set
+  /// @param largestBytes  what the limited file may hold
+  explicit ShapefileSet(const std::wstring& path, std::uint64_t largestBytes = kLargestBytes);
+
+  /// Creates .shp and .shx.
+  bool CreateShapes(int shapeType);
+
+  /// Creates the .dbf for text of the ANSI code page, and removes a .cpg that would say otherwise.
+  bool CreateTable();
+
+  /// A .prj that cannot be opened is no failure; the standard error stream tells.
+  bool WriteProjection();
+
+  bool AddColumn(const char* name, DBFFieldType type, int width, int decimals);
+
+  /// @return the shape's number, negative on failure
+  int Append(Shape& shape) { return shape.AppendTo(shapes_.get()); }
+
+  /// Whether the limited file, the one that the path names exactly as it was given, is larger than it may be. What is
+  /// still in memory counts. A path that names no file has no limit.
+  bool IsOverLimit() const;
+
+  /// @param row  bytes of the record, the deletion mark first
+  bool WriteRow(int number, char* row) { return DBFWriteTuple(table_.get(), number, row) != 0; }
+
+  /// @return false when anything since the constructor did not reach the disk
+  bool Close();
+
+ private:
+  struct CloseShapes {
+    void operator()(SHPInfo* shapes) const noexcept { SHPClose(shapes); }
+  };
+  struct CloseTable {
+    void operator()(DBFInfo* table) const noexcept { DBFClose(table); }
+  };
+
+  void FindLimitedFile();
+
+  std::wstring path_;
+  std::uint64_t largestBytes_;
+  std::string name_;  // the path as shapelib takes it
+  SAHooks hooks_;
+  std::unique_ptr<SHPInfo, CloseShapes> shapes_;
+  std::unique_ptr<DBFInfo, CloseTable> table_;
+  SAFile limitedFile_ = nullptr;   // of this set; or
+  std::uint64_t limitedSize_ = 0;  // the size of another file
+};
+
+}  // namespace kv

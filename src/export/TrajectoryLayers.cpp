@@ -1,0 +1,81 @@
+#include "KVUtilities.h"
+#include "conversions/FileTimes.h"
+#include "export/Layer.h"
+
+namespace {
+
+using kv::Column, kv::Decimal, kv::Integer, kv::Text;
+
+using Fix = tagKVTrajectoryObs;
+using Trajectory = std::vector<Fix>;
+using FixRow = kv::Row<Fix>;
+using LineRow = kv::Row<Trajectory>;
+
+constexpr const wchar_t* kEmptyTrajectory = L"ExportTrajectoryLineShapefile: Trajectory vector is empty.";
+
+// The measure: seconds from the first fix, never negative, in whatever order the fixes stand.
+void AddVertex(const Fix& fix, const Fix& first, kv::Shape& shape) {
+  shape.AddVertex(fix.Longitude, fix.Latitude, fix.Altitude, kv::SecondsBetween(fix.TimeUTC, first.TimeUTC));
+}
+
+constexpr auto kPointColumns = std::to_array<Column<Fix>>({
+    {"Index", Integer{10}, [](const Fix&, FixRow row) { return row.number; }},
+    {"TimeUTC", Text{50}, [](const Fix& fix, FixRow) { return kv::TimeText(fix.TimeUTC); }},
+    {"Latitude", Decimal{14, 8}, [](const Fix& fix, FixRow) { return fix.Latitude; }},
+    {"Longitude", Decimal{14, 8}, [](const Fix& fix, FixRow) { return fix.Longitude; }},
+    {"Altitude", Decimal{14, 4}, [](const Fix& fix, FixRow) { return fix.Altitude; }},
+    {"AltUnit", Text{10}, [](const Fix& fix, FixRow) { return fix.AltUnit.GetString(); }},
+    {"GeoidOffst", Decimal{14, 8}, [](const Fix& fix, FixRow) { return fix.GeoidOffst; }},
+    {"TimeTick", Text{25}, [](const Fix& fix, FixRow) { return kv::TickText(fix.TimeUTC); }},
+    {"TrajStart", Text{50}, [](const Fix&, FixRow row) { return kv::TimeText(row.first.TimeUTC); }, kv::Varies::kNever},
+    {"TrajTick", Text{25}, [](const Fix&, FixRow row) { return kv::TickText(row.first.TimeUTC); }, kv::Varies::kNever},
+    {"AdjGpsSec", Decimal{16, 6}, [](const Fix& fix, FixRow) { return fix.AdjGpsSec; }},
+});
+static_assert(FitsTable(kPointColumns));
+
+constexpr kv::Layer<Fix> kPointLayer{
+    .shapeType = SHPT_POINTZ,
+    .columns = kPointColumns,
+    .addVertices = [](const Fix& fix, FixRow row, kv::Shape& shape) { AddVertex(fix, row.first, shape); },
+    .shapefileNotCreated = L"Error creating Trajectory Point Shapefile.",
+    .tableNotCreated = L"Error creating Trajectory Point DBF file.",
+};
+
+constexpr auto kLineColumns = std::to_array<Column<Trajectory>>({
+    {"Index", Integer{10}, [](const Trajectory&, LineRow row) { return row.number; }},
+    {"TimeStart", Text{50}, [](const Trajectory& fixes, LineRow) { return kv::TimeText(fixes.front().TimeUTC); }},
+    {"TimeEnd", Text{50}, [](const Trajectory& fixes, LineRow) { return kv::TimeText(fixes.back().TimeUTC); }},
+    {"TimeTick", Text{25}, [](const Trajectory& fixes, LineRow) { return kv::TickText(fixes.front().TimeUTC); }},
+});
+static_assert(FitsTable(kLineColumns));
+
+void AddLine(const Trajectory& fixes, LineRow, kv::Shape& shape) {
+  shape.Reserve(fixes.size());
+  for (const Fix& fix : fixes) AddVertex(fix, fixes.front(), shape);
+}
+
+// One record: the whole trajectory.
+constexpr kv::Layer<Trajectory> kLineLayer{
+    .shapeType = SHPT_ARCZ,
+    .columns = kLineColumns,
+    .addVertices = AddLine,
+    .shapefileNotCreated = L"Error creating Trajectory Line Shapefile.",
+    .tableNotCreated = L"Error creating Trajectory Line DBF file.",
+    .shapeNotCreated = L"Error creating Trajectory Line shape object.",
+};
+
+}  // namespace
+
+bool KVUtilities::ExportTrajectoryLineShapefile(std::wstring path, std::vector<tagKVTrajectoryObs> trajectory,
+                                                std::wstring& error) {
+  if (trajectory.empty()) {
+    error = kEmptyTrajectory;
+    return false;
+  }
+  return kv::ExportLayer(path, kLineLayer, std::span<const Trajectory>(&trajectory, 1), error);
+}
+
+bool KVUtilities::ExportTrajectoryPointShapefile(std::wstring path, std::vector<tagKVTrajectoryObs> trajectory,
+                                                 std::wstring& error) {
+  return kv::ExportLayer(path, kPointLayer, std::span<const Fix>(trajectory), error);
+}

@@ -1,0 +1,88 @@
+#include "georef/TrajectoryIndex.h"
+
+#include <algorithm>
+#include <iterator>
+#include <numeric>
+
+namespace kv {
+namespace {
+
+using Observation = tagKVTrajectoryObs;
+using Run = std::span<const Observation>;
+
+// Longest stretches of ascending or equal times, in the trajectory's order. A NaN ends a run and starts none.
+std::vector<Run> RunsOf(Run trajectory) {
+  std::vector<Run> runs;
+  const auto fallsBack = [](const Observation& a, const Observation& b) { return !(a.AdjGpsSec <= b.AdjGpsSec); };
+  for (auto begin = trajectory.begin(); begin != trajectory.end();) {
+    auto last = std::adjacent_find(begin, trajectory.end(), fallsBack);
+    const auto end = last == trajectory.end() ? last : std::next(last);
+    if (end - begin > 1) runs.emplace_back(begin, end);
+    begin = end;
+  }
+  return runs;
+}
+
+std::vector<double> EndsOf(const std::vector<Run>& runs) {
+  std::vector<double> ends;
+  ends.reserve(2 * runs.size());
+  for (const Run& run : runs) ends.insert(ends.end(), {run.front().AdjGpsSec, run.back().AdjGpsSec});
+  std::sort(ends.begin(), ends.end());
+  ends.erase(std::unique(ends.begin(), ends.end()), ends.end());
+  return ends;
+}
+
+// Slots in ascending order, of which each is taken once. The next free one is found through links that skip what is
+// taken and are shortened on the way.
+class FreeSlots {
+ public:
+  explicit FreeSlots(std::size_t count) : next_(count + 1) { std::iota(next_.begin(), next_.end(), std::size_t{0}); }
+
+  /// The first free slot at or after one; the number of slots when there is none.
+  std::size_t From(std::size_t slot) {
+    while (next_[slot] != slot) slot = next_[slot] = next_[next_[slot]];
+    return slot;
+  }
+  void Take(std::size_t slot) { next_[slot] = slot + 1; }
+
+ private:
+  std::vector<std::size_t> next_;
+};
+
+}  // namespace
+
+TrajectoryIndex::TrajectoryIndex(std::span<const tagKVTrajectoryObs> trajectory) {
+  const std::vector<Run> runs = RunsOf(trajectory);
+  runEnds_ = EndsOf(runs);
+  runOfSlot_.resize(2 * runEnds_.size() + 1);
+  // The runs take their slots in order and leave to later runs what is free still. So a million runs that overlap cost
+  // little more than a million that do not.
+  FreeSlots free(runOfSlot_.size());
+  for (const Run& run : runs) {
+    const std::size_t last = SlotAt(run.back().AdjGpsSec);
+    for (auto slot = free.From(SlotAt(run.front().AdjGpsSec)); slot <= last; slot = free.From(slot)) {
+      runOfSlot_[slot] = run;
+      free.Take(slot);
+    }
+  }
+}
+
+// Slot 2k + 1 is the time runEnds_[k] itself, slot 2k what lies before it and after the end before. The first slot (NaN
+// comes there too) and the last lie outside all runs.
+std::size_t TrajectoryIndex::SlotAt(double adjGpsSeconds) const {
+  const auto end = std::lower_bound(runEnds_.begin(), runEnds_.end(), adjGpsSeconds);
+  const auto endsBefore = static_cast<std::size_t>(end - runEnds_.begin());
+  const bool isEnd = end != runEnds_.end() && *end == adjGpsSeconds;
+  return 2 * endsBefore + (isEnd ? 1 : 0);
+}
+
+Location TrajectoryIndex::LocationAt(double adjGpsSeconds) const {
+  const Run run = runOfSlot_[SlotAt(adjGpsSeconds)];
+  if (run.empty()) return {};
+  // The pair that ends at the first observation not before the time; for the run's first time the pair that starts
+  // there.
+  const Observation* to = &*std::ranges::lower_bound(run.subspan(1), adjGpsSeconds, {}, &Observation::AdjGpsSec);
+  return LocationBetween(to[-1], to[0], adjGpsSeconds);
+}
+
+}  // namespace kv

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// The ANSI code page of field files and attribute tables: the system's on Windows, Windows-1252 elsewhere.
+namespace kv {
+
+/// Replaces `wide` by the text of `narrow`; keeps its allocation, so that one string can serve many lines. The five
+/// bytes that Windows-1252 leaves unassigned become the control characters of the same value.
+void WidenAnsi(std::string_view narrow, std::wstring& wide);
+
+/// A character that the code page lacks becomes "?", without a look for a similar one.
+std::string NarrowAnsi(std::wstring_view wide);
+
+}  // namespace kv

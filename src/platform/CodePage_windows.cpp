@@ -1,0 +1,28 @@
+#include "platform/CodePage.h"
+
+#include <windows.h>
+
+namespace kv {
+
+void WidenAnsi(std::string_view narrow, std::wstring& wide) {
+  const int length = static_cast<int>(narrow.size());
+  // A character never needs more units than bytes, so one call suffices.
+  wide.resize(narrow.size());
+  const int written = length == 0 ? 0 : MultiByteToWideChar(CP_ACP, 0, narrow.data(), length, wide.data(), length);
+  wide.resize(static_cast<std::size_t>(written));
+}
+
+std::string NarrowAnsi(std::wstring_view wide) {
+  if (wide.empty()) return {};
+  const int length = static_cast<int>(wide.size());
+  const bool lacksCharacters = GetACP() != CP_UTF8;  // UTF-8 has them all, and takes neither flag nor substitute
+  const auto convert = [&](char* target, int room) {
+    return WideCharToMultiByte(CP_ACP, lacksCharacters ? WC_NO_BEST_FIT_CHARS : 0, wide.data(), length, target, room,
+                               lacksCharacters ? "?" : nullptr, nullptr);
+  };
+  std::string narrow(static_cast<std::size_t>(convert(nullptr, 0)), '\0');
+  convert(narrow.data(), static_cast<int>(narrow.size()));
+  return narrow;
+}
+
+}  // namespace kv

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// Wide paths of callers and the system's own file names. Outside Windows names are UTF-8, and "\" separates folders as
+/// "/" does, so that a path stored with backslashes opens. A byte of a name that is not UTF-8 is kept as the character
+/// U+DC00 + byte and becomes that byte again.
+namespace kv {
+
+std::wstring WideFromUtf8(std::string_view text);
+std::string Utf8FromWide(std::wstring_view text);
+
+/// The path as the system's calls take it.
+std::filesystem::path NativePath(std::wstring_view path);
+
+/// The wide form of a name that the system gave.
+std::wstring WidePath(const std::filesystem::path& path);
+
+struct CloseFile {
+  void operator()(std::FILE* file) const noexcept { std::fclose(file); }
+};
+using FilePtr = std::unique_ptr<std::FILE, CloseFile>;
+
+/// @param mode  as for fopen, binary ("rb", "wb+", ...)
+/// @return      null when the file cannot be opened, or is a folder
+FilePtr OpenFile(std::wstring_view path, const char* mode);
+
+/// Absolute position in a file, beyond 2 GiB too. @return false on failure
+bool SeekFile(std::FILE* file, std::uint64_t offset);
+
+/// The characters that end a folder in a path.
+extern const wchar_t* const kPathSeparators;
+
+/// Whether names that differ in letter case alone name the same file.
+extern const bool kFileNamesIgnoreCase;
+
+/// Whether the path names something, a file or a folder. An empty path names nothing.
+bool PathExists(std::wstring_view path);
+
+/// Size in bytes of an existing file; nothing for a path that names none.
+std::optional<std::uint64_t> FileSize(std::wstring_view path);
+
+/// Whether both paths exist and name the same file, links followed.
+bool IsSameFile(std::wstring_view a, std::wstring_view b);
+
+/// @return false when there was nothing to remove or it could not be removed
+bool RemoveFile(std::wstring_view path);
+
+}  // namespace kv

@@ -1,0 +1,55 @@
+#include "platform/TextStream.h"
+
+#include <cstring>
+
+namespace kv {
+namespace {
+
+constexpr std::size_t kBlockBytes = 256 * 1024;
+constexpr char kEndOfFile = 0x1A;
+
+}  // namespace
+
+TextStream::TextStream(std::wstring_view path) : file_(OpenFile(path, "rb")) {
+  if (file_) std::setvbuf(file_.get(), nullptr, _IONBF, 0);  // the blocks below are the only buffer
+  atEnd_ = !file_;
+}
+
+bool TextStream::ReadLine(std::string_view& line) {
+  for (std::size_t searched = 0;;) {
+    const char* begin = buffer_.data() + begin_;
+    const std::size_t available = end_ - begin_;
+    if (const void* found =
+            available > searched ? std::memchr(begin + searched, '\n', available - searched) : nullptr) {
+      line = {begin, static_cast<std::size_t>(static_cast<const char*>(found) - begin)};
+      begin_ += line.size() + 1;
+      if (line.ends_with('\r')) line.remove_suffix(1);
+      return true;
+    }
+    searched = available;
+    if (Fill()) continue;
+    line = {buffer_.data() + begin_, end_ - begin_};
+    begin_ = end_;
+    return !line.empty();
+  }
+}
+
+bool TextStream::Fill() {
+  if (atEnd_) return false;
+  const std::size_t kept = end_ - begin_;
+  if (kept > 0 && begin_ > 0) std::memmove(buffer_.data(), buffer_.data() + begin_, kept);
+  begin_ = 0;
+  if (buffer_.size() < kept + kBlockBytes)
+    buffer_.resize(kept < kBlockBytes ? 2 * kBlockBytes : 2 * kept + kBlockBytes);
+  char* block = buffer_.data() + kept;
+  std::size_t read = std::fread(block, 1, kBlockBytes, file_.get());
+  atEnd_ = read < kBlockBytes;
+  if (const void* mark = read > 0 ? std::memchr(block, kEndOfFile, read) : nullptr) {
+    read = static_cast<std::size_t>(static_cast<const char*>(mark) - block);
+    atEnd_ = true;
+  }
+  end_ = kept + read;
+  return read > 0;
+}
+
+}  // namespace kv

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "platform/FileNames.h"
+
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+namespace kv {
+
+/// Reads a file line by line as Windows' text mode does: LF and CR LF end a line, Ctrl-Z (0x1A) ends the file, the last
+/// line needs no line end. Bytes pass through unchanged, NUL included. A file that cannot be opened has no lines; a
+/// read error ends the file.
+class TextStream {
+ public:
+  explicit TextStream(std::wstring_view path);
+
+  /// @param line  receives the next line without its end; valid until the next call
+  /// @return      false at the end
+  bool ReadLine(std::string_view& line);
+
+ private:
+  bool Fill();
+
+  FilePtr file_;
+  std::vector<char> buffer_;  // grows only for a line longer than itself
+  std::size_t begin_ = 0;     // first byte not yet given out
+  std::size_t end_ = 0;
+  bool atEnd_ = false;
+};
+
+}  // namespace kv

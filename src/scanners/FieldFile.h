@@ -1,0 +1,56 @@
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "platform/CodePage.h"
+#include "platform/TextStream.h"
+
+namespace kv {
+
+/// The characters that separate fields; each is below U+0040, as tab, blank and comma are.
+class Delimiters {
+ public:
+  explicit constexpr Delimiters(std::string_view characters) {
+    for (const char c : characters) bits_ |= std::uint64_t{1} << c;
+  }
+  constexpr bool operator()(wchar_t c) const { return c >= 0 && c < 64 && (bits_ >> c & 1) != 0; }
+
+ private:
+  std::uint64_t bits_ = 0;
+};
+
+/// Splits a line; empty fields give no token, so later tokens move forward.
+/// @param tokens  filled from the start; tokens beyond its size are dropped
+/// @return        the tokens found
+inline std::span<const std::wstring_view> Tokenise(std::wstring_view line, Delimiters isDelimiter,
+                                                   std::span<std::wstring_view> tokens) {
+  std::size_t count = 0;
+  for (auto at = line.begin(); count < tokens.size();) {
+    const auto begin = std::find_if_not(at, line.end(), isDelimiter);
+    if (begin == line.end()) break;
+    at = std::find_if(begin, line.end(), isDelimiter);
+    tokens[count++] = {begin, at};
+  }
+  return tokens.first(count);
+}
+
+/// Reads a field file: calls `read` with the first `kMaxTokens` tokens of every line in code-page text. The tokens live
+/// until the call returns.
+template <std::size_t kMaxTokens, class Read>
+void ForEachLine(std::wstring_view path, Delimiters delimiters, Read read) {
+  TextStream file(path);
+  std::wstring line;
+  std::array<std::wstring_view, kMaxTokens> tokens;
+  for (std::string_view bytes; file.ReadLine(bytes);) {
+    WidenAnsi(bytes, line);
+    read(Tokenise(line, delimiters, tokens));
+  }
+}
+
+}  // namespace kv

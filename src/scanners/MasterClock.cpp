@@ -1,0 +1,60 @@
+#include "scanners/MasterClock.h"
+
+#include <cmath>
+#include <stdexcept>
+#include <tuple>
+
+#include "conversions/FileTimes.h"
+#include "conversions/TimeStamps.h"
+#include "platform/LocalCalendar.h"
+
+namespace kv {
+namespace {
+
+constexpr double kCounterRange = 4294967295.0;
+
+// Range-checked as the calendar that follows takes it; days are checked against 31 whatever the month.
+int InRange(int value, int lowest, int highest) {
+  if (value < lowest || value > highest) throw std::out_of_range("heartbeat date or time out of range");
+  return value;
+}
+
+// The order of the terms is the clock's own; a counter that wraps is measured exactly like this on every side.
+double TickDistance(double firstTick, double tick, bool wrapped) {
+  return std::abs(wrapped ? kCounterRange - tick + firstTick : firstTick - tick);
+}
+
+}  // namespace
+
+FILETIME HeartbeatReader::Read(std::wstring_view text) {
+  const auto field = [&](std::size_t begin, int offset, int lowest, int highest) {
+    return static_cast<std::uint16_t>(InRange(TwoDigits(text, begin) + offset, lowest, highest));
+  };
+  SYSTEMTIME minute{};
+  minute.wYear = field(10, 2000, 1970, 2099);
+  minute.wMonth = field(8, 0, 1, 12);
+  minute.wDay = field(6, 0, 1, 31);
+  minute.wHour = field(0, 0, 0, 23);
+  minute.wMinute = field(2, 0, 0, 59);
+  const std::uint16_t second = field(4, 0, 0, 59);
+
+  const auto key = [](const SYSTEMTIME& t) { return std::tie(t.wYear, t.wMonth, t.wDay, t.wHour, t.wMinute); };
+  if (key(minute) != key(minute_)) {
+    minute_ = normalised_ = minute;
+    NormaliseInLocalCalendar(normalised_);  // takes every time of these years
+  }
+  SYSTEMTIME time = normalised_;
+  time.wSecond = second;
+  return FileTimeOrZero(time);
+}
+
+TickScale TickScale::Between(double firstTick, FILETIME firstTime, double lastTick, FILETIME lastTime, bool wrapped) {
+  return {firstTick, firstTime, SecondsBetween(lastTime, firstTime) / TickDistance(firstTick, lastTick, wrapped)};
+}
+
+FILETIME TickScale::TimeOf(double tick, bool pastWrap) const {
+  const double wholeTicks = std::trunc(TickDistance(firstTick, tick, pastWrap));
+  return AddTicks(firstTime, SecondsToTicks(wholeTicks * secondsPerTick));
+}
+
+}  // namespace kv

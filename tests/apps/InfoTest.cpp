@@ -1,0 +1,64 @@
+#include <gtest/gtest.h>
+
+#include "Failure.h"
+#include "info/InfoReport.h"
+#include "support/TempFolder.h"
+
+namespace kv::mission {
+namespace {
+
+/// Whether a value has all that another one has; keys may be more.
+bool Holds(const Json& whole, const Json& part) {
+  if (part.is_primitive() || part.empty()) return whole == part;
+  if (whole.type() != part.type() || (part.is_array() && whole.size() != part.size())) return false;
+  for (const auto& [key, value] : part.items()) {
+    if (part.is_object() && !whole.contains(key)) return false;
+    if (!Holds(part.is_object() ? whole[key] : whole[std::stoul(key)], value)) return false;
+  }
+  return true;
+}
+
+TEST(Info, DescribesEveryKind) {
+  // Bytes of a .shp header with file code, type 11 and bounds 1, 2, 3, 4, 5, 6.
+  std::string shape("\0\0\x27\x0A", 4);
+  shape.resize(32);
+  shape += std::string("\x0B\0\0\0", 4);
+  for (const char* bound : {"\0\0\0\0\0\0\xF0\x3F", "\0\0\0\0\0\0\0\x40", "\0\0\0\0\0\0\x08\x40",
+                            "\0\0\0\0\0\0\x10\x40", "\0\0\0\0\0\0\x14\x40", "\0\0\0\0\0\0\x18\x40"})
+    shape.append(bound, 8);
+  shape.resize(100);
+  const std::string fix = ",4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,\n";
+  struct {
+    const char* name;
+    std::string content;
+    const char* expected;  // a part of the description
+  } const rows[] = {
+      {"log", "$GPGGA,120000" + fix + "$GPGGA,120005" + fix,
+       R"J({"kind": "trajectory log (NMEA)", "fixes": 2, "date": null, "first": "12:00:00.000",
+           "gaps": [{"from": "12:00:00.000", "to": "12:00:05.000", "seconds": 5.0}]})J"},
+      {"dated", "$GPGGA,120000" + fix + "$GPZDA,120001,01,05,2024,00,00\n",
+       R"J({"date": "2024-05-01", "last": "2024-05-01T12:00:00.000Z", "gaps": [], "leftOut": {"otherSentences": {"ZDA": 1}}})J"},
+      {"unfixed", "$GPGGA,,,,,,0,,,,M,,M,,\n",
+       R"J({"kind": "trajectory log (NMEA)", "fixes": 0, "leftOut": {"noFix": 1}})J"},
+      {"events", "0,120000010524\n1,1\n2,7\nx\n5,120005010524\n",
+       R"J({"kind": "system event file", "heartbeats": 2, "eventsByCamera": {"1": 1, "7": 1}, "linesSkipped": 1,
+           "heartbeatGaps": [{"seconds": 5.0}], "first": "2024-05-01T12:00:00.000Z", "last": "2024-05-01T12:00:05.000Z"})J"},
+      {"240501_120000.jpg", "\xFF\xD8\xFF\xD9",
+       R"J({"kind": "photo (JPEG)", "timeInName": "2024-05-01T12:00:00.000Z", "timeInExif": null})J"},
+      {"layer.shp", shape,
+       R"J({"kind": "Shapefile", "type": "PointZ", "records": null,
+           "bounds": {"west": 1.0, "south": 2.0, "east": 3.0, "north": 4.0, "lowest": 5.0, "highest": 6.0}})J"},
+      {"empty", "", R"J({"kind": "unknown", "bytes": 0})J"},
+  };
+  const TempFolder folder;
+  for (const auto& [name, content, expected] : rows) {
+    folder.Write(name, content);
+    const Json description = DescribeFile(folder.Path() / name, 2.0);
+    EXPECT_TRUE(Holds(description, Json::parse(expected))) << name << description.dump();
+    EXPECT_NE(DescriptionText(description).find(description["kind"].get<std::string>()), std::string::npos);
+  }
+  EXPECT_THROW(DescribeFile(folder.Path(), 2.0), Failure);
+}
+
+}  // namespace
+}  // namespace kv::mission

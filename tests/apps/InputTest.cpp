@@ -1,0 +1,173 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "Failure.h"
+#include "field/EventLog.h"
+#include "field/FileKind.h"
+#include "run/MissionFolder.h"
+#include "support/TempFolder.h"
+
+namespace kv::mission {
+namespace {
+
+constexpr const char* kFix = "$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*47\r\n";
+constexpr const char* kHeartbeat12 = "5000,120000010124\r\n";
+
+template <typename Action>
+std::string FailureOf(Action action, ExitCode code) {
+  try {
+    action();
+  } catch (const Failure& failure) {
+    EXPECT_EQ(failure.Code(), code) << failure.what();
+    return failure.what();
+  }
+  return "";
+}
+
+bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+TEST(FileKind, IsToldByContent) {
+  struct {
+    std::string head;
+    FileKind kind;
+  } const rows[] = {
+      {kFix, FileKind::Trajectory},
+      {"# a comment\n# another\n$GPZDA,193913.00,07,09,2018,00,00*63\n", FileKind::Trajectory},
+      {std::string("4000,1\r\n") + kHeartbeat12, FileKind::Events},
+      {"1,2\n3,4\n", FileKind::Unknown},
+      {"camera,tick,utc\n1,2,3\n", FileKind::Unknown},
+      {"\xFF\xD8\xFF\xE1 Exif", FileKind::Jpeg},
+      {std::string("\0\0\x27\x0A\0\0", 6), FileKind::Shapefile},
+      {std::string(5000, '\0'), FileKind::Unknown},
+      {"", FileKind::Unknown},
+  };
+  for (const auto& [head, kind] : rows) EXPECT_EQ(KindOfContent(head), kind) << head.substr(0, 40);
+}
+
+TEST(MissionFolder, IsSearchedByContentAndFolderName) {
+  const TempFolder folder;
+  folder.Write("log.txt", kFix);
+  folder.Write("data.csv", kHeartbeat12);
+  folder.Write("notes.md", "flown in rain\n");
+  for (const char* name : {"CAMERA1", "Cam2", "cam3"}) std::filesystem::create_directory(folder.Path() / name);
+  Log log(Verbosity::Quiet);
+  Settings settings;
+  settings.camera2 = "elsewhere";
+  FindMissionFiles(folder.Path(), settings, log);
+  EXPECT_EQ(settings.trajectory, folder.Path() / "log.txt");
+  EXPECT_EQ(settings.events, folder.Path() / "data.csv");
+  EXPECT_EQ(settings.camera1, folder.Path() / "CAMERA1");
+  EXPECT_EQ(settings.camera2, "elsewhere");
+
+  folder.Write("copy.txt", kFix);
+  Settings open;
+  const std::string failure = FailureOf([&] { FindMissionFiles(folder.Path(), open, log); }, ExitCode::Failed);
+  EXPECT_TRUE(Contains(failure, "copy.txt, log.txt; choose with --trajectory")) << failure;
+}
+
+TEST(MissionToml, SettlesWhatTheCommandLineLeavesOpen) {
+  const TempFolder folder;
+  folder.Write("mission.toml",
+               "trajectory = 'rover.nmea'\ndate = 2024-05-01\ncam1-offset = -2\nmax-gap = 0.5\npair = 'order'\n");
+  Settings settings;
+  settings.camera1Offset = 1.5;
+  FillIn(settings, ReadMissionToml(folder.Path() / "mission.toml"));
+  EXPECT_EQ(settings.trajectory, folder.Path() / "rover.nmea");
+  EXPECT_EQ(DateText(settings.date.value()), "2024-05-01");
+  EXPECT_EQ(settings.camera1Offset, 1.5);
+  EXPECT_EQ(settings.maxGap, 0.5);
+  EXPECT_EQ(settings.pair, PairChoice::Order);
+}
+
+TEST(MissionToml, NamesLineAndKeyOfAFault) {
+  struct {
+    const char* content;
+    const char* part;
+  } const rows[] = {
+      {"\ncamera1 = 'x'", "line 2: unknown key \"camera1\""},
+      {"cam1 = 5", "line 1: cam1 must be a string"},
+      {"max-gap = '2'", "max-gap must be a number"},
+      {"cam1-offset = nan", "cam1-offset must be a number of seconds"},
+      {"date = 5", "date must be a date"},
+      {"date = '2024-02-30'", "date must be a date YYYY-MM-DD"},
+      {"pair = 'both'", "pair must be order, time or auto"},
+      {"pair = ", "line 1"},
+      {"events = '\xFF'", "line 1"},
+  };
+  const TempFolder folder;
+  for (const auto& [content, part] : rows) {
+    folder.Write("mission.toml", content);
+    const auto failure = FailureOf([&] { ReadMissionToml(folder.Path() / "mission.toml"); }, ExitCode::WrongUsage);
+    EXPECT_TRUE(Contains(failure, part)) << content << ": " << failure;
+  }
+}
+
+TEST(EventLog, SeesLinesAsTheReaderWill) {
+  struct {
+    const char* line;
+    EventKind kind;
+    const char* time;  // of a heartbeat
+  } const rows[] = {
+      {"5000,120000010124", EventKind::Heartbeat, "2024-01-01T12:00:00.000Z"},
+      {",5000,,120000310224,x", EventKind::Heartbeat, "2024-03-02T12:00:00.000Z"},
+      {"5000,120000011324", EventKind::FaultyHeartbeat, ""},
+      {"5000,250000010124", EventKind::FaultyHeartbeat, ""},
+      {"5000,120000000124", EventKind::FaultyHeartbeat, ""},
+      {"123,4", EventKind::CameraEvent, ""},
+      {"+123,-1", EventKind::CameraEvent, ""},
+      {"123,000000000005", EventKind::CameraEvent, ""},
+      {"123,11", EventKind::Other, ""},
+      {"5000,, 4", EventKind::Other, ""},
+      {"9223372036854775808,1", EventKind::Other, ""},
+      {"5000", EventKind::Other, ""},
+      {"", EventKind::Other, ""},
+  };
+  for (const auto& [line, kind, time] : rows) {
+    const EventLine event = ParseEventLine(line);
+    EXPECT_EQ(event.kind, kind) << line;
+    EXPECT_EQ(event.time ? IsoText(*event.time) : "", time) << line;
+  }
+}
+
+/// What a file's fault makes of it: the times of its camera events and a part of each warning.
+TEST(EventLog, WarnsOfWhatTheReaderWouldPassOver) {
+  struct {
+    const char* content;
+    std::vector<std::string> times;  // of the camera events; "-" for none
+    std::vector<const char*> warnings;
+  } const rows[] = {
+      {"0,120000010124\n1500000,1\n10000000,120010010124\n", {"12:00:01.500"}, {}},
+      {"5,1\n10,120000010124\n12,2\n20,120010010124\n", {"-", "12:00:02.000"}, {"1 camera event before the first"}},
+      {"0,120000010124\n1,1\n", {"-"}, {"1 heartbeat: without two"}},
+      {"0,120000010124\n5,1\n5,120005011324\n10,120010010124\n",
+       {"12:00:05.000"},
+       {"1 heartbeat left out: no valid date and time, line 3"}},
+      // Across the counter's end: 10 s after 4294000000 the 1 MHz counter is at 9032704.
+      {"4294000000,120000010124\n4295,1\n9032704,120010010124\n", {"12:00:00.971"}, {"wraps 1 time"}},
+      {"0,120000010124\n2000000000,1\n2000000001,120010010124\n", {"12:00:10.000"}, {"tick count jumps"}},
+      {"0,120000010124\n8,1\n7,1\n10,120010010124\n", {"12:00:08.000", "12:00:07.000"}, {"runs backwards"}},
+      {"0,120000010124\n5,130005010124\n10,120010010124\n", {}, {"that of 2024-01-01 13:00:05.000 is 3600.0 s off"}},
+      {"7,120000010124\n7,1\n7,120010010124\n", {"-"}, {"do not tell how long a tick is"}},
+      {"0,120000010124\n5,3\n10,120010010124\n", {"12:00:05.000"}, {"1 event of other cameras"}},
+  };
+  for (const auto& [content, times, warnings] : rows) {
+    const TempFolder folder;
+    folder.Write("events.txt", content);
+    Log log(Verbosity::Quiet);
+    const EventLog events = ReadEvents(folder.Path() / "events.txt", folder.Path(), log);
+    std::vector<std::string> read;
+    for (const auto& event : events.events) {
+      if (event.Type == kCameraEvent)
+        read.push_back(HasTime(event) ? TimeText(FromFileTime(event.TimeUTC)).substr(11) : "-");
+    }
+    EXPECT_EQ(read, times) << content;
+    ASSERT_EQ(log.Warnings().size(), warnings.size()) << content << log.Warnings()[0];
+    for (std::size_t i = 0; i < warnings.size(); ++i)
+      EXPECT_TRUE(Contains(log.Warnings()[i], warnings[i])) << content << log.Warnings()[i];
+  }
+}
+
+}  // namespace
+}  // namespace kv::mission

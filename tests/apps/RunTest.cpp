@@ -1,0 +1,201 @@
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <set>
+
+#include "support/TempFolder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+/// A folder in which the command runs.
+class RunTest : public testing::Test {
+ protected:
+  /// @param script  shell commands with kvmission as $K; what they write is in the files "out" and "err"
+  /// @return        exit code of the last one
+  int Shell(const std::string& script) {
+    temp_.Write("script", "cd '" + temp_.Path().string() + "'\nK='" KVMISSION_PROGRAM "'\n" + script + "\n");
+    const std::string file = temp_.Path().string();
+    const int status = std::system(("sh '" + file + "/script' > '" + file + "/out' 2> '" + file + "/err'").c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+  Json Summary(const std::string& folder = "o") { return Json::parse(temp_.Read(folder + "/summary.json")); }
+  std::string Errors() { return temp_.Read("err"); }
+  std::set<std::string> Names(const std::string& folder) {
+    std::set<std::string> names;
+    for (const auto& entry : fs::directory_iterator(temp_.Path() / folder))
+      names.insert(entry.path().filename().string());
+    return names;
+  }
+
+  /// Ten fixes from 12:00:00 on 2024-05-01, a second apart, northward from 48 degrees by a thousandth of a degree each.
+  /// Events at 12:00:00.5, 02.5, 04.5 (both cameras), 30; photos for all but the last.
+  void MakeMission() {
+    fs::create_directories(temp_.Path() / "m/cam1");
+    fs::create_directories(temp_.Path() / "m/cam2");
+    std::string log = "$GPZDA,115959.00,01,05,2024,00,00\r\n$GPGGA,115959,,,,,0,,,,M,,M,,\r\n";
+    for (int i = 0; i < 10; ++i)
+      log += "$GPGGA,12000" + std::to_string(i) + ".00,4800." + std::to_string(i * 6 + 1000).substr(1) +
+             ",N,01100.000,E,4,08,0.9,500.0,M,40.0,M,,\r\n";
+    temp_.Write("m/rover.nmea", log);
+    temp_.Write("m/clock.csv",
+                "1000000,120000010524\r\n1500000,1\r\n3500000,1\r\n5500000,1\r\n5500000,2\r\n"
+                "31000000,1\r\n41000000,120040010524\r\n");
+    for (const char* name : {"cam1/240501_120000", "cam1/240501_120002", "cam1/240501_120004", "cam2/240501_120004"})
+      temp_.Write(std::string("m/") + name + ".jpg", "x");
+  }
+
+  TempFolder temp_;
+};
+
+const std::set<std::string> kTrajectoryFiles{"summary.json",          "trajectory_line.dbf",   "trajectory_line.prj",
+                                             "trajectory_line.shp",   "trajectory_line.shx",   "trajectory_points.dbf",
+                                             "trajectory_points.prj", "trajectory_points.shp", "trajectory_points.shx"};
+
+TEST_F(RunTest, TurnsAMissionIntoLayersAndSaysWhatItDropped) {
+  MakeMission();
+  EXPECT_EQ(Shell("$K run m -o o"), 3) << Errors();
+  auto files = kTrajectoryFiles;
+  files.insert({"photos.dbf", "photos.prj", "photos.shp", "photos.shx"});
+  EXPECT_EQ(Names("o"), files);
+  const Json summary = Summary();
+  EXPECT_EQ(summary["trajectory"]["fixes"], 10);
+  EXPECT_EQ(summary["trajectory"]["leftOut"]["noFix"], 1);
+  EXPECT_EQ(summary["trajectory"]["leftOut"]["otherSentences"]["ZDA"], 1);
+  EXPECT_EQ(summary["trajectory"]["dateSource"], "heartbeat");
+  EXPECT_EQ(summary["events"]["heartbeats"], (Json{{"read", 2}, {"placed", 1}}));
+  const Json& camera = summary["cameras"][0];
+  EXPECT_EQ((std::array<int, 4>{camera["read"], camera["placed"], camera["paired"], camera["dropped"]}),
+            (std::array<int, 4>{4, 3, 3, 1}));
+  EXPECT_EQ(camera["pairedBy"], "time");
+  EXPECT_NEAR(camera["largestDifferenceSeconds"], 0.5, 1e-3);
+  EXPECT_EQ(summary["dropped"], Json::parse(R"([{"camera": 1, "tick": 31000000, "time": "2024-05-01T12:00:30.000Z",
+                                                 "reason": "no place: after the last fix"}])"));
+  // 0.006 minutes of latitude a second: 0.5 s and 4.5 s after 48 degrees.
+  EXPECT_NEAR(summary["photos"]["bounds"]["south"], 48 + 0.00005, 1e-9);
+  EXPECT_NEAR(summary["photos"]["bounds"]["north"], 48 + 0.00045, 1e-9);
+  EXPECT_NEAR(summary["photos"]["bounds"]["highest"], 540.0, 1e-9);
+  EXPECT_EQ(summary["layers"][2]["records"], 4);
+  EXPECT_NE(temp_.Read("o/photos.dbf").find((temp_.Path() / "m/cam1/240501_120000.jpg").string()), std::string::npos);
+  EXPECT_NE(temp_.Read("out").find("tick 31000000"), std::string::npos);
+}
+
+TEST_F(RunTest, ExitCodesTellHowItWent) {
+  MakeMission();
+  temp_.Write("two.nmea", "$GPGGA,235959,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*4F\n");
+  struct {
+    const char* script;
+    int code;
+    const char* said;  // part of what is on standard error
+  } const rows[] = {
+      {"$K run m -o o -q", 3, ""},
+      {"$K run m -o o", 1, "--overwrite"},
+      {"$K run m -o o --overwrite -q && false; $K run m -o o --overwrite --events m/none", 1, "m/none: cannot be read"},
+      {"sed -i /31000000/d m/clock.csv && $K run m -o o --overwrite", 0, ""},
+      {"mv m/cam2 m/other && $K run m -o o --overwrite", 3, ""},
+      {"mkdir m/camera1 && $K run m -o p", 1, "cam1, camera1; choose with --cam1"},
+      {"$K run --trajectory m/rover.nmea -o t", 0, ""},
+      {"$K run --trajectory m/rover.nmea -o t/summary.json", 1, "t/summary.json"},
+      {"$K run --trajectory m -o u", 1, "m: cannot be read: Is a directory"},
+      {"$K run --trajectory m/clock.csv -o u", 1, "no usable fix in 6 lines: 6 that are no sentence"},
+      {"$K run --trajectory $K -o u", 1, "no usable fix"},
+      {"$K run none -o u", 1, "none: no such folder"},
+      {"$K run m -o u --max-gap 1,5", 2, "--max-gap"},
+      {"$K run m -o u --pair both", 2, "order, time or auto"},
+      {"$K run m -o u -q -v", 2, "excludes"},
+      {"$K run -o u", 2, "--trajectory"},
+      {"echo camera1=1 > m/mission.toml; $K run m -o u", 2, "unknown key \"camera1\""},
+      {"$K", 2, ""},
+      {"$K run --help && $K --version", 0, ""},
+  };
+  for (const auto& [script, code, said] : rows) {
+    EXPECT_EQ(Shell(script), code) << script << Errors();
+    EXPECT_NE(Errors().find(said), std::string::npos) << script << Errors();
+    EXPECT_FALSE(fs::exists(temp_.Path() / "u")) << script;
+  }
+}
+
+TEST_F(RunTest, OverwritingLeavesNothingOfTheOldResults) {
+  MakeMission();
+  ASSERT_EQ(Shell("$K run m -o o && false || touch o/photos.qix o/photos.cpg o/mine.txt"), 0);
+  ASSERT_EQ(Shell("$K run --trajectory m/rover.nmea -o o --overwrite"), 0);
+  auto files = kTrajectoryFiles;
+  files.insert("mine.txt");
+  EXPECT_EQ(Names("o"), files);
+}
+
+TEST_F(RunTest, FailedWritesLeaveTheOldResultsAlone) {
+  MakeMission();
+  ASSERT_EQ(Shell("$K run --trajectory m/rover.nmea -o o"), 0);
+  const std::string before = temp_.Read("o/trajectory_points.dbf");
+  // One block of 512 bytes holds the scratch copies' first lines at most.
+  EXPECT_EQ(Shell("ulimit -f 1; $K run m -o o --overwrite"), 1);
+  EXPECT_EQ(Shell("ulimit -f 1; $K run m -o p"), 1);
+  EXPECT_EQ(Names("o"), kTrajectoryFiles);
+  EXPECT_EQ(temp_.Read("o/trajectory_points.dbf"), before);
+  EXPECT_FALSE(fs::exists(temp_.Path() / "p"));
+  EXPECT_EQ(Shell("$K info m/rover.nmea > /dev/full"), 1);
+}
+
+TEST_F(RunTest, AnInterruptLeavesNothingBehind) {
+  // The run waits for the other end of the pipe and is interrupted there.
+  for (const std::string signal : {"INT", "TERM"}) {
+    EXPECT_EQ(Shell("mkfifo pipe; $K run --trajectory pipe -o o & run=$!\n"
+                    "until [ -d o ]; do sleep 0.01; done; sleep 0.1\n"
+                    "kill -" +
+                    signal + " $run; wait $run; code=$?; rm pipe; exit $code"),
+              130)
+        << signal << Errors();
+    EXPECT_FALSE(fs::exists(temp_.Path() / "o")) << signal;
+  }
+}
+
+TEST_F(RunTest, NamesAreTextOfAnyKind) {
+  MakeMission();
+  ASSERT_EQ(Shell("sed -i /31000000/d m/clock.csv; mv m 'Ausflug \xCE\xB1\xCE\xB2 \xE4\xB8\xAD'\n"
+                  "$K run Ausflug* -o '\xD0\xBE\xD1\x83\xD1\x82'"),
+            0)
+      << Errors();
+  EXPECT_EQ(Summary("\xD0\xBE\xD1\x83\xD1\x82")["layers"][2]["records"], 4);
+  EXPECT_NE(Errors().find("photo paths cannot be written whole"), std::string::npos) << Errors();
+  // A name that is no UTF-8 at all; JSON has U+FFFD for its byte.
+  ASSERT_EQ(Shell("mv Ausflug* 'b\xFF' && $K run b* -o 'q\xFE' && mv q* plain"), 0) << Errors();
+  EXPECT_EQ(Summary("plain")["mission"], "b\xEF\xBF\xBD");
+}
+
+TEST_F(RunTest, TheDayIsTheFirstFixesAndFollowsMidnight) {
+  temp_.Write("log",
+              "$GPGGA,235959,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,\n"
+              "$GPGGA,000000,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,\n"
+              "$GPRMC,000000,A,4807.038,N,01131.000,E,022.4,084.4,010524,,\n");
+  EXPECT_EQ(Shell("$K run --trajectory log -o o"), 0) << Errors();
+  EXPECT_EQ(Summary()["trajectory"]["first"], "2024-04-30T23:59:59.000Z");
+  EXPECT_EQ(Summary()["trajectory"]["last"], "2024-05-01T00:00:00.000Z");
+}
+
+/// Receiver logs from public collections, when they are there. The numbers of fixes are those of their description.
+TEST_F(RunTest, RealReceiverLogsPass) {
+  const fs::path logs = fs::path(SHARED_DATA_FOLDER) / "nmea";
+  if (!fs::exists(logs)) GTEST_SKIP() << "no shared data";
+  struct {
+    const char* name;
+    int fixes;
+  } const rows[] = {{"gpsd_nmea-rtk.log", 122},
+                    {"signalk_gps.log", 1202},
+                    {"gpsd_ublox-zed-f9p-nmea.log", 29},
+                    {"gpsd_hemi.log", 21}};
+  for (const auto& [name, fixes] : rows) {
+    EXPECT_EQ(Shell("$K run --overwrite -o o --trajectory " + (logs / name).string()), 0) << name << Errors();
+    EXPECT_EQ(Summary()["trajectory"]["fixes"], fixes) << name;
+  }
+  EXPECT_EQ(Shell("$K run -o p --trajectory " + (logs / "gpsd_telit-he910.log").string()), 1);
+  EXPECT_NE(Errors().find("no usable fix"), std::string::npos);
+}
+
+}  // namespace

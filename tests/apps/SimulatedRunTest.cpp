@@ -1,0 +1,92 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <map>
+#include <numbers>
+#include <string>
+#include <vector>
+
+#include "support/TempFolder.h"
+
+namespace {
+
+using Row = std::map<std::string, std::string>;
+
+std::string Trimmed(std::string text) {
+  text.erase(0, text.find_first_not_of(' '));
+  text.erase(text.find_last_not_of(' ') + 1);
+  return text;
+}
+
+/// Rows of a dBASE table: a header of 32 bytes, 32 bytes for each column, the rows behind them.
+std::vector<Row> ReadTable(const std::string& bytes) {
+  const auto little = [&](std::size_t at, std::size_t count) {
+    std::size_t value = 0;
+    while (count-- > 0) value = value * 256 + static_cast<unsigned char>(bytes.at(at + count));
+    return value;
+  };
+  const std::size_t headerSize = little(8, 2), rowSize = little(10, 2);
+  std::vector<Row> rows(little(4, 4));
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    std::size_t at = headerSize + i * rowSize + 1;
+    for (std::size_t column = 32; column + 32 < headerSize; column += 32) {
+      rows[i][bytes.substr(column, 11).c_str()] = Trimmed(bytes.substr(at, little(column + 16, 1)));
+      at += little(column + 16, 1);
+    }
+  }
+  return rows;
+}
+
+std::vector<Row> ReadCsv(const std::string& text) {
+  std::vector<Row> rows;
+  std::vector<std::string> names, values(1);
+  for (const char c : text) {
+    if (c == ',') values.emplace_back();
+    if (c == '\n' && names.empty())
+      names = values;
+    else if (c == '\n')
+      for (std::size_t i = 0; i < names.size(); ++i) (i == 0 ? rows.emplace_back() : rows.back())[names[i]] = values[i];
+    if (c == '\n') values.assign(1, "");
+    if (c != ',' && c != '\n') values.back() += c;
+  }
+  return rows;
+}
+
+double Number(const Row& row, const char* name) { return std::strtod(row.at(name).c_str(), nullptr); }
+
+/// Across midnight, with photos named by stamp or dated by EXIF: every exposure without a fault is in the layer, with its
+/// photo, its time and its place, and no other one is.
+TEST(SimulatedRun, GivesTheTruthBack) {
+  for (const std::string names : {"stamp", "exif"}) {
+    const TempFolder temp;
+    const std::string command = "cd '" + temp.Path().string() + "' && '" KVMISSION_PROGRAM "' ";
+    const std::string simulate = "simulate m -q --minutes 3 --start '2025-06-18 23:58:30' --photo-size 32x32 --names ";
+    ASSERT_EQ(std::system((command + simulate + names).c_str()), 0);
+    std::system((command + "run m -o o -q").c_str());
+    std::map<std::string, Row> truth;
+    for (const Row& row : ReadCsv(temp.Read("m/truth.csv"))) {
+      if (row.at("fault").empty()) truth[row.at("camera") + " " + row.at("master_tick")] = row;
+    }
+    const auto photos = ReadTable(temp.Read("o/photos.dbf"));
+    ASSERT_GT(photos.size(), 50u);
+    EXPECT_EQ(photos.size(), truth.size());
+    for (const Row& photo : photos) {
+      const std::string tick = photo.at("MasterTick").substr(0, photo.at("MasterTick").find('.'));
+      ASSERT_TRUE(truth.count(photo.at("CameraID") + " " + tick)) << tick;
+      const Row& exposure = truth[photo.at("CameraID") + " " + tick];
+      EXPECT_EQ(photo.at("PhotoPath"),
+                (temp.Path() / "m" / ("cam" + photo.at("CameraID")) / exposure.at("photo")).string());
+      EXPECT_NEAR(Number(photo, "AdjGpsSec"), Number(exposure, "adj_gps_seconds"), 1e-3);
+      constexpr double kMetresPerDegree = 111'320;
+      constexpr double kTolerance = 0.02 + 0.005;  // metres: interpolation, and the noise of the simulated receiver
+      const double shrink = std::cos(Number(exposure, "latitude") * std::numbers::pi / 180);
+      EXPECT_NEAR((Number(photo, "Latitude") - Number(exposure, "latitude")) * kMetresPerDegree, 0, kTolerance);
+      EXPECT_NEAR((Number(photo, "Longitude") - Number(exposure, "longitude")) * kMetresPerDegree * shrink, 0,
+                  kTolerance);
+      EXPECT_NEAR(Number(photo, "Altitude"), Number(exposure, "height"), kTolerance);
+    }
+  }
+}
+
+}  // namespace

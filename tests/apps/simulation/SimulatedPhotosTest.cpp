@@ -1,0 +1,112 @@
+#include <algorithm>
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <set>
+
+#include <jpeglib.h>
+#include <libexif/exif-data.h>
+
+#include "SimulatedFiles.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace simulated;
+
+struct Picture {
+  unsigned width = 0, height = 0;
+  double roughness = 0.0;  // mean difference of neighbours down a column
+};
+
+Picture Decode(const fs::path& path) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.string().c_str(), "rb"), std::fclose);
+  if (!file) return {};
+  jpeg_error_mgr errors;
+  jpeg_decompress_struct jpeg;
+  jpeg.err = jpeg_std_error(&errors);
+  jpeg_create_decompress(&jpeg);
+  jpeg_stdio_src(&jpeg, file.get());
+  jpeg_read_header(&jpeg, TRUE);
+  jpeg.out_color_space = JCS_GRAYSCALE;
+  jpeg_start_decompress(&jpeg);
+  std::vector<JSAMPLE> row(jpeg.output_width), above;
+  Picture picture{jpeg.output_width, jpeg.output_height};
+  while (jpeg.output_scanline < jpeg.output_height) {
+    JSAMPROW pointer = row.data();
+    jpeg_read_scanlines(&jpeg, &pointer, 1);
+    for (std::size_t i = 0; i < above.size(); ++i) picture.roughness += std::abs(row[i] - above[i]);
+    above = row;
+  }
+  jpeg_finish_decompress(&jpeg);
+  jpeg_destroy_decompress(&jpeg);
+  picture.roughness /= picture.width * (picture.height - 1);
+  return picture;
+}
+
+std::string ExifText(const fs::path& path, ExifTag tag) {
+  ExifData* data = exif_data_new_from_file(path.string().c_str());
+  const ExifEntry* entry = data ? exif_content_get_entry(data->ifd[EXIF_IFD_EXIF], tag) : nullptr;
+  const std::string text = entry ? reinterpret_cast<const char*>(entry->data) : "";
+  if (data) exif_data_unref(data);
+  return text;
+}
+
+TEST(Simulation, PhotosAreTheOnesOfTheTruth) {
+  for (const std::string names : {"stamp", "exif"}) {
+    const TempFolder folder;
+    ASSERT_EQ(Simulate(folder, "--minutes 3 --photo-size 200x120 --names " + names), 0);
+    std::map<std::string, int> faults;
+    std::set<fs::path> expected, found;
+    double smoothestSharp = 1e9, roughestBlurred = 0.0;
+    for (const Truth& truth : ReadTruth(folder)) {
+      ++faults[truth.fault];
+      if (truth.photo.empty()) continue;
+      const fs::path path = folder.Path() / "mission" / (truth.camera == 1 ? "cam1" : "cam2") / truth.photo;
+      EXPECT_TRUE(expected.insert(path).second) << path;
+      const Picture picture = Decode(path);
+      EXPECT_TRUE(picture.width == 200 && picture.height == 120) << path;
+      if (truth.blurred) roughestBlurred = std::max(roughestBlurred, picture.roughness);
+      if (!truth.blurred) smoothestSharp = std::min(smoothestSharp, picture.roughness);
+      if (names == "stamp") continue;
+      std::string time = truth.utc.substr(0, 19);
+      std::replace(time.begin(), time.end(), '-', ':');
+      time[10] = ' ';
+      EXPECT_EQ(ExifText(path, EXIF_TAG_DATE_TIME_ORIGINAL), time);
+      EXPECT_EQ(ExifText(path, EXIF_TAG_SUB_SEC_TIME_ORIGINAL), truth.utc.substr(20, 3));
+      EXPECT_EQ(ExifText(path, EXIF_TAG_OFFSET_TIME_ORIGINAL), "+00:00");
+    }
+    for (const char* camera : {"cam1", "cam2"}) {
+      for (const auto& entry : fs::directory_iterator(folder.Path() / "mission" / camera)) found.insert(entry.path());
+    }
+    EXPECT_EQ(found, expected);
+    EXPECT_EQ(faults["photo missing"], 2);
+    EXPECT_EQ(faults["before the first fix"], 1);
+    EXPECT_GT(roughestBlurred, 0.0);
+    EXPECT_LT(roughestBlurred, smoothestSharp / 2.0);
+  }
+}
+
+TEST(Simulation, StampsPairEveryPhotoWithItsExposure) {
+  for (const char* options : {"--minutes 3", "--minutes 2 --interval 1 --no-faults --seed 5"}) {
+    const TempFolder folder;
+    ASSERT_EQ(Simulate(folder, std::string("--photo-size 16x16 ") + options), 0);
+    FILETIME start{};
+    std::vector<tagKVSystemEvent> events = CameraEvents(folder, start);
+    std::map<std::wstring, SYSTEMTIME> times[2];
+    std::map<double, std::wstring> expected, paired;
+    std::wstring error;
+    for (const Truth& truth : ReadTruth(folder)) {
+      if (truth.photo.empty()) continue;
+      const std::wstring name(truth.photo.begin(), truth.photo.end());
+      times[truth.camera - 1][name] = KVUtilities::GetSystemTimeFromYYMMDD_HHMMSS(name, error);
+      expected[truth.tick] = (truth.camera == 1 ? L"cam1\\" : L"cam2\\") + name;
+    }
+    KVUtilities::PopulatePhotoPathsUsingTimeStamps(events, L"cam1\\", L"cam2\\", L"cam1", L"cam2", times[0], times[1],
+                                                   0.0, 0.0, error);
+    for (const tagKVSystemEvent& event : events) paired[event.MasterTick] = event.PhotoPath.GetString();
+    EXPECT_EQ(paired, expected) << options;
+  }
+}
+
+}  // namespace

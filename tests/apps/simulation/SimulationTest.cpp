@@ -1,0 +1,165 @@
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <numbers>
+#include <system_error>
+
+#include "SimulatedFiles.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace simulated;
+
+/// The trajectory without the sentences that the scanner does not take, read from the given start on.
+std::vector<tagKVTrajectoryObs> Trajectory(const TempFolder& folder, FILETIME start) {
+  std::string fixes;
+  for (const std::string& line : Lines(folder.Read("mission/trajectory.nmea"))) {
+    if (line.find("GGA,") == 3 && Split(line, ',')[6] != "0") fixes += line + "\n";
+  }
+  std::wstring error;
+  return KVUtilities::ScanKVTrajectoryFile(folder.Write("fixes.nmea", fixes), start, error);
+}
+
+/// By the usual series for the length of a degree, WGS 84.
+double Metres(const Truth& truth, const tagKVSystemEvent& event) {
+  const double phi = truth.latitude * std::numbers::pi / 180.0;
+  const double perLatitude = 111132.92 - 559.82 * std::cos(2.0 * phi) + 1.175 * std::cos(4.0 * phi);
+  const double perLongitude = 111412.84 * std::cos(phi) - 93.5 * std::cos(3.0 * phi);
+  return std::hypot((event.Latitude - truth.latitude) * perLatitude, (event.Longitude - truth.longitude) * perLongitude,
+                    event.Altitude - truth.height);
+}
+
+TEST(Simulation, TheLibraryFindsTheTrueTimesAndPlaces) {
+  const struct {
+    const char* options;
+    double noise;
+  } rows[] = {{"", 0.005},
+              {"--minutes 3 --start 23:58:30 --latitude -33.4 --longitude -70.6 --rate 1 --noise 0", 0.0},
+              {"--minutes 2 --interval 1 --rate 100 --noise 0.5 --seed 99", 0.5},
+              {"--minutes 2 --start 2010-12-31T23:59 --latitude 0 --longitude 0 --no-faults --rate 2", 0.005},
+              {"--minutes 90 --rate 1 --seed 7", 0.005}};
+  for (const auto& [options, noise] : rows) {
+    const TempFolder folder;
+    ASSERT_EQ(Simulate(folder, std::string("--no-photos ") + options), 0) << options;
+    const std::vector<Truth> truth = ReadTruth(folder);
+    FILETIME start{};
+    std::vector<tagKVSystemEvent> events = CameraEvents(folder, start);
+    std::vector<tagKVTrajectoryObs> trajectory = Trajectory(folder, start);
+    std::wstring error;
+    KVUtilities::PopulateSystemEventLocationsUsingTrajectory(events, trajectory, error);
+    ASSERT_EQ(events.size(), truth.size()) << options;
+    ASSERT_GT(events.size(), 40u) << options;
+    for (std::size_t i = 0; i < events.size(); ++i) {
+      EXPECT_EQ(events[i].CameraID, truth[i].camera);
+      EXPECT_EQ(events[i].MasterTick, truth[i].tick);
+      EXPECT_NEAR(events[i].AdjGpsSec, truth[i].adjGpsSeconds, 0.001) << options;
+      const bool placed = events[i].Latitude != 0.0 || events[i].Longitude != 0.0;
+      EXPECT_EQ(placed, truth[i].fault != "before the first fix") << options << truth[i].utc;
+      if (!placed) continue;
+      EXPECT_LE(Metres(truth[i], events[i]), 0.02 + noise) << options << truth[i].utc;
+    }
+  }
+}
+
+double SecondsOfDay(const std::string& hhmmss) {
+  return Number(hhmmss.substr(0, 2)) * 3600.0 + Number(hhmmss.substr(2, 2)) * 60.0 + Number(hhmmss.substr(4));
+}
+
+TEST(Simulation, TheLogLooksLikeAReceivers) {
+  const TempFolder folder;
+  ASSERT_EQ(Simulate(folder, "--minutes 2 --no-photos"), 0);
+  std::map<std::string, int> sentences, qualities;
+  double last = SecondsOfDay("093000.00"), widest = 0.0;
+  for (const std::string& line : Lines(folder.Read("mission/trajectory.nmea"))) {
+    const std::size_t star = line.find('*');
+    ASSERT_TRUE(line[0] == '$' && star + 4 == line.size() && line.back() == '\r') << line;
+    int checksum = 0;
+    for (std::size_t i = 1; i < star; ++i) checksum ^= line[i];
+    EXPECT_EQ(std::stoi(line.substr(star + 1, 2), nullptr, 16), checksum) << line;
+    const Words fields = Split(line, ',');
+    ++sentences[fields[0]];
+    if (line.find("GGA,") != 3) continue;
+    ++qualities[fields[6]];
+    const double now = SecondsOfDay(fields[1]);
+    widest = std::max(widest, now - last);
+    last = now;
+  }
+  for (const char* kind : {"$GNGGA", "$GPGGA", "$GNRMC", "$GNGSA", "$GPGSV", "$GLGSV"}) EXPECT_GT(sentences[kind], 0);
+  EXPECT_EQ(qualities["0"], 40);
+  EXPECT_EQ(qualities["0"] + qualities["1"] + qualities["5"] + qualities["4"], 1201 - 35);
+  EXPECT_NEAR(widest, 3.6, 0.01);
+  FILETIME start{};
+  CameraEvents(folder, start);
+  std::wstring error;
+  EXPECT_THROW(KVUtilities::ScanKVTrajectoryFile(folder.Wide("mission/trajectory.nmea"), start, error), std::exception);
+}
+
+std::map<std::string, std::string> Content(const TempFolder& folder) {
+  std::map<std::string, std::string> files;
+  for (const auto& entry : fs::recursive_directory_iterator(folder.Path())) {
+    const std::string name = fs::relative(entry.path(), folder.Path()).generic_string();
+    if (entry.is_regular_file()) files[name] = folder.Read(name);
+  }
+  return files;
+}
+
+TEST(Simulation, ASeedAlwaysGivesTheSameMission) {
+  const TempFolder first, again, other;
+  ASSERT_EQ(Simulate(first, "--minutes 1 --seed 3"), 0);
+  ASSERT_EQ(Simulate(again, "--minutes 1 --seed 3"), 0);
+  ASSERT_EQ(Simulate(other, "--minutes 1 --seed 4 --photo-size 16x16"), 0);
+  EXPECT_EQ(Content(first), Content(again));
+  for (const char* file : {"mission/trajectory.nmea", "mission/events.txt", "mission/truth.csv"}) {
+    EXPECT_NE(first.Read(file), other.Read(file)) << file;
+  }
+}
+
+TEST(Simulation, ExitCodes) {
+  const struct {
+    const char* options;
+    int exitCode;
+  } rows[] = {{"--start 2025-02-29", 2},
+              {"--start 2025-02-29T10:00:00", 2},
+              {"--start 24:00", 2},
+              {"--start 1999-12-31T10:00:00", 2},
+              {"--start 2016-12-31T23:59:30", 2},  // a leap second ends that day
+              {"--start 2099-12-31T23:59:30", 2},  // two-digit years end there
+              {"--photo-size 320", 2},
+              {"--photo-size 320x0", 2},
+              {"--photo-size 320x240x3", 2},
+              {"--interval 0.9", 2},
+              {"--rate 3", 2},
+              {"--names other", 2},
+              {"--minutes 1 --photo-size 16x16", 0},
+              {"--minutes 1 --photo-size 16x16", 2},  // not empty any more
+              {"--minutes 1 --no-photos --overwrite", 0}};
+  const TempFolder folder;
+  for (const auto& [options, exitCode] : rows) EXPECT_EQ(Simulate(folder, options), exitCode) << options;
+}
+
+TEST(Simulation, OverwritingSparesWhatIsNotTheMissions) {
+  const TempFolder folder;
+  ASSERT_EQ(Simulate(folder, "--minutes 1 --photo-size 16x16"), 0);
+  folder.Write("mission/cam1/mine.jpg", "kept");
+  ASSERT_EQ(Simulate(folder, "--minutes 1 --start 12:00 --no-photos --overwrite"), 0);
+  const auto files = Content(folder);
+  EXPECT_EQ(files.size(), 4u);
+  EXPECT_EQ(files.count("mission/cam1/mine.jpg"), 1u);
+}
+
+TEST(Simulation, AWriteThatFailsIsReported) {
+  if (!fs::exists("/dev/full")) GTEST_SKIP() << "needs a device that is always full";
+  for (const char* file : {"truth.csv", "events.txt", "trajectory.nmea", "cam2"}) {
+    const TempFolder folder;
+    fs::create_directory(folder.Path() / "mission");
+    fs::create_symlink("/dev/full", folder.Path() / "mission" / file);
+    try {
+      ADD_FAILURE() << file << Simulate(folder, "--minutes 1 --overwrite");
+    } catch (const std::system_error& error) {
+      EXPECT_NE(std::string(error.what()).find(file), std::string::npos) << error.what();
+    }
+  }
+}
+
+}  // namespace

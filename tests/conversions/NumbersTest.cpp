@@ -1,0 +1,173 @@
+#include "conversions/Numbers.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <string>
+
+#include "support/ThrownText.h"
+
+namespace {
+
+// Expected values of this file were measured on the C runtime that the rules are named after.
+TEST(Numbers, LeadingInteger) {
+  struct {
+    std::wstring text;
+    int value;
+  } const rows[] = {
+      {L"", 0},
+      {L" ", 0},
+      {L"42", 42},
+      {L"\t\v\f\r\n 42", 42},
+      {L"\x00A0"
+       L"42",
+       42},
+      {L"+42", 42},
+      {L"-42", -42},
+      {L"- 42", 0},
+      {L"+-42", 0},
+      {L"42abc", 42},
+      {L"0x1F", 0},
+      {L"010", 10},
+      {L"1.9", 1},
+      {L".5", 0},
+      {L"1e3", 1},
+      {L" +7 8", 7},
+      {L"\x0664\x0662", 42},
+      {L"4\xFF12", 42},
+      {L"\x00B2", 0},
+      {L"\xFEFF"
+       L"42",
+       0},
+      {L":1", 0},
+      {L"/1", 0},
+      {L"2147483647", 2147483647},
+      {L"2147483648", 2147483647},
+      {L"-2147483648", -2147483647 - 1},
+      {L"-99999999999999999999", -2147483647 - 1},
+      {L"4294967297", 2147483647},
+  };
+  for (const auto& [text, value] : rows) EXPECT_EQ(kv::LeadingInteger(text), value) << value;
+}
+
+TEST(Numbers, WholeInteger) {
+  struct {
+    std::wstring text;
+    std::optional<std::int64_t> value;
+  } const rows[] = {
+      {L"1", 1},
+      {L"+1", 1},
+      {L"-1", -1},
+      {L"-0", 0},
+      {L"010", 10},
+      {L"+00000010124", 10124},
+      {L"", {}},
+      {L"+", {}},
+      {L"-", {}},
+      {L"++1", {}},
+      {L" 1", {}},
+      {L"1 ", {}},
+      {L"1.", {}},
+      {L"1e5", {}},
+      {L"0x10", {}},
+      {L"1,000", {}},
+      {L"\xFF11", {}},
+      {std::wstring(L"1\0", 2), {}},
+      {L"00000000000000000000000000000007", 7},
+      {L"9223372036854775807", std::numeric_limits<std::int64_t>::max()},
+      {L"9223372036854775808", {}},
+      {L"-9223372036854775808", std::numeric_limits<std::int64_t>::min()},
+      {L"-9223372036854775809", {}},
+      {L"18446744073709551617", {}},
+  };
+  for (const auto& [text, value] : rows) {
+    EXPECT_EQ(kv::WholeInteger(text), value) << std::string(text.begin(), text.end());
+  }
+}
+
+TEST(Numbers, LeadingDouble) {
+  struct {
+    std::wstring text;
+    double value;
+  } const rows[] = {
+      {L"+1", 1},
+      {L"\v\f\r1", 1},
+      {L"\x00A0"
+       L"1",
+       1},
+      {L"\x3000"
+       L"1",
+       1},
+      {L"1 x", 1},
+      {L".5", 0.5},
+      {L"5.", 5},
+      {L"-.5", -0.5},
+      {L"1e", 1},
+      {L"1e+", 1},
+      {L"1e+05", 1e5},
+      {L"1d5", 1},
+      {L"1,5", 1},
+      {L"1.5.5", 1.5},
+      {L"1.#INF", 1},
+      {L"0x10", 16},
+      {L"0X1p4", 16},
+      {L"0x.8", 0.5},
+      {L"0x1p", 1},
+      {L"0x", 0},
+      {L"0xg", 0},
+      {L"-0x1.8p1", -3},
+      {L"0e400", 0},
+      {L"1e-310", 1e-310},
+      {L"4.9406564584124654e-324", 4.9406564584124654e-324},
+      {L"2.4703282292062328e-324", 4.9406564584124654e-324},
+      {L"1.7976931348623158e308", 1.7976931348623157e308},
+      {L"9007199254740993", 9007199254740992},
+      {L"9007199254740993.0000000001", 9007199254740994},
+      {L"0x1.fffffffffffff8p0", 2},
+      {L"-infinity", -std::numeric_limits<double>::infinity()},
+      {L"infx", std::numeric_limits<double>::infinity()},
+      {L"0." + std::wstring(800, L'3'), 1.0 / 3},
+  };
+  for (const auto& [text, value] : rows) {
+    EXPECT_EQ(kv::LeadingDouble(text), value) << std::string(text.begin(), text.end());
+  }
+  EXPECT_TRUE(std::signbit(kv::LeadingDouble(L"-0.0")));
+  for (const auto* text : {L"nan", L"+NAN", L"nan(ind)", L"nanx"}) EXPECT_TRUE(std::isnan(kv::LeadingDouble(text)));
+}
+
+TEST(Numbers, LeadingDoubleSaysWhyItRefuses) {
+  const std::string invalid = "invalid stod argument", range = "stod argument out of range";
+  struct {
+    std::wstring text;
+    std::string message;
+  } const rows[] = {
+      {L"", invalid},
+      {L".", invalid},
+      {L"+.", invalid},
+      {L"+-1", invalid},
+      {L"--1", invalid},
+      {L"- 1", invalid},
+      {L".e5", invalid},
+      {L"M", invalid},
+      {L"e5", invalid},
+      {L"\xFF11", invalid},
+      {L"1e400", range},
+      {L"-1e400", range},
+      {L"1.8e308", range},
+      {L"1e-400", range},
+      {L"1e99999999999", range},
+      {L"1e-99999999999", range},
+      {L"0x1p1024", range},
+      {L"0x1p-1076", range},
+      {L"2.4703282292062327e-324", range},
+      {std::wstring(400, L'9'), range},
+      {L"0." + std::wstring(400, L'0') + L"1", range},
+  };
+  for (const auto& [text, message] : rows) {
+    EXPECT_EQ(ThrownText([&] { kv::LeadingDouble(text); }), message) << std::string(text.begin(), text.end());
+  }
+}
+
+}  // namespace

@@ -1,0 +1,193 @@
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cmath>
+#include <ctime>
+#include <limits>
+#include <random>
+
+#include "KVUtilities.h"
+#include "conversions/FileTimes.h"
+#include "export/PlainShapefile.h"
+#include "support/TempFolder.h"
+#include "support/Times.h"
+
+namespace {
+
+constexpr char kWgs84[] =
+    R"(GEOGCS["WGS 84",DATUM["WGS_1984",SPHEROID["WGS 84",6378137,298.257223563,AUTHORITY["EPSG","7030"]],AUTHORITY["EPSG","6326"]],PRIMEM["Greenwich",0,AUTHORITY["EPSG","8901"]],UNIT["degree",0.0174532925199433,AUTHORITY["EPSG","9122"]],AUTHORITY["EPSG","4326"]])";
+
+// The C library's calendar and printf are the second opinion.
+std::string TimeText(const FILETIME& time) {
+  const std::uint64_t ticks = kv::Ticks(time);
+  if (ticks >> 63) return "0-00-00 00:00:00.000";  // no calendar time
+  const auto seconds = static_cast<std::time_t>(ticks / 10'000'000) - 11'644'473'600;
+  const std::tm calendar = *std::gmtime(&seconds);
+  char text[64];
+  std::snprintf(text, sizeof text, "%d-%02d-%02d %02d:%02d:%02d.%03d", calendar.tm_year + 1900, calendar.tm_mon + 1,
+                calendar.tm_mday, calendar.tm_hour, calendar.tm_min, calendar.tm_sec,
+                static_cast<int>(ticks / 10'000 % 1000));
+  return text;
+}
+
+std::string TickText(const FILETIME& time) { return std::to_string(kv::Ticks(time)); }
+
+// Wide texts and their bytes in Windows-1252.
+const std::pair<const wchar_t*, std::string> kTexts[] = {
+    {L"M", "M"}, {L"", ""}, {L"C:\\cam1\\1.jpg", "C:\\cam1\\1.jpg"}, {L"µ€ŸЖ語", "\xB5\x80\x9F??"}};
+
+// Reproducible values, ordinary ones among those that do not fit their column or have no ordinary text.
+class Values {
+ public:
+  double Number() {
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    static constexpr double kAwkward[] = {0.0,   -0.0,  NAN,   kInfinity, -kInfinity,
+                                          1e300, -1e15, -4e-9, 0.125,     999999.99995};
+    if (const std::size_t i = random_() % 40; i < std::size(kAwkward)) return kAwkward[i];
+    return std::uniform_real_distribution(-180.0, 180.0)(random_);
+  }
+  FILETIME Time() {
+    constexpr std::uint64_t kAwkward[] = {0, 9'999, (1ull << 63) - 1, 1ull << 63, ~0ull};
+    if (const std::size_t i = random_() % 40; i < std::size(kAwkward)) return kv::FileTimeFromTicks(kAwkward[i]);
+    return kv::FileTimeFromTicks(133'000'000'000'000'000 + random_() % 1'000'000'000'000'000);
+  }
+  std::size_t Choice(std::size_t count) { return random_() % count; }
+
+ private:
+  std::mt19937_64 random_{20231222};
+};
+
+class Layers : public testing::Test {
+ protected:
+  /// Holds the set that `Export` wrote under "ours" against the records written plainly.
+  void ExpectSame(int shapeType, bool isMeasured, std::span<const PlainRecord> records) const {
+    WritePlain((folder_.Path() / "plain.shp").string(), shapeType, isMeasured, records);
+    for (const char* extension : {".shp", ".shx", ".dbf"}) {
+      std::string ours = folder_.Read(std::string("ours") + extension);
+      std::string plain = folder_.Read(std::string("plain") + extension);
+      if (extension[1] == 'd') ours.replace(1, 3, plain, 1, 3);  // the date
+      EXPECT_TRUE(ours == plain) << extension << ", first difference at byte "
+                                 << std::mismatch(ours.begin(), ours.end(), plain.begin(), plain.end()).first -
+                                        ours.begin();
+    }
+    EXPECT_EQ(folder_.Read("ours.prj"), kWgs84);
+  }
+
+  // Decimal commas where the machine has such a locale; no byte may depend on it.
+  template <class Record>
+  void Export(bool (*exportLayer)(std::wstring, std::vector<Record>, std::wstring&),
+              const std::vector<Record>& records) {
+    std::setlocale(LC_ALL, "de_DE.UTF-8");
+    std::wstring error = L"left over";
+    EXPECT_TRUE(exportLayer(folder_.Wide("ours.shp"), records, error));
+    EXPECT_EQ(error, L"");
+    std::setlocale(LC_ALL, "C");
+  }
+
+  std::vector<tagKVTrajectoryObs> Trajectory(std::size_t count) {
+    std::vector<tagKVTrajectoryObs> trajectory(count);
+    for (auto& fix : trajectory) {
+      fix.TimeUTC = values_.Time();
+      for (double* value : {&fix.Latitude, &fix.Longitude, &fix.Altitude, &fix.GeoidOffst, &fix.AdjGpsSec}) {
+        *value = values_.Number();
+      }
+    }
+    return trajectory;
+  }
+
+  static std::array<double, 4> Vertex(const tagKVTrajectoryObs& fix, const tagKVTrajectoryObs& first) {
+    const std::uint64_t a = kv::Ticks(fix.TimeUTC), b = kv::Ticks(first.TimeUTC);
+    return {fix.Longitude, fix.Latitude, fix.Altitude, static_cast<double>(a > b ? a - b : b - a) / 1e7};
+  }
+
+  TempFolder folder_;
+  Values values_;
+};
+
+TEST_F(Layers, TrajectoryPointsAreThoseOfPlainShapelib) {
+  auto trajectory = Trajectory(5000);
+  std::vector<PlainRecord> plain;
+  for (auto& fix : trajectory) {
+    const auto& [unit, unitBytes] = kTexts[values_.Choice(std::size(kTexts))];
+    fix.AltUnit = unit;
+    const auto& first = trajectory.front();
+    plain.push_back({{Vertex(fix, first)},
+                     {{"Index", 10, 0, static_cast<int>(plain.size())},
+                      {"TimeUTC", 50, 0, TimeText(fix.TimeUTC)},
+                      {"Latitude", 14, 8, fix.Latitude},
+                      {"Longitude", 14, 8, fix.Longitude},
+                      {"Altitude", 14, 4, fix.Altitude},
+                      {"AltUnit", 10, 0, unitBytes},
+                      {"GeoidOffst", 14, 8, fix.GeoidOffst},
+                      {"TimeTick", 25, 0, TickText(fix.TimeUTC)},
+                      {"TrajStart", 50, 0, TimeText(first.TimeUTC)},
+                      {"TrajTick", 25, 0, TickText(first.TimeUTC)},
+                      {"AdjGpsSec", 16, 6, fix.AdjGpsSec}}});
+  }
+  Export(KVUtilities::ExportTrajectoryPointShapefile, trajectory);
+  ExpectSame(SHPT_POINTZ, true, plain);
+}
+
+TEST_F(Layers, TrajectoryLineIsThatOfPlainShapelib) {
+  for (const std::size_t count : {std::size_t{1}, std::size_t{20'000}}) {
+    const auto trajectory = Trajectory(count);
+    const auto &first = trajectory.front(), &last = trajectory.back();
+    PlainRecord plain{{},
+                      {{"Index", 10, 0, 0},
+                       {"TimeStart", 50, 0, TimeText(first.TimeUTC)},
+                       {"TimeEnd", 50, 0, TimeText(last.TimeUTC)},
+                       {"TimeTick", 25, 0, TickText(first.TimeUTC)}}};
+    for (const auto& fix : trajectory) plain.vertices.push_back(Vertex(fix, first));
+    Export(KVUtilities::ExportTrajectoryLineShapefile, trajectory);
+    ExpectSame(SHPT_ARCZ, true, {&plain, 1});
+  }
+}
+
+TEST_F(Layers, PhotosAreThoseOfPlainShapelib) {
+  std::vector<tagKVSystemEvent> events(3000);
+  std::vector<PlainRecord> plain;
+  for (auto& event : events) {
+    event.Type = static_cast<int>(values_.Choice(4));
+    event.TimeUTC = values_.Time();
+    for (double* value :
+         {&event.Latitude, &event.Longitude, &event.Altitude, &event.MasterTick, &event.Sharpness, &event.AdjGpsSec}) {
+      *value = values_.Number();
+    }
+    const auto& [path, pathBytes] = kTexts[values_.Choice(std::size(kTexts))];
+    const std::wstring tail(values_.Choice(2) * 250, L'x');  // some longer than the column
+    event.PhotoPath = (path + tail).c_str();
+    if (values_.Choice(2) == 0) event.POSQuality.assign(L"RTK\0fixed", 9);  // a text ends at NUL
+    if (event.Type != 2) continue;
+    event.CameraID = values_.Choice(2) == 0 ? 1 : std::numeric_limits<int>::min();  // does not fit ten characters
+    plain.push_back({{{event.Longitude, event.Latitude, event.Altitude, 0}}, {}});
+    auto& fields = plain.back().fields;
+    const auto add = [&](std::initializer_list<const char*> names, int width, int decimals, const auto& value) {
+      for (const char* name : names) fields.push_back({name, width, decimals, value});
+    };
+    const std::string none;
+    add({"TimeUTC"}, 50, 0, TimeText(event.TimeUTC));
+    add({"POSQuality"}, 254, 0, std::string(event.POSQuality.size() == 9 ? "RTK" : "NONE"));
+    add({"ORIQuality"}, 254, 0, std::string("NONE"));
+    add({"Latitude"}, 14, 8, event.Latitude);
+    add({"Longitude"}, 14, 8, event.Longitude);
+    add({"Altitude"}, 14, 4, event.Altitude);
+    add({"Yaw", "Pitch", "Roll"}, 14, 8, 0.0);
+    add({"MasterTick"}, 14, 1, event.MasterTick);
+    add({"Sharpness"}, 14, 1, event.Sharpness);
+    add({"TimeTick"}, 25, 0, TickText(event.TimeUTC));
+    add({"CameraID"}, 10, 0, event.CameraID);
+    add({"PhotoPath"}, 254, 0, pathBytes + std::string(tail.size(), 'x'));
+    add({"GUID", "PlatformID"}, 254, 0, none);
+    add({"XYAcc", "ZAcc", "RollPitAcc", "YawAcc"}, 14, 4, 0.0);
+    add({"CamCalib"}, 1, 0, 'F');
+    add({"AdjGpsSec"}, 16, 6, event.AdjGpsSec);
+    add({"ImgHgt", "ImgWidth"}, 10, 0, 0);
+    add({"FocalLen", "CamCX", "CamCY", "CamK1", "CamK2", "CamK3", "CamP1", "CamP2"}, 14, 8, 0.0);
+    add({"CamCalDate"}, 254, 0, none);
+    add({"Index"}, 10, 0, static_cast<int>(plain.size()) - 1);
+  }
+  Export(KVUtilities::ExportPhotoPointShapefile, events);
+  ExpectSame(SHPT_POINTZ, false, plain);
+}
+
+}  // namespace

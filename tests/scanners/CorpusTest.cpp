@@ -1,0 +1,40 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <stdexcept>
+#include <string>
+
+#include "KVUtilities.h"
+#include "platform/FileNames.h"
+
+namespace {
+
+// What the fuzz targets start from and have found: only documented exceptions may leave a scanner.
+TEST(Corpus, ScannersSurviveEveryFile) {
+  std::wstring error;
+  const struct {
+    const char* folder;
+    std::function<void(const std::wstring&)> scan;
+  } rows[] = {
+      {"trajectory", [&](const std::wstring& path) { KVUtilities::ScanKVTrajectoryFile(path, {}, error); }},
+      {"system-events", [&](const std::wstring& path) { KVUtilities::ScanKVSystemEventFile(path, error); }},
+  };
+  for (const auto& [folder, scan] : rows) {
+    int files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::path(CORPUS_FOLDER) / folder)) {
+      SCOPED_TRACE(entry.path());
+      ++files;
+      try {
+        scan(kv::WidePath(entry.path()));
+      } catch (const std::invalid_argument&) {
+      } catch (const std::out_of_range&) {
+      } catch (...) {
+        ADD_FAILURE() << "an exception that the scanner does not document";
+      }
+    }
+    EXPECT_GT(files, 0) << folder;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+#include <string_view>
+
+/// A folder of its own for one test, removed with everything in it at the end.
+class TempFolder {
+ public:
+  TempFolder() {
+    std::random_device random;
+    do path_ = std::filesystem::temp_directory_path() / ("kvutilities-" + std::to_string(random()));
+    while (!std::filesystem::create_directory(path_));
+  }
+  ~TempFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+  TempFolder(const TempFolder&) = delete;
+  TempFolder& operator=(const TempFolder&) = delete;
+
+  const std::filesystem::path& Path() const { return path_; }
+  /// The wide path of a UTF-8 name in the folder, or of the folder; `path::wstring` would ask the process locale.
+  std::wstring Wide(std::string_view name = {}) const {
+    const std::u32string path = (name.empty() ? path_ : path_ / name).u32string();
+    return {path.begin(), path.end()};
+  }
+
+  /// Writes a file byte for byte and gives its path.
+  std::wstring Write(std::string_view name, std::string_view content) const {
+    std::ofstream(path_ / name, std::ios::binary) << content;
+    return Wide(name);
+  }
+  std::string Read(std::string_view name) const {
+    std::ifstream file(path_ / name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+ private:
+  std::filesystem::path path_;
+};
