@@ -70,6 +70,14 @@ class KVUTILITIES_API KVUtilities {
   /// @see     docs/formats/system-events.md
   static std::vector<tagKVSystemEvent> ScanKVSystemEventFile(std::wstring path, std::wstring& error);
 
+  /// Reads a housekeeping log; readings of the control unit, orientation sensor and power unit fill the number fields.
+  /// @param path   comma-separated lines of severity, date and time, device, readings or text
+  /// @param error  receives the log's own error lines, one per line; a report, not a failure
+  /// @return       one record per line of at least three tokens in file order; a missing file gives none. A line of 1024
+  ///               characters or more ends the scan and keeps what came before.
+  /// @see          docs/formats/log.md
+  static std::vector<tagKVLogEvent> ScanKVLogFile(std::wstring path, std::wstring& error);
+
   // ---- Georeferencing ------------------------------------------------------------------------------------------
 
   /// Position at a time, linear between the first two consecutive observations that bracket it (ends included).
@@ -106,6 +114,15 @@ class KVUTILITIES_API KVUtilities {
                                                           std::wstring& error);
   static bool RemoveLogEventsAtNullLocation(std::vector<tagKVLogEvent>& events, std::wstring& error);
 
+  /// Combines camera events into exposure stations: each with the nearest other one in time that is still open, if nearer
+  /// than the tolerance, else alone.
+  /// @param toleranceSeconds  exclusive; its sign is ignored
+  /// @return stations in the order of their first camera event. An empty input gives none and "Compute Exposure Stations
+  ///         Failed:  System Events are empty."; after an exception the stations formed until then and "Compute Exposure
+  ///         Stations Failed:  Unexpected error occurred."
+  static std::vector<tagKVExposureStation> ComputeExposureStationsFromSystemEvents(
+      std::vector<tagKVSystemEvent> events, double toleranceSeconds, std::wstring& error);
+
   // ---- Photos --------------------------------------------------------------------------------------------------
 
   /// The photo nearest in time to an event.
@@ -140,6 +157,26 @@ class KVUTILITIES_API KVUtilities {
                                  std::wstring camera2ListFolder, std::wstring camera1ImageFolder,
                                  std::wstring camera2ImageFolder, std::wstring& error);
 
+  /// Sharpness of a picture: the variance of the Laplacian of its grey values; larger is sharper.
+  /// @return 0.0 with a sentence that ends in the path when the file does not exist or cannot be decoded
+  static double ComputeImageSharpnessFactor(std::wstring path, std::wstring& error);
+
+  /// Grades the photo of every camera event into `Sharpness`; a picture that fails gets 0.0, and `error` keeps only what
+  /// the last camera event's picture said.
+  /// @return false and "Unexpected error computing Photo Sharpness Factors." after an exception
+  static bool PopulatePhotoSharpnessFactors(std::vector<tagKVSystemEvent>& events, std::wstring& error);
+
+  /// Turns a picture in its place, which grows to hold the turned picture; the corners are black, or transparent where the
+  /// picture has alpha. The file is replaced in one step, or not at all.
+  /// @param angleDegrees  positive turns counter-clockwise
+  /// @return false with a sentence that ends in the path when the file does not exist or cannot be read or written
+  static bool RotateImage(std::wstring path, double angleDegrees, std::wstring& error);
+
+  /// Turns the photos of one camera's events; a photo that fails does not stop the others.
+  /// @return false and "Unexpected error computing Photo Sharpness Factors." after an exception
+  static bool RotateCameraImages(std::vector<tagKVSystemEvent>& events, int cameraNumber, double angleDegrees,
+                                 std::wstring& error);
+
   // ---- Shapefile export ----------------------------------------------------------------------------------------
 
   /// Write a Shapefile set (.shp, .shx, .dbf, .prj) in WGS 84: longitude and latitude in degrees, height in metres. The
@@ -155,5 +192,8 @@ class KVUTILITIES_API KVUtilities {
                                             std::wstring& error);
   static bool ExportTrajectoryPointShapefile(std::wstring path, std::vector<tagKVTrajectoryObs> trajectory,
                                              std::wstring& error);
+  static bool ExportLogPointShapefile(std::wstring path, std::vector<tagKVLogEvent> events, std::wstring& error);
   static bool ExportPhotoPointShapefile(std::wstring path, std::vector<tagKVSystemEvent> events, std::wstring& error);
+  static bool ExportExposureStationPointShapefile(std::wstring path, std::vector<tagKVExposureStation> stations,
+                                                  std::wstring& error);
 };

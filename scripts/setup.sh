@@ -3,7 +3,7 @@
 # Does nothing when all are there.
 set -euo pipefail
 
-build=(g++ cmake ninja-build pkg-config libshp-dev libcli11-dev nlohmann-json3-dev libfmt-dev libtomlplusplus-dev
+build=(g++ cmake ninja-build pkg-config libopencv-dev libshp-dev libcli11-dev nlohmann-json3-dev libfmt-dev libtomlplusplus-dev
   libexif-dev libjpeg-dev libgtest-dev)
 checks=(clang-format clang libclang-rt-dev libbenchmark-dev gdal-bin)
 

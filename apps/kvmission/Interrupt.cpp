@@ -1,6 +1,6 @@
 #include "Interrupt.h"
 
-#include <csignal>
+#include <atomic>
 
 #include "Failure.h"
 #include "System.h"
@@ -8,15 +8,17 @@
 namespace kv::mission {
 namespace {
 
-volatile std::sig_atomic_t interrupted = 0;
+/// Set by the signal handler, which may run in any thread.
+std::atomic<bool> interrupted = false;
+static_assert(std::atomic<bool>::is_always_lock_free);
 
 }  // namespace
 
 void CatchInterrupts() {
-  InstallInterruptHandler([](int) { interrupted = 1; });
+  InstallInterruptHandler([](int) { interrupted = true; });
 }
 
-bool Interrupted() { return interrupted != 0; }
+bool Interrupted() { return interrupted; }
 
 void ThrowIfInterrupted() {
   if (Interrupted()) throw Failure("interrupted", ExitCode::Interrupted);

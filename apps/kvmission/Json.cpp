@@ -37,6 +37,14 @@ Json JsonOf(const std::vector<Gap>& gaps) {
   return list;
 }
 
+Json JsonOf(const std::vector<ReadingRange>& readings) {
+  const auto extreme = [](const Extreme& value) { return Json{{"value", value.value}, {"time", JsonOf(value.time)}}; };
+  Json json = Json::object();
+  for (const auto& range : readings)
+    json[range.kind->key] = {{"lowest", extreme(range.lowest)}, {"highest", extreme(range.highest)}};
+  return json;
+}
+
 std::string Written(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n'; }
 
 }  // namespace kv::mission

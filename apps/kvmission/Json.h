@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "field/Readings.h"
 #include "field/Trajectory.h"
 
 /// Pieces that the summary and the file information share.
@@ -15,6 +16,7 @@ Json JsonOf(const Bounds& bounds);                ///< null when empty
 Json JsonOf(const std::optional<Instant>& time);  ///< null when there is none
 Json JsonOfLines(const NmeaCounts& counts);
 Json JsonOf(const std::vector<Gap>& gaps);
+Json JsonOf(const std::vector<ReadingRange>& readings);
 
 /// Indented, with a final line end; text that is no UTF-8 is replaced.
 std::string Written(const Json& json);

@@ -22,6 +22,12 @@ class Progress {
     if ((++count_ & kMask) == 0 && shown_) Draw(done, total);
   }
 
+  /// The same for few and slow steps that are counted elsewhere.
+  void Show(std::uint64_t count, std::uint64_t total) {
+    count_ = count;
+    if (shown_) Draw(count, total);
+  }
+
  private:
   using Clock = std::chrono::steady_clock;
   static constexpr std::uint64_t kMask = 0x3F;  // the clock is read once in 64 steps

@@ -8,6 +8,7 @@
 #include "Commands.h"
 #include "Failure.h"
 #include "Interrupt.h"
+#include "JobsOption.h"
 #include "Log.h"
 #include "run/Mission.h"
 
@@ -17,7 +18,8 @@ namespace {
 struct RunOptions {
   std::string mission, output;
   Settings settings;
-  bool overwrite = false, json = false, quiet = false, verbose = false;
+  unsigned jobs = 0;
+  bool overwrite = false, noSharpness = false, json = false, quiet = false, verbose = false;
 };
 
 void AddSettings(CLI::App& command, Settings& settings) {
@@ -35,7 +37,7 @@ ExitCode Run(const RunOptions& options) {
     throw Failure("give a mission folder, or --trajectory FILE", ExitCode::WrongUsage);
   CatchInterrupts();
   Log log(options.quiet ? Verbosity::Quiet : options.verbose ? Verbosity::Verbose : Verbosity::Normal);
-  RunRequest request{{}, options.settings, options.output, options.overwrite};
+  RunRequest request{{}, options.settings, options.output, options.overwrite, !options.noSharpness, options.jobs};
   if (!options.mission.empty()) request.mission = options.mission;
   const Summary summary = RunMission(request, log);
   if (options.json) {
@@ -63,6 +65,8 @@ void AddRunCommand(CLI::App& app, int& exitCode) {
       ->required();
   AddSettings(command, options->settings);
   command.add_flag("--overwrite", options->overwrite, "replace the results of an earlier run");
+  command.add_flag("--no-sharpness", options->noSharpness, "do not grade the photos");
+  AddJobsOption(command, options->jobs);
   command.add_flag("--json", options->json, "print the summary as JSON");
   auto* quiet = command.add_flag("-q,--quiet", options->quiet, "say nothing but errors (and JSON when asked for)");
   command.add_flag("-v,--verbose", options->verbose, "say more")->excludes(quiet);

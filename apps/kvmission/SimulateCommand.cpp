@@ -24,6 +24,7 @@ namespace {
 using kv::mission::ExitCode;
 using kv::mission::Failure;
 using kv::simulation::Exposure;
+using kv::simulation::Firmware;
 using kv::simulation::MissionOptions;
 using kv::simulation::PhotoNames;
 
@@ -36,6 +37,7 @@ struct Arguments {
   std::string start = "2025-06-18 09:30:00";
   std::string photoSize = "320x240";
   std::string names = "stamp";
+  std::string firmware = "2.1.0";
   double minutes = 5.0;
   bool noPhotos = false;
   bool noFaults = false;
@@ -72,6 +74,7 @@ MissionOptions ReadOptions(const Arguments& arguments) {
   MissionOptions mission = arguments.mission;
   mission.duration = std::chrono::seconds(std::llround(arguments.minutes * 60.0));
   mission.names = arguments.names == "exif" ? PhotoNames::Exif : PhotoNames::Stamp;
+  mission.firmware = arguments.firmware == "2.0.5" ? Firmware::V2_0_5 : Firmware::V2_1_0;
   mission.photos = !arguments.noPhotos;
   mission.faults = !arguments.noFaults;
   ReadStart(arguments, mission);
@@ -124,8 +127,11 @@ void AddOptions(CLI::App& command, Arguments& arguments) {
   command
       .add_option("--names", arguments.names, "stamp: YYMMDD_HHMMSS.jpg; exif: DSC_0001.jpg, timed by its EXIF data")
       ->check(CLI::IsMember({"stamp", "exif"}));
+  command.add_option("--firmware", arguments.firmware, "the control unit's; from 2.0.6 on its log has one more column")
+      ->check(CLI::IsMember({"2.0.5", "2.1.0"}));
   command.add_flag("--no-photos", arguments.noPhotos, "write no photos");
-  command.add_flag("--no-faults", arguments.noFaults, "no missing photos, early exposure or gap in the trajectory");
+  command.add_flag("--no-faults", arguments.noFaults,
+                   "no missing photos, early exposure, gap in the trajectory or errors in the log");
   command.add_flag("--overwrite", arguments.overwrite,
                    "write into a folder that is not empty, replacing an earlier mission");
   command.add_flag("-q,--quiet", arguments.quiet, "say nothing but errors");

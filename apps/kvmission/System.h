@@ -23,6 +23,10 @@ std::FILE* OpenBinary(const std::filesystem::path& path, const char* mode);
 wchar_t PhotoPathSeparator();
 
 bool StandardErrorIsTerminal();
+bool StandardInputIsTerminal();
+
+/// Writes what is buffered down to the disk. @return false when that fails; `errno` says why
+bool FlushToDisk(std::FILE* file);
 
 /// Tells this process from others that run at the same time.
 unsigned long ProcessId();

@@ -83,6 +83,10 @@ wchar_t PhotoPathSeparator() { return L'/'; }
 
 bool StandardErrorIsTerminal() { return ::isatty(STDERR_FILENO) == 1; }
 
+bool StandardInputIsTerminal() { return ::isatty(STDIN_FILENO) == 1; }
+
+bool FlushToDisk(std::FILE* file) { return std::fflush(file) == 0 && ::fsync(::fileno(file)) == 0; }
+
 unsigned long ProcessId() { return static_cast<unsigned long>(::getpid()); }
 
 void UseUtcCalendar() {

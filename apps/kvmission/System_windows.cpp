@@ -30,6 +30,10 @@ wchar_t PhotoPathSeparator() { return L'\\'; }
 
 bool StandardErrorIsTerminal() { return _isatty(_fileno(stderr)) != 0; }
 
+bool StandardInputIsTerminal() { return _isatty(_fileno(stdin)) != 0; }
+
+bool FlushToDisk(std::FILE* file) { return std::fflush(file) == 0 && _commit(_fileno(file)) == 0; }
+
 unsigned long ProcessId() { return GetCurrentProcessId(); }
 
 void UseUtcCalendar() {

@@ -24,6 +24,8 @@ int Run(int argc, char** argv) {
   AddSimulateCommand(app, exitCode);
   AddRunCommand(app, exitCode);
   AddInfoCommand(app, exitCode);
+  AddGradeCommand(app, exitCode);
+  AddRotateCommand(app, exitCode);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -2,23 +2,16 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <iterator>
 #include <limits>
 #include <stdexcept>
 #include <string>
 
+#include "conversions/Blanks.h"
+
 namespace kv {
 namespace {
-
-bool IsBlank(wchar_t c) {
-  return (c >= 0x09 && c <= 0x0D) || c == L' ' || c == 0x85 || c == 0xA0 || c == 0x1680 ||
-         (c >= 0x2000 && c <= 0x200A) || c == 0x2028 || c == 0x2029 || c == 0x202F || c == 0x205F || c == 0x3000;
-}
-
-std::wstring_view WithoutLeadingBlanks(std::wstring_view text) {
-  const auto first = std::find_if_not(text.begin(), text.end(), IsBlank);
-  return text.substr(static_cast<std::size_t>(first - text.begin()));
-}
 
 bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 
@@ -86,6 +79,36 @@ bool StartsHexadecimal(std::string_view digits) {
   return isHexDigit(digits[2]) || (digits[2] == '.' && digits.size() > 3 && isHexDigit(digits[3]));
 }
 
+// "nan", in any case of letters, also with anything between "(" and ")" behind it.
+bool IsNan(std::wstring_view text) {
+  const auto isLetter = [](wchar_t c, wchar_t letter) { return c == letter || c == letter - L'a' + L'A'; };
+  const bool isBare = text.size() == 3 || (text.size() >= 5 && text[3] == L'(' && text.back() == L')');
+  return isBare && isLetter(text[0], L'n') && isLetter(text[1], L'a') && isLetter(text[2], L'n');
+}
+
+// Whether a decimal number beyond the range of a double is too small for it rather than too large: its first significant
+// digit tells.
+bool IsTooSmall(std::wstring_view number) {
+  const std::size_t mantissaEnd = std::min(number.find_first_of(L"eE"), number.size());
+  const std::wstring_view mantissa = number.substr(0, mantissaEnd);
+  const std::wstring_view exponent = number.substr(std::min(mantissaEnd + 1, number.size()));
+  const auto point = static_cast<std::int64_t>(std::min(mantissa.find(L'.'), mantissa.size()));
+  const auto firstDigit = static_cast<std::int64_t>(mantissa.find_first_of(L"123456789"));
+  return point - firstDigit + LeadingInteger(exponent) < 0;
+}
+
+// A number or infinity without a sign that is the whole of the text.
+std::optional<double> UnsignedDouble(std::wstring_view text) {
+  std::string buffer;
+  const std::string_view number = NumberCharacters(text, buffer);
+  if (number.size() != text.size() || number.starts_with('-')) return std::nullopt;
+  double value = 0.0;
+  const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
+  if (error == std::errc::invalid_argument || end != number.data() + number.size()) return std::nullopt;
+  if (error == std::errc()) return value;
+  return IsTooSmall(text) ? std::optional(0.0) : std::nullopt;
+}
+
 }  // namespace
 
 int LeadingInteger(std::wstring_view text) {
@@ -112,6 +135,21 @@ std::optional<std::int64_t> WholeInteger(std::wstring_view text) {
   }
   if (digits.empty()) return std::nullopt;
   return static_cast<std::int64_t>(negative ? 0 - magnitude : magnitude);
+}
+
+std::optional<std::int32_t> WholeInteger32(std::wstring_view text) {
+  const auto value = WholeInteger(text);
+  const auto low32Bits = static_cast<std::int32_t>(value.value_or(0));
+  return value == low32Bits ? std::optional(low32Bits) : std::nullopt;
+}
+
+std::optional<double> WholeDouble(std::wstring_view text) {
+  const auto [negative, rest] = TakeSign(text);
+  std::optional<double> value = ShortDecimal(rest);
+  if (!value && IsNan(rest)) value = std::numeric_limits<double>::quiet_NaN();
+  if (!value) value = UnsignedDouble(rest);
+  if (value && negative) value = std::copysign(*value, -1.0);
+  return value;
 }
 
 double LeadingDouble(std::wstring_view text) {

@@ -14,6 +14,14 @@ int LeadingInteger(std::wstring_view text);
 /// Strict: the whole text is a decimal integer of 64 bits with at most one sign; else nothing.
 std::optional<std::int64_t> WholeInteger(std::wstring_view text);
 
+/// The same with the range of 32 bits.
+std::optional<std::int32_t> WholeInteger32(std::wstring_view text);
+
+/// Strict: the whole text is a decimal number with at most one sign, digits on one side of the point at least, and an
+/// exponent that has digits; or "inf", "infinity", "nan", "nan(anything)" in any case of letters; else nothing. The
+/// nearest double; what is too small becomes zero, what is too large is no number.
+std::optional<double> WholeDouble(std::wstring_view text);
+
 /// The number at the start of the text, as `std::stod` reads it in the C locale: blanks, sign, decimal or hexadecimal
 /// digits with exponent, infinity, NaN; what follows is ignored. Subnormal values are numbers like others.
 /// @throws std::invalid_argument "invalid stod argument" when there is no number

@@ -73,20 +73,25 @@ void ShortText::Append(std::uint64_t number, std::size_t digits) {
   length_ += count;
 }
 
-ShortText TimeText(const FILETIME& time) {
-  const SYSTEMTIME calendar = SystemTimeOrZero(time);
+ShortText WholeSecondsText(const SYSTEMTIME& time) {
   const struct {
     std::uint16_t number;
-    std::size_t digits;
     char before;
-  } rest[] = {{calendar.wMonth, 2, '-'},  {calendar.wDay, 2, '-'},    {calendar.wHour, 2, ' '},
-              {calendar.wMinute, 2, ':'}, {calendar.wSecond, 2, ':'}, {calendar.wMilliseconds, 3, '.'}};
+  } rest[] = {{time.wMonth, '-'}, {time.wDay, '-'}, {time.wHour, ' '}, {time.wMinute, ':'}, {time.wSecond, ':'}};
   ShortText text;
-  text.Append(calendar.wYear, 1);
-  for (const auto& [number, digits, before] : rest) {
+  text.Append(time.wYear, 1);
+  for (const auto& [number, before] : rest) {
     text.Append(before);
-    text.Append(number, digits);
+    text.Append(number, 2);
   }
+  return text;
+}
+
+ShortText TimeText(const FILETIME& time) {
+  const SYSTEMTIME calendar = SystemTimeOrZero(time);
+  ShortText text = WholeSecondsText(calendar);
+  text.Append('.');
+  text.Append(calendar.wMilliseconds, 3);
   return text;
 }
 

@@ -39,6 +39,9 @@ class ShortText {
   std::size_t length_ = 0;
 };
 
+/// "Y-MM-DD hh:mm:ss" of any fields, calendar time or not.
+ShortText WholeSecondsText(const SYSTEMTIME& time);
+
 /// "Y-MM-DD hh:mm:ss.fff". A file time of 2^63 or more has no calendar time and gives "0-00-00 00:00:00.000".
 ShortText TimeText(const FILETIME& time);
 

@@ -64,6 +64,44 @@ void AppendWide(char32_t c, std::wstring& text) {
   text += static_cast<wchar_t>(c);
 }
 
+constexpr int kMostTemporaryFiles = 100;  // in one folder at a time, those of killed processes included
+
+/// A new file in a folder, removed at the end unless it was renamed.
+class TemporaryFile {
+ public:
+  explicit TemporaryFile(const std::filesystem::path& folder) {
+    for (int number = 0; !file_ && number < kMostTemporaryFiles; ++number) {
+      path_ = folder / (".kvutilities-" + std::to_string(number) + ".tmp");
+      file_ = OpenFile(WidePath(path_), "wbx");  // x: a file of another writer stays alone
+    }
+    created_ = file_ != nullptr;
+  }
+  ~TemporaryFile() {
+    file_.reset();
+    std::error_code ignored;
+    if (created_) std::filesystem::remove(path_, ignored);
+  }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+  bool Write(std::span<const unsigned char> content) {
+    if (!file_ || std::fwrite(content.data(), 1, content.size(), file_.get()) != content.size()) return false;
+    const bool onDisk = std::fflush(file_.get()) == 0 && FlushToDisk(file_.get());
+    return std::fclose(file_.release()) == 0 && onDisk;
+  }
+
+  bool MoveOver(const std::filesystem::path& file) {
+    if (!RenameOver(path_, file)) return false;
+    created_ = false;
+    return true;
+  }
+
+ private:
+  std::filesystem::path path_;
+  FilePtr file_;
+  bool created_ = false;
+};
+
 }  // namespace
 
 std::wstring WideFromUtf8(std::string_view text) {
@@ -109,6 +147,15 @@ bool IsSameFile(std::wstring_view a, std::wstring_view b) {
 bool RemoveFile(std::wstring_view path) {
   std::error_code error;
   return std::filesystem::remove(NativePath(path), error);
+}
+
+bool ReplaceFileContent(std::wstring_view path, std::span<const unsigned char> content) {
+  std::error_code error;
+  const std::filesystem::path file = std::filesystem::canonical(NativePath(path), error);
+  // A rename would not mind a write-protected file; whoever protected it does.
+  if (error || !OpenFile(WidePath(file), "rb+")) return false;
+  TemporaryFile temporary(file.parent_path());
+  return temporary.Write(content) && temporary.MoveOver(file);
 }
 
 }  // namespace kv

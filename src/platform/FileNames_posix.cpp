@@ -1,6 +1,7 @@
 #include "platform/FileNames.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 
@@ -26,5 +27,15 @@ FilePtr OpenFile(std::wstring_view path, const char* mode) {
 }
 
 bool SeekFile(std::FILE* file, std::uint64_t offset) { return fseeko(file, static_cast<off_t>(offset), SEEK_SET) == 0; }
+
+bool FlushToDisk(std::FILE* file) { return fsync(fileno(file)) == 0; }
+
+bool RenameOver(const std::filesystem::path& replacement, const std::filesystem::path& file) {
+  struct stat old {};
+  if (stat(file.c_str(), &old) != 0) return false;
+  // Only the superuser gives files away; others keep what they write.
+  [[maybe_unused]] const int ownerKept = chown(replacement.c_str(), old.st_uid, old.st_gid);
+  return chmod(replacement.c_str(), old.st_mode & 07777) == 0 && std::rename(replacement.c_str(), file.c_str()) == 0;
+}
 
 }  // namespace kv

@@ -1,5 +1,8 @@
 #include "platform/FileNames.h"
 
+#include <io.h>
+#include <windows.h>
+
 namespace kv {
 
 const wchar_t* const kPathSeparators = L"\\/:";
@@ -16,6 +19,12 @@ FilePtr OpenFile(std::wstring_view path, const char* mode) {
 
 bool SeekFile(std::FILE* file, std::uint64_t offset) {
   return _fseeki64(file, static_cast<long long>(offset), SEEK_SET) == 0;
+}
+
+bool FlushToDisk(std::FILE* file) { return _commit(_fileno(file)) == 0; }
+
+bool RenameOver(const std::filesystem::path& replacement, const std::filesystem::path& file) {
+  return ReplaceFileW(file.c_str(), replacement.c_str(), nullptr, 0, nullptr, nullptr) != 0;
 }
 
 }  // namespace kv

@@ -15,7 +15,16 @@ TextStream::TextStream(std::wstring_view path) : file_(OpenFile(path, "rb")) {
   atEnd_ = !file_;
 }
 
-bool TextStream::ReadLine(std::string_view& line) {
+bool TextStream::ReadLine(std::string_view& line, std::size_t longest) {
+  if (!TakeLine(line, longest)) return false;
+  if (line.size() <= longest) return true;
+  begin_ = end_;
+  atEnd_ = true;
+  return false;
+}
+
+// A line that is too long need not be whole.
+bool TextStream::TakeLine(std::string_view& line, std::size_t longest) {
   for (std::size_t searched = 0;;) {
     const char* begin = buffer_.data() + begin_;
     const std::size_t available = end_ - begin_;
@@ -27,7 +36,8 @@ bool TextStream::ReadLine(std::string_view& line) {
       return true;
     }
     searched = available;
-    if (Fill()) continue;
+    const bool mayFit = searched <= longest || searched - longest == 1;  // one more: the CR of a CR LF
+    if (mayFit && Fill()) continue;
     line = {buffer_.data() + begin_, end_ - begin_};
     begin_ = end_;
     return !line.empty();

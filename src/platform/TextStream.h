@@ -15,11 +15,14 @@ class TextStream {
  public:
   explicit TextStream(std::wstring_view path);
 
-  /// @param line  receives the next line without its end; valid until the next call
-  /// @return      false at the end
-  bool ReadLine(std::string_view& line);
+  /// @param line     receives the next line without its end; valid until the next call
+  /// @param longest  bytes that a line may have; a longer one ends the file, as it ends a stream that reads into a buffer of
+  ///                 one character more
+  /// @return         false at the end
+  bool ReadLine(std::string_view& line, std::size_t longest = std::string_view::npos);
 
  private:
+  bool TakeLine(std::string_view& line, std::size_t longest);
   bool Fill();
 
   FilePtr file_;

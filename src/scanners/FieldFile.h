@@ -28,8 +28,8 @@ class Delimiters {
 /// Splits a line; empty fields give no token, so later tokens move forward.
 /// @param tokens  filled from the start; tokens beyond its size are dropped
 /// @return        the tokens found
-inline std::span<const std::wstring_view> Tokenise(std::wstring_view line, Delimiters isDelimiter,
-                                                   std::span<std::wstring_view> tokens) {
+inline std::span<std::wstring_view> Tokenise(std::wstring_view line, Delimiters isDelimiter,
+                                             std::span<std::wstring_view> tokens) {
   std::size_t count = 0;
   for (auto at = line.begin(); count < tokens.size();) {
     const auto begin = std::find_if_not(at, line.end(), isDelimiter);
@@ -50,6 +50,24 @@ void ForEachLine(std::wstring_view path, Delimiters delimiters, Read read) {
   for (std::string_view bytes; file.ReadLine(bytes);) {
     WidenAnsi(bytes, line);
     read(Tokenise(line, delimiters, tokens));
+  }
+}
+
+/// The longest line of a bounded field file, in characters.
+inline constexpr std::size_t kLongestBoundedLine = 1023;
+
+/// Reads a bounded field file, whose bytes are one character each, not the code page's: calls `read` with every line and
+/// with all its tokens. A line that is too long ends the file.
+template <class Read>
+void ForEachBoundedLine(std::wstring_view path, Delimiters delimiters, Read read) {
+  TextStream file(path);
+  std::array<wchar_t, kLongestBoundedLine> line;
+  std::array<std::wstring_view, (kLongestBoundedLine + 1) / 2> tokens;  // one character and a delimiter each
+  for (std::string_view bytes; file.ReadLine(bytes, kLongestBoundedLine);) {
+    std::transform(bytes.begin(), bytes.end(), line.begin(),
+                   [](char byte) { return wchar_t{static_cast<unsigned char>(byte)}; });
+    const std::wstring_view characters(line.data(), bytes.size());
+    read(characters, Tokenise(characters, delimiters, tokens));
   }
 }
 

@@ -6,6 +6,7 @@
 #include "Failure.h"
 #include "field/EventLog.h"
 #include "field/FileKind.h"
+#include "field/HousekeepingLog.h"
 #include "run/MissionFolder.h"
 #include "support/TempFolder.h"
 
@@ -38,6 +39,8 @@ TEST(FileKind, IsToldByContent) {
       {std::string("4000,1\r\n") + kHeartbeat12, FileKind::Events},
       {"1,2\n3,4\n", FileKind::Unknown},
       {"camera,tick,utc\n1,2,3\n", FileKind::Unknown},
+      {"INFO,2024-05-01 12:00:00,CCU,31.5\r\n", FileKind::HousekeepingLog},
+      {"1,2024-05-01 12:00:00,CCU,31.5\nx,2024-05-01,CCU\nx,2024-05-01 12:00:00\n", FileKind::Unknown},
       {"\xFF\xD8\xFF\xE1 Exif", FileKind::Jpeg},
       {std::string("\0\0\x27\x0A\0\0", 6), FileKind::Shapefile},
       {std::string(5000, '\0'), FileKind::Unknown},
@@ -50,6 +53,7 @@ TEST(MissionFolder, IsSearchedByContentAndFolderName) {
   const TempFolder folder;
   folder.Write("log.txt", kFix);
   folder.Write("data.csv", kHeartbeat12);
+  folder.Write("box", "INFO,2024-05-01 12:00:00,CCU,31.5\n");
   folder.Write("notes.md", "flown in rain\n");
   for (const char* name : {"CAMERA1", "Cam2", "cam3"}) std::filesystem::create_directory(folder.Path() / name);
   Log log(Verbosity::Quiet);
@@ -58,6 +62,7 @@ TEST(MissionFolder, IsSearchedByContentAndFolderName) {
   FindMissionFiles(folder.Path(), settings, log);
   EXPECT_EQ(settings.trajectory, folder.Path() / "log.txt");
   EXPECT_EQ(settings.events, folder.Path() / "data.csv");
+  EXPECT_EQ(settings.log, folder.Path() / "box");
   EXPECT_EQ(settings.camera1, folder.Path() / "CAMERA1");
   EXPECT_EQ(settings.camera2, "elsewhere");
 
@@ -70,7 +75,8 @@ TEST(MissionFolder, IsSearchedByContentAndFolderName) {
 TEST(MissionToml, SettlesWhatTheCommandLineLeavesOpen) {
   const TempFolder folder;
   folder.Write("mission.toml",
-               "trajectory = 'rover.nmea'\ndate = 2024-05-01\ncam1-offset = -2\nmax-gap = 0.5\npair = 'order'\n");
+               "trajectory = 'rover.nmea'\ndate = 2024-05-01\ncam1-offset = -2\nmax-gap = 0.5\npair = 'order'\nlog = "
+               "'a'\nblur-factor = 0.1\n");
   Settings settings;
   settings.camera1Offset = 1.5;
   FillIn(settings, ReadMissionToml(folder.Path() / "mission.toml"));
@@ -79,6 +85,8 @@ TEST(MissionToml, SettlesWhatTheCommandLineLeavesOpen) {
   EXPECT_EQ(settings.camera1Offset, 1.5);
   EXPECT_EQ(settings.maxGap, 0.5);
   EXPECT_EQ(settings.pair, PairChoice::Order);
+  EXPECT_EQ(settings.log, folder.Path() / "a");
+  EXPECT_EQ(settings.blurFactor.value().value, 0.1);
 }
 
 TEST(MissionToml, NamesLineAndKeyOfAFault) {
@@ -164,6 +172,32 @@ TEST(EventLog, WarnsOfWhatTheReaderWouldPassOver) {
     }
     EXPECT_EQ(read, times) << content;
     ASSERT_EQ(log.Warnings().size(), warnings.size()) << content << log.Warnings()[0];
+    for (std::size_t i = 0; i < warnings.size(); ++i)
+      EXPECT_TRUE(Contains(log.Warnings()[i], warnings[i])) << content << log.Warnings()[i];
+  }
+}
+
+TEST(HousekeepingLog, WarnsOfWhatTheScanLeavesOutOrTakes) {
+  const std::string entry = "INFO,2024-05-01 12:00:00,CCU,";
+  struct {
+    std::string content;
+    std::size_t entries;
+    std::vector<const char*> warnings;
+  } const rows[] = {
+      {entry + "1\r\n\r\n" + entry + "2", 2, {}},
+      {entry + "1\nINFO,2024-05-01 12:00:00\n,,a,b\n" + entry + "2\n", 2, {"2 lines skipped"}},
+      {entry + std::string(1023 - entry.size(), 'x') + "\r\n" + entry + "2\n", 2, {}},
+      {entry + "1\n\n" + entry + std::string(1024 - entry.size(), 'x') + "\n" + entry + "2\n", 1, {"line 3 has 1024"}},
+      {"INFO,2023-02-29 12:00:00,CCU,1\nA,B,C\n" + entry + "1\n",
+       3,
+       {"2 entries without a valid date and time, line 1, 2:"}},
+  };
+  const TempFolder folder;
+  for (const auto& [content, entries, warnings] : rows) {
+    folder.Write("log", content);
+    Log log(Verbosity::Quiet);
+    EXPECT_EQ(ReadHousekeepingLog(folder.Path() / "log", log).events.size(), entries) << content;
+    ASSERT_EQ(log.Warnings().size(), warnings.size()) << content;
     for (std::size_t i = 0; i < warnings.size(); ++i)
       EXPECT_TRUE(Contains(log.Warnings()[i], warnings[i])) << content << log.Warnings()[i];
   }

@@ -62,7 +62,9 @@ TEST_F(RunTest, TurnsAMissionIntoLayersAndSaysWhatItDropped) {
   MakeMission();
   EXPECT_EQ(Shell("$K run m -o o"), 3) << Errors();
   auto files = kTrajectoryFiles;
-  files.insert({"photos.dbf", "photos.prj", "photos.shp", "photos.shx"});
+  for (const std::string layer : {"photos", "stations"}) {
+    for (const char* extension : {".dbf", ".prj", ".shp", ".shx"}) files.insert(layer + extension);
+  }
   EXPECT_EQ(Names("o"), files);
   const Json summary = Summary();
   EXPECT_EQ(summary["trajectory"]["fixes"], 10);
@@ -82,6 +84,10 @@ TEST_F(RunTest, TurnsAMissionIntoLayersAndSaysWhatItDropped) {
   EXPECT_NEAR(summary["photos"]["bounds"]["north"], 48 + 0.00045, 1e-9);
   EXPECT_NEAR(summary["photos"]["bounds"]["highest"], 540.0, 1e-9);
   EXPECT_EQ(summary["layers"][2]["records"], 4);
+  EXPECT_EQ(summary["layers"][3]["records"], 3);
+  EXPECT_EQ(summary["stations"]["paired"], 1);
+  EXPECT_EQ(camera["sharpness"]["graded"], 0);  // none of the photos is a picture
+  EXPECT_EQ(camera["sharpness"]["ungraded"][2]["photo"], "240501_120004.jpg");
   EXPECT_NE(temp_.Read("o/photos.dbf").find((temp_.Path() / "m/cam1/240501_120000.jpg").string()), std::string::npos);
   EXPECT_NE(temp_.Read("out").find("tick 31000000"), std::string::npos);
 }
@@ -97,7 +103,8 @@ TEST_F(RunTest, ExitCodesTellHowItWent) {
       {"$K run m -o o -q", 3, ""},
       {"$K run m -o o", 1, "--overwrite"},
       {"$K run m -o o --overwrite -q && false; $K run m -o o --overwrite --events m/none", 1, "m/none: cannot be read"},
-      {"sed -i /31000000/d m/clock.csv && $K run m -o o --overwrite", 0, ""},
+      {"sed -i /31000000/d m/clock.csv && $K run m -o o --overwrite", 3, "could not be graded"},
+      {"$K run m -o o --overwrite --no-sharpness", 0, ""},
       {"mv m/cam2 m/other && $K run m -o o --overwrite", 3, ""},
       {"mkdir m/camera1 && $K run m -o p", 1, "cam1, camera1; choose with --cam1"},
       {"$K run --trajectory m/rover.nmea -o t", 0, ""},
@@ -108,6 +115,9 @@ TEST_F(RunTest, ExitCodesTellHowItWent) {
       {"$K run none -o u", 1, "none: no such folder"},
       {"$K run m -o u --max-gap 1,5", 2, "--max-gap"},
       {"$K run m -o u --pair both", 2, "order, time or auto"},
+      {"$K run m -o u --blur-factor 25", 2, "from 0 to 1"},
+      {"$K run --trajectory m/rover.nmea -o u --tolerance -1", 2, "tolerance"},
+      {"$K run m -o u --jobs 0", 2, "--jobs"},
       {"$K run m -o u -q -v", 2, "excludes"},
       {"$K run -o u", 2, "--trajectory"},
       {"echo camera1=1 > m/mission.toml; $K run m -o u", 2, "unknown key \"camera1\""},
@@ -119,6 +129,26 @@ TEST_F(RunTest, ExitCodesTellHowItWent) {
     EXPECT_NE(Errors().find(said), std::string::npos) << script << Errors();
     EXPECT_FALSE(fs::exists(temp_.Path() / "u")) << script;
   }
+}
+
+TEST_F(RunTest, BringsTheLogOntoTheMap) {
+  MakeMission();
+  temp_.Write("m/box.log",
+              "INFO,2024-05-01 11:59:00,CCU,31.5\r\nERR,2024-05-01 12:00:05,CAM,failed\r\n"
+              "INFO,2024-05-01 12:00:08,CCU,29.25\r\n");
+  EXPECT_EQ(Shell("$K run m -o o --no-sharpness"), 3) << Errors();
+  const Json log = Summary()["log"];
+  EXPECT_EQ(log["entries"], (Json{{"read", 3}, {"dropped", 0}}));
+  EXPECT_EQ(log["errors"], Json::parse(R"(["ERR:  2024-05-01 12:00:05  :  CAM failed"])"));
+  EXPECT_EQ(log["readings"], Json::parse(R"({"controlUnitTemperature": {
+      "lowest": {"value": 29.25, "time": "2024-05-01T12:00:08.000Z"},
+      "highest": {"value": 31.5, "time": "2024-05-01T11:59:00.000Z"}}})"));
+  EXPECT_EQ(Summary()["layers"][2], Json::parse("{\"name\": \"log_points\", \"file\": \"" +
+                                                (temp_.Path() / "o/log_points.shp").string() + "\", \"records\": 3}"));
+  // Nothing of a log of another day is on the trajectory.
+  EXPECT_EQ(Shell("sed -i s/05-01/05-02/ m/box.log; $K run m -o o --no-sharpness --overwrite"), 3);
+  EXPECT_EQ(Summary()["log"]["entries"]["dropped"], 3);
+  EXPECT_NE(Errors().find("3 of 3 entries dropped"), std::string::npos) << Errors();
 }
 
 TEST_F(RunTest, OverwritingLeavesNothingOfTheOldResults) {
@@ -159,13 +189,13 @@ TEST_F(RunTest, AnInterruptLeavesNothingBehind) {
 TEST_F(RunTest, NamesAreTextOfAnyKind) {
   MakeMission();
   ASSERT_EQ(Shell("sed -i /31000000/d m/clock.csv; mv m 'Ausflug \xCE\xB1\xCE\xB2 \xE4\xB8\xAD'\n"
-                  "$K run Ausflug* -o '\xD0\xBE\xD1\x83\xD1\x82'"),
+                  "$K run Ausflug* --no-sharpness -o '\xD0\xBE\xD1\x83\xD1\x82'"),
             0)
       << Errors();
   EXPECT_EQ(Summary("\xD0\xBE\xD1\x83\xD1\x82")["layers"][2]["records"], 4);
   EXPECT_NE(Errors().find("photo paths cannot be written whole"), std::string::npos) << Errors();
   // A name that is no UTF-8 at all; JSON has U+FFFD for its byte.
-  ASSERT_EQ(Shell("mv Ausflug* 'b\xFF' && $K run b* -o 'q\xFE' && mv q* plain"), 0) << Errors();
+  ASSERT_EQ(Shell("mv Ausflug* 'b\xFF' && $K run b* --no-sharpness -o 'q\xFE' && mv q* plain"), 0) << Errors();
   EXPECT_EQ(Summary("plain")["mission"], "b\xEF\xBF\xBD");
 }
 

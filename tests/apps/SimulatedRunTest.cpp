@@ -3,7 +3,9 @@
 #include <cmath>
 #include <cstdlib>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <numbers>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -87,6 +89,43 @@ TEST(SimulatedRun, GivesTheTruthBack) {
       EXPECT_NEAR(Number(photo, "Altitude"), Number(exposure, "height"), kTolerance);
     }
   }
+}
+
+/// Exposures that belong together, by station number in truth.csv, as pairs "tick tick".
+std::set<std::string> TruePairs(const std::vector<Row>& truth) {
+  std::map<std::string, std::string> ticks;
+  std::set<std::string> pairs;
+  for (const Row& exposure : truth) {
+    if (exposure.at("station").empty()) continue;
+    const auto [first, isFirst] = ticks.try_emplace(exposure.at("station"), exposure.at("master_tick"));
+    if (!isFirst) pairs.insert(first->second + " " + exposure.at("master_tick"));
+  }
+  return pairs;
+}
+
+TEST(SimulatedRun, PairsTheTruePairsAndNamesTheBlurredPhotos) {
+  const TempFolder temp;
+  const std::string command = "cd '" + temp.Path().string() + "' && '" KVMISSION_PROGRAM "' ";
+  ASSERT_EQ(std::system((command + "simulate m -q --minutes 4 --seed 3 --photo-size 64x48").c_str()), 0);
+  std::system((command + "run m -o o -q").c_str());
+  const auto truth = ReadCsv(temp.Read("m/truth.csv"));
+  std::set<std::string> pairs, blurred, named;
+  for (const Row& station : ReadTable(temp.Read("o/stations.dbf"))) {
+    const auto tick = [&](const char* name) { return station.at(name).substr(0, station.at(name).find('.')); };
+    if (tick("Cam1MCTick") != "0" && tick("Cam2MCTick") != "0")
+      pairs.insert(tick("Cam1MCTick") + " " + tick("Cam2MCTick"));
+  }
+  EXPECT_GT(pairs.size(), 50u);
+  EXPECT_EQ(pairs, TruePairs(truth));
+  for (const Row& exposure : truth) {
+    if (exposure.at("blurred") == "1") blurred.insert(exposure.at("camera") + exposure.at("photo"));
+  }
+  const auto summary = nlohmann::json::parse(temp.Read("o/summary.json"));
+  for (const auto& camera : summary["cameras"]) {
+    for (const auto& photo : camera["sharpness"]["blurred"])
+      named.insert(std::to_string(camera["camera"].get<int>()) + photo["photo"].get<std::string>());
+  }
+  EXPECT_EQ(named, blurred);
 }
 
 }  // namespace

@@ -64,6 +64,8 @@ TEST(Placing, NamesTheReasonForEveryDrop) {
                                              "1 4294963296 no place: before the first fix",
                                              "2 1000 no photo: no folder for this camera",
                                              "1 8000 no place: after the last fix"}));
+  EXPECT_EQ(events.events.size(), 2u);  // exposures at a place
+  DropWithoutPhoto(events.events, inputs);
   ASSERT_EQ(events.events.size(), 1u);
   EXPECT_EQ(events.events[0].MasterTick, 4294965296.0);
 }

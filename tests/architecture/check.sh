@@ -32,6 +32,7 @@ while read -r owner pattern; do
   done < <(grep -rE "^#include <($pattern)" include src apps || true)
 done <<'ROWS'
 src/export     shapefil\.h
+src/photos     opencv2/
 apps/kvmission CLI/|nlohmann/|fmt/|toml|libexif/|jpeglib
 ROWS
 

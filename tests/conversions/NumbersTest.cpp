@@ -11,6 +11,8 @@
 
 namespace {
 
+using namespace std::string_literals;
+
 // Expected values of this file were measured on the C runtime that the rules are named after.
 TEST(Numbers, LeadingInteger) {
   struct {
@@ -84,6 +86,101 @@ TEST(Numbers, WholeInteger) {
   };
   for (const auto& [text, value] : rows) {
     EXPECT_EQ(kv::WholeInteger(text), value) << std::string(text.begin(), text.end());
+  }
+}
+
+TEST(Numbers, WholeInteger32HasItsOwnRange) {
+  struct {
+    std::wstring text;
+    std::optional<std::int32_t> value;
+  } const rows[] = {
+      {L"+2147483647", 2147483647},
+      {L"2147483648", {}},
+      {L"-2147483648", -2147483647 - 1},
+      {L"-2147483649", {}},
+      {L"4294967296", {}},
+      {L"9223372036854775808", {}},
+      {L"0000000000000042", 42},
+      {L"2200.0", {}},
+      {L"-0", 0},
+      {L"", {}},
+      {L" 1", {}},
+  };
+  for (const auto& [text, value] : rows) {
+    EXPECT_EQ(kv::WholeInteger32(text), value) << std::string(text.begin(), text.end());
+  }
+}
+
+// Measured on Boost's lexical conversion of wide text, which names the rule.
+TEST(Numbers, WholeDouble) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  struct {
+    std::wstring text;
+    double value;
+  } const rows[] = {
+      {L"+1", 1},
+      {L"-.5", -0.5},
+      {L"5.", 5},
+      {L"08", 8},
+      {L"1.e5", 1e5},
+      {L"1E+05", 1e5},
+      {L"37.79468641", 37.794686409999997},
+      {L"9007199254740993", 9007199254740992},
+      {L"123456789012345678901234567890", 1.2345678901234568e+29},
+      {L"1.7976931348623157e308", 1.7976931348623157e+308},
+      {L"2.2250738585072011e-308", 2.2250738585072009e-308},
+      {L"4.9406564584124654e-324", 4.9406564584124654e-324},
+      {L"0e400", 0},
+      {L"1e-400", 0},
+      {L"1e-99999999999", 0},
+      {L"0." + std::wstring(400, L'0') + L"1e5", 0},
+      {L"1" + std::wstring(400, L'0') + L"e-400", 1},
+      {L"INF", kInfinity},
+      {L"-Infinity", -kInfinity},
+  };
+  for (const auto& [text, value] : rows) {
+    EXPECT_EQ(kv::WholeDouble(text), value) << std::string(text.begin(), text.end());
+  }
+  for (const auto* text : {L"-0", L"-0.0", L"-1e-400"})
+    EXPECT_TRUE(std::signbit(kv::WholeDouble(text).value())) << text;
+  for (const auto* text : {L"nan", L"+NAN", L"-nan", L"nan()", L"nan(12 x)"}) {
+    EXPECT_TRUE(std::isnan(kv::WholeDouble(text).value())) << text;
+    EXPECT_EQ(std::signbit(kv::WholeDouble(text).value()), text[0] == L'-');
+  }
+  for (const std::wstring& text : {L""s,
+                                   L"."s,
+                                   L"-"s,
+                                   L"+."s,
+                                   L"++1"s,
+                                   L"+-1"s,
+                                   L"--1"s,
+                                   L" 1"s,
+                                   L"1 "s,
+                                   L"1\r"s,
+                                   L"1x"s,
+                                   L"1e"s,
+                                   L"1e-"s,
+                                   L"1+"s,
+                                   L".e5"s,
+                                   L"e5"s,
+                                   L"1d5"s,
+                                   L"1.5.5"s,
+                                   L"1e5e5"s,
+                                   L"1,5"s,
+                                   L"0x10"s,
+                                   L"1e400"s,
+                                   L"-1e400"s,
+                                   L"1e99999999999"s,
+                                   L"1.7976931348623159e308"s,
+                                   std::wstring(400, L'9'),
+                                   L"infinit"s,
+                                   L"nanx"s,
+                                   L"nan("s,
+                                   L"inf()"s,
+                                   L"1.#INF"s,
+                                   L"\x0661"s,
+                                   L"1\0"s}) {
+    EXPECT_EQ(kv::WholeDouble(text), std::nullopt) << std::string(text.begin(), text.end());
   }
 }
 

@@ -190,4 +190,90 @@ TEST_F(Layers, PhotosAreThoseOfPlainShapelib) {
   ExpectSame(SHPT_POINTZ, false, plain);
 }
 
+TEST_F(Layers, LogPointsAreThoseOfPlainShapelib) {
+  std::vector<tagKVLogEvent> events(3000);
+  std::vector<PlainRecord> plain;
+  for (auto& event : events) {
+    event.SystemTimeUTC = values_.Choice(9) ? Calendar(2023, 5, 1, 10, static_cast<int>(values_.Choice(60)), 7, 999)
+                                            : Calendar(0, 13, 65535, 100);  // as read, calendar time or not
+    const auto& [type, typeBytes] = kTexts[values_.Choice(std::size(kTexts))];
+    const std::wstring tail(values_.Choice(2) * 250, L'x');
+    event.Type = type;
+    event.Desc = (type + tail).c_str();
+    const int number = static_cast<int>(plain.size());
+    plain.push_back({{}, {}});
+    auto& fields = plain.back().fields;
+    const auto decimal = [&](const char* name, double& value, int decimals = 4) {
+      fields.push_back({name, 14, decimals, value = values_.Number()});
+    };
+    const auto integer = [&](const char* name, int& value) {
+      fields.push_back({name, 10, 0, value = values_.Choice(2) ? number : std::numeric_limits<int>::min()});
+    };
+    const SYSTEMTIME& t = event.SystemTimeUTC;
+    char time[64];
+    std::snprintf(time, sizeof time, "%d-%02d-%02d %02d:%02d:%02d", t.wYear, t.wMonth, t.wDay, t.wHour, t.wMinute,
+                  t.wSecond);
+    fields = {{"Index", 10, 0, number}, {"Type", 254, 0, typeBytes}, {"TimeUTC", 50, 0, std::string(time)}};
+    decimal("Latitude", event.Latitude, 8);
+    decimal("Longitude", event.Longitude, 8);
+    decimal("Altitude", event.Altitude);
+    fields.push_back({"Desc", 254, 0, typeBytes + std::string(tail.size(), 'x')});
+    decimal("CCUTemp", event.CCUTemp);
+    decimal("BatBrdTemp", event.BatBrdTemp);
+    decimal("BatTemp", event.BatTemp);
+    decimal("BatVoltage", event.BatVoltage);
+    decimal("BatCurrent", event.BatCurrent);
+    decimal("BatPercent", event.BatPercent);
+    decimal("AOSBrdTemp", event.AOSBrdTemp);
+    decimal("AOSPitch", event.AOSPitch);
+    decimal("AOSRoll", event.AOSRoll);
+    decimal("AOSHeading", event.AOSHeading);
+    integer("AOSCalStat", event.AOSCalStat);
+    integer("AOSSysStat", event.AOSSysStat);
+    integer("AOSSysErro", event.AOSSysError);  // ten characters are kept
+    plain.back().vertices = {{event.Longitude, event.Latitude, event.Altitude, static_cast<double>(number)}};
+  }
+  Export(KVUtilities::ExportLogPointShapefile, events);
+  ExpectSame(SHPT_POINTZ, true, plain);
+}
+
+TEST_F(Layers, StationsAreThoseOfPlainShapelib) {
+  std::vector<tagKVExposureStation> stations(2000);
+  std::vector<PlainRecord> plain;
+  for (auto& station : stations) {
+    station.TimeUTC = values_.Time();
+    for (double* value : {&station.Latitude, &station.Longitude, &station.Altitude}) *value = values_.Number();
+    plain.push_back({{{station.Longitude, station.Latitude, station.Altitude, 0}},
+                     {{"Index", 10, 0, static_cast<int>(plain.size())},
+                      {"TimeUTC", 50, 0, TimeText(station.TimeUTC)},
+                      {"Latitude", 14, 8, station.Latitude},
+                      {"Longitude", 14, 8, station.Longitude},
+                      {"Altitude", 14, 4, station.Altitude},
+                      {"TimeTick", 25, 0, TickText(station.TimeUTC)}}});
+    auto& fields = plain.back().fields;
+    const auto addCamera = [&](tagKVSystemEvent& event, std::array<const char*, 8> names) {
+      event.TimeUTC = values_.Time();
+      for (double* value : {&event.Latitude, &event.Longitude, &event.Altitude, &event.MasterTick, &event.Sharpness}) {
+        *value = values_.Number();
+      }
+      const auto& [path, pathBytes] = kTexts[values_.Choice(std::size(kTexts))];
+      event.PhotoPath = path;
+      fields.insert(fields.end(), {{names[0], 50, 0, TimeText(event.TimeUTC)},
+                                   {names[1], 14, 8, event.Latitude},
+                                   {names[2], 14, 8, event.Longitude},
+                                   {names[3], 14, 4, event.Altitude},
+                                   {names[4], 14, 1, event.MasterTick},
+                                   {names[5], 14, 1, event.Sharpness},
+                                   {names[6], 25, 0, TickText(event.TimeUTC)},
+                                   {names[7], 254, 0, pathBytes}});
+    };
+    addCamera(station.Cam1Event,
+              {"Cam1Time", "Cam1Lat", "Cam1Lon", "Cam1Alt", "Cam1MCTick", "Cam1Sharp", "Cam1TmTick", "Cam1Path"});
+    addCamera(station.Cam2Event,
+              {"Cam2Time", "Cam2Lat", "Cam2Lon", "Cam2Alt", "Cam2MCTick", "Cam2Sharp", "Cam2TmTick", "Cam2Path"});
+  }
+  Export(KVUtilities::ExportExposureStationPointShapefile, stations);
+  ExpectSame(SHPT_POINTZ, false, plain);
+}
+
 }  // namespace

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 #include <new>
 
 #include "KVUtilities.h"
@@ -69,7 +70,11 @@ TEST(ShapefileSet, WithoutRecords) {
 
   EXPECT_EQ(ExportPoints(folder.Wide("points"), 0), L"");
   EXPECT_TRUE(KVUtilities::ExportPhotoPointShapefile(folder.Wide("photos"), std::vector<tagKVSystemEvent>(3), error));
-  for (const char* name : {"points.shp", "photos.shp"}) EXPECT_EQ(CountRecords(folder.Path() / name), std::pair(0, 0));
+  EXPECT_TRUE(KVUtilities::ExportLogPointShapefile(folder.Wide("log"), {}, error));
+  EXPECT_TRUE(KVUtilities::ExportExposureStationPointShapefile(folder.Wide("stations"), {}, error));
+  for (const char* name : {"points.shp", "photos.shp", "log.shp", "stations.shp"}) {
+    EXPECT_EQ(CountRecords(folder.Path() / name), std::pair(0, 0));
+  }
 }
 
 TEST(ShapefileSet, StopsAtTheLimitOfTheFileThatThePathNames) {
@@ -117,32 +122,39 @@ TEST(ShapefileSet, MeasuresTheGrowingFileThatThePathNames) {
 
 TEST(ShapefileSet, ReportsFilesThatCannotBeCreated) {
   const struct {
-    const char* obstacle;  // a folder where the file should be
-    const wchar_t* points;
-    const wchar_t* line;
-    const wchar_t* photos;
-  } rows[] = {
-      {"x.shp", L"Error creating Trajectory Point Shapefile.", L"Error creating Trajectory Line Shapefile.",
-       L"Error creating Photo Shapefile."},
-      {"x.shx", L"Error creating Trajectory Point Shapefile.", L"Error creating Trajectory Line Shapefile.",
-       L"Error creating Photo Shapefile."},
-      {"x.dbf", L"Error creating Trajectory Point DBF file.", L"Error creating Trajectory Line DBF file.",
-       L"Error creating Photo DBF file."},
-      {"x.prj", L"", L"", L""},  // reported on the standard error stream alone
+    std::wstring words;
+    std::function<bool(const std::wstring&, std::wstring&)> write;
+  } layers[] = {
+      {L"Trajectory Point",
+       [](const auto& path, auto& error) {
+         return KVUtilities::ExportTrajectoryPointShapefile(path, Trajectory(1), error);
+       }},
+      {L"Trajectory Line",
+       [](const auto& path, auto& error) {
+         return KVUtilities::ExportTrajectoryLineShapefile(path, Trajectory(1), error);
+       }},
+      {L"Photo", [](const auto& path, auto& error) { return KVUtilities::ExportPhotoPointShapefile(path, {}, error); }},
+      {L"Log Point",
+       [](const auto& path, auto& error) { return KVUtilities::ExportLogPointShapefile(path, {}, error); }},
+      {L"Station",
+       [](const auto& path, auto& error) { return KVUtilities::ExportExposureStationPointShapefile(path, {}, error); }},
   };
-  for (const auto& [obstacle, points, line, photos] : rows) {
+  const std::pair<const char*, std::wstring> rows[] = {
+      {"x.shp", L" Shapefile."},
+      {"x.shx", L" Shapefile."},
+      {"x.dbf", L" DBF file."},
+      {"x.prj", L""},  // reported on the standard error stream alone
+  };
+  for (const auto& [obstacle, sentenceEnd] : rows) {  // a folder where the file should be
     const TempFolder folder;
     fs::create_directory(folder.Path() / obstacle);
-    const std::wstring path = folder.Wide("x.shp");
-    std::wstring error;
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(ExportPoints(path, 1), points);
-    EXPECT_EQ(KVUtilities::ExportTrajectoryLineShapefile(path, Trajectory(1), error), !*line);
-    EXPECT_EQ(error, line);
-    EXPECT_EQ(KVUtilities::ExportPhotoPointShapefile(path, {}, error), !*photos);
-    EXPECT_EQ(error, photos);
-    const std::string complaint = *points ? "" : "Error writing to ...\n";
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), complaint + complaint + complaint);
+    for (const auto& [words, write] : layers) {
+      std::wstring error;
+      testing::internal::CaptureStderr();
+      EXPECT_EQ(write(folder.Wide("x.shp"), error), sentenceEnd.empty()) << obstacle;
+      EXPECT_EQ(error, sentenceEnd.empty() ? L"" : L"Error creating " + words + sentenceEnd);
+      EXPECT_EQ(testing::internal::GetCapturedStderr(), sentenceEnd.empty() ? "Error writing to ...\n" : "");
+    }
   }
 }
 
@@ -187,6 +199,10 @@ TEST(ShapefileSet, NeverTakesATruncatedFileForWhole) {
     for (const std::size_t count : kCounts) {
       EXPECT_EQ(ExportPoints(folder.Wide("x"), count), L"Error writing simple shape object.") << full << count;
     }
+    std::wstring error;
+    EXPECT_FALSE(
+        KVUtilities::ExportExposureStationPointShapefile(folder.Wide("x"), {3, tagKVExposureStation()}, error));
+    EXPECT_EQ(error, L"Error writing Exposure Station point shape.") << full;
   }
 }
 #endif

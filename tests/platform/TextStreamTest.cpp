@@ -43,6 +43,34 @@ TEST(TextStream, LinesEndAsInTextMode) {
     EXPECT_TRUE(Lines(folder.Write("file", content)) == lines) << content.size();
 }
 
+TEST(TextStream, ALineBeyondTheBoundEndsTheFile) {
+  const std::string longest(1023, 'x'), block(300 * 1024, 'b');
+  std::string untilBlockEnd;
+  for (int i = 0; i < 255; ++i) untilBlockEnd += longest + "\n";  // 1024 bytes each, of 256 KiB
+  const std::pair<std::string, std::size_t> rows[] = {
+      // content, lines that are read
+      {longest + "\n2\n", 2},
+      {longest + "\r\n2\n", 2},  // CR LF counts as one
+      {longest, 1},
+      {longest + "\r", 0},  // an end of file does not make a CR a line end
+      {longest + "x\n2\n", 0},
+      {longest + "\rx\n2\n", 0},
+      {"1\n" + longest + "x", 1},
+      {"1\n" + block + "\n2\n", 1},
+      {"1\n\n" + longest + "\x1Ax\n", 3},
+      {untilBlockEnd + longest + "\r\n2\n", 257},  // the CR ends a block
+  };
+  const TempFolder folder;
+  for (const auto& [content, expected] : rows) {
+    kv::TextStream file(folder.Write("file", content));
+    std::size_t lines = 0;
+    for (std::string_view line; file.ReadLine(line, 1023);) ++lines;
+    EXPECT_EQ(lines, expected) << content.substr(0, 3) << content.size();
+    std::string_view line;
+    EXPECT_FALSE(file.ReadLine(line));  // for good
+  }
+}
+
 TEST(TextStream, WhatCannotBeReadHasNoLines) {
   const TempFolder folder;
   EXPECT_TRUE(Lines(folder.Wide("missing")).empty());

@@ -19,6 +19,7 @@ TEST(Corpus, ScannersSurviveEveryFile) {
   } rows[] = {
       {"trajectory", [&](const std::wstring& path) { KVUtilities::ScanKVTrajectoryFile(path, {}, error); }},
       {"system-events", [&](const std::wstring& path) { KVUtilities::ScanKVSystemEventFile(path, error); }},
+      {"log", [&](const std::wstring& path) { KVUtilities::ScanKVLogFile(path, error); }},
   };
   for (const auto& [folder, scan] : rows) {
     int files = 0;

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "field/EventLog.h"
+#include "field/HousekeepingLog.h"
 #include "field/LineReader.h"
 #include "field/NmeaSentence.h"
 
@@ -22,7 +23,7 @@ std::string_view TakeLine(std::string_view& text) {
 }
 
 struct LineCounts {
-  std::size_t lines = 0, sentences = 0, events = 0, heartbeats = 0;
+  std::size_t lines = 0, sentences = 0, events = 0, heartbeats = 0, housekeeping = 0;
 };
 
 LineCounts CountLines(std::string_view head) {
@@ -37,6 +38,7 @@ LineCounts CountLines(std::string_view head) {
     counts.sentences += kind != LineKind::NotASentence && kind != LineKind::BadChecksum;
     counts.events += event != EventKind::Other;
     counts.heartbeats += event == EventKind::Heartbeat;
+    counts.housekeeping += IsHousekeepingLine(line);
   }
   return counts;
 }
@@ -51,6 +53,7 @@ FileKind KindOfContent(std::string_view head) {
   const auto prevail = [&](std::size_t count) { return count > 0 && 10 * count >= counts.lines; };
   if (prevail(counts.sentences)) return FileKind::Trajectory;
   if (counts.heartbeats > 0 && prevail(counts.events)) return FileKind::Events;
+  if (prevail(counts.housekeeping)) return FileKind::HousekeepingLog;
   return FileKind::Unknown;
 }
 

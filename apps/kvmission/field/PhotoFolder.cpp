@@ -15,18 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<fs::path> PhotosIn(const fs::path& folder) {
-  std::vector<fs::path> photos;
-  std::error_code error;
-  for (auto entry = fs::directory_iterator(folder, error); !error && entry != fs::directory_iterator();
-       entry.increment(error)) {
-    std::error_code unknown;
-    if (HasPhotoExtension(entry->path()) && entry->is_regular_file(unknown)) photos.push_back(entry->path().filename());
-  }
-  if (error) throw Failure(fmt::format("{}: cannot be listed: {}", Utf8(folder), error.message()));
-  return photos;
-}
-
 /// @param zoneless  counts the photos whose time came without a time zone
 std::optional<Instant> TimeOf(const fs::path& photo, const std::wstring& name, std::size_t& zoneless) {
   if (const auto stamp = StampTime(name)) return stamp;
@@ -42,6 +30,19 @@ std::optional<Instant> TimeOf(const fs::path& photo, const std::wstring& name, s
 bool HasPhotoExtension(const fs::path& path) {
   const std::string extension = LowerCase(Utf8(path.extension()));
   return extension == ".jpg" || extension == ".jpeg";
+}
+
+std::vector<fs::path> PhotosIn(const fs::path& folder) {
+  std::vector<fs::path> photos;
+  std::error_code error;
+  for (auto entry = fs::directory_iterator(folder, error); !error && entry != fs::directory_iterator();
+       entry.increment(error)) {
+    std::error_code unknown;
+    if (HasPhotoExtension(entry->path()) && entry->is_regular_file(unknown)) photos.push_back(entry->path().filename());
+  }
+  if (error) throw Failure(fmt::format("{}: cannot be listed: {}", Utf8(folder), error.message()));
+  std::sort(photos.begin(), photos.end());
+  return photos;
 }
 
 PhotoFolder ReadPhotoFolder(const fs::path& path, int camera, Log& log) {

@@ -28,6 +28,9 @@ struct PhotoFolder {
 /// @throws Failure when the folder cannot be listed, or the user interrupts
 PhotoFolder ReadPhotoFolder(const std::filesystem::path& path, int camera, Log& log);
 
+/// The names of a folder's JPEG photos in order. @throws Failure when it cannot be listed
+std::vector<std::filesystem::path> PhotosIn(const std::filesystem::path& folder);
+
 /// Whether a name ends as JPEG files do: .jpg or .jpeg in any letter case.
 bool HasPhotoExtension(const std::filesystem::path& path);
 

@@ -10,6 +10,7 @@
 #include "System.h"
 #include "field/EventLog.h"
 #include "field/FileKind.h"
+#include "field/HousekeepingLog.h"
 #include "field/JpegHeader.h"
 #include "field/PhotoTimes.h"
 #include "field/ShapefileHeader.h"
@@ -84,6 +85,15 @@ Json DescribeEvents(const fs::path& path, double maxGap, Log& log) {
           {"heartbeatGaps", HeartbeatGaps(events, maxGap)}};
 }
 
+Json DescribeLog(const fs::path& path, double, Log& log) {
+  const HousekeepingLog housekeeping = ReadHousekeepingLog(path, log);
+  const TimeSpan span = SpanOf(housekeeping.events);
+  return {{"lines", housekeeping.lines},           {"linesSkipped", housekeeping.skipped},
+          {"entries", housekeeping.events.size()}, {"faultyDates", housekeeping.faultyDates},
+          {"first", JsonOf(span.first)},           {"last", JsonOf(span.last)},
+          {"errors", housekeeping.errors},         {"readings", JsonOf(ReadingRanges(housekeeping.events))}};
+}
+
 Json DescribePhoto(const fs::path& path, double, Log&) {
   const auto header = ReadJpegHeader(path).value_or(JpegHeader{});
   const auto exif = ExifTimeOriginal(header.exif);
@@ -113,9 +123,10 @@ struct Describer {
   const char* name;
   Json (*describe)(const fs::path& path, double maxGap, Log& log);
 };
-constexpr std::array<Describer, 5> kDescribers{{{FileKind::Unknown, "unknown", DescribeUnknown},
+constexpr std::array<Describer, 6> kDescribers{{{FileKind::Unknown, "unknown", DescribeUnknown},
                                                 {FileKind::Trajectory, "trajectory log (NMEA)", DescribeTrajectory},
                                                 {FileKind::Events, "system event file", DescribeEvents},
+                                                {FileKind::HousekeepingLog, "housekeeping log", DescribeLog},
                                                 {FileKind::Jpeg, "photo (JPEG)", DescribePhoto},
                                                 {FileKind::Shapefile, "Shapefile", DescribeShapefile}}};
 

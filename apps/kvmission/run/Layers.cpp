@@ -65,6 +65,14 @@ Layer WriteTrajectoryPoints(const OutputFolder& output, std::vector<tagKVTraject
   return Write(output, kTrajectoryPoints, KVUtilities::ExportTrajectoryPointShapefile, std::move(trajectory), log);
 }
 
+Layer WriteLogPoints(const OutputFolder& output, std::vector<tagKVLogEvent>&& events, const Log& log) {
+  return Write(output, kLogPoints, KVUtilities::ExportLogPointShapefile, std::move(events), log);
+}
+
+Layer WriteStations(const OutputFolder& output, std::vector<tagKVExposureStation>&& stations, const Log& log) {
+  return Write(output, kStations, KVUtilities::ExportExposureStationPointShapefile, std::move(stations), log);
+}
+
 Layer WritePhotos(const OutputFolder& output, std::vector<tagKVSystemEvent>&& events, const Log& log) {
   return Write(output, kPhotos, KVUtilities::ExportPhotoPointShapefile, std::move(events), log);
 }

@@ -19,6 +19,8 @@ struct Layer {
 Layer WriteTrajectoryLine(const OutputFolder& output, const std::vector<tagKVTrajectoryObs>& trajectory,
                           const Log& log);
 Layer WriteTrajectoryPoints(const OutputFolder& output, std::vector<tagKVTrajectoryObs>&& trajectory, const Log& log);
+Layer WriteLogPoints(const OutputFolder& output, std::vector<tagKVLogEvent>&& events, const Log& log);
+Layer WriteStations(const OutputFolder& output, std::vector<tagKVExposureStation>&& stations, const Log& log);
 /// @param events  camera events; each is a record
 Layer WritePhotos(const OutputFolder& output, std::vector<tagKVSystemEvent>&& events, const Log& log);
 

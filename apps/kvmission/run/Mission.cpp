@@ -6,6 +6,7 @@
 #include "Interrupt.h"
 #include "System.h"
 #include "field/EventLog.h"
+#include "field/HousekeepingLog.h"
 #include "field/LineWriter.h"
 #include "run/MissionFolder.h"
 #include "run/OutputFolder.h"
@@ -35,6 +36,8 @@ Settings ResolveInputs(const RunRequest& request, Log& log) {
     FindMissionFiles(*request.mission, settings, log);
   }
   if (!settings.trajectory) throw Failure("no trajectory found; give it with --trajectory FILE");
+  if (settings.tolerance.value_or(kDefaultTolerance) < 0)
+    throw Failure("tolerance must not be negative", ExitCode::WrongUsage);
   if (settings.maxGap.value_or(kDefaultMaxGap) <= 0) throw Failure("max-gap must be positive", ExitCode::WrongUsage);
   WarnOfAbsence(request, settings, log);
   return settings;
@@ -93,6 +96,44 @@ void NoteKept(const Events& kept, Summary& summary) {
   }
 }
 
+void PlaceLog(HousekeepingLog& housekeeping, Summary& summary, Log& log) {
+  LogSummary& result = summary.log.emplace();
+  result.lines = housekeeping.lines;
+  result.skipped = housekeeping.skipped;
+  result.faultyDates = housekeeping.faultyDates;
+  result.cutAtLine = housekeeping.cutAtLine;
+  result.entries = housekeeping.events.size();
+  result.span = SpanOf(housekeeping.events);
+  result.readings = ReadingRanges(housekeeping.events);
+  result.errors = std::move(housekeeping.errors);
+  result.dropped = PlaceLogEntries(housekeeping, summary.trajectory, log);
+}
+
+void GradeCameras(const RunRequest& request, Events& events, Summary& summary, Log& log) {
+  const double blurFactor = summary.inputs.blurFactor.value_or(Share{kDefaultBlurFactor}).value;
+  auto grades = GradeEvents(events, blurFactor, request.jobs, log);
+  for (auto& camera : summary.cameras) {
+    if (camera.folder) camera.sharpness = std::move(grades[static_cast<std::size_t>(camera.camera - 1)]);
+  }
+}
+
+void WriteTrajectory(const OutputFolder& output, Summary& summary, const Log& log) {
+  auto& observations = summary.trajectory.observations;
+  summary.layers.push_back(WriteTrajectoryLine(output, observations, log));
+  summary.layers.push_back(WriteTrajectoryPoints(output, std::move(observations), log));
+}
+
+/// Stations are of exposures; whether a photo of them exists does not matter.
+void WritePhotosAndStations(const OutputFolder& output, Events&& events, Summary& summary, Log& log) {
+  const double tolerance = summary.inputs.tolerance.value_or(kDefaultTolerance);
+  auto stations = FormStations(events, tolerance, summary.stations.emplace(), log);
+  DropWithoutPhoto(events, summary.inputs);
+  NoteKept(events, summary);
+  WarnOfPhotoPaths(events, log);
+  summary.layers.push_back(WritePhotos(output, std::move(events), log));
+  summary.layers.push_back(WriteStations(output, std::move(stations), log));
+}
+
 void WriteSummary(const OutputFolder& output, const Summary& summary) {
   LineWriter writer(output.Staging() / kSummaryFile);
   writer.Text() = SummaryJson(summary);
@@ -109,6 +150,8 @@ Summary RunMission(const RunRequest& request, Log& log) {
   const Settings& inputs = summary.inputs;
   OutputFolder output(request.output, request.overwrite);
 
+  HousekeepingLog housekeeping;
+  if (inputs.log) housekeeping = ReadHousekeepingLog(*inputs.log, log);
   EventLog eventLog;
   if (inputs.events) eventLog = ReadEvents(*inputs.events, output.Staging(), log);
   Events& events = eventLog.events;
@@ -119,16 +162,16 @@ Summary RunMission(const RunRequest& request, Log& log) {
   summary.trajectory = ReadTrajectory(*inputs.trajectory, dates, output.Staging(), maxGap, log);
   WarnOfTrajectory(summary.trajectory, log);
 
+  if (inputs.log) PlaceLog(housekeeping, summary, log);
   PlaceEvents(events, summary.trajectory, log);
   if (inputs.events) summary.events = Summarise(eventLog);
   PairCameras(events, summary, log);
   NoteDrops(DropUnusable(eventLog, summary.trajectory, inputs), summary);
-  NoteKept(events, summary);
-  WarnOfPhotoPaths(events, log);
+  if (request.grade) GradeCameras(request, events, summary, log);
 
-  summary.layers.push_back(WriteTrajectoryLine(output, summary.trajectory.observations, log));
-  summary.layers.push_back(WriteTrajectoryPoints(output, std::move(summary.trajectory.observations), log));
-  if (inputs.events) summary.layers.push_back(WritePhotos(output, std::move(events), log));
+  WriteTrajectory(output, summary, log);
+  if (inputs.log) summary.layers.push_back(WriteLogPoints(output, std::move(housekeeping.events), log));
+  if (inputs.events) WritePhotosAndStations(output, std::move(events), summary, log);
   summary.warnings = log.Warnings();
   WriteSummary(output, summary);
   output.Commit();

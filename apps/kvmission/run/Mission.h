@@ -14,6 +14,8 @@ struct RunRequest {
   Settings settings;
   std::filesystem::path output;
   bool overwrite = false;
+  bool grade = true;  ///< the photos
+  unsigned jobs = 0;  ///< photos graded at a time, 0 for as many as there are processors
 };
 
 /// Turns a mission into layers and summary.json: reads, checks, places, pairs, drops, writes.

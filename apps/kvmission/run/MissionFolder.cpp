@@ -35,22 +35,24 @@ class Sorter {
       return nullptr;
     }
   }
-  std::array<Candidates, 4>& All() { return all_; }
+  std::array<Candidates, 5>& All() { return all_; }
 
  private:
   Candidates* PlaceFolder(const std::string& name) {
-    if (name == "cam1" || name == "camera1") return &all_[2];
-    if (name == "cam2" || name == "camera2") return &all_[3];
+    if (name == "cam1" || name == "camera1") return &all_[3];
+    if (name == "cam2" || name == "camera2") return &all_[4];
     return nullptr;
   }
   Candidates* PlaceFile(FileKind kind) {
     if (kind == FileKind::Trajectory) return &all_[0];
     if (kind == FileKind::Events) return &all_[1];
+    if (kind == FileKind::HousekeepingLog) return &all_[2];
     return nullptr;
   }
 
-  std::array<Candidates, 4> all_{{{"trajectories", "--trajectory", &Settings::trajectory, {}},
+  std::array<Candidates, 5> all_{{{"trajectories", "--trajectory", &Settings::trajectory, {}},
                                   {"event files", "--events", &Settings::events, {}},
+                                  {"logs", "--log", &Settings::log, {}},
                                   {"folders of camera 1", "--cam1", &Settings::camera1, {}},
                                   {"folders of camera 2", "--cam2", &Settings::camera2, {}}}};
 };
@@ -70,9 +72,8 @@ void Settle(Candidates& candidates, Settings& settings, Log& log) {
   setting = paths[0];
 }
 
-}  // namespace
-
-void FindMissionFiles(const fs::path& folder, Settings& settings, Log& log) {
+/// Every entry of the folder is where it belongs.
+Sorter Sorted(const fs::path& folder, Log& log) {
   Sorter sorter;
   std::error_code error;
   for (auto entry = fs::directory_iterator(folder, error); !error && entry != fs::directory_iterator();
@@ -80,7 +81,28 @@ void FindMissionFiles(const fs::path& folder, Settings& settings, Log& log) {
     if (Candidates* candidates = sorter.Place(*entry, log)) candidates->paths.push_back(entry->path());
   }
   if (error) throw Failure(fmt::format("{}: cannot be listed: {}", Utf8(folder), error.message()));
+  return sorter;
+}
+
+}  // namespace
+
+void FindMissionFiles(const fs::path& folder, Settings& settings, Log& log) {
+  Sorter sorter = Sorted(folder, log);
   for (Candidates& candidates : sorter.All()) Settle(candidates, settings, log);
+}
+
+fs::path FindCameraFolder(const fs::path& folder, int camera, Log& log) {
+  const auto setting = camera == 1 ? &Settings::camera1 : &Settings::camera2;
+  Settings settings;
+  std::error_code error;
+  if (!fs::is_directory(folder, error)) throw Failure(Utf8(folder) + ": no such folder");
+  if (const auto file = folder / kMissionFileName; fs::exists(file, error)) settings = ReadMissionToml(file);
+  Sorter sorter = Sorted(folder, log);
+  for (Candidates& candidates : sorter.All()) {
+    if (candidates.setting == setting) Settle(candidates, settings, log);
+  }
+  if (!(settings.*setting)) throw Failure(fmt::format("{}: no folder of camera {}", Utf8(folder), camera));
+  return *(settings.*setting);
 }
 
 }  // namespace kv::mission

@@ -14,6 +14,10 @@ namespace kv::mission {
 ///         be listed
 void FindMissionFiles(const std::filesystem::path& folder, Settings& settings, Log& log);
 
+/// The folder of one camera's photos: that of the mission.toml, else the one found by name.
+/// @throws Failure when there is none, or several
+std::filesystem::path FindCameraFolder(const std::filesystem::path& folder, int camera, Log& log);
+
 inline constexpr const char* kMissionFileName = "mission.toml";
 
 }  // namespace kv::mission

@@ -23,13 +23,14 @@ std::string Describe(const toml::source_region& source) { return fmt::format("li
 /// The type of value that a setting takes, for messages.
 const char* TypeFor(const SettingMember& member) {
   constexpr std::array<const char*, std::variant_size_v<SettingMember>> types{"a string", "a date", "a string",
-                                                                              "a number"};
+                                                                              "a number", "a number"};
   return types[member.index()];
 }
 
 /// A value as the command line would have it; nothing when its type does not fit the setting.
 std::optional<std::string> TextFor(const SettingMember& member, const toml::node& value) {
-  const bool isNumber = std::holds_alternative<std::optional<double> Settings::*>(member);
+  const bool isNumber = std::holds_alternative<std::optional<double> Settings::*>(member) ||
+                        std::holds_alternative<std::optional<Share> Settings::*>(member);
   const bool isDate = std::holds_alternative<std::optional<std::chrono::sys_days> Settings::*>(member);
   if (isNumber) {
     const auto number = value.is_number() ? value.value<double>() : std::nullopt;
@@ -63,7 +64,7 @@ Settings ReadMissionToml(const Path& path) try {
   const std::string content = ReadWhole(path);
   Settings settings;
   for (const auto& [name, value] : toml::parse(std::string_view(content))) Apply(path, name.str(), value, settings);
-  for (auto* file : {&settings.trajectory, &settings.events, &settings.camera1, &settings.camera2}) {
+  for (auto* file : {&settings.trajectory, &settings.events, &settings.log, &settings.camera1, &settings.camera2}) {
     if (*file) *file = path.parent_path() / **file;
   }
   return settings;

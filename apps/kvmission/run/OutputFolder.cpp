@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <array>
 #include <system_error>
 
 #include "Failure.h"
@@ -21,7 +20,7 @@ constexpr std::array kCompanionExtensions{".cpg", ".qix", ".sbn", ".sbx"};
 
 std::vector<std::string> ResultNames() {
   std::vector<std::string> names;
-  for (const std::string layer : {kTrajectoryLine, kTrajectoryPoints, kPhotos}) {
+  for (const std::string layer : kLayerNames) {
     for (const char* extension : kLayerExtensions) names.push_back(layer + extension);
   }
   names.emplace_back(kSummaryFile);
@@ -79,7 +78,7 @@ void OutputFolder::Commit() {
     if (error) break;
   }
   std::error_code ignored;
-  for (const std::string layer : {kTrajectoryLine, kTrajectoryPoints, kPhotos}) {
+  for (const std::string layer : kLayerNames) {
     for (const char* extension : kCompanionExtensions) fs::remove(path_ / (layer + extension), ignored);
   }
   if (!error) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -11,7 +12,10 @@ namespace kv::mission {
 
 inline constexpr const char* kTrajectoryLine = "trajectory_line";
 inline constexpr const char* kTrajectoryPoints = "trajectory_points";
+inline constexpr const char* kLogPoints = "log_points";
 inline constexpr const char* kPhotos = "photos";
+inline constexpr const char* kStations = "stations";
+inline constexpr std::array kLayerNames{kTrajectoryLine, kTrajectoryPoints, kLogPoints, kPhotos, kStations};
 inline constexpr const char* kSummaryFile = "summary.json";
 
 /// The folder that receives layers and summary. They grow in a hidden folder inside it and get their names at the end,

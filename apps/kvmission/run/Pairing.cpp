@@ -6,6 +6,7 @@
 #include <cmath>
 #include <map>
 
+#include "Statistics.h"
 #include "System.h"
 #include "field/EventLog.h"
 
@@ -101,10 +102,8 @@ class PairStatistics {
     }
     if (differences_.empty()) return;
     std::sort(differences_.begin(), differences_.end());
-    const std::size_t half = differences_.size() / 2;
     pairing.largest = differences_.back();
-    pairing.median =
-        differences_.size() % 2 == 1 ? differences_[half] : (differences_[half - 1] + differences_[half]) / 2;
+    pairing.median = Quantile(differences_, 0.5);
   }
 
  private:

@@ -66,6 +66,22 @@ void PlaceEvents(Events& events, Trajectory& trajectory, Log& log) {
   WarnOfEventsInGaps(events, trajectory, log);
 }
 
+std::size_t PlaceLogEntries(HousekeepingLog& housekeeping, Trajectory& trajectory, Log& log) {
+  auto& events = housekeeping.events;
+  const TimeSpan span = SpanOf(events);
+  const std::size_t all = events.size();
+  std::wstring error;
+  if (!KVUtilities::PopulateLogEventLocationsUsingTrajectory(events, trajectory.observations, error))
+    throw Failure(Utf8(error));
+  KVUtilities::RemoveLogEventsAtNullLocation(events, error);
+  const std::size_t removed = all - events.size();
+  if (removed > 0)
+    log.Warn("log: {} of {} dropped without a place on the trajectory; the log is of {} to {}", removed,
+             all == 1 ? "1 entry" : fmt::format("{} entries", all), span.first ? TimeText(*span.first) : "no time",
+             span.last ? TimeText(*span.last) : "no time");
+  return removed;
+}
+
 std::vector<Drop> DropUnusable(EventLog& log, const Trajectory& trajectory, const Settings& inputs) {
   Events& events = log.events;
   std::vector<Drop> drops;
@@ -77,12 +93,17 @@ std::vector<Drop> DropUnusable(EventLog& log, const Trajectory& trajectory, cons
     const auto time = HasTime(event) ? std::optional(FromFileTime(event.TimeUTC)) : std::nullopt;
     drops.push_back({event.CameraID, event.MasterTick, time, reason});
   }
-  int heartbeats = 0, cameraEvents = 0, withoutPhoto = 0;
+  int heartbeats = 0, cameraEvents = 0;
   std::wstring error;
   KVUtilities::RemoveSystemEventsAtNullLocation(events, heartbeats, cameraEvents, error);
-  if (HasPhotos(inputs)) KVUtilities::RemoveCameraSystemEventsWithEmptyImagePaths(events, withoutPhoto, error);
   std::erase_if(events, [](const tagKVSystemEvent& event) { return event.Type != kCameraEvent; });
   return drops;
+}
+
+void DropWithoutPhoto(Events& events, const Settings& inputs) {
+  int removed = 0;
+  std::wstring error;
+  if (HasPhotos(inputs)) KVUtilities::RemoveCameraSystemEventsWithEmptyImagePaths(events, removed, error);
 }
 
 }  // namespace kv::mission

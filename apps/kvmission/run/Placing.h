@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "field/EventLog.h"
+#include "field/HousekeepingLog.h"
 #include "run/Settings.h"
 #include "run/Summary.h"
 
@@ -14,9 +15,19 @@ inline bool IsPlaced(const tagKVSystemEvent& event) { return event.Latitude != 0
 /// Gives every event with a time its place on the trajectory. @throws Failure with the library's sentence
 void PlaceEvents(std::vector<tagKVSystemEvent>& events, Trajectory& trajectory, Log& log);
 
-/// Removes what cannot be a record of the photo layer: heartbeats, camera events without a place and, when the mission
-/// has photo folders, those without a photo. The ticks of the rest become those of the file again.
-/// @return a line for each camera event removed
+/// Gives every entry of the log its place; one without a place of its own has that of a neighbour. Removes those that
+/// stay without.
+/// @return how many were removed
+/// @throws Failure with the library's sentence
+std::size_t PlaceLogEntries(HousekeepingLog& housekeeping, Trajectory& trajectory, Log& log);
+
+/// Removes what is no exposure at a place: heartbeats and camera events without a place. The ticks of the rest become
+/// those of the file again.
+/// @return a line for each camera event that cannot be a record of the photo layer: one removed or, when the mission has
+///         photo folders, one without a photo
 std::vector<Drop> DropUnusable(EventLog& log, const Trajectory& trajectory, const Settings& inputs);
+
+/// Removes camera events without a photo, when the mission has photo folders.
+void DropWithoutPhoto(std::vector<tagKVSystemEvent>& events, const Settings& inputs);
 
 }  // namespace kv::mission

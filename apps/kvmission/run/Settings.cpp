@@ -36,6 +36,13 @@ std::string Read(std::string_view text, std::optional<double>& value) {
   return value && std::abs(*value) <= kLargestSeconds ? "" : "must be a number of seconds";
 }
 
+std::string Read(std::string_view text, std::optional<Share>& value) {
+  const auto number = Decimal(text);
+  if (!number || *number < 0 || *number > 1) return "must be a number from 0 to 1";
+  value = Share{*number};
+  return {};
+}
+
 }  // namespace
 
 std::string SetFromText(const SettingMember& member, std::string_view text, Settings& settings) {

@@ -15,19 +15,30 @@ namespace kv::mission {
 
 enum class PairChoice { Auto, Time, Order };
 
+/// 0 to 1
+struct Share {
+  double value;
+};
+
 struct Settings {
-  std::optional<std::filesystem::path> trajectory, events, camera1, camera2;
+  std::optional<std::filesystem::path> trajectory, events, log, camera1, camera2;
   std::optional<std::chrono::sys_days> date;  ///< UTC, of the first fix
   std::optional<PairChoice> pair;
   std::optional<double> camera1Offset, camera2Offset;  ///< seconds, added to the photos' times
   std::optional<double> maxGap;                        ///< seconds
+  std::optional<double> tolerance;                     ///< seconds, between the exposures of a station
+  std::optional<Share> blurFactor;                     ///< of a camera's median sharpness
 };
 
-inline constexpr double kDefaultMaxGap = 2.0;  // seconds: twice the slowest rate that receivers are used at here
+inline constexpr double kDefaultMaxGap = 2.0;      // seconds: twice the slowest rate that receivers are used at here
+inline constexpr double kDefaultTolerance = 0.05;  // seconds: cameras triggered together expose within some 20 ms
+inline constexpr double kDefaultBlurFactor =
+    0.25;  // sharp photos of one camera vary by some 2, out of focus ones lose 10 and more
 
 using SettingMember =
     std::variant<std::optional<std::filesystem::path> Settings::*, std::optional<std::chrono::sys_days> Settings::*,
-                 std::optional<PairChoice> Settings::*, std::optional<double> Settings::*>;
+                 std::optional<PairChoice> Settings::*, std::optional<double> Settings::*,
+                 std::optional<Share> Settings::*>;
 
 struct SettingKey {
   const char* name;  ///< key of mission.toml; "--" before it makes the option
@@ -36,9 +47,10 @@ struct SettingKey {
   SettingMember member;
 };
 
-inline const std::array<SettingKey, 9> kSettingKeys{{
+inline const std::array<SettingKey, 12> kSettingKeys{{
     {"trajectory", "FILE", "receiver log with the trajectory (NMEA sentences)", &Settings::trajectory},
     {"events", "FILE", "system event file with heartbeats and camera events", &Settings::events},
+    {"log", "FILE", "housekeeping log", &Settings::log},
     {"cam1", "FOLDER", "photos of camera 1", &Settings::camera1},
     {"cam2", "FOLDER", "photos of camera 2", &Settings::camera2},
     {"date", "YYYY-MM-DD", "UTC date of the first fix (default: from the heartbeats, else from the log)",
@@ -48,6 +60,9 @@ inline const std::array<SettingKey, 9> kSettingKeys{{
     {"cam1-offset", "SECONDS", "added to the photo times of camera 1", &Settings::camera1Offset},
     {"cam2-offset", "SECONDS", "added to the photo times of camera 2", &Settings::camera2Offset},
     {"max-gap", "SECONDS", "longest pause between fixes that is no gap (default 2)", &Settings::maxGap},
+    {"tolerance", "SECONDS", "exposures nearer than this form a station (default 0.05)", &Settings::tolerance},
+    {"blur-factor", "SHARE", "a photo below this share of its camera's median sharpness is named (default 0.25)",
+     &Settings::blurFactor},
 }};
 
 /// Stores a setting given as text.

@@ -5,10 +5,13 @@
 #include <string>
 #include <vector>
 
+#include "field/Readings.h"
 #include "field/Trajectory.h"
 #include "run/Layers.h"
 #include "run/Pairing.h"
 #include "run/Settings.h"
+#include "run/Sharpness.h"
+#include "run/Stations.h"
 
 namespace kv::mission {
 
@@ -26,12 +29,22 @@ struct EventSummary {
   TimeSpan span;  ///< of the events that have a time
 };
 
+struct LogSummary {
+  std::size_t lines = 0, skipped = 0, faultyDates = 0;
+  std::optional<std::size_t> cutAtLine;  ///< from 1
+  std::size_t entries = 0, dropped = 0;
+  TimeSpan span;  ///< of the entries that have a time
+  std::vector<std::string> errors;
+  std::vector<ReadingRange> readings;
+};
+
 struct CameraSummary {
   int camera = 0;
   std::size_t read = 0, placed = 0, dropped = 0;  ///< events
   std::optional<PhotoFolder> folder;
   double offset = 0;  ///< seconds
   Pairing pairing;
+  std::optional<SharpnessSummary> sharpness;  ///< when the photos were graded
 };
 
 /// What a run read, made and left out.
@@ -40,15 +53,17 @@ struct Summary {
   std::filesystem::path output;
   Settings inputs;
   Trajectory trajectory;  ///< its observations may be gone
+  std::optional<LogSummary> log;
   std::optional<EventSummary> events;
   std::vector<CameraSummary> cameras;  ///< those with events or photos
   std::vector<Drop> drops;             ///< in file order
+  std::optional<StationSummary> stations;
   Bounds photoBounds;
   TimeSpan photoSpan;
   std::vector<Layer> layers;
   std::vector<std::string> warnings;
 
-  /// Nothing was dropped and every event and photo has its partner.
+  /// Nothing was dropped or left ungraded, and every event and photo has its partner.
   bool IsComplete() const;
 };
 

@@ -41,6 +41,51 @@ Json EventsOf(const Summary& summary) {
           {"last", JsonOf(events.span.last)}};
 }
 
+Json LogOf(const Summary& summary) {
+  if (!summary.log) return nullptr;
+  const LogSummary& log = *summary.log;
+  return {{"file", PathOrNull(summary.inputs.log)},
+          {"lines", log.lines},
+          {"linesSkipped", log.skipped},
+          {"endedAtLine", log.cutAtLine ? Json(*log.cutAtLine) : Json(nullptr)},
+          {"faultyDates", log.faultyDates},
+          {"entries", {{"read", log.entries}, {"dropped", log.dropped}}},
+          {"first", JsonOf(log.span.first)},
+          {"last", JsonOf(log.span.last)},
+          {"errors", log.errors},
+          {"readings", JsonOf(log.readings)}};
+}
+
+Json StationsOf(const Summary& summary) {
+  if (!summary.stations) return nullptr;
+  const StationSummary& stations = *summary.stations;
+  return {{"toleranceSeconds", stations.tolerance},
+          {"paired", stations.paired},
+          {"single", stations.single},
+          {"sameCamera", stations.sameCamera},
+          {"largestDifferenceSeconds", NumberOrNull(stations.largest)},
+          {"medianDifferenceSeconds", NumberOrNull(stations.median)}};
+}
+
+Json SharpnessOf(const std::optional<SharpnessSummary>& sharpness) {
+  if (!sharpness) return nullptr;
+  Json json = {{"graded", sharpness->graded}};
+  if (const auto& of = sharpness->distribution)
+    json.update({{"lowest", of->lowest},
+                 {"lowerQuartile", of->lowerQuartile},
+                 {"median", of->median},
+                 {"upperQuartile", of->upperQuartile},
+                 {"highest", of->highest}});
+  Json blurred = Json::array(), ungraded = Json::array();
+  for (const auto& [photo, factor] : sharpness->blurred)
+    blurred.push_back({{"photo", Utf8(photo)}, {"sharpness", factor}});
+  for (const auto& [photo, reason] : sharpness->ungraded)
+    ungraded.push_back({{"photo", Utf8(photo)}, {"reason", reason}});
+  json.update(
+      {{"blurFactor", sharpness->blurFactor}, {"blurred", std::move(blurred)}, {"ungraded", std::move(ungraded)}});
+  return json;
+}
+
 Json CameraOf(const CameraSummary& camera) {
   Json json = {{"camera", camera.camera},         {"read", camera.read},       {"placed", camera.placed},
                {"paired", camera.pairing.paired}, {"dropped", camera.dropped}, {"photoFolder", nullptr}};
@@ -52,7 +97,8 @@ Json CameraOf(const CameraSummary& camera) {
                {"largestDifferenceSeconds", NumberOrNull(camera.pairing.largest)},
                {"medianDifferenceSeconds", NumberOrNull(camera.pairing.median)},
                {"photosWithoutEvent", Names(camera.pairing.unused)},
-               {"photosOfSeveralEvents", Names(camera.pairing.shared)}});
+               {"photosOfSeveralEvents", Names(camera.pairing.shared)},
+               {"sharpness", SharpnessOf(camera.sharpness)}});
   return json;
 }
 
@@ -87,6 +133,8 @@ std::string SummaryJson(const Summary& summary) {
                   {"trajectory", TrajectoryOf(summary)},
                   {"events", EventsOf(summary)},
                   {"cameras", std::move(cameras)},
+                  {"stations", StationsOf(summary)},
+                  {"log", LogOf(summary)},
                   {"photos",
                    {{"first", JsonOf(summary.photoSpan.first)},
                     {"last", JsonOf(summary.photoSpan.last)},

@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::size_t kDropsNamed = 20;
 constexpr std::size_t kPhotosNamed = 5;
+constexpr std::size_t kErrorsNamed = 10;
 
 /// Lines of text under headings.
 class Page {
@@ -60,6 +61,40 @@ void PrintPairing(const CameraSummary& camera, Page& page) {
   if (pairing.unused.size() > kPhotosNamed) page.Line("    and {} more", pairing.unused.size() - kPhotosNamed);
 }
 
+void PrintSharpness(const SharpnessSummary& sharpness, Page& page) {
+  if (const auto& of = sharpness.distribution)
+    page.Line("    sharpness of {}: {:.1f} | {:.1f} | {:.1f} | {:.1f} | {:.1f} (lowest, quartiles, highest)",
+              Counted(sharpness.graded, "photo"), of->lowest, of->lowerQuartile, of->median, of->upperQuartile,
+              of->highest);
+  for (const auto& [photo, factor] : sharpness.blurred)
+    page.Line("    far below the median: {} ({:.1f})", Utf8(photo), factor);
+  for (const auto& [photo, reason] : sharpness.ungraded) page.Line("    not graded: {} ({})", Utf8(photo), reason);
+}
+
+void PrintStations(const StationSummary& stations, Page& page) {
+  page.Line("  stations: {} of two exposures, {} of one", stations.paired, stations.single);
+  if (stations.largest)
+    page.Line("    time difference inside them: median {:.4f} s, largest {:.4f} s", *stations.median,
+              *stations.largest);
+}
+
+std::string ExtremeText(const Extreme& extreme) {
+  return fmt::format("{} at {}", extreme.value, extreme.time ? TimeText(*extreme.time) : "an unknown time");
+}
+
+void PrintLog(const Summary& summary, Page& page) {
+  if (!summary.log) return;
+  const LogSummary& log = *summary.log;
+  page.Line("Log         {}", Utf8(*summary.inputs.log));
+  page.Line("  {} read, {} dropped; {} skipped", log.entries == 1 ? "1 entry" : fmt::format("{} entries", log.entries),
+            log.dropped, Counted(log.skipped, "line"));
+  if (log.span.first) page.Line("  {} to {} UTC", TimeText(*log.span.first), TimeText(*log.span.last));
+  for (const auto& range : log.readings)
+    page.Line("  {}: {}, {}", range.kind->words, ExtremeText(range.lowest), ExtremeText(range.highest));
+  for (std::size_t i = 0; i < std::min(kErrorsNamed, log.errors.size()); ++i) page.Line("  {}", log.errors[i]);
+  if (log.errors.size() > kErrorsNamed) page.Line("  and {} more error lines", log.errors.size() - kErrorsNamed);
+}
+
 void PrintEvents(const Summary& summary, Page& page) {
   if (!summary.events) return page.Line("Events      none");
   const EventSummary& events = *summary.events;
@@ -97,7 +132,9 @@ void PrintLayers(const Summary& summary, Page& page) {
 
 bool Summary::IsComplete() const {
   if (!drops.empty() || (events && events->faultyHeartbeats > 0)) return false;
+  if (log && (log->dropped > 0 || log->cutAtLine)) return false;
   return std::all_of(cameras.begin(), cameras.end(), [](const CameraSummary& camera) {
+    if (camera.sharpness && !camera.sharpness->ungraded.empty()) return false;
     return camera.folder ? camera.pairing.unused.empty() : camera.read == 0;
   });
 }
@@ -108,7 +145,10 @@ std::string SummaryText(const Summary& summary) {
   PrintEvents(summary, page);
   for (const auto& camera : summary.cameras) {
     if (camera.folder) PrintPairing(camera, page);
+    if (camera.sharpness) PrintSharpness(*camera.sharpness, page);
   }
+  if (summary.stations) PrintStations(*summary.stations, page);
+  PrintLog(summary, page);
   PrintDrops(summary, page);
   PrintLayers(summary, page);
   return page.Take();

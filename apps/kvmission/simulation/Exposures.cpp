@@ -88,12 +88,12 @@ void BlurPhotos(std::vector<Exposure>& exposures, Random& random) {
 std::vector<Exposure> PlanExposures(const MissionOptions& options, const FlightPath& path, Random random) {
   std::vector<Exposure> exposures;
   const microseconds early = ClearOfHalfSecond(FromSeconds(random.Uniform(1.0, kFirstFixSeconds - 1.0)));
-  if (options.faults) exposures.push_back({early, 1, {}, false, kBeforeFirstFix});
+  if (options.faults) exposures.push_back({early, 1, 0, {}, false, kBeforeFirstFix});
 
   const std::vector<microseconds> stations = PlanStations(options, path, random);
-  for (const microseconds time : stations) {
-    exposures.push_back({time, 1, {}, false, {}});
-    exposures.push_back({time + kCamera2Delay, 2, {}, false, {}});
+  for (std::size_t i = 0; i < stations.size(); ++i) {
+    exposures.push_back({stations[i], 1, i + 1, {}, false, {}});
+    exposures.push_back({stations[i] + kCamera2Delay, 2, i + 1, {}, false, {}});
   }
   if (!options.photos) return exposures;
 

@@ -13,6 +13,7 @@ namespace kv::simulation {
 struct Exposure {
   std::chrono::microseconds time{};  ///< since the start of the mission
   int camera = 1;                    ///< 1 or 2
+  std::size_t station = 0;           ///< from 1, shared by the two exposures fired together; 0 for one fired alone
   std::string photo;                 ///< file name; empty when there is none
   bool blurred = false;
   std::string_view fault;  ///< what went wrong with it, or empty

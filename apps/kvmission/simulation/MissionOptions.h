@@ -10,6 +10,12 @@ enum class PhotoNames {
   Exif,   ///< DSC_0001.jpg and so on, the time to the millisecond in the EXIF data
 };
 
+/// The control unit's, which its log depends on.
+enum class Firmware {
+  V2_0_5,
+  V2_1_0,  ///< entries are numbered, in a column of their own between time and device
+};
+
 /// What a simulated mission shall be like. The ranges are checked where the options are read.
 struct MissionOptions {
   std::chrono::sys_seconds start{};    ///< UTC, years 2000-2099; no leap second may fall into the mission
@@ -23,8 +29,9 @@ struct MissionOptions {
   double latitude = 47.65;  ///< degrees, of the place where the mission starts
   double longitude = 9.45;  ///< degrees
   PhotoNames names = PhotoNames::Stamp;
+  Firmware firmware = Firmware::V2_1_0;
   bool photos = true;
-  bool faults = true;  ///< photos that are missing, an exposure before the first fix, a gap in the trajectory
+  bool faults = true;  ///< missing photos, an exposure before the first fix, a gap in the trajectory, errors in the log
 };
 
 }  // namespace kv::simulation

@@ -1,6 +1,7 @@
 #include "simulation/SimulatedMission.h"
 
 #include "simulation/EventFile.h"
+#include "simulation/HousekeepingLog.h"
 #include "simulation/PhotoFiles.h"
 #include "simulation/TrajectoryFile.h"
 #include "simulation/TruthFile.h"
@@ -19,6 +20,7 @@ std::vector<Exposure> WriteMission(const std::filesystem::path& folder, const Mi
   WriteTruthFile(truth, options, flight, clock, exposures);  // first, so that it names every photo that there may be
   WriteEventFile(folder / "events.txt", options, clock, exposures);
   WriteTrajectoryFile(folder / "trajectory.nmea", options, flight);
+  WriteHousekeepingLog(folder / "housekeeping.log", options, flight, exposures);
   if (options.photos) {
     for (const int camera : {1, 2}) std::filesystem::create_directories(CameraFolder(folder, camera));
   }

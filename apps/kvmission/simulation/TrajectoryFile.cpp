@@ -137,18 +137,17 @@ void WriteSecond(SentenceFile& file, const Fix& fix, const CivilTime& time, std:
   WriteSkyView(file, "GL", kGlonass, static_cast<double>(second));
 }
 
-/// The part of the mission that the log lacks.
-FlightPath::Span Gap(const MissionOptions& options, const FlightPath& flight) {
+}  // namespace
+
+FlightPath::Span TrajectoryGap(const MissionOptions& options, const FlightPath& flight) {
   if (!options.faults || flight.Turns().empty()) return {0.0, 0.0};
   const double turn = flight.Turns().front().begin;
   return {turn + kGapInTurn.begin, turn + kGapInTurn.end};
 }
 
-}  // namespace
-
 void WriteTrajectoryFile(const std::filesystem::path& path, const MissionOptions& options, const FlightPath& flight) {
   Receiver receiver(options, flight, Random(options.seed, Stream::Receiver));
-  const FlightPath::Span gap = Gap(options, flight);
+  const FlightPath::Span gap = TrajectoryGap(options, flight);
   SentenceFile file(path);
   const std::int64_t epochs = options.duration.count() * options.rate;
   for (std::int64_t epoch = 0; epoch <= epochs; ++epoch) {

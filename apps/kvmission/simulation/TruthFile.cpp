@@ -13,14 +13,20 @@
 namespace kv::simulation {
 namespace {
 
-constexpr std::string_view kHeader =
+// New columns go to the end: files of earlier versions begin with the first ten.
+constexpr std::string_view kFirstColumns =
     "camera,master_tick,utc,adj_gps_seconds,latitude,longitude,height,photo,blurred,fault";
+constexpr std::string_view kLaterColumns = ",station";
 constexpr std::size_t kCameraColumn = 0, kPhotoColumn = 7;
 
 std::string IsoText(UtcTime time) {
   const CivilTime t = ToCivil(time);
   return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:06}Z", t.year, t.month, t.day, t.hour, t.minute, t.second,
                      t.microsecond);
+}
+
+std::string StationText(const Exposure& exposure) {
+  return exposure.station == 0 ? std::string() : fmt::format("{}", exposure.station);
 }
 
 std::vector<std::string> Fields(std::string_view line) {
@@ -48,13 +54,13 @@ void WriteTruthFile(const std::filesystem::path& path, const MissionOptions& opt
                     const MasterClock& clock, std::span<const Exposure> exposures) {
   const LocalFrame frame(options.latitude, options.longitude);
   OutputFile file(path);
-  file.Print("{}\n", kHeader);
+  file.Print("{}{}\n", kFirstColumns, kLaterColumns);
   for (const Exposure& exposure : exposures) {
     const UtcTime utc = options.start + exposure.time;
     const GeodeticPosition place = frame.ToGeodetic(flight.At(static_cast<double>(exposure.time.count()) * 1e-6));
-    file.Print("{},{},{},{},{:.10f},{:.10f},{:.4f},{},{:d},{}\n", exposure.camera, clock.TickAt(exposure.time),
+    file.Print("{},{},{},{},{:.10f},{:.10f},{:.4f},{},{:d},{},{}\n", exposure.camera, clock.TickAt(exposure.time),
                IsoText(utc), SecondsText(AdjustedGpsTime(utc)), place.latitude, place.longitude, place.height,
-               exposure.photo, exposure.blurred, exposure.fault);
+               exposure.photo, exposure.blurred, exposure.fault, StationText(exposure));
   }
   file.Close();
 }
@@ -63,7 +69,7 @@ void RemovePhotosOfTruthFile(const std::filesystem::path& path) {
   if (!std::filesystem::is_regular_file(path)) return;  // a device may have no end
   std::ifstream file(path, std::ios::binary);
   std::string line;
-  if (!std::getline(file, line) || line != kHeader) return;
+  if (!std::getline(file, line) || !line.starts_with(kFirstColumns)) return;
   while (std::getline(file, line)) {
     const std::vector<std::string> fields = Fields(line);
     if (fields.size() <= kPhotoColumn || !IsPhotoName(fields[kPhotoColumn])) continue;

@@ -64,17 +64,17 @@ struct Truth {
   double tick, adjGpsSeconds, latitude, longitude, height;
   std::string utc, photo;
   bool blurred;
-  std::string fault;
+  std::string fault, station;
 };
 
 inline std::vector<Truth> ReadTruth(const TempFolder& folder) {
   const Words lines = Lines(folder.Read("mission/truth.csv"));
-  EXPECT_EQ(lines[0], "camera,master_tick,utc,adj_gps_seconds,latitude,longitude,height,photo,blurred,fault");
+  EXPECT_EQ(lines[0], "camera,master_tick,utc,adj_gps_seconds,latitude,longitude,height,photo,blurred,fault,station");
   std::vector<Truth> rows;
   for (std::size_t i = 1; i < lines.size(); ++i) {
     const Words f = Split(lines[i], ',');
     rows.push_back({f[0] == "1" ? 1 : 2, Number(f[1]), Number(f[3]), Number(f[4]), Number(f[5]), Number(f[6]), f[2],
-                    f[7], f[8] == "1", f[9]});
+                    f[7], f[8] == "1", f[9], f[10]});
   }
   return rows;
 }

@@ -3,6 +3,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <utility>
 
 #include <jpeglib.h>
 #include <libexif/exif-data.h>
@@ -14,12 +15,8 @@ namespace {
 namespace fs = std::filesystem;
 using namespace simulated;
 
-struct Picture {
-  unsigned width = 0, height = 0;
-  double roughness = 0.0;  // mean difference of neighbours down a column
-};
-
-Picture Decode(const fs::path& path) {
+/// Width and height in pixels.
+std::pair<unsigned, unsigned> Size(const fs::path& path) {
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.string().c_str(), "rb"), std::fclose);
   if (!file) return {};
   jpeg_error_mgr errors;
@@ -28,20 +25,21 @@ Picture Decode(const fs::path& path) {
   jpeg_create_decompress(&jpeg);
   jpeg_stdio_src(&jpeg, file.get());
   jpeg_read_header(&jpeg, TRUE);
-  jpeg.out_color_space = JCS_GRAYSCALE;
-  jpeg_start_decompress(&jpeg);
-  std::vector<JSAMPLE> row(jpeg.output_width), above;
-  Picture picture{jpeg.output_width, jpeg.output_height};
-  while (jpeg.output_scanline < jpeg.output_height) {
-    JSAMPROW pointer = row.data();
-    jpeg_read_scanlines(&jpeg, &pointer, 1);
-    for (std::size_t i = 0; i < above.size(); ++i) picture.roughness += std::abs(row[i] - above[i]);
-    above = row;
-  }
-  jpeg_finish_decompress(&jpeg);
+  const std::pair<unsigned, unsigned> size(jpeg.image_width, jpeg.image_height);
   jpeg_destroy_decompress(&jpeg);
-  picture.roughness /= picture.width * (picture.height - 1);
-  return picture;
+  return size;
+}
+
+/// Sharpness of the photos of one camera.
+struct Grades {
+  std::vector<double> blurred, sharp;
+};
+
+double Median(const Grades& grades) {
+  std::vector<double> all = grades.sharp;
+  all.insert(all.end(), grades.blurred.begin(), grades.blurred.end());
+  std::nth_element(all.begin(), all.begin() + std::ptrdiff_t(all.size() / 2), all.end());
+  return all[all.size() / 2];
 }
 
 std::string ExifText(const fs::path& path, ExifTag tag) {
@@ -58,16 +56,17 @@ TEST(Simulation, PhotosAreTheOnesOfTheTruth) {
     ASSERT_EQ(Simulate(folder, "--minutes 3 --photo-size 200x120 --names " + names), 0);
     std::map<std::string, int> faults;
     std::set<fs::path> expected, found;
-    double smoothestSharp = 1e9, roughestBlurred = 0.0;
+    Grades grades[2];
     for (const Truth& truth : ReadTruth(folder)) {
       ++faults[truth.fault];
       if (truth.photo.empty()) continue;
       const fs::path path = folder.Path() / "mission" / (truth.camera == 1 ? "cam1" : "cam2") / truth.photo;
       EXPECT_TRUE(expected.insert(path).second) << path;
-      const Picture picture = Decode(path);
-      EXPECT_TRUE(picture.width == 200 && picture.height == 120) << path;
-      if (truth.blurred) roughestBlurred = std::max(roughestBlurred, picture.roughness);
-      if (!truth.blurred) smoothestSharp = std::min(smoothestSharp, picture.roughness);
+      EXPECT_EQ(Size(path), std::make_pair(200u, 120u)) << path;
+      std::wstring error;
+      Grades& camera = grades[truth.camera - 1];
+      (truth.blurred ? camera.blurred : camera.sharp)
+          .push_back(KVUtilities::ComputeImageSharpnessFactor(path.wstring(), error));
       if (names == "stamp") continue;
       std::string time = truth.utc.substr(0, 19);
       std::replace(time.begin(), time.end(), '-', ':');
@@ -82,8 +81,11 @@ TEST(Simulation, PhotosAreTheOnesOfTheTruth) {
     EXPECT_EQ(found, expected);
     EXPECT_EQ(faults["photo missing"], 2);
     EXPECT_EQ(faults["before the first fix"], 1);
-    EXPECT_GT(roughestBlurred, 0.0);
-    EXPECT_LT(roughestBlurred, smoothestSharp / 2.0);
+    EXPECT_EQ(grades[0].blurred.size() + grades[1].blurred.size(), 3u);  // 3 % of 114
+    for (const Grades& camera : grades) {
+      for (const double factor : camera.blurred) EXPECT_LT(factor, 0.01 * Median(camera));
+      for (const double factor : camera.sharp) EXPECT_GT(factor, 0.7 * Median(camera));
+    }
   }
 }
 

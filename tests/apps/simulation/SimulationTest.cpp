@@ -62,6 +62,29 @@ TEST(Simulation, TheLibraryFindsTheTrueTimesAndPlaces) {
   }
 }
 
+/// The library's pairs are the truth's, and what the truth gives no partner has none.
+TEST(Simulation, TheLibraryFindsTheTrueStations) {
+  for (const char* options :
+       {"--minutes 3", "--minutes 2 --interval 1 --no-faults", "--minutes 70 --rate 1 --seed 7"}) {
+    const TempFolder folder;
+    ASSERT_EQ(Simulate(folder, std::string("--no-photos ") + options), 0);
+    std::map<std::string, std::vector<double>> expected;  // ticks, camera 1 first
+    for (const Truth& truth : ReadTruth(folder)) expected[truth.station].push_back(truth.tick);
+    FILETIME start{};
+    std::wstring error;
+    const auto stations =
+        KVUtilities::ComputeExposureStationsFromSystemEvents(CameraEvents(folder, start), 0.05, error);
+    EXPECT_EQ(stations.size(), expected.size()) << options;
+    std::size_t pairs = 0;
+    for (const tagKVExposureStation& station : stations) {
+      const bool paired = station.Cam1Event.Type == 2 && station.Cam2Event.Type == 2;
+      std::vector<double> ticks{station.Cam1Event.MasterTick};
+      if (paired) ticks.push_back(station.Cam2Event.MasterTick);
+      EXPECT_EQ(ticks, expected[paired ? std::to_string(++pairs) : ""]) << options;
+    }
+  }
+}
+
 double SecondsOfDay(const std::string& hhmmss) {
   return Number(hhmmss.substr(0, 2)) * 3600.0 + Number(hhmmss.substr(2, 2)) * 60.0 + Number(hhmmss.substr(4));
 }
@@ -110,7 +133,8 @@ TEST(Simulation, ASeedAlwaysGivesTheSameMission) {
   ASSERT_EQ(Simulate(again, "--minutes 1 --seed 3"), 0);
   ASSERT_EQ(Simulate(other, "--minutes 1 --seed 4 --photo-size 16x16"), 0);
   EXPECT_EQ(Content(first), Content(again));
-  for (const char* file : {"mission/trajectory.nmea", "mission/events.txt", "mission/truth.csv"}) {
+  for (const char* file :
+       {"mission/trajectory.nmea", "mission/events.txt", "mission/housekeeping.log", "mission/truth.csv"}) {
     EXPECT_NE(first.Read(file), other.Read(file)) << file;
   }
 }
@@ -131,6 +155,7 @@ TEST(Simulation, ExitCodes) {
               {"--interval 0.9", 2},
               {"--rate 3", 2},
               {"--names other", 2},
+              {"--firmware 2.0.6", 2},
               {"--minutes 1 --photo-size 16x16", 0},
               {"--minutes 1 --photo-size 16x16", 2},  // not empty any more
               {"--minutes 1 --no-photos --overwrite", 0}};
@@ -144,13 +169,13 @@ TEST(Simulation, OverwritingSparesWhatIsNotTheMissions) {
   folder.Write("mission/cam1/mine.jpg", "kept");
   ASSERT_EQ(Simulate(folder, "--minutes 1 --start 12:00 --no-photos --overwrite"), 0);
   const auto files = Content(folder);
-  EXPECT_EQ(files.size(), 4u);
+  EXPECT_EQ(files.size(), 5u);
   EXPECT_EQ(files.count("mission/cam1/mine.jpg"), 1u);
 }
 
 TEST(Simulation, AWriteThatFailsIsReported) {
   if (!fs::exists("/dev/full")) GTEST_SKIP() << "needs a device that is always full";
-  for (const char* file : {"truth.csv", "events.txt", "trajectory.nmea", "cam2"}) {
+  for (const char* file : {"truth.csv", "events.txt", "trajectory.nmea", "housekeeping.log", "cam2"}) {
     const TempFolder folder;
     fs::create_directory(folder.Path() / "mission");
     fs::create_symlink("/dev/full", folder.Path() / "mission" / file);

@@ -1,0 +1,89 @@
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Commands.h"
+#include "Failure.h"
+#include "Interrupt.h"
+#include "JobsOption.h"
+#include "Json.h"
+#include "Log.h"
+#include "System.h"
+#include "pictures/Grading.h"
+
+namespace kv::mission {
+namespace {
+
+struct GradeOptions {
+  std::vector<std::string> photos;
+  unsigned jobs = 0;
+  bool json = false, quiet = false;
+};
+
+/// A field of a table with commas, as RFC 4180 has it.
+std::string CsvField(const std::string& text) {
+  if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
+  std::string field = "\"";
+  for (const char c : text) field += c == '"' ? "\"\"" : std::string(1, c);
+  return field + '"';
+}
+
+void PrintCsv(const std::vector<std::string>& photos, const std::vector<Grade>& grades) {
+  fmt::print("path,sharpness\n");
+  for (std::size_t i = 0; i < photos.size(); ++i) {
+    if (grades[i].complaint.empty()) fmt::print("{},{}\n", CsvField(photos[i]), grades[i].sharpness);
+  }
+}
+
+void PrintJson(const std::vector<std::string>& photos, const std::vector<Grade>& grades) {
+  Json all = Json::array();
+  for (std::size_t i = 0; i < photos.size(); ++i) {
+    Json photo = {{"path", Utf8(std::filesystem::path(photos[i]))}, {"sharpness", grades[i].sharpness}};
+    if (!grades[i].complaint.empty()) photo.update({{"sharpness", nullptr}, {"error", grades[i].complaint}});
+    all.push_back(std::move(photo));
+  }
+  fmt::print("{}", Written(all));
+}
+
+/// @return how many photos could not be graded
+std::size_t NameFailures(const std::vector<std::string>& photos, const std::vector<Grade>& grades) {
+  std::size_t failures = 0;
+  for (std::size_t i = 0; i < photos.size(); ++i) {
+    if (grades[i].complaint.empty()) continue;
+    ++failures;
+    SayError(fmt::format("{}: {}", Utf8(std::filesystem::path(photos[i])), grades[i].complaint));
+  }
+  return failures;
+}
+
+ExitCode GradeFiles(const GradeOptions& options) {
+  CatchInterrupts();
+  const Log log(options.quiet ? Verbosity::Quiet : Verbosity::Normal);
+  std::vector<std::wstring> paths;
+  for (const auto& photo : options.photos) paths.push_back(WidePath(photo));
+  const auto grades = GradePhotos(paths, options.jobs, log);
+  options.json ? PrintJson(options.photos, grades) : PrintCsv(options.photos, grades);
+  const std::size_t failures = NameFailures(options.photos, grades);
+  if (failures == 0) return ExitCode::Good;
+  return failures == grades.size() ? ExitCode::Failed : ExitCode::Unmatched;
+}
+
+}  // namespace
+}  // namespace kv::mission
+
+void AddGradeCommand(CLI::App& app, int& exitCode) {
+  using namespace kv::mission;
+  CLI::App& command = *app.add_subcommand("grade", "Tell how sharp photos are");
+  const auto options = std::make_shared<GradeOptions>();
+  command.add_option("PHOTO", options->photos, "photos; a larger sharpness is sharper")->required();
+  AddJobsOption(command, options->jobs);
+  command.add_flag("--json", options->json, "print JSON: an array with an object for each photo");
+  command.add_flag("-q,--quiet", options->quiet, "show no progress");
+  command.callback([options, &exitCode] { exitCode = static_cast<int>(GradeFiles(*options)); });
+}

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <KVRecords.h>
+
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Log.h"
+#include "field/Times.h"
+
+/// Housekeeping logs: lines "severity,YYYY-MM-DD hh:mm:ss,device,readings or text"; later firmware has one more column
+/// before the device.
+namespace kv::mission {
+
+/// Whether a line begins as an entry does: a word, then a date and a time of day.
+bool IsHousekeepingLine(std::string_view line);
+
+struct HousekeepingLog {
+  std::size_t lines = 0;                 ///< up to where the scan ends
+  std::size_t skipped = 0;               ///< lines of fewer than three fields, blank ones apart
+  std::size_t faultyDates = 0;           ///< entries of no valid date and time
+  std::optional<std::size_t> cutAtLine;  ///< from 1; the line that ends the scan because it is too long
+  std::vector<std::string> errors;       ///< the log's own error lines
+  std::vector<tagKVLogEvent> events;
+};
+
+/// Reads a housekeeping log and warns of what the scan leaves out or takes as it is.
+/// @throws Failure when the file cannot be read, or the user interrupts
+HousekeepingLog ReadHousekeepingLog(const std::filesystem::path& path, Log& log);
+
+/// @return nothing for an entry of no valid date and time
+std::optional<Instant> TimeOf(const tagKVLogEvent& event);
+
+/// From the earliest to the latest entry.
+TimeSpan SpanOf(const std::vector<tagKVLogEvent>& events);
+
+}  // namespace kv::mission

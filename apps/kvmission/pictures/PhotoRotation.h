@@ -1,0 +1,16 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+namespace kv::mission {
+
+/// Turns a photo in its place and keeps its metadata. At every moment the file is the old photo or the turned one, whole.
+/// @param angleDegrees  positive turns counter-clockwise
+/// @param backupFolder  receives the old photo first, under its name; made when it is not there
+/// @throws Failure when the photo is no JPEG file or cannot be read, turned or replaced; when the backup holds another
+///         photo of the name, which an earlier run then has turned already. The photo is then as it was.
+void RotatePhoto(const std::filesystem::path& photo, double angleDegrees,
+                 const std::optional<std::filesystem::path>& backupFolder);
+
+}  // namespace kv::mission

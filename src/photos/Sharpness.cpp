@@ -1,0 +1,169 @@
+#include "photos/Sharpness.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+#include <string>
+#include <vector>
+
+#include "KVUtilities.h"
+#include "conversions/ErrorText.h"
+#include "conversions/EventTypes.h"
+#include "photos/PictureFile.h"
+#include "platform/FileNames.h"
+
+namespace {
+
+// Two blanks after the colon, deliberately. The path follows.
+constexpr const wchar_t* kNoFile = L"Computing Sharpness Error:  File does not exist:\n\n";
+constexpr const wchar_t* kUnexpectedError = L"Unexpected error computing sharpness factor for file: \n\n";
+constexpr const wchar_t* kUnexpectedBatchError = L"Unexpected error computing Photo Sharpness Factors.";
+
+// The grey values of a band, one byte each, stay in a core's cache, and OpenCV converts as few in the calling thread.
+constexpr int kBandPixels = 64 * 1024;
+constexpr int kFewestBandRows = 8;  // a picture has 2^20 columns at most: 10 MiB with the rows above and below
+
+// The Laplacian of 8-bit values lies in -1020..1020: the squares of this many pixels add up in 32 bits.
+constexpr int kBlockPixels = 256;
+
+// Whole numbers all the way: exact in any order, and exact as doubles too for any picture that OpenCV decodes.
+struct LaplacianSums {
+  std::int64_t sum = 0;
+  std::int64_t squares = 0;
+
+  void Add(int laplacian) {
+    sum += laplacian;
+    squares += std::int64_t{laplacian} * laplacian;
+  }
+};
+
+struct RowTriple {
+  const std::uint8_t* above;
+  const std::uint8_t* row;
+  const std::uint8_t* below;
+
+  int Laplacian(int column, int left, int right) const {
+    return above[column] + below[column] + row[left] + row[right] - 4 * row[column];
+  }
+};
+
+// A fixed number of pixels, none at the picture's left or right edge, in a form that compilers turn into vector code: the
+// products of 16-bit numbers.
+void AddBlock(const RowTriple& rows, int first, LaplacianSums& sums) {
+  const std::uint8_t* above = rows.above + first;
+  const std::uint8_t* left = rows.row + first - 1;
+  const std::uint8_t* centre = rows.row + first;
+  const std::uint8_t* right = rows.row + first + 1;
+  const std::uint8_t* below = rows.below + first;
+  std::int32_t sum = 0;
+  std::int32_t squares = 0;
+  for (int i = 0; i < kBlockPixels; ++i) {
+    const auto laplacian = static_cast<std::int16_t>(above[i] + below[i] + left[i] + right[i] - 4 * centre[i]);
+    sum += laplacian;
+    squares += laplacian * laplacian;
+  }
+  sums.sum += sum;
+  sums.squares += squares;
+}
+
+void AddRow(const RowTriple& rows, int columns, LaplacianSums& sums) {
+  const int last = columns - 1;
+  const int besideEdge = std::min(1, last);  // what stands for the pixel beyond an edge; in one column the pixel itself
+  sums.Add(rows.Laplacian(0, besideEdge, besideEdge));
+  int column = 1;
+  for (; column + kBlockPixels <= last; column += kBlockPixels) AddBlock(rows, column, sums);
+  for (; column < last; ++column) sums.Add(rows.Laplacian(column, column - 1, column + 1));
+  if (last > 0) sums.Add(rows.Laplacian(last, last - besideEdge, last - besideEdge));
+}
+
+// Row `row` of a picture of `rows` rows, where the border reflects.
+int Reflected(int row, int rows) {
+  if (rows == 1) return 0;
+  if (row < 0) return -row;
+  return row < rows ? row : 2 * rows - 2 - row;
+}
+
+/// Converts a picture to grey band by band; the two rows that neighbouring bands share are converted once.
+class GreyBand {
+ public:
+  explicit GreyBand(const cv::Mat& picture)
+      : picture_(picture), grey_(kv::SharpnessBandRows(picture.cols) + 2, picture.cols, CV_8UC1) {}
+
+  /// Holds the rows [first, end) from now on, with the row above and the row below; bands follow each other without gap.
+  void MoveTo(int first, int end) {
+    const int shared = first == 0 ? 0 : 2;
+    if (shared > 0) {
+      cv::Mat top = grey_.rowRange(0, shared);
+      grey_.rowRange(first - 1 - top_, first + 1 - top_).copyTo(top);
+    }
+    top_ = std::max(first - 1, 0);
+    const int bottom = std::min(end + 1, picture_.rows);
+    if (top_ + shared == bottom) return;
+    cv::Mat fresh = grey_.rowRange(shared, bottom - top_);
+    cv::cvtColor(picture_.rowRange(top_ + shared, bottom), fresh, cv::COLOR_RGB2GRAY);
+  }
+
+  RowTriple Around(int row) const { return {Row(row - 1), Row(row), Row(row + 1)}; }
+
+ private:
+  const std::uint8_t* Row(int row) const { return grey_.ptr<std::uint8_t>(Reflected(row, picture_.rows) - top_); }
+
+  const cv::Mat& picture_;
+  cv::Mat grey_;
+  int top_ = 0;  // the picture's row that the first row of `grey_` holds
+};
+
+// The last steps of cv::meanStdDev, the same operations in the same order.
+double SquareOfDeviation(const LaplacianSums& sums, double pixels) {
+  const double scale = 1.0 / pixels;
+  const double mean = static_cast<double>(sums.sum) * scale;
+  const double deviation = std::sqrt(std::max(static_cast<double>(sums.squares) * scale - mean * mean, 0.0));
+  return deviation * deviation;
+}
+
+}  // namespace
+
+int kv::SharpnessBandRows(int columns) { return std::max(kBandPixels / columns, kFewestBandRows); }
+
+double kv::SharpnessOf(const cv::Mat& picture) {
+  LaplacianSums sums;
+  GreyBand band(picture);
+  const int bandRows = SharpnessBandRows(picture.cols);
+  for (int first = 0, end = 0; first < picture.rows; first = end) {
+    end = std::min(first + bandRows, picture.rows);
+    band.MoveTo(first, end);
+    for (int row = first; row < end; ++row) AddRow(band.Around(row), picture.cols, sums);
+  }
+  return SquareOfDeviation(sums, static_cast<double>(picture.total()));
+}
+
+double KVUtilities::ComputeImageSharpnessFactor(std::wstring path, std::wstring& error) try {
+  error.clear();
+  if (!kv::FileSize(path)) {
+    error = kNoFile + path;
+    return 0.0;
+  }
+  // A picture lying on its side is graded as it lies: same sharpness, and no second picture in memory.
+  return kv::SharpnessOf(kv::ReadPicture(path, cv::IMREAD_COLOR | cv::IMREAD_IGNORE_ORIENTATION));
+} catch (...) {
+  error = kUnexpectedError + path;
+  return 0.0;
+}
+
+bool KVUtilities::PopulatePhotoSharpnessFactors(std::vector<tagKVSystemEvent>& events, std::wstring& error) try {
+  error.clear();
+  cv::setUseOptimized(true);
+  for (tagKVSystemEvent& event : events) {
+    // Each photo empties `error`, on purpose: what callers find there is about the last one.
+    if (event.Type == kv::kCameraEvent) {
+      event.Sharpness = ComputeImageSharpnessFactor(event.PhotoPath.GetString(), error);
+    }
+  }
+  return true;
+} catch (...) {
+  kv::Report(error, kUnexpectedBatchError);
+  return false;
+}

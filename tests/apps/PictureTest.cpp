@@ -1,0 +1,183 @@
+#include <KVUtilities.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "Log.h"
+#include "field/JpegHeader.h"
+#include "pictures/ExifCorrection.h"
+#include "pictures/Grading.h"
+#include "pictures/JpegMetadata.h"
+#include "support/TempFolder.h"
+
+namespace kv::mission {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string Segment(unsigned char marker, const std::string& content) {
+  const std::size_t length = content.size() + 2;
+  return std::string{'\xFF', static_cast<char>(marker), static_cast<char>(length >> 8), static_cast<char>(length)} +
+         content;
+}
+
+std::string Little(std::size_t value, int bytes) {
+  std::string text;
+  for (int i = 0; i < bytes; ++i) text += static_cast<char>(value >> (8 * i));
+  return text;
+}
+
+/// An entry of one number that stands in the entry itself.
+std::string Entry(std::size_t tag, std::size_t type, std::size_t value) {
+  return Little(tag, 2) + Little(type, 2) + Little(1, 4) + Little(value, 4);
+}
+
+/// Orientation, a tag that no standard knows and a directory of sizes; then, if wanted, a thumbnail's directory.
+std::string Exif(std::size_t orientation, std::size_t width, std::size_t height, bool thumbnail) {
+  constexpr std::size_t kSecondAt = 8 + 2 + 3 * 12 + 4, kThirdAt = kSecondAt + 2 + 2 * 12 + 4;
+  constexpr std::size_t kThumbnailAt = kThirdAt + 2 + 2 * 12 + 4;
+  return std::string("Exif\0\0II", 8) + Little(42, 2) + Little(8, 4) +                                        //
+         Little(3, 2) + Entry(0x0112, 3, orientation) + Entry(0x8769, 4, kSecondAt) + Entry(0xC6D2, 4, 77) +  //
+         Little(thumbnail ? kThirdAt : 0, 4) +                                                                //
+         Little(2, 2) + Entry(0xA002, 4, width) + Entry(0xA003, 3, height) + Little(0, 4) +                   //
+         (thumbnail
+              ? Little(2, 2) + Entry(0x0201, 4, kThumbnailAt) + Entry(0x0202, 4, 4) + Little(0, 4) + "\xFF\xD8\xFF\xD9"
+              : "");
+}
+
+std::string Frame(int channels) {
+  return Segment(0xC0, std::string("\x08\x01\xE0\x02\x80", 5) + static_cast<char>(channels) + "111");  // 640 x 480
+}
+
+TEST(ExifCorrection, ChangesSizeAndOrientationAlone) {
+  EXPECT_EQ(CorrectedExif(Exif(6, 480, 640, true), 640, 480), Exif(1, 640, 480, false));
+  EXPECT_EQ(CorrectedExif(Exif(1, 640, 480, false), 640, 480), Exif(1, 640, 480, false));
+  for (const std::string& junk : {std::string("Exif\0\0", 6), std::string("Exif\0\0II*\0\xFF\xFF\xFF\xFF", 14)})
+    EXPECT_EQ(CorrectedExif(junk, 640, 480), junk);
+}
+
+TEST(JpegMetadata, GoesFromThePhotoToTheCopy) {
+  const std::string scan = Segment(0xDA, "x") + "data\xFF\xD9", jfif = Segment(0xE0, "JFIF");
+  const auto profile = [](const std::string& space) {
+    return Segment(0xE2, std::string("ICC_PROFILE\0\1\1", 14) + std::string(16, 'x') + space + "rest");
+  };
+  const std::string xmp = Segment(0xE1, std::string("http://ns.adobe.com/xap/1.0/\0<x/>", 34)),
+                    iptc = Segment(0xED, "8BIM");
+  const std::string start = "\xFF\xD8", tables = Segment(0xDB, "tables");
+  struct {
+    const char* what;
+    std::string photo, copy;
+    std::string result;
+  } const rows[] = {
+      {"all kinds in their order, behind the copy's own first segment",
+       start + Segment(0xE1, Exif(6, 1, 1, false)) + xmp + profile("RGB ") + iptc + Frame(3) + scan,
+       start + jfif + tables + Frame(3) + scan,
+       start + jfif + Segment(0xE1, Exif(1, 640, 480, false)) + xmp + profile("RGB ") + iptc + tables + Frame(3) +
+           scan},
+      {"not the photo's own first segment, comment, colour transform and index of further pictures",
+       start + jfif + Segment(0xFE, "c") + Segment(0xEE, "Adobe") + Segment(0xE2, "MPF") + Frame(3) + scan,
+       start + Frame(3) + scan, start + Frame(3) + scan},
+      {"no profile of another colour space", start + profile("CMYK") + Frame(4) + scan, start + Frame(3) + scan,
+       start + Frame(3) + scan},
+      {"a gray profile", start + profile("GRAY") + Frame(1) + scan, start + Frame(1) + scan,
+       start + profile("GRAY") + Frame(1) + scan},
+  };
+  for (const auto& [what, photo, copy, result] : rows) EXPECT_EQ(WithMetadataOf(photo, copy), result) << what;
+  const std::string whole = rows[0].photo;
+  for (std::size_t length = 0; length + scan.size() < whole.size(); length += 3)
+    EXPECT_FALSE(IsJpeg(whole.substr(0, length)));
+}
+
+/// A folder with a small simulated mission, in which the command runs.
+class PictureTest : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(Shell("$K simulate m -q --minutes 1.2 --photo-size 48x32 --names exif"), 0); }
+
+  /// @param script  shell commands with kvmission as $K; what they write is in the files "out" and "err"
+  int Shell(const std::string& script) {
+    temp_.Write("script", "cd '" + temp_.Path().string() + "'\nK='" KVMISSION_PROGRAM "'\n" + script + "\n");
+    const std::string file = temp_.Path().string();
+    const int status = std::system(("sh '" + file + "/script' > '" + file + "/out' 2> '" + file + "/err'").c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+  std::vector<fs::path> Photos(int camera) {
+    std::vector<fs::path> photos;
+    for (const auto& entry : fs::directory_iterator(temp_.Path() / ("m/cam" + std::to_string(camera))))
+      photos.push_back(entry.path());
+    std::sort(photos.begin(), photos.end());
+    return photos;
+  }
+
+  TempFolder temp_;
+};
+
+TEST_F(PictureTest, GradesDoNotDependOnTheirNumberAtATime) {
+  std::vector<std::wstring> paths;
+  for (const auto& photo : Photos(1)) paths.push_back(photo.wstring());
+  paths.push_back(temp_.Wide("none.jpg"));
+  const Log log(Verbosity::Quiet);
+  const auto grades = GradePhotos(paths, 3, log);
+  for (std::size_t i = 0; i < paths.size(); ++i) {
+    std::wstring error;
+    EXPECT_EQ(grades[i].sharpness, KVUtilities::ComputeImageSharpnessFactor(paths[i], error));
+    EXPECT_EQ(grades[i].complaint.empty(), error.empty());
+  }
+}
+
+TEST_F(PictureTest, GradePrintsATableOrJson) {
+  ASSERT_EQ(Shell("cd m/cam1; cp DSC_0001.jpg 'a,\"b.jpg'; $K grade DSC_0001.jpg 'a,\"b.jpg'"), 0) << temp_.Read("err");
+  std::wstring error;
+  const double sharpness = KVUtilities::ComputeImageSharpnessFactor(temp_.Wide("m/cam1/DSC_0001.jpg"), error);
+  EXPECT_EQ(temp_.Read("out"), fmt::format("path,sharpness\nDSC_0001.jpg,{0}\n\"a,\"\"b.jpg\",{0}\n", sharpness));
+  EXPECT_EQ(Shell("$K grade none.jpg m/cam1/DSC_0001.jpg --json"), 3);
+  const auto json = nlohmann::json::parse(temp_.Read("out"));
+  EXPECT_TRUE(json[0]["sharpness"].is_null());
+  EXPECT_EQ(json[1]["sharpness"], sharpness);
+  EXPECT_NE(temp_.Read("err").find("none.jpg: "), std::string::npos);
+  EXPECT_EQ(Shell("$K grade none.jpg truth.csv"), 1);
+}
+
+TEST_F(PictureTest, RotatesOneCameraAndKeepsMetadata) {
+  const auto photos = Photos(1);
+  const std::string other = temp_.Read("m/cam2/DSC_0001.jpg"), old = temp_.Read("m/cam1/DSC_0001.jpg");
+  ASSERT_EQ(Shell("$K rotate m --camera 1 --angle 90 < /dev/null"), 2);  // nobody to ask
+  ASSERT_EQ(Shell("$K rotate m --camera 1 --angle 90 --yes --backup b"), 0) << temp_.Read("err");
+  EXPECT_EQ(Photos(1), photos);
+  EXPECT_EQ(temp_.Read("m/cam2/DSC_0001.jpg"), other);
+  EXPECT_EQ(temp_.Read("b/cam1/DSC_0001.jpg"), old);
+  const auto header = ReadJpegHeader(photos[0]).value();
+  EXPECT_NEAR(header.width, 32, 1);  // the library cuts the size to whole pixels
+  EXPECT_NEAR(header.height, 48, 1);
+  const auto before = ReadJpegHeader(temp_.Path() / "b/cam1/DSC_0001.jpg").value();
+  const std::string exif(before.exif.begin(), before.exif.end());
+  EXPECT_EQ(std::string(header.exif.begin(), header.exif.end()), CorrectedExif(exif, header.width, header.height));
+  // The same backup protects what is done; without it photos are rotated once more.
+  EXPECT_EQ(Shell("$K rotate m --camera 1 --angle 90 --yes --backup b"), 1);
+  EXPECT_EQ(Shell("echo x > m/cam1/x.jpg; $K rotate m --camera 1 --angle 90 --yes"), 3);
+  EXPECT_NE(temp_.Read("err").find("x.jpg: not rotated: no JPEG file"), std::string::npos);
+  EXPECT_NEAR(ReadJpegHeader(photos[0]).value().width, 48, 2);
+}
+
+/// Killed or interrupted at any moment, every photo is the old or a turned one, whole.
+TEST_F(PictureTest, AnEndAtAnyMomentLeavesWholePhotos) {
+  for (const std::string signal : {"KILL", "INT"}) {
+    for (int i = 0; i < 4; ++i) {
+      const std::string wait = "0.0" + std::to_string(1 + 3 * i);
+      Shell("$K rotate m --camera 1 --angle 90 --yes & run=$!; sleep " + wait + "; kill -" + signal +
+            " $run; wait $run");
+      for (const auto& photo : Photos(1)) {
+        if (photo.extension() != ".jpg") continue;  // the hidden folder of a killed run
+        const auto header = ReadJpegHeader(photo).value();
+        const std::string file = temp_.Read(fs::relative(photo, temp_.Path()).string());
+        EXPECT_NEAR(header.width + header.height, 80, 12) << photo;
+        EXPECT_EQ(file.substr(file.size() - 2), "\xFF\xD9") << photo;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace kv::mission
