@@ -11,7 +11,8 @@ namespace kv::mission {
 /// The null location, both angles exactly 0, means that there is no place.
 inline bool IsPlaced(const tagKVSystemEvent& event) { return event.Latitude != 0.0 || event.Longitude != 0.0; }
 
-/// Gives every event with a time its place on the trajectory. @throws Failure with the library's sentence
+/// Gives every event with a time its place on the trajectory; a camera event inside a gap, or between two fixes across
+/// the 180th meridian, gets none. @throws Failure with the library's sentence
 void PlaceEvents(std::vector<tagKVSystemEvent>& events, Trajectory& trajectory, Log& log);
 
 /// Removes what cannot be a record of the photo layer: heartbeats, camera events without a place and, when the mission
