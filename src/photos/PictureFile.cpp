@@ -18,16 +18,13 @@ constexpr std::string_view kStartOfJpeg = "\xFF\xD8\xFF"sv;
 constexpr std::string_view kEndOfJpeg = "\xFF\xD9"sv;
 constexpr unsigned char kStartOfScan = 0xDA;
 
+// The reason is for the debugger's reader: callers say one sentence for all.
 [[noreturn]] void Fail(const char* reason) { throw std::runtime_error(reason); }
 
-std::string_view TextOf(const cv::Mat& bytes) { return {bytes.ptr<char>(), bytes.total()}; }
-
-cv::Mat ReadBytes(std::wstring_view path) {
-  const FilePtr file = OpenFile(path, "rb");
-  const std::uint64_t size = FileSize(path).value_or(0);
-  if (!file || size == 0 || size > std::numeric_limits<int>::max()) Fail("no readable file");
-  cv::Mat bytes(1, static_cast<int>(size), CV_8UC1);
-  if (std::fread(bytes.data, 1, bytes.total(), file.get()) != bytes.total()) Fail("file not read to its end");
+// @param count  bytes that stand there
+std::string ReadAt(std::FILE* file, std::uint64_t offset, std::uint64_t count) {
+  std::string bytes(count, '\0');
+  if (!SeekFile(file, offset) || std::fread(bytes.data(), 1, count, file) != count) Fail("file not read");
   return bytes;
 }
 
@@ -48,18 +45,30 @@ std::size_t StartOfPixels(std::string_view jpeg) {
   return jpeg.size();
 }
 
-// A JPEG without its end was cut off. Other data may follow the end.
-bool IsCutOff(std::string_view bytes) {
-  if (!bytes.starts_with(kStartOfJpeg) || bytes.ends_with(kEndOfJpeg)) return false;
-  return bytes.find(kEndOfJpeg, StartOfPixels(bytes)) == std::string_view::npos;
+// A JPEG without its end was cut off. Other data may follow the end; only then the whole file is looked through.
+bool IsCutOff(std::FILE* file, std::uint64_t size) {
+  if (size < kStartOfJpeg.size() || ReadAt(file, 0, kStartOfJpeg.size()) != kStartOfJpeg) return false;
+  if (ReadAt(file, size - kEndOfJpeg.size(), kEndOfJpeg.size()) == kEndOfJpeg) return false;
+  const std::string jpeg = ReadAt(file, 0, size);
+  return jpeg.find(kEndOfJpeg, StartOfPixels(jpeg)) == std::string::npos;
+}
+
+// By name where that always works: the file's bytes and the picture need not be in memory together.
+cv::Mat Decoded(std::wstring_view path, std::FILE* file, std::uint64_t size, int flags) {
+  if (kNarrowNamesSpellAll) return cv::imread(NativePath(path).string(), flags);
+  if (size > std::numeric_limits<int>::max()) Fail("file too large");
+  std::string bytes = ReadAt(file, 0, size);
+  return cv::imdecode(cv::Mat(1, static_cast<int>(size), CV_8UC1, bytes.data()), flags);
 }
 
 }  // namespace
 
 cv::Mat ReadPicture(std::wstring_view path, int flags) {
-  const cv::Mat bytes = ReadBytes(path);
-  if (IsCutOff(TextOf(bytes))) Fail("JPEG cut off");
-  cv::Mat picture = cv::imdecode(bytes, flags);
+  const FilePtr file = OpenFile(path, "rb");
+  const std::uint64_t size = FileSize(path).value_or(0);
+  if (!file || size == 0) Fail("no readable file");
+  if (IsCutOff(file.get(), size)) Fail("JPEG cut off");
+  cv::Mat picture = Decoded(path, file.get(), size, flags);
   if (picture.empty()) Fail("no picture");
   return picture;
 }

@@ -3,8 +3,7 @@
 #include <opencv2/core/mat.hpp>
 #include <string_view>
 
-/// Picture files under wide paths. OpenCV takes names in the narrow form of the system, which on Windows cannot spell every
-/// name; here it sees bytes only.
+/// Picture files under wide paths, any name on any system.
 namespace kv {
 
 /// @param flags  as for cv::imread

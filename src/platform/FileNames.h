@@ -20,6 +20,10 @@ std::string Utf8FromWide(std::wstring_view text);
 /// The path as the system's calls take it.
 std::filesystem::path NativePath(std::wstring_view path);
 
+/// Whether the narrow names of the C library spell every file name, so that other libraries can open files by name. The
+/// name is then `NativePath(path).string()`.
+extern const bool kNarrowNamesSpellAll;
+
 /// The wide form of a name that the system gave.
 std::wstring WidePath(const std::filesystem::path& path);
 

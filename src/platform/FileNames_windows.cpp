@@ -7,6 +7,7 @@ namespace kv {
 
 const wchar_t* const kPathSeparators = L"\\/:";
 const bool kFileNamesIgnoreCase = true;
+const bool kNarrowNamesSpellAll = false;
 
 std::filesystem::path NativePath(std::wstring_view path) { return path; }
 

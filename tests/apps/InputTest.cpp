@@ -126,6 +126,7 @@ TEST(EventLog, SeesLinesAsTheReaderWill) {
       {"123,4", EventKind::CameraEvent, ""},
       {"+123,-1", EventKind::CameraEvent, ""},
       {"123,000000000005", EventKind::CameraEvent, ""},
+      {"123,1 \t", EventKind::CameraEvent, ""},
       {"123,11", EventKind::Other, ""},
       {"5000,, 4", EventKind::Other, ""},
       {"9223372036854775808,1", EventKind::Other, ""},
@@ -154,11 +155,25 @@ TEST(EventLog, WarnsOfWhatTheReaderWouldPassOver) {
        {"1 heartbeat left out: no valid date and time, line 3"}},
       // Across the counter's end: 10 s after 4294000000 the 1 MHz counter is at 9032704.
       {"4294000000,120000010124\n4295,1\n9032704,120010010124\n", {"12:00:00.971"}, {"wraps 1 time"}},
-      {"0,120000010124\n2000000000,1\n2000000001,120010010124\n", {"12:00:10.000"}, {"tick count jumps"}},
+      {"0,120000010124\n1500020000,1\n2000000000,120010010124\n", {"12:00:07.500"}, {}},
       {"0,120000010124\n8,1\n7,1\n10,120010010124\n", {"12:00:08.000", "12:00:07.000"}, {"runs backwards"}},
       {"0,120000010124\n5,130005010124\n10,120010010124\n", {}, {"that of 2024-01-01 13:00:05.000 is 3600.0 s off"}},
       {"7,120000010124\n7,1\n7,120010010124\n", {"-"}, {"do not tell how long a tick is"}},
       {"0,120000010124\n5,3\n10,120010010124\n", {"12:00:05.000"}, {"1 event of other cameras"}},
+      {"\xEF\xBB\xBF"
+       "0,120000010124\n\n5,1 \n6;1\n10,120010010124\n",
+       {"12:00:05.000"},
+       {"1 line left out: no event, line 4"}},
+      {"0,120000010124\n5,1\n4000000000,1\n6,1\n10,120010010124\n",
+       {"12:00:05.000", "12:00:06.000"},
+       {"1 event left out: the tick is far from those before and after, line 3"}},
+      // An outage of 3 000 s of a 1 MHz counter.
+      {"0,120000010124\n1500000,1\n3000000000,125000010124\n3001500000,1\n", {"12:00:01.500", "12:50:01.500"}, {}},
+      // The first and the last heartbeat are wrong; the events next to them have no other.
+      {"0,000000060180\n1,1\n2,120002010124\n3,1\n4,120004010124\n6,120006010124\n8,120008010124\n"
+       "10,120010010124\n12,120012010124\n14,120014010124\n15,1\n16,120017010124\n17,1\n",
+       {"-", "12:00:03.000", "12:00:15.000", "-"},
+       {"2 heartbeats left out: more than 0.5 s off the others, line 1, 12", "1 camera event before the first"}},
   };
   for (const auto& [content, times, warnings] : rows) {
     const TempFolder folder;

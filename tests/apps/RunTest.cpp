@@ -106,6 +106,7 @@ TEST_F(RunTest, ExitCodesTellHowItWent) {
       {"sed -i /31000000/d m/clock.csv && $K run m -o o --overwrite", 3, "could not be graded"},
       {"$K run m -o o --overwrite --no-sharpness", 0, ""},
       {"mv m/cam2 m/other && $K run m -o o --overwrite", 3, ""},
+      {"$K run m -o u --events two.nmea", 1, "two.nmea: no heartbeat and no camera event in 1 line"},
       {"mkdir m/camera1 && $K run m -o p", 1, "cam1, camera1; choose with --cam1"},
       {"$K run --trajectory m/rover.nmea -o t", 0, ""},
       {"$K run --trajectory m/rover.nmea -o t/summary.json", 1, "t/summary.json"},

@@ -26,7 +26,7 @@ TEST(Trajectory, IsLookedThroughForWhatASurveyorShouldSee) {
       {Fix("120001") + Fix("120000") + Fix("120001"),
        {"the time of the fixes runs back 1 time: pieces out of order, or a gap over midnight"}},
       {Fix("120000", "17959.999,E") + Fix("120001", "17959.999,W"),
-       {"the track crosses the 180th meridian: lines and interpolated places there run around the globe"}},
+       {"the track crosses the 180th meridian: its line there runs around the globe"}},
       {Fix("120000.125") + Fix("120000.250"), {"1 fix time finer than a hundredth of a second: cut to hundredths"}},
   };
   const TempFolder folder;
@@ -42,28 +42,30 @@ TEST(Trajectory, IsLookedThroughForWhatASurveyorShouldSee) {
 TEST(Placing, NamesTheReasonForEveryDrop) {
   const TempFolder folder;
   std::string track;
-  for (const char* time : {"120002", "120004", "120010", "120012"}) track += Fix(time);
+  for (const char* time : {"120002", "120004"}) track += Fix(time);
+  track += Fix("120006", "17959.999,E") + Fix("120008", "17959.999,W") + Fix("120014", "17959.999,W");
   folder.Write("log", track);
   // A tick is a millisecond; the counter wraps 5 s after noon.
   folder.Write("clock",
-               "4294962296,120000010524\n4294962295,1\n4294963296,1\n4294965296,1\n1000,2\n8000,1\n"
+               "4294962296,120000010524\n4294962295,1\n4294963296,1\n4294965296,1\n500,2\n2000,1\n4000,1\n12000,1\n"
                "15000,120020010524\n");
   Log log(Verbosity::Quiet);
   EventLog events = ReadEvents(folder.Path() / "clock", folder.Path(), log);
   Trajectory trajectory =
       ReadTrajectory(folder.Path() / "log", {ParseDate("2024-05-01"), {}, {}}, folder.Path(), 2.0, log);
   PlaceEvents(events.events, trajectory, log);
-  EXPECT_EQ(log.Warnings().back(), "1 camera event inside trajectory gaps: places there are interpolated across");
+  EXPECT_EQ(log.Warnings().back(), "2 camera events inside trajectory gaps or across the 180th meridian: dropped");
   events.events[3].PhotoPath = L"/cam1/a.jpg";
   Settings inputs;
   inputs.camera1 = "cam1";
   std::vector<std::string> drops;
   for (const Drop& drop : DropUnusable(events, trajectory, inputs))
     drops.push_back(fmt::format("{} {:.0f} {}", drop.camera, drop.tick, drop.reason));
-  EXPECT_EQ(drops, (std::vector<std::string>{"1 4294962295 no time: the heartbeats do not reach its tick",
-                                             "1 4294963296 no place: before the first fix",
-                                             "2 1000 no photo: no folder for this camera",
-                                             "1 8000 no place: after the last fix"}));
+  EXPECT_EQ(drops, (std::vector<std::string>{
+                       "1 4294962295 no time: the heartbeats do not reach its tick",
+                       "1 4294963296 no place: before the first fix", "2 500 no photo: no folder for this camera",
+                       "1 2000 no place: between two fixes across the 180th meridian",
+                       "1 4000 no place: inside a gap of 6.0 s", "1 12000 no place: after the last fix"}));
   EXPECT_EQ(events.events.size(), 2u);  // exposures at a place
   DropWithoutPhoto(events.events, inputs);
   ASSERT_EQ(events.events.size(), 1u);

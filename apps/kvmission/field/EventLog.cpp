@@ -7,6 +7,7 @@
 #include <cmath>
 #include <iterator>
 
+#include "Failure.h"
 #include "Progress.h"
 #include "System.h"
 #include "field/LineReader.h"
@@ -16,11 +17,12 @@
 namespace kv::mission {
 namespace {
 
-constexpr std::int64_t kTickRange = std::int64_t{1} << 32;  // of the counter
-constexpr double kLargestStep = 1e9;  // ticks between lines, beyond which the event reader changes its arithmetic
+constexpr double kTickRange = 4294967296;          // of the counter
+constexpr std::int64_t kFillerStep = 500'000'000;  // ticks between the lines that bridge an outage
+constexpr double kMostFillers = 1e6;               // in one outage
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::size_t kHeartbeatLength = 12;
 constexpr int kLargestCamera = 10;
-constexpr double kHeartbeatTolerance = 0.5;  // seconds; heartbeats are on whole seconds
 
 /// Takes the next token off the text; empty fields are no tokens.
 std::string_view TakeToken(std::string_view& text) {
@@ -43,75 +45,96 @@ std::optional<Instant> HeartbeatTime(std::string_view code) {
   return *firstOfMonth + std::chrono::days{day - 1};
 }
 
-/// Turns the counts of a 32-bit counter into continuous ones.
-class Unwrapper {
- public:
-  std::int64_t Continuous(std::int64_t tick) {
-    if (tick < 0 || tick >= kTickRange) return tick;
-    if (IsHigh(last_) && IsLow(tick)) base_ += kTickRange;
-    if (IsLow(last_) && IsHigh(tick) && base_ > 0) base_ -= kTickRange;  // a line from before the wrap, written late
-    wraps_ = std::max(wraps_, base_ / kTickRange);
-    last_ = tick;
-    return tick + base_;
-  }
-  std::size_t Wraps() const { return static_cast<std::size_t>(wraps_); }
-
- private:
-  static bool IsLow(std::int64_t tick) { return tick < kTickRange / 4; }
-  static bool IsHigh(std::int64_t tick) { return tick >= kTickRange / 4 * 3; }
-
-  std::int64_t last_ = kTickRange / 2;
-  std::int64_t base_ = 0;
-  std::int64_t wraps_ = 0;
-};
-
-void CopyEvents(const std::filesystem::path& path, const std::filesystem::path& copy, const Log& messages,
-                EventLog& log) {
+std::vector<EventRecord> ReadRecords(const std::filesystem::path& path, const Log& messages, EventLog& log) {
   LineReader reader(path);
-  LineWriter writer(copy);
-  Unwrapper ticks;
+  std::vector<EventRecord> records;
   Progress progress(messages.ShowsProgress(), "reading events", "lines");
   for (std::string_view line; reader.Next(line); progress.Step(reader.BytesRead(), reader.FileSize())) {
-    ++log.lines;
+    if (++log.lines == 1) line = WithoutByteOrderMark(line);
     const EventLine event = ParseEventLine(line);
     if (event.kind == EventKind::FaultyHeartbeat) log.faultyHeartbeats.push_back(log.lines);
-    if (event.kind == EventKind::Other) ++log.skipped;
-    if (event.kind == EventKind::Heartbeat) ++log.heartbeats;
-    if (event.kind == EventKind::FaultyHeartbeat || event.kind == EventKind::Other) continue;
-    fmt::format_to(std::back_inserter(writer.Text()), "{},{}\n", ticks.Continuous(event.tick), event.code);
+    if (event.kind == EventKind::Other && !event.isBlank) log.skipped.push_back(log.lines);
+    if (event.kind == EventKind::Heartbeat) records.push_back({log.lines, event.tick, 0, event.time});
+    if (event.kind == EventKind::CameraEvent)
+      records.push_back({log.lines, event.tick, *Integer(event.code), std::nullopt});
+  }
+  return records;
+}
+
+void AppendRecord(const EventRecord& record, std::string& text) {
+  if (record.time) {
+    const SYSTEMTIME time = ToSystemTime(*record.time);
+    fmt::format_to(std::back_inserter(text), "{},{:02}{:02}{:02}{:02}{:02}{:02}\n", record.tick, time.wHour,
+                   time.wMinute, time.wSecond, time.wDay, time.wMonth, time.wYear % 100);
+  } else {
+    fmt::format_to(std::back_inserter(text), "{},{}\n", record.tick, record.camera);
+  }
+}
+
+/// Camera lines across an outage, so that no step is taken for a wrap of the counter.
+/// @return the number of lines
+std::size_t AppendFillers(std::int64_t from, std::int64_t to, std::string& text) {
+  std::size_t count = 0;
+  if (static_cast<double>(to) - static_cast<double>(from) > kMostFillers * static_cast<double>(kFillerStep)) return 0;
+  for (std::int64_t tick = from + kFillerStep; tick < to; tick += kFillerStep, ++count)
+    fmt::format_to(std::back_inserter(text), "{},1\n", tick);
+  return count;
+}
+
+/// Has the event reader read the records and gives them back one to one.
+std::vector<tagKVSystemEvent> Scan(const std::vector<EventRecord>& records, bool heartbeatsAgree,
+                                   const std::filesystem::path& copy) {
+  LineWriter writer(copy);
+  const std::vector<bool> outages =
+      heartbeatsAgree ? PlausibleOutages(records) : std::vector<bool>(records.size(), false);
+  std::vector<bool> isRecord;
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    AppendRecord(records[i], writer.Text());
+    isRecord.push_back(true);
+    if (outages[i])
+      isRecord.resize(isRecord.size() + AppendFillers(records[i].tick, records[i + 1].tick, writer.Text()), false);
     writer.LineDone();
   }
   writer.Close();
-  log.wraps = ticks.Wraps();
+  std::wstring error;  // its one sentence, too few heartbeats, is a warning below
+  auto events = KVUtilities::ScanKVSystemEventFile(WidePath(copy), error);
+  if (events.size() != isRecord.size()) throw Failure(Utf8(copy) + ": the events could not be read back");
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    if (isRecord[i] && kept++ != i) events[kept - 1] = std::move(events[i]);
+  }
+  events.resize(kept);
+  return events;
 }
 
-void WarnOfFaultyHeartbeats(const EventLog& log, Log& messages) {
+void WarnOfLines(const char* noun, const char* fault, const LineNumbers& lines, Log& messages) {
   constexpr std::size_t kNamed = 5;
-  const auto& lines = log.faultyHeartbeats;
   if (lines.empty()) return;
   std::vector<std::size_t> named(lines.begin(), lines.size() > kNamed ? lines.begin() + kNamed : lines.end());
-  messages.Warn("{} left out: no valid date and time, line {}{}", Counted(lines.size(), "heartbeat"),
-                fmt::join(named, ", "), lines.size() > kNamed ? ", ..." : "");
+  messages.Warn("{} left out: {}, line {}{}", Counted(lines.size(), noun), fault, fmt::join(named, ", "),
+                lines.size() > kNamed ? ", ..." : "");
 }
 
 /// Jumps and steps back of the tick count, wraps apart.
-void WarnOfTickSteps(const EventLog& log, Log& messages) {
-  const auto& events = log.events;
+void WarnOfTickSteps(bool heartbeatsAgree, const std::vector<EventRecord>& records, EventLog& log, Log& messages) {
+  const auto outages = PlausibleOutages(records);
   const auto warn = [&](const char* what, const char* effect, auto isFault) {
-    const auto count = [&](auto& a, auto& b) { return isFault(b.MasterTick - a.MasterTick); };
-    const auto first = std::adjacent_find(events.begin(), events.end(), count);
-    if (first == events.end()) return;
-    messages.Warn("the tick count {}, first from {:.0f} to {:.0f}: {}", what, first->MasterTick,
-                  std::next(first)->MasterTick, effect);
+    for (std::size_t i = 1; i < records.size(); ++i) {
+      const double from = static_cast<double>(records[i - 1].tick), to = static_cast<double>(records[i].tick);
+      if (!isFault(to - from) || (heartbeatsAgree && outages[i - 1])) continue;
+      messages.Warn("the tick count {}, first from {:.0f} to {:.0f}: {}", what, from, to, effect);
+      return true;
+    }
+    return false;
   };
-  warn("jumps", "the times of all camera events are doubtful",
-       [](double step) { return std::abs(step) > kLargestStep; });
+  log.timesDoubtful |= warn("jumps", "the times of all camera events are doubtful",
+                            [](double step) { return std::abs(step) > kLargestStep; });
   warn("runs backwards", "events are out of order, or the counter restarted",
        [](double step) { return step < 0 && step >= -kLargestStep; });
 }
 
 /// The camera events' times rest on the first and the last heartbeat; those between tell whether that line is straight.
-void WarnOfHeartbeats(const EventLog& log, Log& messages) {
+void WarnOfHeartbeats(EventLog& log, Log& messages) {
   std::vector<const tagKVSystemEvent*> beats;
   for (const auto& event : log.events) {
     if (event.Type == kHeartbeat) beats.push_back(&event);
@@ -125,6 +148,7 @@ void WarnOfHeartbeats(const EventLog& log, Log& messages) {
   const double secondsPerTick = Seconds(timeOf(beats.back()) - timeOf(beats.front())) / tickSpan;
   if (!(secondsPerTick > 0) || !std::isfinite(secondsPerTick)) {
     messages.Warn("the first and the last heartbeat do not tell how long a tick is: camera events have no time");
+    log.tickLengthKnown = false;
     return;
   }
   double largest = 0;
@@ -134,7 +158,9 @@ void WarnOfHeartbeats(const EventLog& log, Log& messages) {
     const double deviation = std::abs(Seconds(timeOf(beat) - timeOf(beats.front())) - expected);
     if (deviation > largest) largest = deviation, worst = beat;
   }
-  if (largest > kHeartbeatTolerance)
+  if (log.heartbeatsAgree) return;
+  log.timesDoubtful = true;
+  if (worst)
     messages.Warn("the heartbeats do not advance with the ticks: that of {} is {:.1f} s off; camera times are doubtful",
                   TimeText(timeOf(worst)), largest);
 }
@@ -149,6 +175,12 @@ void WarnOfCameras(const EventLog& log, Log& messages) {
                   Counted(static_cast<std::size_t>(others), "event"));
 }
 
+void ClearTime(tagKVSystemEvent& event) {
+  event.TimeUTC = {};
+  event.SystemTimeUTC = {};
+  event.AdjGpsSec = 0;
+}
+
 void ClearTimesBeforeHeartbeats(EventLog& log, Log& messages) {
   const tagKVSystemEvent* heartbeat = FirstHeartbeat(log.events);
   if (!heartbeat) return;
@@ -157,17 +189,25 @@ void ClearTimesBeforeHeartbeats(EventLog& log, Log& messages) {
   for (auto& event : log.events) {
     if (event.Type != kCameraEvent || event.MasterTick >= firstTick) continue;
     ++early;
-    event.TimeUTC = {};
-    event.SystemTimeUTC = {};
-    event.AdjGpsSec = 0;
+    ClearTime(event);
   }
   if (early > 0) messages.Warn("{} before the first heartbeat: the time is not known", Counted(early, "camera event"));
 }
+
+void ClearTimesNotKnown(const std::vector<EventRecord>& records, EventLog& log) {
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    if (!records[i].time && !(records[i].timeable && log.tickLengthKnown)) ClearTime(log.events[i]);
+  }
+}
+
+std::string_view TrimEnd(std::string_view line) { return line.substr(0, line.find_last_not_of(" \t\r") + 1); }
 
 }  // namespace
 
 EventLine ParseEventLine(std::string_view line) {
   EventLine event;
+  line = TrimEnd(line);
+  event.isBlank = line.empty();
   const auto tick = Integer(TakeToken(line));
   event.code = TakeToken(line);
   const auto code = Integer(event.code);
@@ -182,19 +222,33 @@ EventLine ParseEventLine(std::string_view line) {
   return event;
 }
 
+std::string_view WithoutByteOrderMark(std::string_view text) {
+  return text.substr(text.substr(0, kByteOrderMark.size()) == kByteOrderMark ? kByteOrderMark.size() : 0);
+}
+
 EventLog ReadEvents(const std::filesystem::path& path, const std::filesystem::path& scratch, Log& log) {
   EventLog result;
-  const auto copy = scratch / "events";
-  CopyEvents(path, copy, log, result);
-  std::wstring error;  // its one sentence, too few heartbeats, is a warning below
-  result.events = KVUtilities::ScanKVSystemEventFile(WidePath(copy), error);
-  WarnOfFaultyHeartbeats(result, log);
+  auto records = ReadRecords(path, log, result);
+  result.wildTicks = TakeOutWildTicks(records);
+  MakeContinuous(records);
+  HeartbeatCheck check = TakeOutOffHeartbeats(records);
+  result.offHeartbeats = std::move(check.off);
+  result.heartbeatsAgree = check.agree;
+  result.wraps = SettleWraps(records);
+  result.events = Scan(records, check.agree, scratch / "events");
+  result.heartbeats = static_cast<std::size_t>(
+      std::count_if(records.begin(), records.end(), [](auto& record) { return record.time.has_value(); }));
+  WarnOfLines("line", "no event", result.skipped, log);
+  WarnOfLines("heartbeat", "no valid date and time", result.faultyHeartbeats, log);
+  WarnOfLines("event", "the tick is far from those before and after", result.wildTicks, log);
+  WarnOfLines("heartbeat", "more than 0.5 s off the others", result.offHeartbeats, log);
   if (result.wraps > 0)
     log.Warn("the tick counter wraps {}; events are timed across it", Counted(result.wraps, "time"));
-  WarnOfTickSteps(result, log);
+  WarnOfTickSteps(check.agree, records, result, log);
   WarnOfHeartbeats(result, log);
   WarnOfCameras(result, log);
   ClearTimesBeforeHeartbeats(result, log);
+  ClearTimesNotKnown(records, result);
   return result;
 }
 
@@ -206,7 +260,7 @@ const tagKVSystemEvent* FirstHeartbeat(const std::vector<tagKVSystemEvent>& even
 bool HasTime(const tagKVSystemEvent& event) { return KVUtilities::FiletimeToInt64(event.TimeUTC) > 0; }
 
 double TickInFile(double continuousTick, const EventLog& log) {
-  return log.wraps > 0 ? std::fmod(continuousTick, static_cast<double>(kTickRange)) : continuousTick;
+  return log.wraps > 0 ? std::fmod(continuousTick, kTickRange) : continuousTick;
 }
 
 }  // namespace kv::mission

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Log.h"
+#include "field/EventRecords.h"
 #include "field/Times.h"
 
 /// System event files: lines "tick,code", where the code is a camera number or a heartbeat's time hhmmssDDMMYY.
@@ -26,19 +27,30 @@ struct EventLine {
   EventKind kind = EventKind::Other;
   std::int64_t tick = 0;
   std::string_view code;
+  bool isBlank = false;
   std::optional<Instant> time;  ///< of a heartbeat; a day beyond the month's end counts into the next month
 };
 
-/// The kind that the event reader will see in a line.
+/// The kind that the event reader will see in a line without the blanks at its end.
 EventLine ParseEventLine(std::string_view line);
+
+/// Editors put a byte order mark before UTF-8 text.
+std::string_view WithoutByteOrderMark(std::string_view text);
 
 struct EventLog {
   std::size_t lines = 0;
-  std::size_t skipped = 0;                    ///< lines that are no event
-  std::vector<std::size_t> faultyHeartbeats;  ///< line numbers, from 1
-  std::size_t wraps = 0;                      ///< of the 32-bit tick counter
-  std::size_t heartbeats = 0;                 ///< among the events
-  std::vector<tagKVSystemEvent> events;       ///< with continuous ticks: each wrap adds 2^32
+  // What was left out, by line number, from 1.
+  LineNumbers skipped;           ///< neither blank nor an event
+  LineNumbers faultyHeartbeats;  ///< without a valid date and time
+  LineNumbers wildTicks;         ///< events with a tick far from those before and after
+  LineNumbers offHeartbeats;     ///< with another time than the rest of the heartbeats give to their tick
+
+  std::size_t wraps = 0;                 ///< of the 32-bit tick counter
+  std::size_t heartbeats = 0;            ///< among the events
+  bool heartbeatsAgree = true;           ///< lie on one line of time over ticks
+  bool tickLengthKnown = true;           ///< from the first and the last heartbeat; else no camera event has a time
+  bool timesDoubtful = false;            ///< a warning says why
+  std::vector<tagKVSystemEvent> events;  ///< with continuous ticks: each wrap adds 2^32
 };
 
 /// Checks a system event file, reads what is sound in it and warns about the rest. The event reader's arithmetic does

@@ -48,7 +48,7 @@ LineCounts CountLines(std::string_view head) {
 FileKind KindOfContent(std::string_view head) {
   if (head.substr(0, kJpegStart.size()) == kJpegStart) return FileKind::Jpeg;
   if (head.substr(0, kShapefileStart.size()) == kShapefileStart) return FileKind::Shapefile;
-  const LineCounts counts = CountLines(head);
+  const LineCounts counts = CountLines(WithoutByteOrderMark(head));
   // Logs begin with comments or half a line often enough; a tenth of the lines tells.
   const auto prevail = [&](std::size_t count) { return count > 0 && 10 * count >= counts.lines; };
   if (prevail(counts.sentences)) return FileKind::Trajectory;

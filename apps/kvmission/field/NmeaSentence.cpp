@@ -26,6 +26,11 @@ enum FixField : std::size_t {
   kSeparationUnit
 };
 
+// A thousand times finer than any receiver writes, and nothing that a number of 64 bits could not hold.
+constexpr std::size_t kMostFractionDigits = 15;
+constexpr double kLargestMeasure = 1e5;    // metres
+constexpr double kSmallestMeasure = 1e-9;  // besides 0
+
 constexpr bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 constexpr bool IsUpper(char c) { return c >= 'A' && c <= 'Z'; }
 constexpr bool IsLetter(char c) { return IsUpper(c) || (c >= 'a' && c <= 'z'); }
@@ -77,7 +82,9 @@ bool IsAngle(std::string_view text, int maxDegrees) {
   if (point == std::string_view::npos) return false;
   const auto whole = Digits(text.substr(0, point));
   const std::string_view fraction = text.substr(point + 1);
-  if (!whole || fraction.empty() || !std::all_of(fraction.begin(), fraction.end(), IsDigit)) return false;
+  if (!whole || fraction.empty() || fraction.size() > kMostFractionDigits ||
+      !std::all_of(fraction.begin(), fraction.end(), IsDigit))
+    return false;
   const int degrees = *whole / 100, minutes = *whole % 100;
   const bool atLimit = minutes == 0 && fraction.find_first_not_of('0') == std::string_view::npos;
   return minutes < 60 && (degrees < maxDegrees || (degrees == maxDegrees && atLimit));
@@ -89,12 +96,19 @@ bool IsOneOf(std::string_view text, std::string_view letters) {
 
 bool IsUnit(std::string_view text) { return !text.empty() && std::all_of(text.begin(), text.end(), IsLetter); }
 
+bool IsMeasure(std::string_view text) {
+  const auto value = Decimal(text);
+  if (!value) return false;
+  const double size = std::abs(*value);
+  return size == 0 || (size >= kSmallestMeasure && size < kLargestMeasure);
+}
+
 bool AllInPlace(const Sentence& fix) {
   const auto& field = fix.fields;
   return ParseClock(field[kTime]) && IsAngle(field[kLatitude], 90) && IsOneOf(field[kNorth], "NS") &&
          IsAngle(field[kLongitude], 180) && IsOneOf(field[kEast], "EW") && Digits(field[kQuality]) &&
-         Digits(field[kSatellites]) && Decimal(field[kHdop]) && Decimal(field[kHeight]) && IsUnit(field[kHeightUnit]) &&
-         Decimal(field[kSeparation]);
+         Digits(field[kSatellites]) && IsMeasure(field[kHdop]) && IsMeasure(field[kHeight]) &&
+         IsUnit(field[kHeightUnit]) && IsMeasure(field[kSeparation]);
 }
 
 bool SaysNoFix(const Sentence& fix) {

@@ -7,6 +7,7 @@
 #include "Progress.h"
 #include "System.h"
 #include "field/JpegHeader.h"
+#include "field/LineReader.h"
 #include "field/PhotoTimes.h"
 #include "field/TextCase.h"
 
@@ -15,13 +16,20 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// @param zoneless  counts the photos whose time came without a time zone
-std::optional<Instant> TimeOf(const fs::path& photo, const std::wstring& name, std::size_t& zoneless) {
+constexpr std::size_t kNamed = 5;  // photos in a warning
+
+struct Findings {
+  std::size_t zoneless = 0;             // photos whose time came without a time zone
+  std::vector<std::string> unreadable;  // names
+};
+
+std::optional<Instant> TimeOf(const fs::path& photo, const std::wstring& name, Findings& findings) {
   if (const auto stamp = StampTime(name)) return stamp;
   const auto header = ReadJpegHeader(photo);
+  if (!header && !FilePtr(OpenBinary(photo, "rb"))) findings.unreadable.push_back(Utf8(name));
   const auto exif = header ? ExifTimeOriginal(header->exif) : std::nullopt;
   if (!exif) return std::nullopt;
-  zoneless += !exif->zoneKnown;
+  findings.zoneless += !exif->zoneKnown;
   return exif->time;
 }
 
@@ -50,24 +58,31 @@ PhotoFolder ReadPhotoFolder(const fs::path& path, int camera, Log& log) {
   folder.path = (fs::absolute(path) / "").lexically_normal().parent_path();
   const auto names = PhotosIn(path);
   Progress progress(log.ShowsProgress(), "reading photo times", "photos");
-  std::size_t zoneless = 0;
+  Findings findings;
   for (const auto& name : names) {
     ThrowIfInterrupted();
     Photo photo{WidePath(name), {}};
-    photo.time = TimeOf(path / name, photo.name, zoneless);
+    photo.time = TimeOf(path / name, photo.name, findings);
     folder.timed += photo.time.has_value();
     folder.listed += name.extension() == ".jpg";
     folder.photos.push_back(std::move(photo));
     progress.Step(folder.photos.size(), names.size());
   }
+  folder.unreadable = findings.unreadable.size();
   std::sort(folder.photos.begin(), folder.photos.end(), [](auto& a, auto& b) { return a.name < b.name; });
   if (names.empty()) log.Warn("camera {}: no photo in {}", camera, Utf8(path));
   if (folder.listed < names.size())
     log.Warn("camera {}: {} not named .jpg in lower case: only pairing by time finds them", camera,
              Counted(names.size() - folder.listed, "photo"));
-  if (zoneless > 0)
+  if (folder.unreadable > 0)
+    log.Warn(
+        "camera {}: {} cannot be opened: {}{}", camera, Counted(folder.unreadable, "photo"),
+        fmt::join(findings.unreadable.begin(),
+                  findings.unreadable.begin() + static_cast<std::ptrdiff_t>(std::min(kNamed, folder.unreadable)), ", "),
+        folder.unreadable > kNamed ? ", ..." : "");
+  if (findings.zoneless > 0)
     log.Warn("camera {}: {} without a time zone: the camera's clock is taken for UTC", camera,
-             Counted(zoneless, "photo time"));
+             Counted(findings.zoneless, "photo time"));
   return folder;
 }
 

@@ -21,6 +21,10 @@ struct PhotoFolder {
   std::vector<Photo> photos;   ///< ordered by name
   std::size_t listed = 0;      ///< those that pairing by order sees: the extension is exactly ".jpg"
   std::size_t timed = 0;
+  std::size_t unreadable = 0;  ///< and so without a time
+
+  /// Those that were looked at and have no time.
+  std::size_t Untimed() const { return photos.size() - timed - unreadable; }
 };
 
 /// Lists the JPEG photos of a folder, by extension in any letter case, and finds out when they were taken.

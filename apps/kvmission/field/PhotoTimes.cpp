@@ -60,12 +60,14 @@ FileTimeTicks Fraction(std::string_view digits) {
   return FileTimeTicks(ticks);
 }
 
+constexpr int kMostZoneHours = 14;  // the easternmost zone's
+
 /// "+02:00": local time minus UTC.
 std::optional<std::chrono::minutes> ZoneOffset(std::string_view text) {
   if (text == "Z") return std::chrono::minutes{0};
   if (text.size() < 6 || (text[0] != '+' && text[0] != '-')) return std::nullopt;
   const auto hours = Pair(text, 1), minutes = Pair(text, 4);
-  if (!hours || !minutes) return std::nullopt;
+  if (!hours || !minutes || *hours > kMostZoneHours || *minutes > 59) return std::nullopt;
   return std::chrono::minutes{(text[0] == '-' ? -1 : 1) * (*hours * 60 + *minutes)};
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <stdexcept>
 
 #include "Failure.h"
 #include "System.h"
@@ -23,7 +24,8 @@ void Inspect(Trajectory& trajectory, double maxGap) {
       const Instant from = FromFileTime(last->TimeUTC), to = FromFileTime(fix.TimeUTC);
       if (Seconds(to - from) > maxGap) trajectory.gaps.push_back({from, to, last->Latitude, last->Longitude});
       trajectory.stepsBack += to < from;
-      trajectory.meridianCrossings += std::abs(fix.Longitude - last->Longitude) > kHalfTurn;
+      if (std::abs(fix.Longitude - last->Longitude) > kHalfTurn)
+        trajectory.crossings.push_back({from, to, last->Latitude, last->Longitude});
     }
     last = &fix;
   }
@@ -51,16 +53,21 @@ Trajectory ReadTrajectory(const std::filesystem::path& path, DateSources dates, 
   dates.sentence = fixes.dated;
   const auto date = ChooseDate(dates, *fixes.firstFix, log);
   if (!date) throw Failure(Utf8(path) + ": nothing tells the date of the fixes; give it with --date YYYY-MM-DD");
-  return ScanFixes(copy, std::move(fixes.counts), *date, maxGap);
+  return ScanFixes(path, copy, std::move(fixes.counts), *date, maxGap);
 }
 
-Trajectory ScanFixes(const std::filesystem::path& copy, NmeaCounts counts, MissionDate date, double maxGap) {
+Trajectory ScanFixes(const std::filesystem::path& path, const std::filesystem::path& copy, NmeaCounts counts,
+                     MissionDate date, double maxGap) {
   Trajectory trajectory;
   trajectory.counts = std::move(counts);
   trajectory.date = date;
   std::wstring error;
-  trajectory.observations = KVUtilities::ScanKVTrajectoryFile(WidePath(copy), NoonOf(date.date), error);
-  if (trajectory.observations.empty()) throw Failure(Utf8(copy) + ": the fixes could not be read back");
+  try {
+    trajectory.observations = KVUtilities::ScanKVTrajectoryFile(WidePath(copy), NoonOf(date.date), error);
+  } catch (const std::logic_error& fault) {  // a number that the library does not take
+    throw Failure(fmt::format("{}: the fixes cannot be read: {}", Utf8(path), fault.what()));
+  }
+  if (trajectory.observations.empty()) throw Failure(Utf8(path) + ": the fixes could not be read back");
   Inspect(trajectory, maxGap);
   return trajectory;
 }
@@ -76,8 +83,8 @@ void WarnOfTrajectory(const Trajectory& trajectory, Log& log) {
   if (trajectory.stepsBack > 0)
     log.Warn("the time of the fixes runs back {}: pieces out of order, or a gap over midnight",
              Counted(trajectory.stepsBack, "time"));
-  if (trajectory.meridianCrossings > 0)
-    log.Warn("the track crosses the 180th meridian: lines and interpolated places there run around the globe");
+  if (!trajectory.crossings.empty())
+    log.Warn("the track crosses the 180th meridian: its line there runs around the globe");
   if (trajectory.counts.truncatedTimes > 0)
     log.Warn("{} finer than a hundredth of a second: cut to hundredths",
              Counted(trajectory.counts.truncatedTimes, "fix time"));

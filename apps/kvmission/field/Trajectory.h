@@ -22,6 +22,7 @@ struct Bounds {
   bool IsEmpty() const { return west > east; }
 };
 
+/// What lies between two fixes.
 struct Gap {
   Instant from, to;
   double latitude, longitude;  ///< where it begins
@@ -32,10 +33,10 @@ struct Trajectory {
   NmeaCounts counts;
   MissionDate date{};
   Bounds bounds;
-  std::vector<Gap> gaps;  ///< in file order
+  std::vector<Gap> gaps;       ///< in file order
+  std::vector<Gap> crossings;  ///< pairs of fixes on both sides of the 180th meridian, in file order
   std::size_t stepsBack = 0;
-  std::size_t meridianCrossings = 0;  ///< of the 180th
-  Instant first, last;                ///< fix in file order
+  Instant first, last;  ///< fix in file order
 };
 
 /// Reads the fixes of a receiver's log.
@@ -47,8 +48,11 @@ Trajectory ReadTrajectory(const std::filesystem::path& path, DateSources dates, 
                           double maxGap, Log& log);
 
 /// The same from a checked copy, with the date settled.
+/// @param path  of the log, for messages
 /// @param copy  holds one fix at least
-Trajectory ScanFixes(const std::filesystem::path& copy, NmeaCounts counts, MissionDate date, double maxGap);
+/// @throws Failure when it cannot be read
+Trajectory ScanFixes(const std::filesystem::path& path, const std::filesystem::path& copy, NmeaCounts counts,
+                     MissionDate date, double maxGap);
 
 /// Says what of a trajectory a surveyor should look at.
 void WarnOfTrajectory(const Trajectory& trajectory, Log& log);

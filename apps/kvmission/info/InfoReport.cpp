@@ -46,7 +46,7 @@ Json DescribeTrajectory(const fs::path& path, double maxGap, Log& log) {
   Json json = JsonOfLines(fixes.counts);
   if (!fixes.firstFix) return json;
   const auto date = ChooseDate({{}, {}, fixes.dated}, *fixes.firstFix, log);
-  const auto trajectory = ScanFixes(copy, fixes.counts, date.value_or(MissionDate{kNoDate, "none"}), maxGap);
+  const auto trajectory = ScanFixes(path, copy, fixes.counts, date.value_or(MissionDate{kNoDate, "none"}), maxGap);
   AddFixes(trajectory, date.has_value(), json);
   WarnOfTrajectory(trajectory, log);
   return json;
@@ -75,7 +75,7 @@ Json DescribeEvents(const fs::path& path, double maxGap, Log& log) {
     if (HasTime(event)) span.Add(FromFileTime(event.TimeUTC));
   }
   return {{"lines", events.lines},
-          {"linesSkipped", events.skipped},
+          {"linesSkipped", events.skipped.size()},
           {"faultyHeartbeats", events.faultyHeartbeats.size()},
           {"heartbeats", events.heartbeats},
           {"eventsByCamera", cameras},

@@ -50,12 +50,23 @@ std::optional<PairMode> ModeFor(const Settings& settings) {
 }
 
 EventSummary Summarise(const EventLog& log) {
-  EventSummary summary{log.lines, log.skipped, log.faultyHeartbeats.size(), log.wraps, log.heartbeats, 0, {}};
+  EventSummary summary;
+  summary.lines = log.lines, summary.wraps = log.wraps, summary.heartbeats = log.heartbeats;
+  summary.skipped = log.skipped.size(), summary.faultyHeartbeats = log.faultyHeartbeats.size();
+  summary.wildTicks = log.wildTicks.size(), summary.offHeartbeats = log.offHeartbeats.size();
+  summary.timesDoubtful = log.timesDoubtful;
   for (const auto& event : log.events) {
     summary.heartbeatsPlaced += event.Type == kHeartbeat && IsPlaced(event);
     if (HasTime(event)) summary.span.Add(FromFileTime(event.TimeUTC));
   }
   return summary;
+}
+
+EventLog ReadUsableEvents(const fs::path& path, const fs::path& scratch, Log& log) {
+  EventLog events = ReadEvents(path, scratch, log);
+  if (events.events.empty())
+    throw Failure(fmt::format("{}: no heartbeat and no camera event in {}", Utf8(path), Counted(events.lines, "line")));
+  return events;
 }
 
 CameraSummary PairCamera(int camera, const Settings& settings, Events& events, Log& log) {
@@ -153,7 +164,7 @@ Summary RunMission(const RunRequest& request, Log& log) {
   HousekeepingLog housekeeping;
   if (inputs.log) housekeeping = ReadHousekeepingLog(*inputs.log, log);
   EventLog eventLog;
-  if (inputs.events) eventLog = ReadEvents(*inputs.events, output.Staging(), log);
+  if (inputs.events) eventLog = ReadUsableEvents(*inputs.events, output.Staging(), log);
   Events& events = eventLog.events;
   const tagKVSystemEvent* heartbeat = FirstHeartbeat(events);
   DateSources dates{inputs.date, {}, {}};

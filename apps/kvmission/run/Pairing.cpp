@@ -18,7 +18,7 @@ using Events = std::vector<tagKVSystemEvent>;
 constexpr double kPairingRange = 1.0;  // seconds, of the library's pairing by time
 
 PairMode ChooseMode(const PhotoFolder& folder) {
-  return folder.timed > 0 && 2 * folder.timed >= folder.photos.size() ? PairMode::Time : PairMode::Order;
+  return folder.timed > 0 && folder.timed >= folder.Untimed() ? PairMode::Time : PairMode::Order;
 }
 
 void WarnBeforeOrder(int camera, const PhotoFolder& folder, std::size_t events, Log& log) {
@@ -30,9 +30,8 @@ void WarnBeforeOrder(int camera, const PhotoFolder& folder, std::size_t events, 
 }
 
 void WarnBeforeTime(int camera, const PhotoFolder& folder, Log& log) {
-  if (folder.timed < folder.photos.size())
-    log.Warn("camera {}: {} without a time cannot be paired", camera,
-             Counted(folder.photos.size() - folder.timed, "photo"));
+  if (folder.Untimed() > 0)
+    log.Warn("camera {}: {} without a time cannot be paired", camera, Counted(folder.Untimed(), "photo"));
 }
 
 /// Every camera is paired on its own, so that one that runs out of photos does not end the other's pairing.

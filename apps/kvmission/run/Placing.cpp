@@ -12,31 +12,53 @@ namespace {
 
 using Events = std::vector<tagKVSystemEvent>;
 
-void WarnOfEventsInGaps(const Events& events, const Trajectory& trajectory, Log& log) {
-  std::vector<Gap> gaps = trajectory.gaps;
-  std::sort(gaps.begin(), gaps.end(), [](const Gap& a, const Gap& b) { return a.from < b.from; });
-  const auto isInGap = [&](const tagKVSystemEvent& event) {
-    if (event.Type != kCameraEvent || !HasTime(event)) return false;
-    const Instant time = FromFileTime(event.TimeUTC);
-    const auto after = std::lower_bound(gaps.begin(), gaps.end(), time,
+/// Stretches between two fixes where nothing may be interpolated.
+class Stretches {
+ public:
+  explicit Stretches(std::vector<Gap> stretches) : stretches_(std::move(stretches)) {
+    std::sort(stretches_.begin(), stretches_.end(), [](const Gap& a, const Gap& b) { return a.from < b.from; });
+  }
+  /// @return null when the time lies in none; a fix at its ends is none
+  const Gap* At(Instant time) const {
+    const auto after = std::lower_bound(stretches_.begin(), stretches_.end(), time,
                                         [](const Gap& gap, Instant instant) { return gap.from < instant; });
-    return after != gaps.begin() && time < std::prev(after)->to;
-  };
-  const auto count = std::count_if(events.begin(), events.end(), isInGap);
-  if (count > 0)
-    log.Warn("{} inside trajectory gaps: places there are interpolated across",
-             Counted(static_cast<std::size_t>(count), "camera event"));
+    return after != stretches_.begin() && time < std::prev(after)->to ? &*std::prev(after) : nullptr;
+  }
+
+ private:
+  std::vector<Gap> stretches_;
+};
+
+void ClearPlace(tagKVSystemEvent& event) { event.Latitude = event.Longitude = event.Altitude = 0; }
+
+/// @param firstTick  of the heartbeats
+const char* WithoutTime(const EventLog& log, double tick, double firstTick) {
+  if (log.heartbeats < 2) return "no time: fewer than two heartbeats";
+  if (!log.tickLengthKnown) return "no time: the first and the last heartbeat do not tell how long a tick is";
+  return tick < firstTick ? "no time: the heartbeats do not reach its tick"
+                          : "no time: the heartbeats next to it are wrong";
 }
 
-const char* WithoutTime(const EventLog& log) {
-  return log.heartbeats < 2 ? "no time: fewer than two heartbeats" : "no time: the heartbeats do not reach its tick";
-}
+/// Why events with a time have no place.
+class PlaceReasons {
+ public:
+  explicit PlaceReasons(const Trajectory& trajectory)
+      : trajectory_(trajectory), gaps_(trajectory.gaps), crossings_(trajectory.crossings) {}
 
-const char* WithoutPlace(Instant time, const Trajectory& trajectory) {
-  if (time < trajectory.first) return "no place: before the first fix";
-  if (time > trajectory.last) return "no place: after the last fix";
-  return "no place on the trajectory";
-}
+  bool Forbid(Instant time) const { return gaps_.At(time) || crossings_.At(time); }
+  std::string Of(Instant time) const {
+    if (const Gap* gap = gaps_.At(time))
+      return fmt::format("no place: inside a gap of {:.1f} s", Seconds(gap->to - gap->from));
+    if (crossings_.At(time)) return "no place: between two fixes across the 180th meridian";
+    if (time < trajectory_.first) return "no place: before the first fix";
+    if (time > trajectory_.last) return "no place: after the last fix";
+    return "no place on the trajectory";
+  }
+
+ private:
+  const Trajectory& trajectory_;
+  Stretches gaps_, crossings_;
+};
 
 bool HasPhotos(const Settings& inputs) { return inputs.camera1 || inputs.camera2; }
 
@@ -45,13 +67,13 @@ const char* WithoutPhoto(int camera, const Settings& inputs) {
   return hasFolder ? "no photo" : "no photo: no folder for this camera";
 }
 
-/// @return null for an event that stays
-const char* ReasonToDrop(const tagKVSystemEvent& event, const EventLog& log, const Trajectory& trajectory,
-                         const Settings& inputs) {
-  if (!HasTime(event)) return WithoutTime(log);
-  if (!IsPlaced(event)) return WithoutPlace(FromFileTime(event.TimeUTC), trajectory);
+/// @return empty for an event that stays
+std::string ReasonToDrop(const tagKVSystemEvent& event, const EventLog& log, double firstTick,
+                         const PlaceReasons& places, const Settings& inputs) {
+  if (!HasTime(event)) return WithoutTime(log, event.MasterTick, firstTick);
+  if (!IsPlaced(event)) return places.Of(FromFileTime(event.TimeUTC));
   if (HasPhotos(inputs) && event.PhotoPath.IsEmpty()) return WithoutPhoto(CameraOf(event), inputs);
-  return nullptr;
+  return {};
 }
 
 }  // namespace
@@ -60,10 +82,18 @@ void PlaceEvents(Events& events, Trajectory& trajectory, Log& log) {
   std::wstring error;
   if (!KVUtilities::PopulateSystemEventLocationsUsingTrajectory(events, trajectory.observations, error))
     throw Failure(Utf8(error));
+  const PlaceReasons places(trajectory);
+  std::size_t inGaps = 0;
   for (auto& event : events) {
-    if (!HasTime(event)) event.Latitude = event.Longitude = event.Altitude = 0;  // second 0 is a time like others
+    if (!HasTime(event)) {
+      ClearPlace(event);  // second 0 is a time like others
+    } else if (event.Type == kCameraEvent && places.Forbid(FromFileTime(event.TimeUTC))) {
+      ClearPlace(event);
+      ++inGaps;
+    }
   }
-  WarnOfEventsInGaps(events, trajectory, log);
+  if (inGaps > 0)
+    log.Warn("{} inside trajectory gaps or across the 180th meridian: dropped", Counted(inGaps, "camera event"));
 }
 
 std::size_t PlaceLogEntries(HousekeepingLog& housekeeping, Trajectory& trajectory, Log& log) {
@@ -84,14 +114,17 @@ std::size_t PlaceLogEntries(HousekeepingLog& housekeeping, Trajectory& trajector
 
 std::vector<Drop> DropUnusable(EventLog& log, const Trajectory& trajectory, const Settings& inputs) {
   Events& events = log.events;
+  const PlaceReasons places(trajectory);
+  const tagKVSystemEvent* heartbeat = FirstHeartbeat(events);
+  const double firstTick = heartbeat ? heartbeat->MasterTick : 0;
   std::vector<Drop> drops;
   for (auto& event : events) {
     if (event.Type != kCameraEvent) continue;
+    std::string reason = ReasonToDrop(event, log, firstTick, places, inputs);
     event.MasterTick = TickInFile(event.MasterTick, log);
-    const char* reason = ReasonToDrop(event, log, trajectory, inputs);
-    if (!reason) continue;
+    if (reason.empty()) continue;
     const auto time = HasTime(event) ? std::optional(FromFileTime(event.TimeUTC)) : std::nullopt;
-    drops.push_back({event.CameraID, event.MasterTick, time, reason});
+    drops.push_back({event.CameraID, event.MasterTick, time, std::move(reason)});
   }
   int heartbeats = 0, cameraEvents = 0;
   std::wstring error;

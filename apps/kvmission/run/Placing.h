@@ -12,7 +12,8 @@ namespace kv::mission {
 /// The null location, both angles exactly 0, means that there is no place.
 inline bool IsPlaced(const tagKVSystemEvent& event) { return event.Latitude != 0.0 || event.Longitude != 0.0; }
 
-/// Gives every event with a time its place on the trajectory. @throws Failure with the library's sentence
+/// Gives every event with a time its place on the trajectory; a camera event inside a gap, or between two fixes across
+/// the 180th meridian, gets none. @throws Failure with the library's sentence
 void PlaceEvents(std::vector<tagKVSystemEvent>& events, Trajectory& trajectory, Log& log);
 
 /// Gives every entry of the log its place; one without a place of its own has that of a neighbour. Removes those that

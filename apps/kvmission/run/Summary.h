@@ -24,9 +24,13 @@ struct Drop {
 };
 
 struct EventSummary {
-  std::size_t lines = 0, skipped = 0, faultyHeartbeats = 0, wraps = 0;
+  std::size_t lines = 0, wraps = 0;
+  std::size_t skipped = 0, faultyHeartbeats = 0, wildTicks = 0, offHeartbeats = 0;  ///< lines left out
+  bool timesDoubtful = false;
   std::size_t heartbeats = 0, heartbeatsPlaced = 0;
   TimeSpan span;  ///< of the events that have a time
+
+  std::size_t LinesLeftOut() const { return skipped + faultyHeartbeats + wildTicks + offHeartbeats; }
 };
 
 struct LogSummary {
@@ -63,7 +67,8 @@ struct Summary {
   std::vector<Layer> layers;
   std::vector<std::string> warnings;
 
-  /// Nothing was dropped or left ungraded, and every event and photo has its partner.
+  /// Nothing was dropped or left ungraded, no line of the event file was left out, the times are beyond doubt, and every
+  /// event and photo has its partner.
   bool IsComplete() const;
 };
 

@@ -35,6 +35,9 @@ Json EventsOf(const Summary& summary) {
           {"lines", events.lines},
           {"linesSkipped", events.skipped},
           {"faultyHeartbeats", events.faultyHeartbeats},
+          {"wildTicks", events.wildTicks},
+          {"offHeartbeats", events.offHeartbeats},
+          {"timesDoubtful", events.timesDoubtful},
           {"counterWraps", events.wraps},
           {"heartbeats", {{"read", events.heartbeats}, {"placed", events.heartbeatsPlaced}}},
           {"first", JsonOf(events.span.first)},
@@ -102,13 +105,17 @@ Json CameraOf(const CameraSummary& camera) {
   return json;
 }
 
+/// Ticks up to 2^63 are read; as a number with a fraction that last one has no whole number to go to.
+Json TickOf(double tick) {
+  constexpr double kEnd = 9223372036854775808.0;
+  return tick >= -kEnd && tick < kEnd ? Json(static_cast<std::int64_t>(tick)) : Json(tick);
+}
+
 Json DropsOf(const Summary& summary) {
   Json list = Json::array();
   for (const Drop& drop : summary.drops)
-    list.push_back({{"camera", drop.camera},
-                    {"tick", static_cast<std::int64_t>(drop.tick)},
-                    {"time", JsonOf(drop.time)},
-                    {"reason", drop.reason}});
+    list.push_back(
+        {{"camera", drop.camera}, {"tick", TickOf(drop.tick)}, {"time", JsonOf(drop.time)}, {"reason", drop.reason}});
   return list;
 }
 

@@ -101,7 +101,7 @@ void PrintEvents(const Summary& summary, Page& page) {
   page.Line("Events      {}", Utf8(*summary.inputs.events));
   if (events.span.first) page.Line("  {} to {} UTC", TimeText(*events.span.first), TimeText(*events.span.last));
   page.Line("  heartbeats: {} read, {} placed; {} left out", events.heartbeats, events.heartbeatsPlaced,
-            Counted(events.faultyHeartbeats + events.skipped, "other line"));
+            Counted(events.LinesLeftOut(), "line"));
   for (const auto& camera : summary.cameras)
     page.Line("  camera {} events: {} read, {} placed, {} paired, {} dropped", camera.camera, camera.read,
               camera.placed, camera.pairing.paired, camera.dropped);
@@ -131,7 +131,7 @@ void PrintLayers(const Summary& summary, Page& page) {
 }  // namespace
 
 bool Summary::IsComplete() const {
-  if (!drops.empty() || (events && events->faultyHeartbeats > 0)) return false;
+  if (!drops.empty() || (events && (events->LinesLeftOut() > 0 || events->timesDoubtful))) return false;
   if (log && (log->dropped > 0 || log->cutAtLine)) return false;
   return std::all_of(cameras.begin(), cameras.end(), [](const CameraSummary& camera) {
     if (camera.sharpness && !camera.sharpness->ungraded.empty()) return false;
