@@ -1,6 +1,7 @@
 #include "platform/FileNames.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <iterator>
 #include <system_error>
 
@@ -64,16 +65,16 @@ void AppendWide(char32_t c, std::wstring& text) {
   text += static_cast<wchar_t>(c);
 }
 
-constexpr int kMostTemporaryFiles = 100;  // in one folder at a time, those of killed processes included
-
 /// A new file in a folder, removed at the end unless it was renamed.
 class TemporaryFile {
  public:
   explicit TemporaryFile(const std::filesystem::path& folder) {
-    for (int number = 0; !file_ && number < kMostTemporaryFiles; ++number) {
-      path_ = folder / (".kvutilities-" + std::to_string(number) + ".tmp");
-      file_ = OpenFile(WidePath(path_), "wbx");  // x: a file of another writer stays alone
-    }
+    int number = 0;
+    do {
+      errno = 0;
+      path_ = folder / (".kvutilities-" + std::to_string(number++) + ".tmp");
+      file_ = OpenFile(WidePath(path_), "wbx");  // x: never a file that another process writes, or left behind
+    } while (!file_ && errno == EEXIST);
     created_ = file_ != nullptr;
   }
   ~TemporaryFile() {
