@@ -120,8 +120,9 @@ class KVUTILITIES_API KVUtilities {
   /// @return stations in the order of their first camera event. An empty input gives none and "Compute Exposure Stations
   ///         Failed:  System Events are empty."; after an exception the stations formed until then and "Compute Exposure
   ///         Stations Failed:  Unexpected error occurred."
-  static std::vector<tagKVExposureStation> ComputeExposureStationsFromSystemEvents(
-      std::vector<tagKVSystemEvent> events, double toleranceSeconds, std::wstring& error);
+  static std::vector<tagKVExposureStation> ComputeExposureStationsFromSystemEvents(std::vector<tagKVSystemEvent> events,
+                                                                                   double toleranceSeconds,
+                                                                                   std::wstring& error);
 
   // ---- Photos --------------------------------------------------------------------------------------------------
 
