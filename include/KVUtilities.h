@@ -181,8 +181,8 @@ class KVUTILITIES_API KVUtilities {
   // ---- Shapefile export ----------------------------------------------------------------------------------------
 
   /// Write a Shapefile set (.shp, .shx, .dbf, .prj) in WGS 84: longitude and latitude in degrees, height in metres. The
-  /// measure of trajectory layers is seconds since the first observation. Photos are the camera events; other events
-  /// are skipped.
+  /// measure of trajectory layers is seconds since the first observation, that of the log layer the event's position in
+  /// the input; the others have none. Photos are the camera events; other events are skipped.
   /// @param path  the .shp to write; another extension or none gives the same names. Files of the set are overwritten, a
   ///              .cpg is removed. Point layers end before 2 GiB; the file of exactly this name is what is watched.
   /// @return      false with a sentence when a file cannot be created or written, a point layer reaches its limit, or
