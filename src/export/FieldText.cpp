@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "conversions/FileTimes.h"
+#include "platform/CodePage.h"
 
 namespace kv {
 namespace {
@@ -63,6 +64,11 @@ void PutInteger(Field field, int value) {
 void PutText(Field field, std::string_view text) {
   const std::string_view kept = text.substr(0, field.size());
   std::fill(std::copy(kept.begin(), kept.end(), field.begin()), field.end(), ' ');
+}
+
+void PutText(Field field, std::wstring_view text) {
+  const std::size_t written = NarrowAnsi(text, field);
+  std::fill(field.begin() + static_cast<std::ptrdiff_t>(written), field.end(), ' ');
 }
 
 void ShortText::Append(std::uint64_t number, std::size_t digits) {

@@ -21,8 +21,9 @@ void PutDecimal(Field field, double value, int decimals);
 /// "%*d", cut alike.
 void PutInteger(Field field, int value);
 
-/// Left-aligned; bytes beyond the field are dropped.
+/// Left-aligned; bytes beyond the field are dropped. Wide text in the ANSI code page.
 void PutText(Field field, std::string_view text);
+void PutText(Field field, std::wstring_view text);
 
 /// A text of at most 48 characters, which needs no allocation.
 class ShortText {

@@ -15,7 +15,6 @@
 #include "export/FieldText.h"
 #include "export/Shape.h"
 #include "export/ShapefileSet.h"
-#include "platform/CodePage.h"
 
 /// The frame that every layer is written by. A layer is a table of columns, a function that gives a record's vertices,
 /// and the sentences for what can go wrong.
@@ -53,7 +52,7 @@ struct Text {
   int width;
   int decimals = 0;
   static void Put(Field field, int, Value value) { PutText(field, value); }
-  static void Put(Field field, int, const wchar_t* value) { PutText(field, NarrowAnsi(value)); }
+  static void Put(Field field, int, const wchar_t* value) { PutText(field, value); }
 };
 
 struct Logical {

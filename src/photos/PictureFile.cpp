@@ -45,7 +45,8 @@ std::size_t StartOfPixels(std::string_view jpeg) {
   return jpeg.size();
 }
 
-// A JPEG without its end was cut off. Other data may follow the end; only then the whole file is looked through.
+// A JPEG without its end was cut off. It would decode with gray rows and be graded by them; no answer is better, so it
+// is refused. Other data may follow the end; only then the whole file is looked through.
 bool IsCutOff(std::FILE* file, std::uint64_t size) {
   if (size < kStartOfJpeg.size() || ReadAt(file, 0, kStartOfJpeg.size()) != kStartOfJpeg) return false;
   if (ReadAt(file, size - kEndOfJpeg.size(), kEndOfJpeg.size()) == kEndOfJpeg) return false;

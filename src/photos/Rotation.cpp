@@ -20,11 +20,10 @@ constexpr const wchar_t* kUnexpectedError = L"Unexpected error rotating image fo
 // The words of sharpness grading, deliberately: callers know one sentence for both batches.
 constexpr const wchar_t* kUnexpectedBatchError = L"Unexpected error computing Photo Sharpness Factors.";
 
-// The turned picture's size is computed from the angle in single precision, which beyond this is wrong by a pixel or more.
-constexpr double kLargestAngleDegrees = 100'000;
-
 cv::Mat Rotated(const cv::Mat& picture, double angleDegrees) {
-  if (!(std::abs(angleDegrees) <= kLargestAngleDegrees)) throw std::invalid_argument("angle");  // NaN too
+  if (!std::isfinite(angleDegrees)) throw std::invalid_argument("angle");
+  // Whole turns only cost digits: the turned picture's size is computed in single precision.
+  angleDegrees = std::fmod(angleDegrees, 360);
   const cv::Point2f centre(static_cast<float>(picture.cols - 1) / 2, static_cast<float>(picture.rows - 1) / 2);
   cv::Mat turnedFromPicture = cv::getRotationMatrix2D(centre, angleDegrees, 1.0);
   const cv::Size2f bounds =
@@ -56,6 +55,8 @@ bool KVUtilities::RotateCameraImages(std::vector<tagKVSystemEvent>& events, int 
   error.clear();
   cv::setUseOptimized(true);
   for (const tagKVSystemEvent& event : events) {
+    // The number itself counts, on purpose: elsewhere every number but 1 is camera 2, and a third camera's photos must not
+    // turn with the second's.
     if (event.Type != kv::kCameraEvent || event.CameraID != cameraNumber) continue;
     // A photo that fails stays as it is, and the next one empties `error`, on purpose.
     RotateImage(event.PhotoPath.GetString(), angleDegrees, error);

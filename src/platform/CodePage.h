@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -10,7 +12,9 @@ namespace kv {
 /// bytes that Windows-1252 leaves unassigned become the control characters of the same value.
 void WidenAnsi(std::string_view narrow, std::wstring& wide);
 
-/// A character that the code page lacks becomes "?", without a look for a similar one.
-std::string NarrowAnsi(std::wstring_view wide);
+/// Writes as many bytes of the text as there is room for. A character that the code page lacks becomes "?", without a look
+/// for a similar one.
+/// @return the number of bytes written
+std::size_t NarrowAnsi(std::wstring_view wide, std::span<char> narrow);
 
 }  // namespace kv

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <iterator>
 
 namespace kv {
 namespace {
@@ -35,11 +34,10 @@ void WidenAnsi(std::string_view narrow, std::wstring& wide) {
   std::transform(tail, narrow.end(), rest, [](char byte) { return Widen(static_cast<unsigned char>(byte)); });
 }
 
-std::string NarrowAnsi(std::wstring_view wide) {
-  std::string narrow;
-  narrow.reserve(wide.size());
-  std::transform(wide.begin(), wide.end(), std::back_inserter(narrow), Narrow);
-  return narrow;
+std::size_t NarrowAnsi(std::wstring_view wide, std::span<char> narrow) {
+  const std::wstring_view kept = wide.substr(0, narrow.size());
+  std::transform(kept.begin(), kept.end(), narrow.begin(), Narrow);
+  return kept.size();
 }
 
 }  // namespace kv

@@ -12,17 +12,19 @@ void WidenAnsi(std::string_view narrow, std::wstring& wide) {
   wide.resize(static_cast<std::size_t>(written));
 }
 
-std::string NarrowAnsi(std::wstring_view wide) {
-  if (wide.empty()) return {};
+std::size_t NarrowAnsi(std::wstring_view wide, std::span<char> narrow) {
+  if (wide.empty()) return 0;
   const int length = static_cast<int>(wide.size());
   const bool lacksCharacters = GetACP() != CP_UTF8;  // UTF-8 has them all, and takes neither flag nor substitute
   const auto convert = [&](char* target, int room) {
     return WideCharToMultiByte(CP_ACP, lacksCharacters ? WC_NO_BEST_FIT_CHARS : 0, wide.data(), length, target, room,
                                lacksCharacters ? "?" : nullptr, nullptr);
   };
-  std::string narrow(static_cast<std::size_t>(convert(nullptr, 0)), '\0');
-  convert(narrow.data(), static_cast<int>(narrow.size()));
-  return narrow;
+  const int written = convert(narrow.data(), static_cast<int>(narrow.size()));
+  if (written > 0) return static_cast<std::size_t>(written);
+  std::string whole(static_cast<std::size_t>(convert(nullptr, 0)), '\0');  // too long: the system writes all or nothing
+  convert(whole.data(), static_cast<int>(whole.size()));
+  return whole.copy(narrow.data(), narrow.size());
 }
 
 }  // namespace kv

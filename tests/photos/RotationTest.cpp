@@ -36,7 +36,8 @@ TEST(Rotation, QuarterTurnsKeepEveryPixelOfEveryKind) {
                     {90, cv::ROTATE_90_COUNTERCLOCKWISE},
                     {-90, cv::ROTATE_90_CLOCKWISE},
                     {180, cv::ROTATE_180},
-                    {3690, cv::ROTATE_90_COUNTERCLOCKWISE}};
+                    {3690, cv::ROTATE_90_COUNTERCLOCKWISE},
+                    {-36e10 - 90, cv::ROTATE_90_CLOCKWISE}};  // a thousand million turns more
   for (const int type : {CV_8UC1, CV_8UC3, CV_8UC4, CV_16UC1, CV_16UC3, CV_16UC4}) {
     for (const auto& [degrees, turn] : rows) {
       const cv::Mat picture = Noise(23, 14, type);
@@ -75,8 +76,6 @@ TEST(Rotation, WhatFailsLeavesTheFileAsItWas) {
     double degrees;
   } const rows[] = {{"a.jpg", jpeg, kNan},
                     {"a.jpg", jpeg, -kInfinity},
-                    {"a.jpg", jpeg, 1e300},
-                    {"a.jpg", jpeg, 1e9},
                     {"text.jpg", "no picture", 90},
                     {"cut.jpg", jpeg.substr(0, jpeg.size() / 2), 90},
                     {"no kind", jpeg, 90},
