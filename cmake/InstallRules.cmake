@@ -1,4 +1,4 @@
-# What a caller needs: the headers, the library, the CMake package and the pkg-config file.
+# What a caller needs: the headers, the library, its geodetic data, the CMake package and the pkg-config file.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/KVUtilities)
@@ -6,6 +6,7 @@ install(TARGETS KVUtilities EXPORT KVUtilitiesTargets RUNTIME DESTINATION ${CMAK
                                                       LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
                                                       ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES include/KVUtilities.h include/KVRecords.h include/KVPlatform.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+kv_install_geodetic_data()
 install(EXPORT KVUtilitiesTargets NAMESPACE KVUtilities:: DESTINATION ${package_dir})
 
 configure_package_config_file(cmake/KVUtilitiesConfig.cmake.in KVUtilitiesConfig.cmake INSTALL_DESTINATION ${package_dir})

@@ -4,7 +4,8 @@
 ///
 /// Operations keep no state between calls and may run in several threads at once on different data. An operation with
 /// an error text empties it on entry; after a failure it holds a fixed English sentence, where the operation has one. A
-/// text that stands in `error` beside a result of true is a report, not a failure.
+/// text that stands in `error` beside a result of true is a report, not a failure. What is set for the whole process:
+/// photo batches switch OpenCV's optimised code on, and `ScanKVPosFile` sets the data folders of GDAL and PROJ.
 
 #include "KVPlatform.h"
 #include "KVRecords.h"
@@ -77,6 +78,19 @@ class KVUTILITIES_API KVUtilities {
   ///               characters or more ends the scan and keeps what came before.
   /// @see          docs/formats/log.md
   static std::vector<tagKVLogEvent> ScanKVLogFile(std::wstring path, std::wstring& error);
+
+  /// Reads a POS file and transforms its positions from WGS 84 to a target coordinate system.
+  /// @param posFilePath  lines of 15 or more columns: GPS week, seconds of week, latitude and longitude in degrees, height
+  ///                     above the ellipsoid in metres, ten more; other lines are skipped
+  /// @param targetWkt    WKT1, WKT2 or ESRI's dialect; orthometric heights need a geoid grid
+  /// @return  one record per accepted line in file order; `X`, `Y`, `Z` in the order of the target's axes, for geographic
+  ///          systems longitude first. A missing file gives none and no message; a system that cannot be used gives none
+  ///          and says why; a position that cannot be transformed ends the scan, and what came before is returned beside
+  ///          "Error transforming POS point to target SRS." and the reason. None and "Unexpected error scanning POS file."
+  ///          after an exception.
+  /// @see     docs/formats/pos.md, docs/geodetic-data.md; sets options of GDAL and PROJ for the whole process
+  static std::vector<tagKVPosEvent> ScanKVPosFile(std::wstring posFilePath, std::wstring targetWkt,
+                                                  std::wstring& error);
 
   // ---- Georeferencing ------------------------------------------------------------------------------------------
 

@@ -4,7 +4,7 @@
 set -euo pipefail
 
 build=(g++ cmake ninja-build pkg-config libopencv-dev libshp-dev libcli11-dev nlohmann-json3-dev libfmt-dev libtomlplusplus-dev
-  libexif-dev libjpeg-dev libgtest-dev)
+  libexif-dev libjpeg-dev libgtest-dev libgdal-dev libproj-dev)
 checks=(clang-format clang libclang-rt-dev libbenchmark-dev gdal-bin)
 
 wanted=("${build[@]}")

@@ -11,4 +11,14 @@ namespace kv {
 ///         untouched then
 bool NormaliseInLocalCalendar(SYSTEMTIME& time);
 
+/// The same for times that follow each other: the system is asked once for a minute.
+class LocalCalendar {
+ public:
+  bool Normalise(SYSTEMTIME& time);
+
+ private:
+  SYSTEMTIME minute_{};
+  SYSTEMTIME normalised_{};
+};
+
 }  // namespace kv

@@ -7,7 +7,9 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
+#include "KVPlatform.h"
 #include "platform/CodePage.h"
 #include "platform/TextStream.h"
 
@@ -41,7 +43,7 @@ inline std::span<std::wstring_view> Tokenise(std::wstring_view line, Delimiters 
 }
 
 /// Reads a field file: calls `read` with the first `kMaxTokens` tokens of every line in code-page text. The tokens live
-/// until the call returns.
+/// until the call returns. A `read` that gives false ends the file.
 template <std::size_t kMaxTokens, class Read>
 void ForEachLine(std::wstring_view path, Delimiters delimiters, Read read) {
   TextStream file(path);
@@ -49,8 +51,19 @@ void ForEachLine(std::wstring_view path, Delimiters delimiters, Read read) {
   std::array<std::wstring_view, kMaxTokens> tokens;
   for (std::string_view bytes; file.ReadLine(bytes);) {
     WidenAnsi(bytes, line);
-    read(Tokenise(line, delimiters, tokens));
+    const auto found = Tokenise(line, delimiters, tokens);
+    if constexpr (std::is_void_v<decltype(read(found))>) {
+      read(found);
+    } else {
+      if (!read(found)) return;
+    }
   }
+}
+
+/// A record's text. Where fields repeat from line to line, pass that of the record before: equal texts share one buffer.
+inline CStringW FieldText(std::wstring_view text, const CStringW& earlier = {}) {
+  if (text == std::wstring_view(earlier.GetString(), static_cast<std::size_t>(earlier.GetLength()))) return earlier;
+  return CStringW(text.data(), static_cast<int>(text.size()));
 }
 
 /// The longest line of a bounded field file, in characters.

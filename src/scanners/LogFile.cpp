@@ -32,12 +32,9 @@ bool IsSameWord(std::wstring_view a, std::wstring_view b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(), IsSameLetter);
 }
 
-CStringW Text(std::wstring_view text) { return CStringW(text.data(), static_cast<int>(text.size())); }
-
-CStringW UpperCaseText(std::wstring_view text) {
-  std::wstring upper(text.size(), L'\0');
+void SetUpperCase(std::wstring_view text, std::wstring& upper) {
+  upper.resize(text.size());
   std::transform(text.begin(), text.end(), upper.begin(), UpperCase);
-  return Text(upper);
 }
 
 // Every token with a blank behind it, the last one too.
@@ -89,21 +86,6 @@ class Firmware {
   bool isKnown_ = false;
 };
 
-// YYYY-MM-DD hh:mm:ss by position, unchecked.
-SYSTEMTIME DateAndTime(std::wstring_view text) {
-  const auto field = [&](std::size_t begin, std::size_t count) {
-    return static_cast<std::uint16_t>(kv::LeadingInteger(kv::Piece(text, begin, count)));
-  };
-  SYSTEMTIME time{};
-  time.wYear = field(0, 4);
-  time.wMonth = field(5, 2);
-  time.wDay = field(8, 2);
-  time.wHour = field(11, 2);
-  time.wMinute = field(14, 2);
-  time.wSecond = field(17, 2);
-  return time;
-}
-
 // A device whose lines are kept whole. With exactly as many tokens behind the device as it has readings, the line is a
 // reading line and fills their fields, decimals first.
 struct Device {
@@ -137,7 +119,8 @@ void ReadReadings(const Device& device, Tokens readings, Event& event) {
 }
 
 // Description and readings. Of devices that are not in the table, and of a device alone, the name is all that is kept.
-void ReadDevice(Tokens deviceAndRest, Event& event) {
+// `scratch` keeps its room from line to line.
+void ReadDevice(Tokens deviceAndRest, const Event& earlier, std::wstring& scratch, Event& event) {
   if (deviceAndRest.empty()) return;
   const std::wstring_view name = deviceAndRest.front();
   const Tokens rest = deviceAndRest.subspan(1);
@@ -145,14 +128,14 @@ void ReadDevice(Tokens deviceAndRest, Event& event) {
     return IsSameWord(name.substr(0, row.prefix.size()), row.prefix);
   });
   if (rest.empty() || device == std::end(kDevices)) {
-    event.Desc = Text(name);
+    event.Desc = kv::FieldText(name, earlier.Desc);
   } else if (rest.size() == device->decimals.size() + device->integers.size()) {
-    event.Desc = device->readingLine;
+    event.Desc = kv::FieldText(device->readingLine, earlier.Desc);
     ReadReadings(*device, rest, event);
   } else {
-    std::wstring description;
-    AppendWithBlanks(deviceAndRest, description);
-    event.Desc = Text(description);
+    scratch.clear();
+    AppendWithBlanks(deviceAndRest, scratch);
+    event.Desc = kv::FieldText(scratch, earlier.Desc);
   }
 }
 
@@ -172,18 +155,22 @@ std::vector<tagKVLogEvent> KVUtilities::ScanKVLogFile(std::wstring path, std::ws
   TimeConverter::Init();
   std::vector<tagKVLogEvent> events;
   Firmware firmware;
+  const Event none;
+  std::wstring scratch;
   kv::ForEachBoundedLine(path, kv::Delimiters(","), [&](std::wstring_view line, std::span<std::wstring_view> tokens) {
     if (tokens.size() < kFewestTokens) return;
     std::transform(tokens.begin(), tokens.end(), tokens.begin(), kv::Trimmed);
     firmware.Watch(line, tokens);
     const Tokens deviceAndRest = tokens.subspan(2 + firmware.ExtraColumns());
-    tagKVLogEvent event;
-    event.Type = UpperCaseText(tokens[0]);
-    event.SystemTimeUTC = DateAndTime(tokens[1]);
+    const Event& earlier = events.empty() ? none : events.back();
+    Event event;
+    SetUpperCase(tokens[0], scratch);
+    event.Type = kv::FieldText(scratch, earlier.Type);
+    event.SystemTimeUTC = kv::CalendarTime(tokens[1]);
     event.AdjGpsSec = kv::AdjGpsSeconds(kv::FileTimeOrZero(event.SystemTimeUTC));
-    event.Source = Text(tokens[1]);
+    event.Source = kv::FieldText(tokens[1], earlier.Source);
     if (IsSameWord(tokens[0].substr(0, 3), L"ERR")) AppendErrorLine(tokens, deviceAndRest, error);
-    ReadDevice(deviceAndRest, event);
+    ReadDevice(deviceAndRest, earlier, scratch, event);
     events.push_back(std::move(event));
   });
   return events;

@@ -2,11 +2,9 @@
 
 #include <cmath>
 #include <stdexcept>
-#include <tuple>
 
 #include "conversions/FileTimes.h"
 #include "conversions/TimeStamps.h"
-#include "platform/LocalCalendar.h"
 
 namespace kv {
 namespace {
@@ -30,21 +28,14 @@ FILETIME HeartbeatReader::Read(std::wstring_view text) {
   const auto field = [&](std::size_t begin, int offset, int lowest, int highest) {
     return static_cast<std::uint16_t>(InRange(TwoDigits(text, begin) + offset, lowest, highest));
   };
-  SYSTEMTIME minute{};
-  minute.wYear = field(10, 2000, 1970, 2099);
-  minute.wMonth = field(8, 0, 1, 12);
-  minute.wDay = field(6, 0, 1, 31);
-  minute.wHour = field(0, 0, 0, 23);
-  minute.wMinute = field(2, 0, 0, 59);
-  const std::uint16_t second = field(4, 0, 0, 59);
-
-  const auto key = [](const SYSTEMTIME& t) { return std::tie(t.wYear, t.wMonth, t.wDay, t.wHour, t.wMinute); };
-  if (key(minute) != key(minute_)) {
-    minute_ = normalised_ = minute;
-    NormaliseInLocalCalendar(normalised_);  // takes every time of these years
-  }
-  SYSTEMTIME time = normalised_;
-  time.wSecond = second;
+  SYSTEMTIME time{};
+  time.wYear = field(10, 2000, 1970, 2099);
+  time.wMonth = field(8, 0, 1, 12);
+  time.wDay = field(6, 0, 1, 31);
+  time.wHour = field(0, 0, 0, 23);
+  time.wMinute = field(2, 0, 0, 59);
+  time.wSecond = field(4, 0, 0, 59);
+  calendar_.Normalise(time);  // takes every time of these years
   return FileTimeOrZero(time);
 }
 

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "KVPlatform.h"
+#include "platform/LocalCalendar.h"
 
 /// The master clock: a free-running 32-bit tick counter that heartbeats tie to UTC.
 namespace kv {
@@ -20,9 +21,7 @@ class HeartbeatReader {
   FILETIME Read(std::wstring_view text);
 
  private:
-  // The local calendar moves whole minutes, so one conversion serves all heartbeats of a minute.
-  SYSTEMTIME minute_{};
-  SYSTEMTIME normalised_{};
+  LocalCalendar calendar_;
 };
 
 /// What two heartbeats say of the clock.

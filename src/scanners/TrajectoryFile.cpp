@@ -60,15 +60,6 @@ SYSTEMTIME TimeOfFix(std::wstring_view timeOfDay, RunningDate& date) {
   return time;
 }
 
-// The unit is the same on every line: records with equal texts share one buffer.
-CStringW SharedText(std::wstring_view text, const std::vector<tagKVTrajectoryObs>& earlier) {
-  if (!earlier.empty()) {
-    const CStringW& last = earlier.back().AltUnit;
-    if (text == std::wstring_view(last.GetString(), static_cast<std::size_t>(last.GetLength()))) return last;
-  }
-  return CStringW(text.data(), static_cast<int>(text.size()));
-}
-
 }  // namespace
 
 std::vector<tagKVTrajectoryObs> KVUtilities::ScanKVTrajectoryFile(std::wstring path, FILETIME date,
@@ -89,7 +80,7 @@ std::vector<tagKVTrajectoryObs> KVUtilities::ScanKVTrajectoryFile(std::wstring p
     const double heightAboveGeoid = kv::LeadingDouble(tokens[9]);
     fix.GeoidOffst = kv::LeadingDouble(tokens[11]);
     fix.Altitude = heightAboveGeoid + fix.GeoidOffst;
-    fix.AltUnit = SharedText(tokens[10], trajectory);
+    fix.AltUnit = kv::FieldText(tokens[10], trajectory.empty() ? CStringW() : trajectory.back().AltUnit);
     trajectory.push_back(std::move(fix));
   });
   return trajectory;

@@ -20,10 +20,11 @@ while read -r folder allowed; do
 done <<'ROWS'
 platform    platform
 conversions conversions platform
-scanners    scanners conversions platform
+scanners    scanners crs conversions platform
 georef      georef conversions platform
 photos      photos conversions platform
 export      export conversions platform
+crs         crs conversions platform
 ROWS
 
 while read -r owner pattern; do
@@ -33,9 +34,10 @@ while read -r owner pattern; do
 done <<'ROWS'
 src/export     shapefil\.h
 src/photos     opencv2/
+src/crs        gdal|ogr_|cpl_|proj\.h
 apps/kvmission CLI/|nlohmann/|fmt/|toml|libexif/|jpeglib
 ROWS
 
-folders='platform|conversions|scanners|georef|photos|export'
+folders='platform|conversions|scanners|georef|photos|export|crs'
 ! grep -rnE "^#include \"($folders)/" include apps/kvmission || fail "the command and the public headers see include/ alone"
 exit "$failures"

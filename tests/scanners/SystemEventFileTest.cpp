@@ -1,13 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <ctime>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "KVUtilities.h"
+#include "support/Environment.h"
 #include "support/TempFolder.h"
 #include "support/Times.h"
 
@@ -26,23 +24,6 @@ Scanned Scan(std::string_view content) {
   result.events = KVUtilities::ScanKVSystemEventFile(folder.Write("e.txt", content), result.error);
   return result;
 }
-
-class TimeZone {
- public:
-  explicit TimeZone(const char* name) {
-    if (const char* zone = std::getenv("TZ")) before_ = zone;
-    Set(name);
-  }
-  ~TimeZone() { Set(before_ ? before_->c_str() : nullptr); }
-
- private:
-  static void Set(const char* name) {
-    name ? setenv("TZ", name, 1) : unsetenv("TZ");
-    tzset();
-  }
-
-  std::optional<std::string> before_;
-};
 
 TEST(SystemEventFile, LinesBecomeHeartbeatsOrCameraEventsOrNothing) {
   const TimeZone utc("UTC0");

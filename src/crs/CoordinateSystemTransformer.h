@@ -1,0 +1,81 @@
+#pragma once
+
+#include <ogr_spatialref.h>
+
+#include <memory>
+#include <string>
+
+/// Transforms points from a source to a target coordinate system and refuses pairs whose heights cannot be combined.
+/// Operations give 0 for success or a negative code; the text of the last result stays at hand. One thread at a time.
+///
+/// Slots: 0 is the source system, every other number the target.
+class CoordinateSystemTransformer {
+ public:
+  enum Result : int {
+    kOk = 0,
+    kImportFailed = -102,
+    kExportFailed = -103,
+    kNoSource = -104,
+    kNoTarget = -105,
+    kNoSystems = -106,
+    kNoTransformation = -107,
+    kNoGeoidGrid = -108,
+    kNotSetUp = -109,
+    kTransformFailed = -110,
+    kNoSourceHeights = -111,
+    kUnknownVerticalClass = -112,
+  };
+
+  /// Gives GDAL and PROJ their folders and options, for the whole process.
+  CoordinateSystemTransformer();
+
+  /// The same system with a geoid grid from the lookup file, where its heights need one and name none that exists.
+  /// @return `wkt` unchanged when nothing needs to be attached, or when it is no coordinate system
+  std::wstring PrepareVerticalWkt(const std::wstring& wkt) const;
+
+  /// Sets both systems and makes the transformation.
+  /// @param error  empty, or the text of the first failure
+  int Setup(const std::wstring& sourceWkt, const std::wstring& targetWkt, std::wstring& error);
+
+  /// Puts a system into a slot. A transformation from before goes; a failure empties the slot and leaves the
+  /// transformation.
+  /// @param wkt  UTF-8; geographic systems then take longitude before latitude, whatever the order of their axes says
+  int SetCoordinateSystem(int slot, const std::string& wkt);
+
+  /// Makes the transformation of the two systems, if their heights allow it.
+  int CreateTransformer();
+
+  /// Transforms points in place; when one fails, what the arrays hold is not defined.
+  int Transform(double* x, double* y, double* z, int count);
+
+  void GetLastMessage(std::wstring& message) const { message = lastMessage_; }
+
+  /// @param wkt  WKT1 where that can say it, else WKT2
+  int GetWkt(int slot, std::string& wkt);
+
+  /// Whether a system's heights have a geoid grid that exists. A datum that names none is given the listed one.
+  bool HasGeoidGrid(OGRSpatialReference& system) const;
+
+  /// Name of a slot's heights; empty for a system without heights.
+  std::string GetGeoidKey(int slot) const;
+
+ private:
+  struct DestroyTransformation {
+    void operator()(OGRCoordinateTransformation* transformation) const noexcept {
+      OGRCoordinateTransformation::DestroyCT(transformation);
+    }
+  };
+
+  const std::unique_ptr<OGRSpatialReference>& InSlot(int slot) const { return slot == 0 ? source_ : target_; }
+  int Done();
+  int Fail(Result result, std::wstring message);
+  int CheckHeights();
+  int CheckVerticalClass(int slot, int datumClass);
+
+  std::wstring dataRoot_;
+  std::unique_ptr<OGRSpatialReference> source_;
+  std::unique_ptr<OGRSpatialReference> target_;
+  std::unique_ptr<OGRCoordinateTransformation, DestroyTransformation> transformation_;
+  std::string projSearchPath_;
+  std::wstring lastMessage_;
+};

@@ -1,0 +1,73 @@
+#include "crs/GeoidGrids.h"
+
+#include <string_view>
+
+#include "crs/GeodeticData.h"
+#include "crs/Wkt.h"
+#include "platform/FileNames.h"
+#include "platform/TextStream.h"
+
+namespace kv {
+namespace {
+
+constexpr const char* kGridExtension = "PROJ4_GRIDS";
+
+std::string_view CompoundName(const OGRSpatialReference& system) {
+  const char* name = system.GetAttrValue("COMPD_CS", 0);
+  return name ? name : "";
+}
+
+// What follows a "+" and a blank. For a name without a "+" that is all but its first character, odd as it is: keys in
+// lookup files are made like this.
+std::string_view VerticalPart(std::string_view name, std::size_t plus) {
+  const std::size_t begin = plus + 2;  // of npos: 1
+  return begin < name.size() ? name.substr(begin) : std::string_view();
+}
+
+// Up to the character before the last "(", which is a blank in most names and goes with it; without one, or with one at
+// the very start, the whole.
+std::string_view WithoutQualifier(std::string_view name) { return name.substr(0, name.rfind('(') - 1); }
+
+std::string_view FirstGrid(const OGRSpatialReference& system) {
+  const char* grids = system.GetExtension(kVerticalDatum, kGridExtension);
+  const std::string_view names = grids ? grids : "";
+  return names.substr(0, names.find(','));
+}
+
+}  // namespace
+
+std::string LookupKey(const OGRSpatialReference& system) {
+  const std::string_view name = CompoundName(system);
+  return std::string(WithoutQualifier(VerticalPart(name, name.find('+'))));
+}
+
+std::string ComparisonKey(const OGRSpatialReference& system) {
+  constexpr std::string_view kWholeName = "CGVD2013 height - CGG2013 - NAD83(CSRS)";
+  const std::string_view name = CompoundName(system);
+  const std::string_view vertical = VerticalPart(name, name.rfind('+'));
+  return std::string(vertical == kWholeName ? vertical : WithoutQualifier(vertical));
+}
+
+std::string ListedGrid(const std::wstring& dataRoot, const std::string& key) {
+  if (key.empty()) return {};
+  TextStream file(GeoidLookupFile(dataRoot));
+  for (std::string_view line; file.ReadLine(line);) {
+    if (line.rfind(key) == 0 && line.find(',') == key.size()) return std::string(line.substr(key.size() + 1));
+  }
+  return {};
+}
+
+bool NamesGrid(const OGRSpatialReference& system) {
+  return system.GetExtension(kVerticalDatum, kGridExtension) != nullptr;
+}
+
+bool NamedGridExists(const OGRSpatialReference& system, const std::wstring& dataRoot) {
+  const std::string_view grid = FirstGrid(system);
+  return !grid.empty() && PathExists(ProjFolder(dataRoot) + L"\\" + WideFromUtf8(grid));
+}
+
+void NameGrid(const std::string& grid, OGRSpatialReference& system) {
+  system.SetExtension(kVerticalDatum, kGridExtension, grid.c_str());
+}
+
+}  // namespace kv

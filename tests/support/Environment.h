@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdlib>
+#include <ctime>
+#include <optional>
+#include <string>
+
+/// Gives an environment variable a value, or with null none, as long as it lives.
+class ScopedVariable {
+ public:
+  ScopedVariable(const char* name, const char* value) : name_(name) {
+    if (const char* before = std::getenv(name)) before_ = before;
+    Set(value);
+  }
+  ~ScopedVariable() { Set(before_ ? before_->c_str() : nullptr); }
+  ScopedVariable(const ScopedVariable&) = delete;
+  ScopedVariable& operator=(const ScopedVariable&) = delete;
+
+ private:
+  void Set(const char* value) {
+    value ? setenv(name_, value, 1) : unsetenv(name_);
+    tzset();
+  }
+
+  const char* name_;
+  std::optional<std::string> before_;
+};
+
+/// The machine's time zone, as a value of TZ.
+class TimeZone : public ScopedVariable {
+ public:
+  explicit TimeZone(const char* zone) : ScopedVariable("TZ", zone) {}
+};

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "support/Environment.h"
+#include "support/TempFolder.h"
+
+/// Geodetic data of a test's own, in force as long as it lives: the build's, with a lookup file and grids written here.
+/// GDAL remembers grids by name for the whole process, so every content has a name of its own.
+class GeodeticFolder {
+ public:
+  explicit GeodeticFolder(std::string_view lookup) {
+    namespace fs = std::filesystem;
+    const fs::path bundle = GEODETIC_DATA_FOLDER;
+    fs::create_directories(folder_.Path() / kProj);
+    fs::create_directory_symlink(bundle / "gdal-data", folder_.Path() / "Norvane" / "gdal-data");
+    for (const char* name : {"proj.db", "proj.ini", "egm96_15.gtx"}) {
+      fs::create_symlink(bundle / "share" / "proj" / name, folder_.Path() / kProj / name);
+    }
+    Write("GeoidFilesLookupGtx.txt", lookup);
+  }
+
+  void Write(const std::string& name, std::string_view content) const { folder_.Write(kProj + ("/" + name), content); }
+
+  /// A geoid that lies everywhere from 48 to 49 degrees north and 15 to 16 east as high above the ellipsoid.
+  void WriteGrid(const std::string& name, float metres) const {
+    constexpr std::int32_t kRows = 11, kColumns = 11;
+    std::string grid;
+    for (const double value : {48.0, 15.0, 0.1, 0.1}) AppendBigEndian(std::bit_cast<std::uint64_t>(value), grid);
+    for (const std::int32_t count : {kRows, kColumns}) AppendBigEndian(static_cast<std::uint32_t>(count), grid);
+    for (int i = 0; i < kRows * kColumns; ++i) AppendBigEndian(std::bit_cast<std::uint32_t>(metres), grid);
+    Write(name, grid);
+  }
+
+ private:
+  static constexpr const char* kProj = "Norvane/share/proj";
+
+  template <class Bits>
+  static void AppendBigEndian(Bits bits, std::string& text) {
+    for (int shift = 8 * sizeof bits - 8; shift >= 0; shift -= 8) text += static_cast<char>(bits >> shift & 0xFF);
+  }
+
+  TempFolder folder_;
+  ScopedVariable root_{"MAPHUB_CONFIG_FILES_PATH", folder_.Path().c_str()};
+};
