@@ -1,6 +1,9 @@
 #include "photos/PictureFile.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
+#include <cstdio>
 #include <limits>
 #include <opencv2/imgcodecs.hpp>
 #include <stdexcept>
@@ -16,7 +19,12 @@ using namespace std::string_view_literals;
 
 constexpr std::string_view kStartOfJpeg = "\xFF\xD8\xFF"sv;
 constexpr std::string_view kEndOfJpeg = "\xFF\xD9"sv;
-constexpr unsigned char kStartOfScan = 0xDA;
+constexpr int kMarker = 0xFF, kStartOfScan = 0xDA;
+
+// The kinds that OpenCV encodes in memory. Others go through a file in the temporary folder, and when that is full, what
+// comes back is cut off without a word; what is not in this list is only checked once more.
+constexpr std::string_view kEncodedInMemory[] = {".jpg", ".JPG",  ".jpeg", ".JPEG", ".png",
+                                                 ".tif", ".tiff", ".bmp",  ".webp"};
 
 // The reason is for the debugger's reader: callers say one sentence for all.
 [[noreturn]] void Fail(const char* reason) { throw std::runtime_error(reason); }
@@ -28,21 +36,33 @@ std::string ReadAt(std::FILE* file, std::uint64_t offset, std::uint64_t count) {
   return bytes;
 }
 
-// Where the pixels of a JPEG begin: behind its leading segments, each a two-byte marker and a length that counts itself.
-// One of them may hold a preview, a whole JPEG with an end of its own.
-std::size_t StartOfPixels(std::string_view jpeg) {
-  const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(jpeg[at]); };
-  std::size_t at = 2;
-  while (at + 4 <= jpeg.size()) {
-    if (byte(at) != 0xFF || byte(at + 1) == 0xFF) {
-      ++at;  // stray bytes, and fill bytes before a marker
-    } else if (byte(at + 1) == kStartOfScan) {
-      return at;
+// Moves to the pixels of a JPEG, behind its leading segments, each a two-byte marker and a length that counts itself. One
+// of them may hold a preview, a whole JPEG with an end of its own.
+void SkipSegments(std::FILE* file) {
+  bool isMarker = false;
+  for (int byte; (byte = std::getc(file)) != EOF;) {
+    if (!isMarker || byte == kMarker) {
+      isMarker = byte == kMarker;  // stray bytes, and fill bytes before a marker
+    } else if (byte == kStartOfScan) {
+      return;
     } else {
-      at += 2u + byte(at + 2) * 256u + byte(at + 3);
+      const int high = std::getc(file), low = std::getc(file);
+      if (low == EOF || std::fseek(file, high * 256L + low - 2, SEEK_CUR) != 0) return;
+      isMarker = false;
     }
   }
-  return jpeg.size();
+}
+
+bool HoldsEnd(std::FILE* file) {
+  std::array<char, 1 << 16> block;
+  char last = 0;
+  while (const std::size_t count = std::fread(block.data(), 1, block.size(), file)) {
+    const std::string_view bytes(block.data(), count);
+    if ((last == kEndOfJpeg[0] && bytes[0] == kEndOfJpeg[1]) || bytes.find(kEndOfJpeg) != std::string_view::npos)
+      return true;
+    last = bytes.back();
+  }
+  return false;
 }
 
 // A JPEG without its end was cut off. It would decode with gray rows and be graded by them; no answer is better, so it
@@ -50,8 +70,9 @@ std::size_t StartOfPixels(std::string_view jpeg) {
 bool IsCutOff(std::FILE* file, std::uint64_t size) {
   if (size < kStartOfJpeg.size() || ReadAt(file, 0, kStartOfJpeg.size()) != kStartOfJpeg) return false;
   if (ReadAt(file, size - kEndOfJpeg.size(), kEndOfJpeg.size()) == kEndOfJpeg) return false;
-  const std::string jpeg = ReadAt(file, 0, size);
-  return jpeg.find(kEndOfJpeg, StartOfPixels(jpeg)) == std::string::npos;
+  if (!SeekFile(file, kStartOfJpeg.size() - 1)) Fail("file not read");
+  SkipSegments(file);
+  return !HoldsEnd(file);
 }
 
 // By name where that always works: the file's bytes and the picture need not be in memory together.
@@ -60,6 +81,10 @@ cv::Mat Decoded(std::wstring_view path, std::FILE* file, std::uint64_t size, int
   if (size > std::numeric_limits<int>::max()) Fail("file too large");
   std::string bytes = ReadAt(file, 0, size);
   return cv::imdecode(cv::Mat(1, static_cast<int>(size), CV_8UC1, bytes.data()), flags);
+}
+
+bool IsWhole(const std::vector<unsigned char>& bytes, const cv::Mat& picture) {
+  return cv::imdecode(bytes, cv::IMREAD_UNCHANGED).size() == picture.size();
 }
 
 }  // namespace
@@ -78,6 +103,9 @@ void ReplacePicture(std::wstring_view path, const cv::Mat& picture) {
   std::vector<unsigned char> bytes;
   const std::string extension = Utf8FromWide(WidePath(NativePath(path).extension()));
   if (!cv::imencode(extension, picture, bytes)) Fail("picture not encoded");
+  const bool inMemory =
+      std::find(std::begin(kEncodedInMemory), std::end(kEncodedInMemory), extension) != std::end(kEncodedInMemory);
+  if (!inMemory && !IsWhole(bytes, picture)) Fail("picture not encoded whole");
   if (!ReplaceFileContent(path, bytes)) Fail("file not replaced");
 }
 

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <climits>
 #include <cmath>
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
@@ -28,6 +30,10 @@ cv::Mat Rotated(const cv::Mat& picture, double angleDegrees) {
   cv::Mat turnedFromPicture = cv::getRotationMatrix2D(centre, angleDegrees, 1.0);
   const cv::Size2f bounds =
       cv::RotatedRect(cv::Point2f(), picture.size(), static_cast<float>(angleDegrees)).boundingRect2f().size();
+  // Beyond, OpenCV refuses as well, but late.
+  if (std::max({bounds.width, bounds.height, static_cast<float>(picture.cols), static_cast<float>(picture.rows)}) >=
+      SHRT_MAX)
+    throw std::length_error("picture");
   turnedFromPicture.at<double>(0, 2) += bounds.width / 2.0 - picture.cols / 2.0;
   turnedFromPicture.at<double>(1, 2) += bounds.height / 2.0 - picture.rows / 2.0;
   cv::Mat turned;

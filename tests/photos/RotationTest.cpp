@@ -11,6 +11,7 @@
 
 #include "KVUtilities.h"
 #include "photos/Pictures.h"
+#include "support/Environment.h"
 #include "support/TempFolder.h"
 
 namespace {
@@ -100,6 +101,7 @@ TEST(Rotation, ABatchTurnsOneCamerasPhotosAndKeepsTheLastSentence) {
   const std::wstring missing = folder.Wide("missing.png");
   std::vector<tagKVSystemEvent> events = {PhotoEvent(2, 1, missing), PhotoEvent(2, 1, folder.Write("1.png", bytes)),
                                           PhotoEvent(2, 2, folder.Write("2.png", bytes)),
+                                          PhotoEvent(2, 3, folder.Write("3.png", bytes)),
                                           PhotoEvent(1, 1, folder.Write("heartbeat.png", bytes))};
   std::wstring error = L"left over";
   EXPECT_TRUE(KVUtilities::RotateCameraImages(events, 1, 90, error));
@@ -110,26 +112,30 @@ TEST(Rotation, ABatchTurnsOneCamerasPhotosAndKeepsTheLastSentence) {
   events.push_back(PhotoEvent(2, 2, missing));
   EXPECT_TRUE(KVUtilities::RotateCameraImages(events, 2, 180, error));
   EXPECT_EQ(error, L"Rotate Image Error:  File does not exist:\n\n" + missing);
+  EXPECT_EQ(folder.Read("3.png"), bytes);  // a third camera is not the second one here
 }
 
 #ifndef _WIN32
 TEST(Rotation, AFullDiskLeavesTheFileAsItWas) {
-  const TempFolder folder;
-  const std::string bytes = Encoded(".png", Noise(200, 100, CV_8UC3));
-  const std::wstring path = folder.Write("a.png", bytes);
   rlimit old{};
   getrlimit(RLIMIT_FSIZE, &old);
-  const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
   const rlimit small{4096, old.rlim_max};
-  setrlimit(RLIMIT_FSIZE, &small);
-  std::wstring error;
-  const bool rotated = KVUtilities::RotateImage(path, 90, error);
-  setrlimit(RLIMIT_FSIZE, &old);
+  const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+  for (const std::string extension : {".png", ".ras"}) {  // the second kind is encoded by way of a temporary file
+    const TempFolder folder;
+    const ScopedVariable temporary("OPENCV_TEMP_PATH", folder.Path().c_str());
+    const std::string bytes = Encoded(extension.c_str(), Noise(200, 100, CV_8UC3));
+    const std::wstring path = folder.Write("a" + extension, bytes);
+    setrlimit(RLIMIT_FSIZE, &small);
+    std::wstring error;
+    const bool rotated = KVUtilities::RotateImage(path, 90, error);
+    setrlimit(RLIMIT_FSIZE, &old);
+    EXPECT_FALSE(rotated) << extension;
+    EXPECT_EQ(error, kUnexpected + path);
+    EXPECT_EQ(folder.Read("a" + extension), bytes) << extension;
+    EXPECT_EQ(FilesIn(folder), 1) << extension;
+  }
   std::signal(SIGXFSZ, oldHandler);
-  EXPECT_FALSE(rotated);
-  EXPECT_EQ(error, kUnexpected + path);
-  EXPECT_EQ(folder.Read("a.png"), bytes);
-  EXPECT_EQ(FilesIn(folder), 1);
 }
 
 TEST(Rotation, LinkAndPermissionsStay) {
