@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 /// One observation of the GNSS trajectory.
 struct tagKVTrajectoryObs {
@@ -119,4 +120,31 @@ struct tagKVExposureStation {
   SYSTEMTIME SystemTimeUTC{};
   tagKVSystemEvent Cam1Event;
   tagKVSystemEvent Cam2Event;
+};
+
+/// A coordinate system, as `KVUtilities::DescribeCoordinateSystem` finds it.
+struct tagKVCoordinateSystem {
+  CStringW Name;
+  CStringW Wkt;                  ///< WKT1 where that has the words, else WKT2; a listed geoid grid is attached
+  CStringW EsriWkt;              ///< of the horizontal system, for a .prj; `Wkt` where ESRI's dialect has no words
+  bool IsGeographic = false;     ///< degrees, longitude first
+  bool IsNorthingFirst = false;  ///< coordinates come with the northing, or southing, before the easting
+  bool IsOrthometric = false;    ///< heights above a geoid
+  CStringW GeoidGrid;            ///< file of those heights; empty when none is known or it does not exist
+  double SemiMajorAxis = 0.0;    ///< of the ellipsoid, metres
+};
+
+/// A line of the geoid lookup file.
+struct tagKVGeoidGrid {
+  CStringW VerticalSystem;  ///< its key: the name by which the system is looked up
+  CStringW File;
+  bool Exists = false;
+};
+
+/// The geodetic data in use.
+struct tagKVGeodeticData {
+  CStringW DataRoot;  ///< with the system's own separators
+  CStringW GdalVersion;
+  CStringW ProjVersion;
+  std::vector<tagKVGeoidGrid> Grids;
 };

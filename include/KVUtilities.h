@@ -211,4 +211,21 @@ class KVUTILITIES_API KVUtilities {
   static bool ExportPhotoPointShapefile(std::wstring path, std::vector<tagKVSystemEvent> events, std::wstring& error);
   static bool ExportExposureStationPointShapefile(std::wstring path, std::vector<tagKVExposureStation> stations,
                                                   std::wstring& error);
+
+  /// The same for the samples of a POS file, in the coordinates of their target system: `X`, `Y`, `Z` as they stand.
+  /// @param projectionWkt  content of the .prj; `tagKVCoordinateSystem::EsriWkt` is what most programs understand
+  static bool ExportPosPointShapefile(std::wstring path, std::vector<tagKVPosEvent> events, std::wstring projectionWkt,
+                                      std::wstring& error);
+
+  // ---- Coordinate systems --------------------------------------------------------------------------------------
+
+  /// What a coordinate system is, and its WKT as `ScanKVPosFile` takes it.
+  /// @param definition  WKT1, WKT2 or ESRI's dialect; or codes of a registry, horizontal first: "EPSG:32633",
+  ///                    "EPSG:32633+5773"
+  /// @return an empty record and a sentence in `error` for what is no coordinate system
+  static tagKVCoordinateSystem DescribeCoordinateSystem(std::wstring definition, std::wstring& error);
+
+  /// The geodetic data in use: what `ScanKVPosFile` finds on this machine at this moment.
+  /// @see docs/geodetic-data.md
+  static tagKVGeodeticData DescribeGeodeticData(std::wstring& error);
 };

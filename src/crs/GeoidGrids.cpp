@@ -1,11 +1,7 @@
 #include "crs/GeoidGrids.h"
 
-#include <string_view>
-
-#include "crs/GeodeticData.h"
 #include "crs/Wkt.h"
 #include "platform/FileNames.h"
-#include "platform/TextStream.h"
 
 namespace kv {
 namespace {
@@ -28,12 +24,6 @@ std::string_view VerticalPart(std::string_view name, std::size_t plus) {
 // the very start, the whole.
 std::string_view WithoutQualifier(std::string_view name) { return name.substr(0, name.rfind('(') - 1); }
 
-std::string_view FirstGrid(const OGRSpatialReference& system) {
-  const char* grids = system.GetExtension(kVerticalDatum, kGridExtension);
-  const std::string_view names = grids ? grids : "";
-  return names.substr(0, names.find(','));
-}
-
 }  // namespace
 
 std::string LookupKey(const OGRSpatialReference& system) {
@@ -49,21 +39,32 @@ std::string ComparisonKey(const OGRSpatialReference& system) {
 }
 
 std::string ListedGrid(const std::wstring& dataRoot, const std::string& key) {
-  if (key.empty()) return {};
-  TextStream file(GeoidLookupFile(dataRoot));
-  for (std::string_view line; file.ReadLine(line);) {
-    if (line.rfind(key) == 0 && line.find(',') == key.size()) return std::string(line.substr(key.size() + 1));
-  }
-  return {};
+  std::string found;
+  ForEachListedGrid(dataRoot, [&](std::string_view listed, std::string_view grid) {
+    // Keys that turn up again in their line do not count.
+    const bool isIt = !key.empty() && listed == key && grid.find(key) == std::string_view::npos;
+    if (isIt) found = grid;
+    return !isIt;
+  });
+  return found;
 }
 
 bool NamesGrid(const OGRSpatialReference& system) {
   return system.GetExtension(kVerticalDatum, kGridExtension) != nullptr;
 }
 
-bool NamedGridExists(const OGRSpatialReference& system, const std::wstring& dataRoot) {
-  const std::string_view grid = FirstGrid(system);
+std::string FirstGrid(const OGRSpatialReference& system) {
+  const char* grids = system.GetExtension(kVerticalDatum, kGridExtension);
+  const std::string_view names = grids ? grids : "";
+  return std::string(names.substr(0, names.find(',')));
+}
+
+bool GridExists(std::string_view grid, const std::wstring& dataRoot) {
   return !grid.empty() && PathExists(ProjFolder(dataRoot) + L"\\" + WideFromUtf8(grid));
+}
+
+bool NamedGridExists(const OGRSpatialReference& system, const std::wstring& dataRoot) {
+  return GridExists(FirstGrid(system), dataRoot);
 }
 
 void NameGrid(const std::string& grid, OGRSpatialReference& system) {

@@ -148,10 +148,11 @@ const wchar_t* WriteRecord(ShapefileSet& set, const Layer<Record>& layer, const 
 }
 
 template <class Record>
-const wchar_t* WriteLayer(ShapefileSet& set, const Layer<Record>& layer, std::span<const Record> records) {
+const wchar_t* WriteLayer(ShapefileSet& set, const Layer<Record>& layer, std::span<const Record> records,
+                          std::string_view projection) {
   if (!set.CreateShapes(layer.shapeType)) return layer.shapefileNotCreated;
   if (!set.CreateTable()) return layer.tableNotCreated;
-  if (!set.WriteProjection()) return layer.shapeNotWritten;
+  if (!set.WriteProjection(projection)) return layer.shapeNotWritten;
   std::size_t rowBytes = 1;
   for (const Column<Record>& column : layer.columns) {
     if (!set.AddColumn(column.name.data(), column.type, column.width, column.decimals)) return layer.shapeNotWritten;
@@ -169,15 +170,16 @@ const wchar_t* WriteLayer(ShapefileSet& set, const Layer<Record>& layer, std::sp
 }
 
 /// Writes one record per feature, in order.
-/// @param error  receives the layer's sentence when the set could not be written whole; what was written stays
+/// @param error       receives the layer's sentence when the set could not be written whole; what was written stays
+/// @param projection  text of the .prj
 template <class Record>
 bool ExportLayer(const std::wstring& path, const Layer<Record>& layer, std::span<const Record> records,
-                 std::wstring& error) {
+                 std::wstring& error, std::string_view projection = kWgs84) {
   error.clear();
   const wchar_t* failure = layer.shapeNotWritten;
   try {
     ShapefileSet set(path);
-    failure = WriteLayer(set, layer, records);
+    failure = WriteLayer(set, layer, records, projection);
   } catch (const std::exception&) {
     // No memory: told as a shape that could not be written.
   }

@@ -1,7 +1,6 @@
 #include "export/ShapefileSet.h"
 
 #include <cstdio>
-#include <string_view>
 #include <utility>
 
 #include "export/ShapelibHooks.h"
@@ -13,11 +12,6 @@ namespace {
 constexpr const char* kAnsiCodePage = "LDID/87";  // the language driver byte of the .dbf
 
 constexpr const char* kProjectionNotWritten = "Error writing to ...";
-
-constexpr std::string_view kWgs84 =
-    R"(GEOGCS["WGS 84",DATUM["WGS_1984",SPHEROID["WGS 84",6378137,298.257223563,AUTHORITY["EPSG","7030"]],)"
-    R"(AUTHORITY["EPSG","6326"]],PRIMEM["Greenwich",0,AUTHORITY["EPSG","8901"]],)"
-    R"(UNIT["degree",0.0174532925199433,AUTHORITY["EPSG","9122"]],AUTHORITY["EPSG","4326"]])";
 
 // The path of a file of the set, by shapelib's rule: a point that opens the whole path opens no extension.
 std::wstring FileOfSet(const std::wstring& path, const wchar_t* extension) {
@@ -46,12 +40,12 @@ bool ShapefileSet::CreateTable() {
   return table_ != nullptr;
 }
 
-bool ShapefileSet::WriteProjection() {
+bool ShapefileSet::WriteProjection(std::string_view wkt) {
   FilePtr file = OpenFile(FileOfSet(path_, L".prj"), "wb");
   if (!file) {
     std::fprintf(stderr, "%s\n", kProjectionNotWritten);
   } else {
-    const bool written = std::fwrite(kWgs84.data(), 1, kWgs84.size(), file.get()) == kWgs84.size();
+    const bool written = std::fwrite(wkt.data(), 1, wkt.size(), file.get()) == wkt.size();
     if (std::fclose(file.release()) != 0 || !written) return false;
   }
   FindLimitedFile();  // the set is complete: each of its names exists

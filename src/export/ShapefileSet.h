@@ -5,12 +5,19 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "export/Shape.h"
 
 namespace kv {
 
-/// The four files of one Shapefile set while they are written, in WGS 84. The calls come in the order in which they
+/// The projection text of layers in WGS 84.
+inline constexpr std::string_view kWgs84 =
+    R"(GEOGCS["WGS 84",DATUM["WGS_1984",SPHEROID["WGS 84",6378137,298.257223563,AUTHORITY["EPSG","7030"]],)"
+    R"(AUTHORITY["EPSG","6326"]],PRIMEM["Greenwich",0,AUTHORITY["EPSG","8901"]],)"
+    R"(UNIT["degree",0.0174532925199433,AUTHORITY["EPSG","9122"]],AUTHORITY["EPSG","4326"]])";
+
+/// The four files of one Shapefile set while they are written. The calls come in the order in which they
 /// stand here; each says whether it worked. Destroying an open set closes its files as they are.
 class ShapefileSet {
  public:
@@ -27,7 +34,7 @@ class ShapefileSet {
   bool CreateTable();
 
   /// A .prj that cannot be opened is no failure; the standard error stream tells.
-  bool WriteProjection();
+  bool WriteProjection(std::string_view wkt);
 
   bool AddColumn(const char* name, DBFFieldType type, int width, int decimals);
 

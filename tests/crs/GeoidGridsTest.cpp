@@ -52,6 +52,8 @@ TEST(GeoidGrids, TheLookupFileHasOneKeyALine) {
       "Height A,a.gtx\r\n"
       "Height A,later.gtx\n"
       "Height, with comma,comma.gtx\n"
+      "No grid,\n"
+      "No grid,later.gtx\n"
       ",nothing.gtx\n"
       "H\xC3\xB6he,h\xC3\xB6he.gtx\n"
       "Last,two.gtx,words");
@@ -62,6 +64,7 @@ TEST(GeoidGrids, TheLookupFileHasOneKeyALine) {
                     {"Height AB", "ab.gtx"},
                     {"Height", " with comma,comma.gtx"},
                     {"Height B", ""},
+                    {"No grid", ""},
                     {"", ""},
                     {"H\xC3\xB6he", "h\xC3\xB6he.gtx"},
                     {"Last", "two.gtx,words"}};

@@ -276,4 +276,45 @@ TEST_F(Layers, StationsAreThoseOfPlainShapelib) {
   ExpectSame(SHPT_POINTZ, false, plain);
 }
 
+bool ExportInWgs84(std::wstring path, std::vector<tagKVPosEvent> events, std::wstring& error) {
+  return KVUtilities::ExportPosPointShapefile(path, events, std::wstring(kWgs84, std::end(kWgs84) - 1), error);
+}
+
+TEST_F(Layers, PosSamplesAreThoseOfPlainShapelib) {
+  std::vector<tagKVPosEvent> samples(500);
+  std::vector<PlainRecord> plain;
+  for (auto& sample : samples) {
+    sample.TimeUTC = values_.Time();
+    for (double* value :
+         {&sample.AdjGpsSec, &sample.Latitude, &sample.Longitude, &sample.Height, &sample.X, &sample.Y, &sample.Z}) {
+      *value = values_.Number();
+    }
+    plain.push_back({{{sample.X, sample.Y, sample.Z, 0}},
+                     {{"Index", 10, 0, static_cast<int>(plain.size())},
+                      {"TimeUTC", 50, 0, TimeText(sample.TimeUTC)},
+                      {"AdjGpsSec", 16, 6, sample.AdjGpsSec}}});
+    auto& fields = plain.back().fields;
+    const auto addText = [&](const char* name, CStringW& text) {
+      const auto& [wide, bytes] = kTexts[values_.Choice(std::size(kTexts))];
+      text = wide;
+      fields.push_back({name, 30, 0, bytes});
+    };
+    addText("GpsWeek", sample.GpsWeekText);
+    addText("GpsSeconds", sample.GpsSecondsText);
+    fields.insert(fields.end(), {{"Latitude", 14, 8, sample.Latitude},
+                                 {"Longitude", 14, 8, sample.Longitude},
+                                 {"Height", 14, 4, sample.Height},
+                                 {"X", 19, 8, sample.X},
+                                 {"Y", 19, 8, sample.Y},
+                                 {"Z", 14, 4, sample.Z}});
+    constexpr const char* kNames[] = {"Token6",  "Token7",  "Token8",  "Token9",  "Token10",
+                                      "Token11", "Token12", "Token13", "Token14", "Token15"};
+    CStringW* const texts[] = {&sample.Token6,  &sample.Token7,  &sample.Token8,  &sample.Token9,  &sample.Token10,
+                               &sample.Token11, &sample.Token12, &sample.Token13, &sample.Token14, &sample.Token15};
+    for (std::size_t i = 0; i < std::size(kNames); ++i) addText(kNames[i], *texts[i]);
+  }
+  Export(ExportInWgs84, samples);
+  ExpectSame(SHPT_POINTZ, false, plain);
+}
+
 }  // namespace

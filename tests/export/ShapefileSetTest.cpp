@@ -109,7 +109,7 @@ TEST(ShapefileSet, MeasuresTheGrowingFileThatThePathNames) {
     // 100 bytes and 44 for each point; 65 bytes, an end mark and 11 for each row but the last, which shapelib still
     // holds
     kv::ShapefileSet set(folder.Wide(path), 500);
-    ASSERT_TRUE(set.CreateShapes(SHPT_POINTZ) && set.CreateTable() && set.WriteProjection());
+    ASSERT_TRUE(set.CreateShapes(SHPT_POINTZ) && set.CreateTable() && set.WriteProjection(kv::kWgs84));
     ASSERT_TRUE(set.AddColumn("a", FTString, 10, 0));
     kv::Shape shape(SHPT_POINTZ);
     shape.AddVertex(1, 2, 3, 4);

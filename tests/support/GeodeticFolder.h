@@ -25,6 +25,9 @@ class GeodeticFolder {
     Write("GeoidFilesLookupGtx.txt", lookup);
   }
 
+  /// The path of a file beside the grids.
+  std::wstring Path(const std::wstring& name) const { return folder_.Wide(kProj) + L"/" + name; }
+
   void Write(const std::string& name, std::string_view content) const { folder_.Write(kProj + ("/" + name), content); }
 
   /// A geoid that lies everywhere from 48 to 49 degrees north and 15 to 16 east as high above the ellipsoid.

@@ -1,0 +1,105 @@
+#include <cpl_conv.h>
+#include <gdal.h>
+#include <ogr_spatialref.h>
+#include <proj.h>
+
+#include <memory>
+#include <string>
+
+#include "KVUtilities.h"
+#include "conversions/ErrorText.h"
+#include "crs/CoordinateSystemTransformer.h"
+#include "crs/GeodeticData.h"
+#include "crs/GeoidGrids.h"
+#include "crs/QuietErrors.h"
+#include "crs/Wkt.h"
+#include "platform/FileNames.h"
+
+namespace {
+
+constexpr const wchar_t* kNoSystem = L"This is no coordinate system.";
+constexpr const wchar_t* kUnexpectedError = L"Unexpected error describing coordinate systems.";
+
+CStringW Text(const std::string& utf8) { return kv::WideFromUtf8(utf8).c_str(); }
+
+// Codes of a registry: letters, a colon, a digit. WKT has a bracket before any colon.
+bool IsCode(const std::string& definition) {
+  const std::size_t colon = definition.find(':');
+  return colon != std::string::npos && definition.find_first_of("[(") > colon;
+}
+
+OGRErr Import(const std::string& definition, OGRSpatialReference& system) {
+  if (!IsCode(definition)) return kv::ImportWkt(definition, system);
+  // Neither files nor addresses: the definition may come from anywhere.
+  return system.SetFromUserInput(definition.c_str(), OGRSpatialReference::SET_FROM_USER_INPUT_LIMITATIONS_get());
+}
+
+bool IsNorthingFirst(const OGRSpatialReference& system) {
+  OGRAxisOrientation first = OAO_Other;
+  system.GetAxis(nullptr, 0, &first);
+  return system.IsProjected() && (first == OAO_North || first == OAO_South);
+}
+
+std::string EsriWkt(const OGRSpatialReference& system) {
+  OGRSpatialReference horizontal(system);
+  horizontal.StripVertical();
+  std::string wkt;
+  kv::ExportWkt(horizontal, "WKT1_ESRI", wkt);
+  if (wkt.empty()) kv::ExportWkt(system, wkt);
+  return wkt;
+}
+
+tagKVCoordinateSystem Describe(OGRSpatialReference& system, const CoordinateSystemTransformer& transformer) {
+  tagKVCoordinateSystem description;
+  description.Name = Text(system.GetName() ? system.GetName() : "");
+  description.EsriWkt = Text(EsriWkt(system));
+  description.IsGeographic = system.IsGeographic() != FALSE;
+  description.IsNorthingFirst = IsNorthingFirst(system);
+  description.IsOrthometric = kv::IsThreeDimensional(system) && kv::VerticalClassOf(system) == kv::kOrthometric;
+  description.SemiMajorAxis = system.GetSemiMajor();
+  if (description.IsOrthometric && transformer.HasGeoidGrid(system))
+    description.GeoidGrid = Text(kv::FirstGrid(system));
+  std::string wkt;
+  kv::ExportWkt(system, wkt);
+  description.Wkt = Text(wkt);
+  return description;
+}
+
+}  // namespace
+
+tagKVCoordinateSystem KVUtilities::DescribeCoordinateSystem(std::wstring definition, std::wstring& error) try {
+  error.clear();
+  const CoordinateSystemTransformer transformer;
+  const kv::QuietErrors quiet;
+  OGRSpatialReference system;
+  if (Import(kv::Utf8FromWide(definition), system) == OGRERR_NONE) {
+    std::string wkt;
+    kv::ExportWkt(system, wkt);
+    // Looked up as the POS scanner does it, whose rule for names differs from that of the last check.
+    const std::wstring prepared = transformer.PrepareVerticalWkt(kv::WideFromUtf8(wkt));
+    OGRSpatialReference used;
+    if (kv::ImportWkt(kv::Utf8FromWide(prepared), used) == OGRERR_NONE) return Describe(used, transformer);
+  }
+  error = kNoSystem;
+  return {};
+} catch (...) {
+  kv::Report(error, kUnexpectedError);
+  return {};
+}
+
+tagKVGeodeticData KVUtilities::DescribeGeodeticData(std::wstring& error) try {
+  error.clear();
+  const std::wstring root = kv::GeodeticDataRoot();
+  tagKVGeodeticData data;
+  data.DataRoot = kv::WidePath(kv::NativePath(root)).c_str();
+  data.GdalVersion = Text(GDALVersionInfo("RELEASE_NAME"));
+  data.ProjVersion = Text(proj_info().version);
+  kv::ForEachListedGrid(root, [&](std::string_view key, std::string_view grid) {
+    data.Grids.push_back({Text(std::string(key)), Text(std::string(grid)), kv::GridExists(grid, root)});
+    return true;
+  });
+  return data;
+} catch (...) {
+  kv::Report(error, kUnexpectedError);
+  return {};
+}
