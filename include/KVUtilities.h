@@ -92,6 +92,40 @@ class KVUTILITIES_API KVUtilities {
   static std::vector<tagKVPosEvent> ScanKVPosFile(std::wstring posFilePath, std::wstring targetWkt,
                                                   std::wstring& error);
 
+  /// Reads the timestamp file of a drone's camera: one located camera event of camera 1 for each exposure.
+  /// @param path  lines of photo number, GPS seconds of week, week in brackets, offsets, latitude, longitude, height
+  /// @return  one record per accepted line in file order, without photos; a line of 1024 characters or more ends the scan.
+  ///          A missing file gives none and "Error scanning Timestamp file. File does not exist.", a blank line and the path.
+  /// @see     docs/formats/drone-timestamps.md
+  static std::vector<tagKVSystemEvent> ScanDjiTimestampFileWithoutImages(std::wstring path, std::wstring& error);
+
+  /// The same with the numbered photos of a folder.
+  /// @param photoFolder  its JPEG and raw photos are numbered in their names; a separator at its end may be missing
+  /// @return  the records with the path of their photo, empty for an event without one; `error` then reports how many
+  static std::vector<tagKVSystemEvent> ScanDjiTimestampFile(std::wstring path, std::wstring photoFolder,
+                                                            std::wstring& error);
+
+  /// Reads the orientation sensor's own log.
+  /// @return  one record per line with a date and seven readings in file order; a missing file gives none and no message
+  /// @see     docs/formats/orientation.md
+  static std::vector<tagKVAosEvent> ScanKVAosFile(std::wstring path, std::wstring& error);
+
+  /// The same for the hardware variant whose lines are stamped by the master clock, among heartbeats.
+  /// @return  one record per reading; with fewer than two heartbeats they have no times, and `error` says "Error computing
+  ///          Ticks/Second from heartbeat in AOS File."
+  /// @throws  std::out_of_range when a heartbeat's date or time is outside the calendar's ranges
+  static std::vector<tagKVAosEvent> ScanKVAosFileForQX7(std::wstring path, std::wstring& error);
+
+  /// Reads the text export of a post-processed Applanix trajectory. `X`, `Y`, `Z` are easting, northing and height of the
+  /// export's mapping frame, `Value1` to `Value3` roll, pitch and heading in degrees.
+  /// @param missionDate  UTC time at which the mission began, or midnight before it, for a file whose header has no date
+  /// @return  one record per row in file order; `error` then reports rows that could not be read. None and a sentence for a
+  ///          header without a date or without the columns it needs; a missing file gives none and no message.
+  /// @see     docs/formats/applanix.md
+  static std::vector<tagKVPosEvent> ScanApplanixPostProcessTrajectoryFile(std::wstring path, std::wstring& error);
+  static std::vector<tagKVPosEvent> ScanApplanixPostProcessTrajectoryFile(FILETIME missionDate, std::wstring path,
+                                                                          std::wstring& error);
+
   // ---- Georeferencing ------------------------------------------------------------------------------------------
 
   /// Position at a time, linear between the first two consecutive observations that bracket it (ends included).

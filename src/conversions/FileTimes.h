@@ -39,4 +39,12 @@ SYSTEMTIME SystemTimeOrZero(const FILETIME& time);
 /// Adjusted GPS seconds of a UTC file time.
 double AdjGpsSeconds(const FILETIME& timeUTC);
 
+/// Gives a record a UTC time in all three forms.
+template <class Record>
+void SetTime(FILETIME timeUTC, Record& record) {
+  record.TimeUTC = timeUTC;
+  record.SystemTimeUTC = SystemTimeOrZero(timeUTC);
+  record.AdjGpsSec = AdjGpsSeconds(timeUTC);
+}
+
 }  // namespace kv

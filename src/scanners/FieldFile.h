@@ -42,22 +42,27 @@ inline std::span<std::wstring_view> Tokenise(std::wstring_view line, Delimiters 
   return tokens.first(count);
 }
 
-/// Reads a field file: calls `read` with the first `kMaxTokens` tokens of every line in code-page text. The tokens live
-/// until the call returns. A `read` that gives false ends the file.
-template <std::size_t kMaxTokens, class Read>
-void ForEachLine(std::wstring_view path, Delimiters delimiters, Read read) {
+/// Reads a field file: calls `read` with every line in code-page text, which lives until the call returns. A `read` that
+/// gives false ends the file.
+template <class Read>
+void ForEachLine(std::wstring_view path, Read read) {
   TextStream file(path);
   std::wstring line;
-  std::array<std::wstring_view, kMaxTokens> tokens;
   for (std::string_view bytes; file.ReadLine(bytes);) {
     WidenAnsi(bytes, line);
-    const auto found = Tokenise(line, delimiters, tokens);
-    if constexpr (std::is_void_v<decltype(read(found))>) {
-      read(found);
+    if constexpr (std::is_void_v<decltype(read(std::wstring_view(line)))>) {
+      read(std::wstring_view(line));
     } else {
-      if (!read(found)) return;
+      if (!read(std::wstring_view(line))) return;
     }
   }
+}
+
+/// The same with the first `kMaxTokens` tokens of every line.
+template <std::size_t kMaxTokens, class Read>
+void ForEachLine(std::wstring_view path, Delimiters delimiters, Read read) {
+  std::array<std::wstring_view, kMaxTokens> tokens;
+  ForEachLine(path, [&](std::wstring_view line) { return read(Tokenise(line, delimiters, tokens)); });
 }
 
 /// A record's text. Where fields repeat from line to line, pass that of the record before: equal texts share one buffer.

@@ -10,6 +10,9 @@ namespace kv {
 namespace {
 
 constexpr double kCounterRange = 4294967295.0;
+// A larger step between two consecutive tick counts is a wrap of the counter.
+constexpr double kWrapStep = 1e9;
+constexpr std::size_t kHeartbeatLength = 12;
 
 // Range-checked as the calendar that follows takes it; days are checked against 31 whatever the month.
 int InRange(int value, int lowest, int highest) {
@@ -24,7 +27,8 @@ double TickDistance(double firstTick, double tick, bool wrapped) {
 
 }  // namespace
 
-FILETIME HeartbeatReader::Read(std::wstring_view text) {
+std::optional<FILETIME> HeartbeatReader::Read(std::wstring_view text) {
+  if (text.size() != kHeartbeatLength || WholeInteger(text).value_or(0) <= kLargestCameraNumber) return {};
   const auto field = [&](std::size_t begin, int offset, int lowest, int highest) {
     return static_cast<std::uint16_t>(InRange(TwoDigits(text, begin) + offset, lowest, highest));
   };
@@ -46,6 +50,24 @@ TickScale TickScale::Between(double firstTick, FILETIME firstTime, double lastTi
 FILETIME TickScale::TimeOf(double tick, bool pastWrap) const {
   const double wholeTicks = std::trunc(TickDistance(firstTick, tick, pastWrap));
   return AddTicks(firstTime, SecondsToTicks(wholeTicks * secondsPerTick));
+}
+
+bool ClockWatch::Stamp(double tick) {
+  wrapped_ = wrapped_ || (previousTick_ && std::abs(tick - *previousTick_) > kWrapStep);
+  previousTick_ = tick;
+  return wrapped_;
+}
+
+bool ClockWatch::Heartbeat(double tick, FILETIME time) {
+  hasTwo_ = first_.has_value();
+  last_ = Beat{tick, time};
+  if (!first_) first_ = last_;
+  return Stamp(tick);
+}
+
+std::optional<TickScale> ClockWatch::Scale() const {
+  if (!hasTwo_) return {};
+  return TickScale::Between(first_->tick, first_->time, last_->tick, last_->time, wrapped_);
 }
 
 }  // namespace kv

@@ -1,5 +1,3 @@
-#include <cmath>
-#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
@@ -8,14 +6,12 @@
 
 #include "KVUtilities.h"
 #include "conversions/ErrorText.h"
-#include "conversions/FileTimes.h"
 #include "conversions/Numbers.h"
 #include "conversions/TimeConverter.h"
-#include "conversions/TimeStamps.h"
 #include "crs/CoordinateSystemTransformer.h"
-#include "platform/LocalCalendar.h"
 #include "platform/ResourceText.h"
 #include "scanners/FieldFile.h"
+#include "scanners/PosTime.h"
 
 namespace {
 
@@ -43,26 +39,6 @@ constexpr CStringW Event::*kKeptTexts[] = {&Event::Token6,  &Event::Token7,  &Ev
                                            &Event::Token14, &Event::Token15};
 static_assert(kFirstKeptToken + std::size(kKeptTexts) == kSampleTokens);
 
-// The UTC calendar time of a GPS time in whole seconds, taken through the local calendar; nothing outside its years.
-SYSTEMTIME WholeSecond(double adjGpsSeconds, kv::LocalCalendar& calendar) {
-  std::string utc;
-  TimeConverter::AdjGPSSecsToUTC(adjGpsSeconds, false, utc);
-  SYSTEMTIME time = kv::CalendarTime(std::wstring(utc.begin(), utc.end()));
-  calendar.Normalise(time);
-  return time;
-}
-
-void SetTime(double adjGpsSeconds, kv::LocalCalendar& calendar, Event& event) {
-  const double fraction = adjGpsSeconds - std::floor(adjGpsSeconds);
-  const FILETIME second = kv::FileTimeOrZero(WholeSecond(adjGpsSeconds, calendar));
-  event.TimeUTC = kv::AddTicks(second, kv::SecondsToTicks(fraction));
-  event.SystemTimeUTC = kv::SystemTimeOrZero(event.TimeUTC);
-  event.AdjGpsSec = kv::AdjGpsSeconds(event.TimeUTC);
-  // Rounded, and 1000 from 0.9995 on, on purpose: the seconds stay those of the file time.
-  if (std::isfinite(fraction))
-    event.SystemTimeUTC.wMilliseconds = static_cast<std::uint16_t>(std::lround(fraction * 1000));
-}
-
 // Reads what the tokens say; the target coordinates are still missing. Nothing for a line that is no sample.
 std::optional<Event> ReadSample(Tokens tokens, kv::LocalCalendar& calendar, const Event& earlier) {
   if (tokens.size() < kSampleTokens || tokens[0] == L"%") return {};
@@ -87,7 +63,7 @@ std::optional<Event> ReadSample(Tokens tokens, kv::LocalCalendar& calendar, cons
   }
   double adjGpsSeconds = 0.0;
   TimeConverter::GPSWkSecsToAdjGPSSecs(*week, *seconds, adjGpsSeconds);
-  SetTime(adjGpsSeconds, calendar, event);
+  kv::SetPosTime(adjGpsSeconds, calendar, event);
   return event;
 }
 

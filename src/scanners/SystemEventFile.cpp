@@ -1,4 +1,3 @@
-#include <cmath>
 #include <optional>
 #include <span>
 #include <vector>
@@ -20,15 +19,6 @@ using Tokens = std::span<const std::wstring_view>;
 
 constexpr const wchar_t* kErrorTicksPerSecond = L"Error computing Ticks/Second from heartbeat in System Event File.";
 
-constexpr std::int64_t kLargestCameraNumber = 10;
-constexpr std::size_t kHeartbeatLength = 12;
-
-void SetTime(tagKVSystemEvent& event, FILETIME timeUTC) {
-  event.TimeUTC = timeUTC;
-  event.SystemTimeUTC = kv::SystemTimeOrZero(timeUTC);
-  event.AdjGpsSec = kv::AdjGpsSeconds(timeUTC);
-}
-
 std::optional<tagKVSystemEvent> ReadEvent(Tokens tokens, kv::HeartbeatReader& heartbeats) {
   if (tokens.size() < 2) return {};
   const auto tick = kv::WholeInteger(tokens[0]);
@@ -37,27 +27,16 @@ std::optional<tagKVSystemEvent> ReadEvent(Tokens tokens, kv::HeartbeatReader& he
 
   tagKVSystemEvent event;
   event.MasterTick = static_cast<double>(*tick);
-  if (*code <= kLargestCameraNumber) {
+  if (*code <= kv::kLargestCameraNumber) {
     event.Type = kCameraEvent;
     event.CameraID = static_cast<std::int32_t>(*code);  // keeps the low 32 bits of a number below their range
     return event;
   }
-  if (tokens[1].size() != kHeartbeatLength) return {};
+  const auto time = heartbeats.Read(tokens[1]);
+  if (!time) return {};
   event.Type = kHeartbeat;
-  SetTime(event, heartbeats.Read(tokens[1]));
+  kv::SetTime(*time, event);
   return event;
-}
-
-bool IsWrap(const tagKVSystemEvent& earlier, const tagKVSystemEvent& later) {
-  return std::abs(later.MasterTick - earlier.MasterTick) > kv::kWrapStep;
-}
-
-void TimeCameraEvents(std::vector<tagKVSystemEvent>& events, const kv::TickScale& scale) {
-  bool pastWrap = false;
-  for (std::size_t i = 0; i < events.size(); ++i) {
-    pastWrap = pastWrap || (i > 0 && IsWrap(events[i - 1], events[i]));
-    if (events[i].Type == kCameraEvent) SetTime(events[i], scale.TimeOf(events[i].MasterTick, pastWrap));
-  }
 }
 
 }  // namespace
@@ -68,23 +47,21 @@ std::vector<tagKVSystemEvent> KVUtilities::ScanKVSystemEventFile(std::wstring pa
   std::vector<tagKVSystemEvent> events;
   if (!kv::PathExists(path)) return events;
   kv::HeartbeatReader heartbeats;
-  std::optional<std::size_t> first, last;
-  bool wrapped = false;
+  kv::ClockWatch clock;
+  std::size_t beforeWrap = 0;  // events
   kv::ForEachLine<2>(path, kv::Delimiters(","), [&](Tokens tokens) {
     auto event = ReadEvent(tokens, heartbeats);
     if (!event) return;
-    if (event->Type == kHeartbeat) last = events.size();
-    if (!first) first = last;
-    wrapped = wrapped || (!events.empty() && IsWrap(events.back(), *event));
+    const bool pastWrap =
+        event->Type == kHeartbeat ? clock.Heartbeat(event->MasterTick, event->TimeUTC) : clock.Stamp(event->MasterTick);
     events.push_back(std::move(*event));
+    if (!pastWrap) beforeWrap = events.size();
   });
 
-  if (first != last) {
-    const tagKVSystemEvent &begin = events[*first], &end = events[*last];
-    TimeCameraEvents(events,
-                     kv::TickScale::Between(begin.MasterTick, begin.TimeUTC, end.MasterTick, end.TimeUTC, wrapped));
-  } else {
-    error = kErrorTicksPerSecond;
+  const auto scale = clock.Scale();
+  if (!scale) error = kErrorTicksPerSecond;
+  for (std::size_t i = 0; scale && i < events.size(); ++i) {
+    if (events[i].Type == kCameraEvent) kv::SetTime(scale->TimeOf(events[i].MasterTick, i >= beforeWrap), events[i]);
   }
   return events;
 }

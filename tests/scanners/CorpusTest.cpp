@@ -7,6 +7,7 @@
 
 #include "KVUtilities.h"
 #include "platform/FileNames.h"
+#include "support/Wkt.h"
 
 namespace {
 
@@ -20,6 +21,14 @@ TEST(Corpus, ScannersSurviveEveryFile) {
       {"trajectory", [&](const std::wstring& path) { KVUtilities::ScanKVTrajectoryFile(path, {}, error); }},
       {"system-events", [&](const std::wstring& path) { KVUtilities::ScanKVSystemEventFile(path, error); }},
       {"log", [&](const std::wstring& path) { KVUtilities::ScanKVLogFile(path, error); }},
+      {"drone-timestamps", [&](const std::wstring& path) { KVUtilities::ScanDjiTimestampFile(path, L"", error); }},
+      {"orientation", [&](const std::wstring& path) { KVUtilities::ScanKVAosFile(path, error); }},
+      {"orientation", [&](const std::wstring& path) { KVUtilities::ScanKVAosFileForQX7(path, error); }},
+      {"applanix", [&](const std::wstring& path) { KVUtilities::ScanApplanixPostProcessTrajectoryFile(path, error); }},
+      {"applanix",
+       [&](const std::wstring& path) { KVUtilities::ScanApplanixPostProcessTrajectoryFile({}, path, error); }},
+      {"pos",
+       [&](const std::wstring& path) { KVUtilities::ScanKVPosFile(path, kv::WideFromUtf8(kGeographic), error); }},
   };
   for (const auto& [folder, scan] : rows) {
     int files = 0;

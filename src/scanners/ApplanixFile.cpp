@@ -1,0 +1,275 @@
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "KVUtilities.h"
+#include "conversions/Blanks.h"
+#include "conversions/FileTimes.h"
+#include "conversions/Numbers.h"
+#include "conversions/TimeConverter.h"
+#include "platform/CodePage.h"
+#include "platform/FileNames.h"
+#include "scanners/FieldFile.h"
+#include "scanners/PosTime.h"
+
+namespace {
+
+using Event = tagKVPosEvent;
+using Tokens = std::span<const std::wstring_view>;
+
+constexpr const wchar_t* kNoDate = L"Error scanning Applanix trajectory file. The header holds no mission date.";
+constexpr const wchar_t* kMissingColumns =
+    L"Error scanning Applanix trajectory file. The header names no ";  // and which
+constexpr const wchar_t* kOneRowSkipped = L"There was one row that could not be read.";
+constexpr const wchar_t* kRowsSkipped = L" rows that could not be read.";  // after "There were" and a number
+
+constexpr const wchar_t* kKind = L"Applanix";
+
+constexpr double kSecondsPerWeek = 604'800;
+constexpr double kGpsSecondsOfAdjustedZero = 1e9;
+
+// A column of numbers; a file without an optional one leaves its field as it is.
+struct NumberColumn {
+  std::wstring_view name;
+  double Event::*number;
+  CStringW Event::*text = nullptr;
+  enum { kRequired, kOptional } need = kOptional;
+  enum { kFirst, kLast } which = kFirst;  // of several columns of the name
+};
+constexpr NumberColumn kNumberColumns[] = {
+    {L"LATITUDE", &Event::Latitude, &Event::LatitudeText, NumberColumn::kRequired},
+    {L"LONGITUDE", &Event::Longitude, &Event::LongitudeText, NumberColumn::kRequired},
+    {L"ELLIPSOID HEIGHT", &Event::Height, &Event::HeightText, NumberColumn::kRequired, NumberColumn::kLast},
+    {L"EASTING", &Event::X},
+    {L"NORTHING", &Event::Y},
+    {L"ELLIPSOID HEIGHT", &Event::Z},
+    {L"ROLL", &Event::Value1},
+    {L"PITCH", &Event::Value2},
+    {L"HEADING", &Event::Value3},
+};
+constexpr std::wstring_view kTimeColumn = L"TIME";
+
+struct TextColumn {
+  std::wstring_view name;
+  CStringW Event::*text;
+};
+constexpr TextColumn kTextColumns[] = {
+    {L"EAST VELOCITY", &Event::Token6}, {L"NORTH VELOCITY", &Event::Token7}, {L"UP VELOCITY", &Event::Token8},
+    {L"EAST SD", &Event::Token9},       {L"NORTH SD", &Event::Token10},      {L"HEIGHT SD", &Event::Token11},
+    {L"ROLL SD", &Event::Token12},      {L"PITCH SD", &Event::Token13},      {L"HEADING SD", &Event::Token14},
+    {L"DISTANCE", &Event::Token15},
+};
+
+constexpr std::size_t kMostColumns = 64;
+
+// Where the mission begins in GPS time.
+struct WeekStart {
+  std::int32_t week;
+  double secondsOfWeek;
+};
+
+// What stands between a label and the next semicolon, without blanks; nothing when the label is not there.
+std::optional<std::wstring> Labelled(std::wstring_view line, std::wstring_view label) {
+  const std::size_t at = line.find(label);
+  const std::size_t colon = at == std::wstring_view::npos ? at : line.find(L':', at + label.size());
+  if (colon == std::wstring_view::npos) return {};
+  const std::wstring_view rest = line.substr(colon + 1);
+  return std::wstring(kv::Trimmed(rest.substr(0, rest.find(L';'))));
+}
+
+class Header {
+ public:
+  /// @return whether the line ends the header
+  bool Read(std::wstring_view line) {
+    if (kv::WithoutLeadingBlanks(line).starts_with(L"(time in Sec")) return true;
+    if (const auto date = Labelled(line, L"Date of Mission")) date_ = *date;
+    if (const auto time = Labelled(line, L"Start Time"); time && !time->empty()) time_ = *time;
+    if (const auto datum = Labelled(line, L"Mapping frame datum")) datum_ = datum->c_str();
+    if (const auto projection = Labelled(line, L"Mapping frame projection")) projection_ = projection->c_str();
+    if (!kv::Trimmed(line).empty()) columns_ = line;
+    return false;
+  }
+
+  /// Of the mission; nothing when the header has no date.
+  std::optional<WeekStart> Start() const {
+    WeekStart start{-1, 0};
+    const std::wstring utc = date_ + L' ' + (time_.empty() ? L"00:00:00" : time_);
+    std::string narrow(utc.size(), '\0');
+    narrow.resize(kv::NarrowAnsi(utc, narrow));
+    TimeConverter::UTCToGPSWeekSecs(narrow, start.week, start.secondsOfWeek);
+    return start.week < 0 ? std::nullopt : std::optional(start);
+  }
+
+  // The names of the columns, from the last line before the end.
+  std::vector<std::wstring_view> Columns() const {
+    std::array<std::wstring_view, kMostColumns> names;
+    const auto found = kv::Tokenise(columns_, kv::Delimiters(","), names);
+    std::vector<std::wstring_view> columns;
+    for (const std::wstring_view name : found) columns.push_back(kv::Trimmed(name));
+    return columns;
+  }
+
+  const CStringW& Datum() const { return datum_; }
+  const CStringW& Projection() const { return projection_; }
+
+ private:
+  std::wstring date_, time_, columns_;
+  CStringW datum_, projection_;
+};
+
+// Where the columns stand in a row.
+class Layout {
+ public:
+  explicit Layout(const Header& header) {
+    const std::vector<std::wstring_view> names = header.Columns();
+    columnCount_ = names.size();
+    const auto find = [&](std::wstring_view name, bool last) {
+      std::optional<std::size_t> found;
+      for (std::size_t i = 0; i < names.size() && (last || !found); ++i) {
+        if (names[i] == name) found = i;
+      }
+      return found;
+    };
+    time_ = find(kTimeColumn, false);
+    if (!time_) AddMissing(kTimeColumn);
+    for (std::size_t i = 0; i < std::size(kNumberColumns); ++i) {
+      const NumberColumn& column = kNumberColumns[i];
+      numbers_[i] = find(column.name, column.which == NumberColumn::kLast);
+      if (!numbers_[i] && column.need == NumberColumn::kRequired) AddMissing(column.name);
+    }
+    for (std::size_t i = 0; i < std::size(kTextColumns); ++i) texts_[i] = find(kTextColumns[i].name, false);
+  }
+
+  /// The names of required columns that are not there, separated by commas.
+  const std::wstring& Missing() const { return missing_; }
+
+  /// @param seconds  receives the time
+  /// @param earlier  the row before, whose texts are shared where they are equal
+  /// @return         nothing for a row of too few columns or with something else where a number should be
+  std::optional<Event> ReadRow(Tokens tokens, double& seconds, const Event& earlier) const {
+    if (tokens.size() < columnCount_) return {};
+    const auto time = kv::WholeDouble(tokens[*time_]);
+    if (!time) return {};
+    seconds = *time;
+    Event event;
+    event.GpsSecondsText = kv::FieldText(tokens[*time_]);
+    for (std::size_t i = 0; i < std::size(kNumberColumns); ++i) {
+      if (!numbers_[i]) continue;
+      const std::wstring_view token = tokens[*numbers_[i]];
+      const auto value = kv::WholeDouble(token);
+      if (!value) return {};
+      event.*kNumberColumns[i].number = *value;
+      if (const auto text = kNumberColumns[i].text) event.*text = kv::FieldText(token, earlier.*text);
+    }
+    for (std::size_t i = 0; i < std::size(kTextColumns); ++i) {
+      const auto text = kTextColumns[i].text;
+      if (texts_[i]) event.*text = kv::FieldText(tokens[*texts_[i]], earlier.*text);
+    }
+    return event;
+  }
+
+ private:
+  void AddMissing(std::wstring_view name) {
+    if (!missing_.empty()) missing_ += L", ";
+    missing_ += name;
+  }
+
+  std::size_t columnCount_ = 0;
+  std::optional<std::size_t> time_;
+  std::array<std::optional<std::size_t>, std::size(kNumberColumns)> numbers_;
+  std::array<std::optional<std::size_t>, std::size(kTextColumns)> texts_;
+  std::wstring missing_;
+};
+
+// Turns rows into samples, once the header has said how.
+class Rows {
+ public:
+  Rows(const Header& header, WeekStart start)
+      : layout_(header), start_(start), datum_(header.Datum()), projection_(header.Projection()) {}
+
+  const std::wstring& MissingColumns() const { return layout_.Missing(); }
+
+  void Read(Tokens tokens) {
+    if (tokens.empty()) return;
+    double seconds = 0.0;
+    auto event = layout_.ReadRow(tokens, seconds, events_.empty() ? none_ : events_.back());
+    if (!event) {
+      ++skipped_;
+      return;
+    }
+    // Seconds of week start anew when the mission passes the end of its first week.
+    const bool isNextWeek = seconds < start_.secondsOfWeek - kSecondsPerWeek / 2;
+    const std::int32_t week = start_.week + (isNextWeek ? 1 : 0);
+    event->GpsWeekText =
+        kv::FieldText(std::to_wstring(week), events_.empty() ? CStringW() : events_.back().GpsWeekText);
+    double adjGpsSeconds = 0.0;
+    TimeConverter::GPSWkSecsToAdjGPSSecs(week, seconds, adjGpsSeconds);
+    kv::SetPosTime(adjGpsSeconds, calendar_, *event);
+    event->Extra1 = datum_;
+    event->Extra2 = projection_;
+    event->Extra3 = kind_;
+    events_.push_back(std::move(*event));
+  }
+
+  std::vector<Event> Take(std::wstring& error) {
+    if (skipped_ == 1) error = kOneRowSkipped;
+    if (skipped_ > 1) error = L"There were " + std::to_wstring(skipped_) + kRowsSkipped;
+    return std::move(events_);
+  }
+
+ private:
+  Layout layout_;
+  WeekStart start_;
+  CStringW datum_, projection_, kind_ = kKind;
+  kv::LocalCalendar calendar_;
+  const Event none_;
+  std::vector<Event> events_;
+  std::size_t skipped_ = 0;
+};
+
+// @param start  nothing to take it from the header
+std::vector<Event> Scan(const std::wstring& path, std::optional<WeekStart> start, std::wstring& error) {
+  error.clear();
+  TimeConverter::Init();
+  if (!kv::PathExists(path)) return {};
+  Header header;
+  std::optional<Rows> rows;
+  std::array<std::wstring_view, kMostColumns> tokens;
+  kv::ForEachLine(path, [&](std::wstring_view line) {
+    if (rows) {
+      rows->Read(kv::Tokenise(line, kv::Delimiters("\t "), tokens));
+    } else if (header.Read(line)) {
+      if (!start) start = header.Start();
+      rows.emplace(header, start.value_or(WeekStart{}));
+      return rows->MissingColumns().empty() && start;
+    }
+    return true;
+  });
+  if (!rows) rows.emplace(Header(), WeekStart{});  // no header names no columns
+  if (!rows->MissingColumns().empty()) {
+    error = kMissingColumns + rows->MissingColumns() + L".";
+  } else if (!start) {
+    error = kNoDate;
+  } else {
+    return rows->Take(error);
+  }
+  return {};
+}
+
+}  // namespace
+
+std::vector<tagKVPosEvent> KVUtilities::ScanApplanixPostProcessTrajectoryFile(std::wstring path, std::wstring& error) {
+  return Scan(path, {}, error);
+}
+
+std::vector<tagKVPosEvent> KVUtilities::ScanApplanixPostProcessTrajectoryFile(FILETIME missionDate, std::wstring path,
+                                                                              std::wstring& error) {
+  const double gpsSeconds = kv::AdjGpsSeconds(missionDate) + kGpsSecondsOfAdjustedZero;
+  const double week = std::floor(gpsSeconds / kSecondsPerWeek);
+  return Scan(path, WeekStart{static_cast<std::int32_t>(week), gpsSeconds - week * kSecondsPerWeek}, error);
+}

@@ -1,0 +1,73 @@
+#include "scanners/NumberedPhotos.h"
+
+#include <optional>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "conversions/Numbers.h"
+#include "platform/FileNames.h"
+#include "platform/FolderListing.h"
+
+namespace kv {
+namespace {
+
+const std::vector<std::wstring> kExtensions = {L".jpg", L".JPG", L".jpeg", L".JPEG", L".dng", L".DNG"};
+
+constexpr bool IsSeparator(wchar_t c) { return c == L'_' || c == L'-'; }
+constexpr bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
+constexpr bool IsLetter(wchar_t c) { return (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z'); }
+
+// "100_0067_0012", "_W" of DJI_100_0067_0012_W: sensors mark their photos with separators and letters at the end.
+std::pair<std::wstring_view, std::wstring_view> SplitSuffix(std::wstring_view stem) {
+  std::size_t end = stem.size();
+  for (std::size_t at = end; at > 0;) {
+    while (at > 0 && IsLetter(stem[at - 1])) --at;
+    if (at == end || at == 0 || !IsSeparator(stem[at - 1])) break;
+    end = --at;
+  }
+  return {stem.substr(0, end), stem.substr(end)};
+}
+
+std::optional<std::int64_t> NumberAtEnd(std::wstring_view text) {
+  std::size_t begin = text.size();
+  while (begin > 0 && IsDigit(text[begin - 1])) --begin;
+  if (begin > 0 && !IsSeparator(text[begin - 1])) return {};
+  return WholeInteger(text.substr(begin));
+}
+
+// Of several photos of one exposure the one without a sensor's mark is best, then the wide or visible-light one; of
+// each kind JPEG before raw.
+int RankOf(std::wstring_view suffix, std::wstring_view extension) {
+  const bool isMain = suffix == L"_W" || suffix == L"_V" || suffix == L"_D";
+  const bool isRaw = extension == L".dng" || extension == L".DNG";
+  return 2 * (suffix.empty() ? 0 : isMain ? 1 : 2) + (isRaw ? 1 : 0);
+}
+
+}  // namespace
+
+NumberedPhotos::NumberedPhotos(const std::wstring& folder) {
+  if (folder.empty()) return;
+  folder_ = folder.substr(0, folder.find_last_not_of(kPathSeparators) + 1);
+  std::vector<std::wstring> files;
+  const std::wstring prefix = folder_ + L'\\';
+  GetFilesInFolder(prefix, kExtensions, false, files);
+  for (const std::wstring& file : files) {
+    const std::wstring_view name = std::wstring_view(file).substr(prefix.size());
+    const std::size_t point = name.rfind(L'.');
+    const auto [numbered, suffix] = SplitSuffix(name.substr(0, point));
+    const auto number = NumberAtEnd(numbered);
+    if (!number) continue;
+    // Among equals the first by name, which is the order of the list.
+    const Photo photo{RankOf(suffix, name.substr(point)), std::wstring(name)};
+    const auto [at, isFirst] = best_.try_emplace(*number, photo);
+    if (!isFirst && photo.rank < at->second.rank) at->second = photo;
+  }
+}
+
+std::wstring NumberedPhotos::PathOf(std::int64_t number) const {
+  const auto at = best_.find(number);
+  return at == best_.end() ? std::wstring() : folder_ + L'\\' + at->second.name;
+}
+
+}  // namespace kv
