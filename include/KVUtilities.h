@@ -74,28 +74,29 @@ class KVUTILITIES_API KVUtilities {
   /// Reads a housekeeping log; readings of the control unit, orientation sensor and power unit fill the number fields.
   /// @param path   comma-separated lines of severity, date and time, device, readings or text
   /// @param error  receives the log's own error lines, one per line; a report, not a failure
-  /// @return       one record per line of at least three tokens in file order; a missing file gives none. A line of 1024
-  ///               characters or more ends the scan and keeps what came before.
+  /// @return       one record per line of at least three tokens in file order; a missing file gives none. A line of
+  ///               1024 characters or more ends the scan and keeps what came before.
   /// @see          docs/formats/log.md
   static std::vector<tagKVLogEvent> ScanKVLogFile(std::wstring path, std::wstring& error);
 
   /// Reads a POS file and transforms its positions from WGS 84 to a target coordinate system.
-  /// @param posFilePath  lines of 15 or more columns: GPS week, seconds of week, latitude and longitude in degrees, height
-  ///                     above the ellipsoid in metres, ten more; other lines are skipped
+  /// @param posFilePath  lines of 15 or more columns: GPS week, seconds of week, latitude and longitude in degrees,
+  ///                     height above the ellipsoid in metres, ten more; other lines are skipped
   /// @param targetWkt    WKT1, WKT2 or ESRI's dialect; orthometric heights need a geoid grid
-  /// @return  one record per accepted line in file order; `X`, `Y`, `Z` in the order of the target's axes, for geographic
-  ///          systems longitude first. A missing file gives none and no message; a system that cannot be used gives none
-  ///          and says why; a position that cannot be transformed ends the scan, and what came before is returned beside
-  ///          "Error transforming POS point to target SRS." and the reason. None and "Unexpected error scanning POS file."
-  ///          after an exception.
+  /// @return  one record per accepted line in file order; `X`, `Y`, `Z` in the order of the target's axes, for
+  ///          geographic systems longitude first. A missing file gives none and no message; a system that cannot be
+  ///          used gives none and says why; a position that cannot be transformed ends the scan, and what came before
+  ///          is returned beside "Error transforming POS point to target SRS." and the reason. None and "Unexpected
+  ///          error scanning POS file." after an exception.
   /// @see     docs/formats/pos.md, docs/geodetic-data.md; sets options of GDAL and PROJ for the whole process
   static std::vector<tagKVPosEvent> ScanKVPosFile(std::wstring posFilePath, std::wstring targetWkt,
                                                   std::wstring& error);
 
   /// Reads the timestamp file of a drone's camera: one located camera event of camera 1 for each exposure.
   /// @param path  lines of photo number, GPS seconds of week, week in brackets, offsets, latitude, longitude, height
-  /// @return  one record per accepted line in file order, without photos; a line of 1024 characters or more ends the scan.
-  ///          A missing file gives none and "Error scanning Timestamp file. File does not exist.", a blank line and the path.
+  /// @return  one record per accepted line in file order, without photos; a line of 1024 characters or more ends the
+  ///          scan. A missing file gives none and "Error scanning Timestamp file. File does not exist.", a blank line
+  ///          and the path.
   /// @see     docs/formats/drone-timestamps.md
   static std::vector<tagKVSystemEvent> ScanDjiTimestampFileWithoutImages(std::wstring path, std::wstring& error);
 
@@ -106,21 +107,23 @@ class KVUTILITIES_API KVUtilities {
                                                             std::wstring& error);
 
   /// Reads the orientation sensor's own log.
-  /// @return  one record per line with a date and seven readings in file order; a missing file gives none and no message
+  /// @return  one record per line with a date and seven readings in file order; a missing file gives none and no
+  ///          message
   /// @see     docs/formats/orientation.md
   static std::vector<tagKVAosEvent> ScanKVAosFile(std::wstring path, std::wstring& error);
 
   /// The same for the hardware variant whose lines are stamped by the master clock, among heartbeats.
-  /// @return  one record per reading; with fewer than two heartbeats they have no times, and `error` says "Error computing
-  ///          Ticks/Second from heartbeat in AOS File."
+  /// @return  one record per reading; with fewer than two heartbeats they have no times, and `error` says "Error
+  ///          computing Ticks/Second from heartbeat in AOS File."
   /// @throws  std::out_of_range when a heartbeat's date or time is outside the calendar's ranges
   static std::vector<tagKVAosEvent> ScanKVAosFileForQX7(std::wstring path, std::wstring& error);
 
-  /// Reads the text export of a post-processed Applanix trajectory. `X`, `Y`, `Z` are easting, northing and height of the
-  /// export's mapping frame, `Value1` to `Value3` roll, pitch and heading in degrees.
-  /// @param missionDate  UTC time at which the mission began, or midnight before it, for a file whose header has no date
-  /// @return  one record per row in file order; `error` then reports rows that could not be read. None and a sentence for a
-  ///          header without a date or without the columns it needs; a missing file gives none and no message.
+  /// Reads the text export of a post-processed Applanix trajectory. `X`, `Y`, `Z` are easting, northing and height of
+  /// the export's mapping frame, `Value1` to `Value3` roll, pitch and heading in degrees.
+  /// @param missionDate  UTC time at which the mission began, or midnight before it, for a file whose header has no
+  ///                     date
+  /// @return  one record per row in file order; `error` then reports rows that could not be read. None and a sentence
+  ///          for a header without a date or without the columns it needs; a missing file gives none and no message.
   /// @see     docs/formats/applanix.md
   static std::vector<tagKVPosEvent> ScanApplanixPostProcessTrajectoryFile(std::wstring path, std::wstring& error);
   static std::vector<tagKVPosEvent> ScanApplanixPostProcessTrajectoryFile(FILETIME missionDate, std::wstring path,
@@ -162,12 +165,12 @@ class KVUTILITIES_API KVUtilities {
                                                           std::wstring& error);
   static bool RemoveLogEventsAtNullLocation(std::vector<tagKVLogEvent>& events, std::wstring& error);
 
-  /// Combines camera events into exposure stations: each with the nearest other one in time that is still open, if nearer
-  /// than the tolerance, else alone.
+  /// Combines camera events into exposure stations: each with the nearest other one in time that is still open, if
+  /// nearer than the tolerance, else alone.
   /// @param toleranceSeconds  exclusive; its sign is ignored
-  /// @return stations in the order of their first camera event. An empty input gives none and "Compute Exposure Stations
-  ///         Failed:  System Events are empty."; after an exception the stations formed until then and "Compute Exposure
-  ///         Stations Failed:  Unexpected error occurred."
+  /// @return stations in the order of their first camera event. An empty input gives none and "Compute Exposure
+  ///         Stations Failed:  System Events are empty."; after an exception the stations formed until then and
+  ///         "Compute Exposure Stations Failed:  Unexpected error occurred."
   static std::vector<tagKVExposureStation> ComputeExposureStationsFromSystemEvents(std::vector<tagKVSystemEvent> events,
                                                                                    double toleranceSeconds,
                                                                                    std::wstring& error);
@@ -210,13 +213,13 @@ class KVUTILITIES_API KVUtilities {
   /// @return 0.0 with a sentence that ends in the path when the file does not exist or cannot be decoded
   static double ComputeImageSharpnessFactor(std::wstring path, std::wstring& error);
 
-  /// Grades the photo of every camera event into `Sharpness`; a picture that fails gets 0.0, and `error` keeps only what
-  /// the last camera event's picture said.
+  /// Grades the photo of every camera event into `Sharpness`; a picture that fails gets 0.0, and `error` keeps only
+  /// what the last camera event's picture said.
   /// @return false and "Unexpected error computing Photo Sharpness Factors." after an exception
   static bool PopulatePhotoSharpnessFactors(std::vector<tagKVSystemEvent>& events, std::wstring& error);
 
-  /// Turns a picture in its place, which grows to hold the turned picture; the corners are black, or transparent where the
-  /// picture has alpha. The file is replaced in one step, or not at all.
+  /// Turns a picture in its place, which grows to hold the turned picture; the corners are black, or transparent where
+  /// the picture has alpha. The file is replaced in one step, or not at all.
   /// @param angleDegrees  positive turns counter-clockwise
   /// @return false with a sentence that ends in the path when the file does not exist or cannot be read or written
   static bool RotateImage(std::wstring path, double angleDegrees, std::wstring& error);
@@ -231,8 +234,8 @@ class KVUTILITIES_API KVUtilities {
   /// Write a Shapefile set (.shp, .shx, .dbf, .prj) in WGS 84: longitude and latitude in degrees, height in metres. The
   /// measure of trajectory layers is seconds since the first observation, that of the log layer the event's position in
   /// the input; the others have none. Photos are the camera events; other events are skipped.
-  /// @param path  the .shp to write; another extension or none gives the same names. Files of the set are overwritten, a
-  ///              .cpg is removed. Point layers end before 2 GiB; the file of exactly this name is what is watched.
+  /// @param path  the .shp to write; another extension or none gives the same names. Files of the set are overwritten,
+  ///              a .cpg is removed. Point layers end before 2 GiB; the file of exactly this name is what is watched.
   /// @return      false with a sentence when a file cannot be created or written, a point layer reaches its limit, or
   ///              the trajectory of a line is empty; what was written until then stays on disk. A .prj that cannot be
   ///              opened is told on standard error alone.

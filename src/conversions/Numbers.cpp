@@ -86,8 +86,8 @@ bool IsNan(std::wstring_view text) {
   return isBare && isLetter(text[0], L'n') && isLetter(text[1], L'a') && isLetter(text[2], L'n');
 }
 
-// Whether a decimal number beyond the range of a double is too small for it rather than too large: its first significant
-// digit tells.
+// Whether a decimal number beyond the range of a double is too small for it rather than too large: its first
+// significant digit tells.
 bool IsTooSmall(std::wstring_view number) {
   const std::size_t mantissaEnd = std::min(number.find_first_of(L"eE"), number.size());
   const std::wstring_view mantissa = number.substr(0, mantissaEnd);

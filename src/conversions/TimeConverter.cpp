@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 #include <optional>
 
@@ -77,6 +76,10 @@ std::optional<int> Digits(const std::string& text, std::size_t begin, std::size_
   return value;
 }
 
+void PutDigits(int number, std::string& text, std::size_t begin, std::size_t count) {
+  for (std::size_t at = begin + count; at > begin; number /= 10) text[--at] = static_cast<char>('0' + number % 10);
+}
+
 }  // namespace
 
 void TimeConverter::Init() {}  // the leap seconds are compiled in
@@ -118,11 +121,16 @@ void TimeConverter::AdjGPSSecsToUTC(double adjGpsSeconds, bool withFraction, std
   if (calendarYear < 1 || calendarYear > 9999) return;
   const int second = static_cast<int>(shown - day * kSecondsPerDay);
   const int microseconds = static_cast<int>(std::min(instant->ticks, kv::kTicksPerSecond - 1) / 10);
-  char text[64];
-  const int length = std::snprintf(text, sizeof text, "%04d-%02u-%02u %02d:%02d:%02d.%06d", calendarYear,
-                                   static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-                                   second / 3600, second / 60 % 60, second % 60 + (isLeapSecond ? 1 : 0), microseconds);
-  utc.assign(text, static_cast<std::size_t>(withFraction ? length : length - 7));
+  utc = "YYYY-MM-DD hh:mm:ss";
+  PutDigits(calendarYear, utc, 0, 4);
+  PutDigits(static_cast<int>(static_cast<unsigned>(date.month())), utc, 5, 2);
+  PutDigits(static_cast<int>(static_cast<unsigned>(date.day())), utc, 8, 2);
+  PutDigits(second / 3600, utc, 11, 2);
+  PutDigits(second / 60 % 60, utc, 14, 2);
+  PutDigits(second % 60 + (isLeapSecond ? 1 : 0), utc, 17, 2);
+  if (!withFraction) return;
+  utc += ".ffffff";
+  PutDigits(microseconds, utc, 20, 6);
 }
 
 void TimeConverter::UTCToGPSWeekSecs(const std::string& utc, std::int32_t& week, double& secondsOfWeek) {

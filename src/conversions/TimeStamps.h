@@ -16,8 +16,8 @@ constexpr std::wstring_view Piece(std::wstring_view text, std::size_t begin, std
 /// The leading digits of a two-character piece of a time stamp.
 inline int TwoDigits(std::wstring_view text, std::size_t begin) { return LeadingInteger(Piece(text, begin, 2)); }
 
-/// What the digits of "YYYY-MM-DD hh:mm:ss" say, by position and unchecked; pieces that are missing or no numbers are 0.
-/// Day of week and milliseconds stay 0.
+/// What the digits of "YYYY-MM-DD hh:mm:ss" say, by position and unchecked; pieces that are missing or no numbers are
+/// 0. Day of week and milliseconds stay 0.
 SYSTEMTIME CalendarTime(std::wstring_view text);
 
 }  // namespace kv

@@ -1,7 +1,5 @@
 #include "crs/CoordinateSystemTransformer.h"
 
-#include <gdal.h>
-
 #include <cmath>
 
 #include "crs/GeodeticData.h"
@@ -45,11 +43,8 @@ bool AllFinite(const double* x, const double* y, const double* z, int count) {
 
 CoordinateSystemTransformer::CoordinateSystemTransformer() {
   const kv::QuietErrors quiet;
-  GDALAllRegister();
   dataRoot_ = kv::GeodeticDataRoot();
-  kv::SetUpGdal(dataRoot_);
-  projSearchPath_ = kv::GeodeticPath(kv::ProjFolder(dataRoot_));
-  kv::SetProjSearchPath(projSearchPath_);
+  projSearchPath_ = kv::SetUpGeodeticData(dataRoot_);
 }
 
 int CoordinateSystemTransformer::Done() {

@@ -30,7 +30,8 @@ class CoordinateSystemTransformer {
   CoordinateSystemTransformer();
 
   /// The same system with a geoid grid from the lookup file, where its heights need one and name none that exists.
-  /// @return `wkt` unchanged when nothing needs to be attached, or when it is no coordinate system
+  /// @return `wkt` unchanged when heights need no grid or have one, or when it is no coordinate system; else the
+  ///         system's WKT written anew, also when the lookup file has no grid for it
   std::wstring PrepareVerticalWkt(const std::wstring& wkt) const;
 
   /// Sets both systems and makes the transformation.

@@ -3,7 +3,7 @@
 #include <ogr_spatialref.h>
 #include <proj.h>
 
-#include <memory>
+#include <algorithm>
 #include <string>
 
 #include "KVUtilities.h"
@@ -17,15 +17,18 @@
 
 namespace {
 
-constexpr const wchar_t* kNoSystem = L"This is no coordinate system.";
+constexpr const wchar_t* kNoSystem = L"This is no coordinate system with a horizontal part.";
+constexpr const wchar_t* kNoData = L"There is no proj.db in ";  // and the folder
 constexpr const wchar_t* kUnexpectedError = L"Unexpected error describing coordinate systems.";
 
 CStringW Text(const std::string& utf8) { return kv::WideFromUtf8(utf8).c_str(); }
 
-// Codes of a registry: letters, a colon, a digit. WKT has a bracket before any colon.
+// Codes of a registry: letters, a colon, a digit.
 bool IsCode(const std::string& definition) {
-  const std::size_t colon = definition.find(':');
-  return colon != std::string::npos && definition.find_first_of("[(") > colon;
+  const auto isLetter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
+  const auto colon = std::find_if_not(definition.begin(), definition.end(), isLetter);
+  return colon != definition.end() && *colon == ':' && colon + 1 != definition.end() && colon[1] >= '0' &&
+         colon[1] <= '9';
 }
 
 OGRErr Import(const std::string& definition, OGRSpatialReference& system) {
@@ -34,17 +37,20 @@ OGRErr Import(const std::string& definition, OGRSpatialReference& system) {
   return system.SetFromUserInput(definition.c_str(), OGRSpatialReference::SET_FROM_USER_INPUT_LIMITATIONS_get());
 }
 
+// Asked of GDAL's own rule for maps: at the poles both axes may point north, and the first one is the easting.
 bool IsNorthingFirst(const OGRSpatialReference& system) {
-  OGRAxisOrientation first = OAO_Other;
-  system.GetAxis(nullptr, 0, &first);
-  return system.IsProjected() && (first == OAO_North || first == OAO_South);
+  OGRSpatialReference forMaps(system);
+  forMaps.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+  return system.IsProjected() && forMaps.GetDataAxisToSRSAxisMapping().front() == 2;
 }
+
+bool HasHorizontalPart(const OGRSpatialReference& system) { return !system.IsVertical() || kv::IsCompound(system); }
 
 std::string EsriWkt(const OGRSpatialReference& system) {
   OGRSpatialReference horizontal(system);
   horizontal.StripVertical();
   std::string wkt;
-  kv::ExportWkt(horizontal, "WKT1_ESRI", wkt);
+  kv::ExportWkt(horizontal, kv::kEsriWkt, wkt);
   if (wkt.empty()) kv::ExportWkt(system, wkt);
   return wkt;
 }
@@ -69,6 +75,11 @@ tagKVCoordinateSystem Describe(OGRSpatialReference& system, const CoordinateSyst
 
 tagKVCoordinateSystem KVUtilities::DescribeCoordinateSystem(std::wstring definition, std::wstring& error) try {
   error.clear();
+  const std::wstring projFolder = kv::ProjFolder(kv::GeodeticDataRoot());
+  if (!kv::PathExists(projFolder + L"\\proj.db")) {
+    error = kNoData + projFolder;
+    return {};
+  }
   const CoordinateSystemTransformer transformer;
   const kv::QuietErrors quiet;
   OGRSpatialReference system;
@@ -78,7 +89,8 @@ tagKVCoordinateSystem KVUtilities::DescribeCoordinateSystem(std::wstring definit
     // Looked up as the POS scanner does it, whose rule for names differs from that of the last check.
     const std::wstring prepared = transformer.PrepareVerticalWkt(kv::WideFromUtf8(wkt));
     OGRSpatialReference used;
-    if (kv::ImportWkt(kv::Utf8FromWide(prepared), used) == OGRERR_NONE) return Describe(used, transformer);
+    const bool isSystem = kv::ImportWkt(kv::Utf8FromWide(prepared), used) == OGRERR_NONE;
+    if (isSystem && HasHorizontalPart(used)) return Describe(used, transformer);
   }
   error = kNoSystem;
   return {};

@@ -5,6 +5,8 @@
 #include <ogr_srs_api.h>
 #include <proj.h>
 
+#include <mutex>
+
 #include "platform/Environment.h"
 #include "platform/FileNames.h"
 
@@ -13,6 +15,17 @@ namespace {
 
 constexpr std::size_t kLongestRoot = 259;
 constexpr const wchar_t* kProductFolder = L"\\Norvane\\";
+
+void SetProjSearchPath(const std::string& path) {
+  static std::string inForce;
+  const char* const paths[] = {path.c_str(), nullptr};
+  // Other threads copy the default context when they make their own, and PROJ takes no lock for that: it is touched
+  // only when there is something to change.
+  if (path != inForce) proj_context_set_search_paths(PJ_DEFAULT_CTX, 1, paths);
+  inForce = path;
+  // GDAL's contexts are its own: they would follow only in a thread that has not used GDAL yet.
+  OSRSetPROJSearchPaths(paths);
+}
 
 }  // namespace
 
@@ -32,18 +45,17 @@ std::wstring GeoidLookupFile(const std::wstring& dataRoot) {
 
 std::string GeodeticPath(const std::wstring& path) { return Utf8FromWide(WidePath(NativePath(path))); }
 
-void SetUpGdal(const std::wstring& dataRoot) {
+std::string SetUpGeodeticData(const std::wstring& dataRoot) {
+  static std::mutex oneAtATime;
+  const std::lock_guard lock(oneAtATime);
+  std::string projFolder = GeodeticPath(ProjFolder(dataRoot));
+  GDALAllRegister();
   CPLSetConfigOption("GDAL_FIX_ESRI_WKT", "YES");
   CPLSetConfigOption("GDAL_DATA", GeodeticPath(dataRoot + L"gdal-data").c_str());
-  CPLSetConfigOption("PROJ_LIB", GeodeticPath(ProjFolder(dataRoot)).c_str());
+  CPLSetConfigOption("PROJ_LIB", projFolder.c_str());
   CPLSetConfigOption("OSR_WKT_FORMAT", "WKT1");
-}
-
-void SetProjSearchPath(const std::string& path) {
-  const char* const paths[] = {path.c_str(), nullptr};
-  proj_context_set_search_paths(PJ_DEFAULT_CTX, 1, paths);
-  // GDAL's contexts are its own: they would follow only in a thread that has not used GDAL yet.
-  OSRSetPROJSearchPaths(paths);
+  SetProjSearchPath(projFolder);
+  return projFolder;
 }
 
 }  // namespace kv

@@ -2,8 +2,8 @@
 
 #include <string>
 
-/// Where the data of GDAL and PROJ lie, see docs/geodetic-data.md. Paths are written with backslashes; the functions that
-/// hand them to a system, GDAL or PROJ give them the system's own separators.
+/// Where the data of GDAL and PROJ lie, see docs/geodetic-data.md. Paths are written with backslashes; the functions
+/// that hand them to a system, GDAL or PROJ give them the system's own separators.
 namespace kv {
 
 /// The folder that holds "gdal-data" and "share\proj", with a backslash at its end; empty when none is known.
@@ -18,10 +18,9 @@ std::wstring GeoidLookupFile(const std::wstring& dataRoot);
 /// A path as GDAL and PROJ take it, UTF-8.
 std::string GeodeticPath(const std::wstring& path);
 
-/// Registers GDAL's drivers and gives GDAL its folders and options. Process-wide.
-void SetUpGdal(const std::wstring& dataRoot);
-
-/// Makes a folder the only one where PROJ, also below GDAL, looks for data. Process-wide.
-void SetProjSearchPath(const std::string& path);
+/// Registers GDAL's drivers, gives GDAL its folders and options, and makes a folder the only one where PROJ, also below
+/// GDAL, looks for data. All of it holds for the whole process; one thread at a time does it.
+/// @return the folder of PROJ
+std::string SetUpGeodeticData(const std::wstring& dataRoot);
 
 }  // namespace kv

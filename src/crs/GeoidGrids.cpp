@@ -68,7 +68,8 @@ bool NamedGridExists(const OGRSpatialReference& system, const std::wstring& data
 }
 
 void NameGrid(const std::string& grid, OGRSpatialReference& system) {
-  system.SetExtension(kVerticalDatum, kGridExtension, grid.c_str());
+  // PROJ opens it by this name.
+  system.SetExtension(kVerticalDatum, kGridExtension, GeodeticPath(WideFromUtf8(grid)).c_str());
 }
 
 }  // namespace kv

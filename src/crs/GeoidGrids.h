@@ -8,12 +8,12 @@
 #include "crs/GeodeticData.h"
 #include "platform/TextStream.h"
 
-/// Geoid grids of orthometric heights: a vertical datum names its grid in GDAL's extension PROJ4_GRIDS, and a lookup file
-/// has names for those that do not.
+/// Geoid grids of orthometric heights: a vertical datum names its grid in GDAL's extension PROJ4_GRIDS, and a lookup
+/// file has names for those that do not.
 namespace kv {
 
-/// The name by which the lookup file knows a compound system's heights: what follows the first "+" of its name, without a
-/// last part in parentheses. Empty for a system without a name.
+/// The name by which the lookup file knows a compound system's heights: what follows the first "+" of its name, without
+/// a last part in parentheses. Empty for a system without a name.
 std::string LookupKey(const OGRSpatialReference& system);
 
 /// The name by which the heights of two systems are compared, and by which a system's grid is found before a
@@ -43,11 +43,11 @@ std::string FirstGrid(const OGRSpatialReference& system);
 /// Whether a grid lies in PROJ's folder.
 bool GridExists(std::string_view grid, const std::wstring& dataRoot);
 
-/// Whether the first grid that the vertical datum names lies in PROJ's folder. A name with an at-sign, the mark of a grid
-/// that may be missing, keeps it and so is not found, on purpose: heights must not change in silence.
+/// Whether the first grid that the vertical datum names lies in PROJ's folder. A name with an at-sign, the mark of a
+/// grid that may be missing, keeps it and so is not found, on purpose: heights must not change in silence.
 bool NamedGridExists(const OGRSpatialReference& system, const std::wstring& dataRoot);
 
-/// Makes the vertical datum name a grid.
+/// Makes the vertical datum name a grid; a folder in the name may be separated by a backslash.
 void NameGrid(const std::string& grid, OGRSpatialReference& system);
 
 }  // namespace kv

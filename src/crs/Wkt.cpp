@@ -14,8 +14,10 @@ struct FreeText {
   void operator()(char* text) const noexcept { CPLFree(text); }
 };
 
+constexpr std::string_view kBlanks = " \t\n\v\f\r";
+
 bool IsEsriDialect(const std::string& wkt) {
-  constexpr std::string_view kBlanks = " \t\n\v\f\r", kDatum = "DATUM[\"", kEsriPrefix = "D_";
+  constexpr std::string_view kDatum = "DATUM[\"", kEsriPrefix = "D_";
   std::string packed;
   for (const char c : wkt) {
     if (kBlanks.find(c) == std::string_view::npos) packed += c;
@@ -28,7 +30,8 @@ bool IsEsriDialect(const std::string& wkt) {
 
 OGRErr ImportWkt(const std::string& wkt, OGRSpatialReference& system) {
   if (!IsEsriDialect(wkt)) return system.importFromWkt(wkt.c_str());
-  std::string line = wkt;
+  // Files begin with blank lines at times, which WKT may and this reader may not.
+  std::string line = wkt.substr(wkt.find_first_not_of(kBlanks));
   char* lines[] = {line.data(), nullptr};
   return system.importFromESRI(lines);
 }

@@ -22,8 +22,8 @@ constexpr const wchar_t* kNoEvents = L"Compute Exposure Stations Failed:  System
 constexpr const wchar_t* kUnexpectedError = L"Compute Exposure Stations Failed:  Unexpected error occurred.";
 
 // The camera events that no station has taken yet. They stand in groups of one time, in sequence order inside a group;
-// groups that still have events are linked in the order of time. Only the first of a group is ever taken: as the visited
-// event, because no earlier one is open, or as a partner, because it is the earliest of its difference.
+// groups that still have events are linked in the order of time. Only the first of a group is ever taken: as the
+// visited event, because no earlier one is open, or as a partner, because it is the earliest of its difference.
 class OpenEvents {
  public:
   struct Nearest {

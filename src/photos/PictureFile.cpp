@@ -21,8 +21,8 @@ constexpr std::string_view kStartOfJpeg = "\xFF\xD8\xFF"sv;
 constexpr std::string_view kEndOfJpeg = "\xFF\xD9"sv;
 constexpr int kMarker = 0xFF, kStartOfScan = 0xDA;
 
-// The kinds that OpenCV encodes in memory. Others go through a file in the temporary folder, and when that is full, what
-// comes back is cut off without a word; what is not in this list is only checked once more.
+// The kinds that OpenCV encodes in memory. Others go through a file in the temporary folder, and when that is full,
+// what comes back is cut off without a word; what is not in this list is only checked once more.
 constexpr std::string_view kEncodedInMemory[] = {".jpg", ".JPG",  ".jpeg", ".JPEG", ".png",
                                                  ".tif", ".tiff", ".bmp",  ".webp"};
 
@@ -36,8 +36,8 @@ std::string ReadAt(std::FILE* file, std::uint64_t offset, std::uint64_t count) {
   return bytes;
 }
 
-// Moves to the pixels of a JPEG, behind its leading segments, each a two-byte marker and a length that counts itself. One
-// of them may hold a preview, a whole JPEG with an end of its own.
+// Moves to the pixels of a JPEG, behind its leading segments, each a two-byte marker and a length that counts itself.
+// One of them may hold a preview, a whole JPEG with an end of its own.
 void SkipSegments(std::FILE* file) {
   bool isMarker = false;
   for (int byte; (byte = std::getc(file)) != EOF;) {

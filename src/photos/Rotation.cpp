@@ -61,8 +61,8 @@ bool KVUtilities::RotateCameraImages(std::vector<tagKVSystemEvent>& events, int 
   error.clear();
   cv::setUseOptimized(true);
   for (const tagKVSystemEvent& event : events) {
-    // The number itself counts, on purpose: elsewhere every number but 1 is camera 2, and a third camera's photos must not
-    // turn with the second's.
+    // The number itself counts, on purpose: elsewhere every number but 1 is camera 2, and a third camera's photos must
+    // not turn with the second's.
     if (event.Type != kv::kCameraEvent || event.CameraID != cameraNumber) continue;
     // A photo that fails stays as it is, and the next one empties `error`, on purpose.
     RotateImage(event.PhotoPath.GetString(), angleDegrees, error);

@@ -50,8 +50,8 @@ struct RowTriple {
   }
 };
 
-// A fixed number of pixels, none at the picture's left or right edge, in a form that compilers turn into vector code: the
-// products of 16-bit numbers.
+// A fixed number of pixels, none at the picture's left or right edge, in a form that compilers turn into vector code:
+// the products of 16-bit numbers.
 void AddBlock(const RowTriple& rows, int first, LaplacianSums& sums) {
   const std::uint8_t* above = rows.above + first;
   const std::uint8_t* left = rows.row + first - 1;
@@ -92,7 +92,8 @@ class GreyBand {
   explicit GreyBand(const cv::Mat& picture)
       : picture_(picture), grey_(kv::SharpnessBandRows(picture.cols) + 2, picture.cols, CV_8UC1) {}
 
-  /// Holds the rows [first, end) from now on, with the row above and the row below; bands follow each other without gap.
+  /// Holds the rows [first, end) from now on, with the row above and the row below; bands follow each other without
+  /// gap.
   void MoveTo(int first, int end) {
     const int shared = first == 0 ? 0 : 2;
     if (shared > 0) {

@@ -12,8 +12,8 @@ namespace kv {
 /// bytes that Windows-1252 leaves unassigned become the control characters of the same value.
 void WidenAnsi(std::string_view narrow, std::wstring& wide);
 
-/// Writes as many bytes of the text as there is room for. A character that the code page lacks becomes "?", without a look
-/// for a similar one.
+/// Writes as many bytes of the text as there is room for. A character that the code page lacks becomes "?", without a
+/// look for a similar one.
 /// @return the number of bytes written
 std::size_t NarrowAnsi(std::wstring_view wide, std::span<char> narrow);
 

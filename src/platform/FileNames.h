@@ -57,10 +57,12 @@ bool IsSameFile(std::wstring_view a, std::wstring_view b);
 /// @return false when there was nothing to remove or it could not be removed
 bool RemoveFile(std::wstring_view path);
 
-/// Replaces what a file holds in one step: the new content is written beside it, flushed to the disk and renamed over it.
-/// Permissions stay, and the owner where the system allows it. A link stays, and the file that it names is replaced.
-/// @return false when the file is missing or write-protected, or its folder takes no new file; the file is as it was then,
-///         and nothing is left beside it. A process that is killed may leave a ".kvutilities-<number>.tmp" in the folder.
+/// Replaces what a file holds in one step: the new content is written beside it, flushed to the disk and renamed over
+/// it. Permissions stay, and the owner where the system allows it. A link stays, and the file that it names is
+/// replaced.
+/// @return false when the file is missing or write-protected, or its folder takes no new file; the file is as it was
+///         then, and nothing is left beside it. A process that is killed may leave a ".kvutilities-<number>.tmp" in the
+///         folder.
 bool ReplaceFileContent(std::wstring_view path, std::span<const unsigned char> content);
 
 /// Hands what was written to the disk itself, where it outlives a power cut.

@@ -5,8 +5,8 @@
 namespace kv {
 
 bool LocalCalendar::Normalise(SYSTEMTIME& time) {
-  // Since 1970 the clocks of every zone have changed at whole minutes.
-  constexpr int kFirstYearOfWholeMinutes = 1971, kLastYear = 2099;
+  // Liberia was the last to change its clocks by a part of a minute, in January 1972.
+  constexpr int kFirstYearOfWholeMinutes = 1973, kLastYear = 2099;
   if (time.wYear < kFirstYearOfWholeMinutes || time.wYear > kLastYear || time.wSecond > 59) {
     return NormaliseInLocalCalendar(time);
   }

@@ -16,8 +16,8 @@ class TextStream {
   explicit TextStream(std::wstring_view path);
 
   /// @param line     receives the next line without its end; valid until the next call
-  /// @param longest  bytes that a line may have; a longer one ends the file, as it ends a stream that reads into a buffer of
-  ///                 one character more
+  /// @param longest  bytes that a line may have; a longer one ends the file, as it ends a stream that reads into a
+  ///                 buffer of one character more
   /// @return         false at the end
   bool ReadLine(std::string_view& line, std::size_t longest = std::string_view::npos);
 

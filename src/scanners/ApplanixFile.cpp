@@ -209,7 +209,7 @@ class Rows {
         kv::FieldText(std::to_wstring(week), events_.empty() ? CStringW() : events_.back().GpsWeekText);
     double adjGpsSeconds = 0.0;
     TimeConverter::GPSWkSecsToAdjGPSSecs(week, seconds, adjGpsSeconds);
-    kv::SetPosTime(adjGpsSeconds, calendar_, *event);
+    clock_.SetTime(adjGpsSeconds, *event);
     event->Extra1 = datum_;
     event->Extra2 = projection_;
     event->Extra3 = kind_;
@@ -226,7 +226,7 @@ class Rows {
   Layout layout_;
   WeekStart start_;
   CStringW datum_, projection_, kind_ = kKind;
-  kv::LocalCalendar calendar_;
+  kv::PosClock clock_;
   const Event none_;
   std::vector<Event> events_;
   std::size_t skipped_ = 0;

@@ -42,8 +42,8 @@ inline std::span<std::wstring_view> Tokenise(std::wstring_view line, Delimiters 
   return tokens.first(count);
 }
 
-/// Reads a field file: calls `read` with every line in code-page text, which lives until the call returns. A `read` that
-/// gives false ends the file.
+/// Reads a field file: calls `read` with every line in code-page text, which lives until the call returns. A `read`
+/// that gives false ends the file.
 template <class Read>
 void ForEachLine(std::wstring_view path, Read read) {
   TextStream file(path);
@@ -65,7 +65,8 @@ void ForEachLine(std::wstring_view path, Delimiters delimiters, Read read) {
   ForEachLine(path, [&](std::wstring_view line) { return read(Tokenise(line, delimiters, tokens)); });
 }
 
-/// A record's text. Where fields repeat from line to line, pass that of the record before: equal texts share one buffer.
+/// A record's text. Where fields repeat from line to line, pass that of the record before: equal texts share one
+/// buffer.
 inline CStringW FieldText(std::wstring_view text, const CStringW& earlier = {}) {
   if (text == std::wstring_view(earlier.GetString(), static_cast<std::size_t>(earlier.GetLength()))) return earlier;
   return CStringW(text.data(), static_cast<int>(text.size()));
@@ -74,8 +75,8 @@ inline CStringW FieldText(std::wstring_view text, const CStringW& earlier = {}) 
 /// The longest line of a bounded field file, in characters.
 inline constexpr std::size_t kLongestBoundedLine = 1023;
 
-/// Reads a bounded field file, whose bytes are one character each, not the code page's: calls `read` with every line and
-/// with all its tokens. A line that is too long ends the file.
+/// Reads a bounded field file, whose bytes are one character each, not the code page's: calls `read` with every line
+/// and with all its tokens. A line that is too long ends the file.
 template <class Read>
 void ForEachBoundedLine(std::wstring_view path, Delimiters delimiters, Read read) {
   TextStream file(path);

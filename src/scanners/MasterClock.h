@@ -17,8 +17,9 @@ inline constexpr std::int64_t kLargestCameraNumber = 10;
 class HeartbeatReader {
  public:
   /// @param text  hhmmssDDMMYY
-  /// @return      nothing for a text that is no whole number above 10 of 12 characters; else the UTC time, taken through the local calendar and back: day 31 of a month of 30 becomes the first of the
-  ///              next month, and a time that the machine's daylight-saving change skips moves with it
+  /// @return      nothing for a text that is no whole number above 10 of 12 characters; else the UTC time, taken
+  ///              through the local calendar and back: day 31 of a month of 30 becomes the first of the next month, and
+  ///              a time that the machine's daylight-saving change skips moves with it
   /// @throws      std::out_of_range when a value is outside the calendar's ranges
   std::optional<FILETIME> Read(std::wstring_view text);
 

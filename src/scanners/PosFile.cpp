@@ -40,7 +40,7 @@ constexpr CStringW Event::*kKeptTexts[] = {&Event::Token6,  &Event::Token7,  &Ev
 static_assert(kFirstKeptToken + std::size(kKeptTexts) == kSampleTokens);
 
 // Reads what the tokens say; the target coordinates are still missing. Nothing for a line that is no sample.
-std::optional<Event> ReadSample(Tokens tokens, kv::LocalCalendar& calendar, const Event& earlier) {
+std::optional<Event> ReadSample(Tokens tokens, kv::PosClock& clock, const Event& earlier) {
   if (tokens.size() < kSampleTokens || tokens[0] == L"%") return {};
   const auto week = kv::WholeInteger32(tokens[0]);
   const auto seconds = kv::WholeDouble(tokens[1]);
@@ -63,7 +63,7 @@ std::optional<Event> ReadSample(Tokens tokens, kv::LocalCalendar& calendar, cons
   }
   double adjGpsSeconds = 0.0;
   TimeConverter::GPSWkSecsToAdjGPSSecs(*week, *seconds, adjGpsSeconds);
-  kv::SetPosTime(adjGpsSeconds, calendar, event);
+  clock.SetTime(adjGpsSeconds, event);
   return event;
 }
 
@@ -81,17 +81,18 @@ std::vector<tagKVPosEvent> KVUtilities::ScanKVPosFile(std::wstring posFilePath, 
   error.clear();
   TimeConverter::Init();
   CoordinateSystemTransformer transformer;
+  const std::wstring source = transformer.PrepareVerticalWkt(kSourceWkt);
+  const std::wstring target = transformer.PrepareVerticalWkt(targetWkt);
   std::wstring message;
-  if (transformer.Setup(transformer.PrepareVerticalWkt(kSourceWkt), transformer.PrepareVerticalWkt(targetWkt),
-                        message) != CoordinateSystemTransformer::kOk) {
+  if (transformer.Setup(source, target, message) != CoordinateSystemTransformer::kOk) {
     error = MHwchar(kSetUpFailed) + message;
     return {};
   }
   std::vector<Event> events;
   const Event none;
-  kv::LocalCalendar calendar;
+  kv::PosClock clock;
   kv::ForEachLine<kSampleTokens>(posFilePath, kv::Delimiters("\t "), [&](Tokens tokens) {
-    auto event = ReadSample(tokens, calendar, events.empty() ? none : events.back());
+    auto event = ReadSample(tokens, clock, events.empty() ? none : events.back());
     if (!event) return true;
     if (!Transform(transformer, *event)) {
       transformer.GetLastMessage(message);

@@ -8,13 +8,17 @@
 #include "conversions/TimeConverter.h"
 #include "conversions/TimeStamps.h"
 
-void kv::SetPosTime(double adjGpsSeconds, LocalCalendar& calendar, tagKVPosEvent& sample) {
-  std::string utc;
-  TimeConverter::AdjGPSSecsToUTC(adjGpsSeconds, false, utc);
-  SYSTEMTIME second = CalendarTime(std::wstring(utc.begin(), utc.end()));
-  calendar.Normalise(second);
-  const double fraction = adjGpsSeconds - std::floor(adjGpsSeconds);
-  SetTime(AddTicks(FileTimeOrZero(second), SecondsToTicks(fraction)), sample);
+void kv::PosClock::SetTime(double adjGpsSeconds, tagKVPosEvent& sample) {
+  const double second = std::floor(adjGpsSeconds), fraction = adjGpsSeconds - second;
+  if (second_ != second) {
+    std::string utc;
+    TimeConverter::AdjGPSSecsToUTC(adjGpsSeconds, false, utc);
+    SYSTEMTIME time = CalendarTime(std::wstring(utc.begin(), utc.end()));
+    calendar_.Normalise(time);
+    second_ = second;
+    time_ = FileTimeOrZero(time);
+  }
+  kv::SetTime(AddTicks(time_, SecondsToTicks(fraction)), sample);
   if (!std::isfinite(fraction)) return;
   sample.SystemTimeUTC.wMilliseconds = static_cast<std::uint16_t>(std::lround(fraction * 1000));
 }

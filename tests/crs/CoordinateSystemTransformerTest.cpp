@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 #include <string>
+#include <thread>
 
 #include "crs/Wkt.h"
 #include "platform/FileNames.h"
@@ -45,6 +46,7 @@ class TransformerTest : public testing::Test {
 
 TEST_F(TransformerTest, SetUpSaysWhyTwoSystemsDoNotCombine) {
   const std::string kUnlisted = OnUtm33("X + Unlisted", 2005);
+  const std::string kHeightsAlone = R"(VERT_CS["Height",VERT_DATUM["Mean sea",2005],UNIT["metre",1],AXIS["Up",UP]])";
   const std::wstring kNoTargetGrid = L"Missing geoid file for target vertical coordinate system.";
   struct {
     const char* description;
@@ -56,6 +58,8 @@ TEST_F(TransformerTest, SetUpSaysWhyTwoSystemsDoNotCombine) {
       {"heights only on the source", kSource, kUtm33, 0, L""},
       {"three axes, not compound", kSource, kGeographicWkt2, 0, L""},
       {"ellipsoidal heights of a projected system", kSource, OnUtm33("X + Ellipsoid", 2002), 0, L""},
+      {"heights alone count as ellipsoidal", kSource, kHeightsAlone, 0, L""},
+      {"blanks before ESRI's dialect", kSource, "\n " + kEsriGeographic, 0, L""},
       {"no text of a system", "this is not wkt", kUtm33, -102,
        L"Failed to set source coordinate system from WKT.\nGDAL importFromWkt() returned 5."},
       {"target likewise", kSource, "", -102,
@@ -165,6 +169,20 @@ TEST_F(TransformerTest, SlotsFillAndEmptyOneByOne) {
   expect(transformer.CreateTransformer(), -105, L"The target coordinate system has not been set.");
   expect(transformer.SetCoordinateSystem(1, kGeographic), 0, L"OK");
   expect(transformer.Transform(&x, &y, &z, 1), -109, L"The coordinate transformer has not be set up.");
+}
+
+TEST_F(TransformerTest, ThreadsSetUpBesideEachOther) {
+  const auto transform = [] {
+    for (int i = 0; i < 25; ++i) {
+      Transformer transformer;
+      std::wstring error;
+      double x = 15.5, y = 48.25, z = 300;
+      SetUpPair(transformer, kSource, OnUtm33("X + Listed", 2005), error);
+      if (transformer.Transform(&x, &y, &z, 1) != 0 || std::abs(z - 290) > 1e-6) ADD_FAILURE() << z;
+    }
+  };
+  std::thread others[] = {std::thread(transform), std::thread(transform), std::thread(transform)};
+  for (std::thread& other : others) other.join();
 }
 
 TEST_F(TransformerTest, GridsAreAttachedWhereHeightsNeedThem) {

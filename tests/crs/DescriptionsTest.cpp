@@ -24,11 +24,15 @@ TEST(Descriptions, ASystemIsDescribedByCodeOrText) {
       {L"EPSG:4979", L"WGS 84", true},
       {L"EPSG:31468", L"DHDN / 3-degree Gauss-Kruger zone 4", false, true, false, L"", kBessel},
       {L"EPSG:3035+5773", L"ETRS89-extended / LAEA Europe + EGM96 height", false, true, true, L"egm96_15.gtx"},
+      {L"EPSG:3031", L"WGS 84 / Antarctic Polar Stereographic"},  // both axes point north, the first one is the easting
+      {L"EPSG:32661", L"WGS 84 / UPS North (N,E)", false, true},
       {L"EPSG:25832+7837", L"ETRS89 / UTM zone 32N + DHHN2016 height", false, false, true},
       {L"GEOGCS[\"GCS_WGS_1984\",DATUM[\"D_WGS_1984\",SPHEROID[\"WGS_1984\",6378137.0,298.257223563]],"
        L"PRIMEM[\"Greenwich\",0.0],UNIT[\"Degree\",0.0174532925199433]]",
        L"WGS 84", true},
       {L"EPSG:99999999", L""},
+      {L"EPSG:5773", L""},  // heights alone
+      {L"+proj=utm +zone=33 +nadgrids=a:b", L""},
       {L"EPSG:", L""},
       {L"no system", L""},
       {L"", L""},
@@ -39,7 +43,7 @@ TEST(Descriptions, ASystemIsDescribedByCodeOrText) {
     std::wstring error = L"left over";
     const tagKVCoordinateSystem system = KVUtilities::DescribeCoordinateSystem(row.definition, error);
     const std::string narrow = kv::Utf8FromWide(row.definition);
-    EXPECT_EQ(error, row.name.empty() ? L"This is no coordinate system." : L"");
+    EXPECT_EQ(error, row.name.empty() ? L"This is no coordinate system with a horizontal part." : L"");
     EXPECT_EQ(std::wstring(system.Name), row.name) << narrow;
     EXPECT_EQ(system.Wkt.IsEmpty(), row.name.empty());
     if (row.name.empty()) continue;
@@ -52,6 +56,14 @@ TEST(Descriptions, ASystemIsDescribedByCodeOrText) {
     EXPECT_TRUE(esri.starts_with(L"PROJCS[") || esri.starts_with(L"GEOGCS[")) << narrow;
     EXPECT_NE(esri.find(L"DATUM[\"D_"), std::wstring::npos) << narrow;
   }
+}
+
+TEST(Descriptions, MissingDataAreNotTheDefinitionsFault) {
+  const TempFolder folder;
+  const ScopedVariable root("MAPHUB_CONFIG_FILES_PATH", folder.Path().c_str());
+  std::wstring error;
+  EXPECT_TRUE(KVUtilities::DescribeCoordinateSystem(L"EPSG:2985", error).Wkt.IsEmpty());
+  EXPECT_EQ(error, L"There is no proj.db in " + folder.Wide() + L"\\Norvane\\share\\proj");
 }
 
 TEST(Descriptions, TheDataInUseAreToldWithTheirGrids) {

@@ -90,6 +90,9 @@ TEST_F(PosFile, TimesAreUtcWithTheFractionToTheTick) {
       {"2200 118.9990234375", Calendar(2022, 3, 6, 0, 1, 40, 999), 9'990'234},
       {"2200 118.99951171875", Calendar(2022, 3, 6, 0, 1, 40, 1000), 9'995'117},  // kept, not carried
       {"2199 604918.5", Calendar(2022, 3, 6, 0, 1, 40, 500), 5'000'000},
+      {"-19777 0.5", Calendar(1601, 1, 1, 0, 0, 0, 500), 5'000'000},  // the year 1600 counts from zero
+      {"2147483647 0", Calendar(1601, 1, 1), 0},
+      {"2200 nan", {}, 4'775'808},           // 2^63 ticks
       {"1930 17", Calendar(2017, 1, 1), 0},  // the leap second before counts as the second after
   };
   for (const auto& [weekAndSeconds, utcTime, ticks] : rows) {
@@ -128,6 +131,23 @@ TEST_F(PosFile, APointThatCannotBeTransformedEndsTheScan) {
   Scan(lines + "2200 99 95 15 300" + kRest + "2200 100 48 15 300" + kRest, kUtm33);
   EXPECT_EQ(events.size(), 99u);
   EXPECT_EQ(error, L"Error transforming POS point to target SRS.Error reported during transform operation.");
+}
+
+// Public samples, where they are at hand: what is accepted was counted by hand.
+TEST_F(PosFile, SamplesAreReadWhole) {
+  struct {
+    const char* name;
+    std::size_t samples;
+  } const rows[] = {{"rtklibpy_old_rover.pos", 63},
+                    {"rtklibpy_py_0315f.pos", 4521},
+                    {"ginav_tokyo3530_PPK.pos", 1059},
+                    {"matrtklib_static_rover_rtk.pos", 0},
+                    {"graphgnss_test_head200.pos", 0}};
+  for (const auto& [name, samples] : rows) {
+    const std::filesystem::path path = std::filesystem::path(SAMPLES_FOLDER) / "pos" / name;
+    if (!std::filesystem::exists(path)) GTEST_SKIP() << "no samples here";
+    EXPECT_EQ(KVUtilities::ScanKVPosFile(kv::WidePath(path), kv::WideFromUtf8(kGeographic), error).size(), samples);
+  }
 }
 
 TEST_F(PosFile, AMissingFileIsNoErrorAndAnUnusableTargetIs) {
