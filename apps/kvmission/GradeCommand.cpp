@@ -37,7 +37,7 @@ std::string CsvField(const std::string& text) {
 void PrintCsv(const std::vector<std::string>& photos, const std::vector<Grade>& grades) {
   fmt::print("path,sharpness\n");
   for (std::size_t i = 0; i < photos.size(); ++i) {
-    if (grades[i].complaint.empty()) fmt::print("{},{}\n", CsvField(photos[i]), grades[i].sharpness);
+    if (grades[i].complaint.empty()) fmt::print("{},{}\n", CsvField(PathForOutput(photos[i])), grades[i].sharpness);
   }
 }
 

@@ -3,7 +3,10 @@
 #include <CLI/Formatter.hpp>
 
 #include <cstdio>
+#include <exception>
+#include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,7 +14,9 @@
 #include "Failure.h"
 #include "Interrupt.h"
 #include "Log.h"
+#include "System.h"
 #include "field/Numbers.h"
+#include "info/GeodeticReport.h"
 #include "info/InfoReport.h"
 #include "run/Settings.h"
 
@@ -24,20 +29,38 @@ struct InfoOptions {
   bool json = false;
 };
 
-/// A file that cannot be read does not keep the others from being described.
+/// A file that cannot be described does not keep the others from it.
+std::optional<Json> Describe(const std::string& file, double maxGap) {
+  try {
+    return DescribeFile(file, maxGap);
+  } catch (const Failure& failure) {
+    if (failure.Code() == ExitCode::Interrupted) throw;
+    SayError(failure.what());
+  } catch (const std::exception& fault) {
+    SayError(fmt::format("{}: {}", Utf8(std::filesystem::path(file)), fault.what()));
+  }
+  return std::nullopt;
+}
+
+ExitCode InformOfGeodeticData(bool asJson) {
+  const Json data = DescribeGeodeticData();
+  fmt::print("{}", asJson ? Written(Json::array({data})) : GeodeticText(data));
+  return ExitCode::Good;
+}
+
 ExitCode Inform(const InfoOptions& options) {
   CatchInterrupts();
+  if (options.files.empty()) return InformOfGeodeticData(options.json);
   ExitCode code = ExitCode::Good;
   Json all = Json::array();
   for (const auto& file : options.files) {
-    try {
-      Json description = DescribeFile(file, options.maxGap);
-      if (!options.json) fmt::print("{}", DescriptionText(description));
-      all.push_back(std::move(description));
-    } catch (const Failure& failure) {
-      if (failure.Code() == ExitCode::Interrupted) throw;
-      SayError(failure.what());
+    auto description = Describe(file, options.maxGap);
+    if (!description) {
       code = ExitCode::Failed;
+    } else if (options.json) {
+      all.push_back(std::move(*description));
+    } else {
+      fmt::print("{}", DescriptionText(*description));
     }
   }
   if (options.json) fmt::print("{}", Written(all));
@@ -51,7 +74,8 @@ void AddInfoCommand(CLI::App& app, int& exitCode) {
   using namespace kv::mission;
   CLI::App& command = *app.add_subcommand("info", "Say what files are and hold");
   const auto options = std::make_shared<InfoOptions>();
-  command.add_option("FILE", options->files, "logs, event files, photos, Shapefiles")->required();
+  command.add_option("FILE", options->files,
+                     "logs, event files, POS files, photos, Shapefiles; none: the geodetic data in use");
   const auto storeGap = [options](const std::string& text) {
     const auto seconds = Decimal(text);
     if (!seconds || *seconds <= 0) throw CLI::ValidationError("--max-gap", "must be a positive number of seconds");

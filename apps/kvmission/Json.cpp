@@ -45,6 +45,8 @@ Json JsonOf(const std::vector<ReadingRange>& readings) {
   return json;
 }
 
-std::string Written(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace) + '\n'; }
+std::string Written(const Json& json) {
+  return Visible(json.dump(2, ' ', false, Json::error_handler_t::replace), '\n') + '\n';
+}
 
 }  // namespace kv::mission

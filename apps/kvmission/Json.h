@@ -18,7 +18,7 @@ Json JsonOfLines(const NmeaCounts& counts);
 Json JsonOf(const std::vector<Gap>& gaps);
 Json JsonOf(const std::vector<ReadingRange>& readings);
 
-/// Indented, with a final line end; text that is no UTF-8 is replaced.
+/// Indented, with a final line end; text that is no UTF-8 is replaced, control characters are escaped.
 std::string Written(const Json& json);
 
 }  // namespace kv::mission

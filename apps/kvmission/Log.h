@@ -2,7 +2,10 @@
 
 #include <fmt/format.h>
 
+#include <filesystem>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -36,6 +39,16 @@ class Log {
 
 /// "1 photo", "2 photos"
 std::string Counted(std::size_t count, const char* noun);
+
+/// Text with its control characters written as \u001b is, so that a file's name does not steer the terminal.
+/// @param kept  a control character that stays
+std::string Visible(std::string_view text, std::optional<char> kept = {});
+
+/// A path as it is, for programs; on a terminal what people can read.
+std::string PathForOutput(const std::filesystem::path& path);
+
+/// Shows text on standard error, without a line end. Whether it gets there is nothing to stop for.
+void ShowText(const std::string& text);
 
 /// An error, which no verbosity silences.
 void SayError(const std::string& sentence);

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "Log.h"
+
 namespace kv::mission {
 namespace {
 
@@ -17,7 +19,7 @@ Progress::Progress(bool shown, std::string label, std::string unit)
     : shown_(shown), label_(std::move(label)), unit_(std::move(unit)) {}
 
 Progress::~Progress() {
-  if (lastDrawn_ != start_) std::fputs("\r\x1b[K", stderr);
+  if (lastDrawn_ != start_) ShowText("\r\x1b[K");
 }
 
 void Progress::Draw(std::uint64_t done, std::uint64_t total) {
@@ -31,7 +33,7 @@ void Progress::Draw(std::uint64_t done, std::uint64_t total) {
     line += fmt::format(" [{:<{}}] {:.0f} s left", std::string(static_cast<std::size_t>(share * kBarWidth), '#'),
                         static_cast<int>(kBarWidth), seconds / share - seconds);
   }
-  fmt::print(stderr, "{}\x1b[K", line);
+  ShowText(line + "\x1b[K");
 }
 
 }  // namespace kv::mission

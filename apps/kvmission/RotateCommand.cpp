@@ -2,13 +2,16 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "Commands.h"
@@ -34,12 +37,52 @@ struct RotateOptions {
   bool yes = false, quiet = false;
 };
 
+/// @return nothing when no backup is wanted
+std::optional<fs::path> BackupFolder(const RotateOptions& options) {
+  if (!options.backup) return std::nullopt;
+  return fs::path(*options.backup) / fmt::format("cam{}", options.camera);
+}
+
+/// In the mission's folder a backup would be the photos themselves, or a later run would take it for them.
+void RefuseBackupAmongPhotos(const RotateOptions& options, const fs::path& photos) {
+  std::error_code notThere;
+  if (options.backup && (options.backup->empty() || fs::equivalent(*options.backup, options.mission, notThere) ||
+                         fs::equivalent(*BackupFolder(options), photos, notThere)))
+    throw Failure(fmt::format("--backup \"{}\": a backup needs a folder apart from the photos", *options.backup),
+                  ExitCode::WrongUsage);
+}
+
+/// A photo is turned once, however many names in the folder lead to it: its own name stays, of links the first.
+std::vector<fs::path> EachOnce(const fs::path& folder, const std::vector<fs::path>& names, Log& log) {
+  const auto photoOf = [&](const fs::path& name) {
+    std::error_code unknown;
+    const fs::path photo = fs::canonical(folder / name, unknown);
+    return unknown ? folder / name : photo;
+  };
+  std::map<fs::path, fs::path> nameOf;
+  for (const bool links : {false, true}) {
+    for (const auto& name : names) {
+      if (fs::is_symlink(folder / name) == links) nameOf.try_emplace(photoOf(name), name);
+    }
+  }
+  std::vector<fs::path> once;
+  for (const auto& name : names) {
+    const fs::path& taken = nameOf.at(photoOf(name));
+    if (taken == name) {
+      once.push_back(name);
+    } else {
+      log.Warn("{}: skipped: it leads to the same photo as {}", Utf8(name), Utf8(taken));
+    }
+  }
+  return once;
+}
+
 /// Asks the user at the terminal.
 bool Agrees(const RotateOptions& options, std::size_t photos, const fs::path& folder) {
   if (!StandardInputIsTerminal())
     throw Failure("photos are rotated in place: --yes says that this is meant", ExitCode::WrongUsage);
-  fmt::print(stderr, "Rotate {} in {} in place by {} degrees{}? [y/N] ", Counted(photos, "photo"), Utf8(folder),
-             options.angle, options.backup ? "" : ", without a backup");
+  ShowText(fmt::format("Rotate {} in {} in place by {} degrees{}? [y/N] ", Counted(photos, "photo"),
+                       Visible(Utf8(folder)), options.angle, options.backup ? "" : ", without a backup"));
   std::string answer;
   std::getline(std::cin, answer);
   ThrowIfInterrupted();
@@ -49,29 +92,29 @@ bool Agrees(const RotateOptions& options, std::size_t photos, const fs::path& fo
 /// Photos in order of their names, so that an interrupt leaves those before one rotated and the others as they were.
 class Rotation {
  public:
-  explicit Rotation(const RotateOptions& options) : options_(options) {
-    if (options.backup) backup_ = fs::path(*options.backup) / fmt::format("cam{}", options.camera);
-  }
+  explicit Rotation(const RotateOptions& options) : options_(options), backup_(BackupFolder(options)) {}
 
   ExitCode Run(const fs::path& folder, const std::vector<fs::path>& names) {
-    for (const auto& name : names) {
-      if (Interrupted()) SayInterrupted(name, names.size());
-      ThrowIfInterrupted();
-      Rotate(folder, name, names.size());
+    try {
+      for (const auto& name : names) {
+        ThrowIfInterrupted();
+        Rotate(folder, name);
+      }
+    } catch (...) {
+      SayHowFar(names);
+      throw;
     }
     if (failed_ == 0) return ExitCode::Good;
     return done_ == 0 ? ExitCode::Failed : ExitCode::Unmatched;
   }
 
  private:
-  void Rotate(const fs::path& folder, const fs::path& name, std::size_t all) {
+  /// @throws only what ends the run
+  void Rotate(const fs::path& folder, const fs::path& name) {
     try {
       RotatePhoto(folder / name, options_.angle, backup_);
     } catch (const Failure& failure) {
-      if (failure.Code() == ExitCode::Interrupted) {
-        SayInterrupted(name, all);
-        throw;
-      }
+      if (failure.Code() == ExitCode::Interrupted) throw;
       Say(name, failure.what());
       return;
     } catch (const fs::filesystem_error& error) {
@@ -80,8 +123,10 @@ class Rotation {
     }
     ++done_;
     if (options_.quiet) return;
-    fmt::print("{}\n", (folder / name).string());
-    std::fflush(stdout);  // whatever happens next, it is told
+    const std::string line = PathForOutput(folder / name) + '\n';
+    // Whatever happens next, it is told; where nobody can be told any more, the run ends.
+    if (std::fputs(line.c_str(), stdout) < 0 || std::fflush(stdout) != 0)
+      throw Failure("standard output: " + std::generic_category().message(errno));
   }
 
   void Say(const fs::path& name, const std::string& reason) {
@@ -89,9 +134,10 @@ class Rotation {
     SayError(fmt::format("{}: not rotated: {}", Utf8(name), reason));
   }
 
-  void SayInterrupted(const fs::path& next, std::size_t all) const {
-    SayError(fmt::format("{} of {} rotated, those named before {}; {} failed", done_, Counted(all, "photo"), Utf8(next),
-                         failed_));
+  void SayHowFar(const std::vector<fs::path>& names) const {
+    const std::size_t next = done_ + failed_;
+    SayError(fmt::format("{} of {} rotated, {} failed{}", done_, Counted(names.size(), "photo"), failed_,
+                         next < names.size() ? "; as they were: from " + Utf8(names[next]) + " on" : ""));
   }
 
   const RotateOptions& options_;
@@ -103,7 +149,8 @@ ExitCode RotateCamera(const RotateOptions& options) {
   CatchInterrupts();
   Log log(options.quiet ? Verbosity::Quiet : Verbosity::Normal);
   const fs::path folder = FindCameraFolder(options.mission, options.camera, log);
-  const auto names = PhotosIn(folder);
+  RefuseBackupAmongPhotos(options, folder);
+  const auto names = EachOnce(folder, PhotosIn(folder), log);
   if (names.empty()) throw Failure(Utf8(folder) + ": no photo in it");
   if (!options.yes && !Agrees(options, names.size(), folder)) throw Failure("nothing was rotated");
   return Rotation(options).Run(folder, names);

@@ -35,6 +35,7 @@ void AddSettings(CLI::App& command, Settings& settings) {
 ExitCode Run(const RunOptions& options) {
   if (options.mission.empty() && !options.settings.trajectory)
     throw Failure("give a mission folder, or --trajectory FILE", ExitCode::WrongUsage);
+  if (options.output.empty()) throw Failure("--output: a path is missing", ExitCode::WrongUsage);
   CatchInterrupts();
   Log log(options.quiet ? Verbosity::Quiet : options.verbose ? Verbosity::Verbose : Verbosity::Normal);
   RunRequest request{{}, options.settings, options.output, options.overwrite, !options.noSharpness, options.jobs};

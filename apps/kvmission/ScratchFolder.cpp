@@ -21,7 +21,14 @@ ScratchFolder::ScratchFolder(const std::filesystem::path& parent) {
 
 ScratchFolder::~ScratchFolder() {
   std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
+  if (!kept_) std::filesystem::remove_all(path_, ignored);
+}
+
+std::filesystem::path TemporaryFolder() {
+  std::error_code error;
+  auto folder = std::filesystem::temp_directory_path(error);
+  if (error) throw Failure("no folder for temporary files: " + error.message());
+  return folder;
 }
 
 }  // namespace kv::mission

@@ -22,7 +22,15 @@ std::FILE* OpenBinary(const std::filesystem::path& path, const char* mode);
 /// photo.
 wchar_t PhotoPathSeparator();
 
+/// Whether the library would look elsewhere for what is below this path: it takes a backslash for a separator.
+bool LibraryMisreads(const std::filesystem::path& path);
+
+/// Keeps files that are opened later from taking the place of a standard stream that was closed: reading and writing
+/// there fail instead. A reader of standard output that has gone makes writing fail as well.
+void SecureStandardStreams();
+
 bool StandardErrorIsTerminal();
+bool StandardOutputIsTerminal();
 bool StandardInputIsTerminal();
 
 /// Writes what is buffered down to the disk. @return false when that fails; `errno` says why
@@ -34,8 +42,12 @@ unsigned long ProcessId();
 /// Heartbeats pass through the C library's local calendar; in UTC nothing in them can shift.
 void UseUtcCalendar();
 
-/// Calls `handler` for Ctrl-C and requests to terminate, and lets a blocked read return. A file that reaches the size
-/// limit of the process then fails to be written instead of ending the process.
+/// Calls `handler` for Ctrl-C and requests to terminate, but those that whoever started the process has it ignore, and
+/// lets a blocked read return. A file that reaches the size limit of the process then fails to be written instead of
+/// ending the process.
 void InstallInterruptHandler(void (*handler)(int));
+
+/// Gives a file the owner and group of another one. @return false when the system does not allow even the group
+bool TakeOwner(const std::filesystem::path& file, const std::filesystem::path& from);
 
 }  // namespace kv::mission

@@ -1,5 +1,7 @@
+#include <fcntl.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -81,7 +83,19 @@ std::FILE* OpenBinary(const std::filesystem::path& path, const char* mode) { ret
 
 wchar_t PhotoPathSeparator() { return L'/'; }
 
+bool LibraryMisreads(const std::filesystem::path& path) { return path.native().find('\\') != std::string::npos; }
+
+void SecureStandardStreams() {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    // The lowest free number is given out. It is opened for what nobody does there.
+    if (::fcntl(stream, F_GETFD) == -1) ::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+  ::signal(SIGPIPE, SIG_IGN);
+}
+
 bool StandardErrorIsTerminal() { return ::isatty(STDERR_FILENO) == 1; }
+
+bool StandardOutputIsTerminal() { return ::isatty(STDOUT_FILENO) == 1; }
 
 bool StandardInputIsTerminal() { return ::isatty(STDIN_FILENO) == 1; }
 
@@ -96,9 +110,21 @@ void UseUtcCalendar() {
 
 void InstallInterruptHandler(void (*handler)(int)) {
   struct sigaction action {};
+  struct sigaction earlier {};
   action.sa_handler = handler;
-  for (const int number : {SIGINT, SIGTERM, SIGHUP}) ::sigaction(number, &action, nullptr);
+  for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+    ::sigaction(number, nullptr, &earlier);
+    if (earlier.sa_handler != SIG_IGN) ::sigaction(number, &action, nullptr);
+  }
   ::signal(SIGXFSZ, SIG_IGN);
+}
+
+bool TakeOwner(const std::filesystem::path& file, const std::filesystem::path& from) {
+  struct stat status {};
+  if (::stat(from.c_str(), &status) != 0) return false;
+  constexpr auto kSameUser = static_cast<uid_t>(-1);  // only the superuser gives files away
+  return ::chown(file.c_str(), status.st_uid, status.st_gid) == 0 ||
+         ::chown(file.c_str(), kSameUser, status.st_gid) == 0;
 }
 
 }  // namespace kv::mission

@@ -8,6 +8,17 @@
 #include "System.h"
 
 namespace kv::mission {
+namespace {
+
+void (*onInterrupt)(int) = nullptr;
+
+/// A handler serves one signal only and has to be installed again each time.
+void HandleSignal(int number) {
+  std::signal(number, HandleSignal);
+  onInterrupt(number);
+}
+
+}  // namespace
 
 std::wstring WidePath(const std::filesystem::path& path) { return path.native(); }
 
@@ -28,7 +39,14 @@ std::FILE* OpenBinary(const std::filesystem::path& path, const char* mode) {
 
 wchar_t PhotoPathSeparator() { return L'\\'; }
 
+bool LibraryMisreads(const std::filesystem::path&) { return false; }
+
+/// The C library keeps the first three numbers for the standard streams, and there is no signal for a closed pipe.
+void SecureStandardStreams() {}
+
 bool StandardErrorIsTerminal() { return _isatty(_fileno(stderr)) != 0; }
+
+bool StandardOutputIsTerminal() { return _isatty(_fileno(stdout)) != 0; }
 
 bool StandardInputIsTerminal() { return _isatty(_fileno(stdin)) != 0; }
 
@@ -42,7 +60,13 @@ void UseUtcCalendar() {
 }
 
 void InstallInterruptHandler(void (*handler)(int)) {
-  for (const int number : {SIGINT, SIGTERM}) std::signal(number, handler);
+  onInterrupt = handler;
+  for (const int number : {SIGINT, SIGTERM, SIGBREAK}) {
+    if (std::signal(number, HandleSignal) == SIG_IGN) std::signal(number, SIG_IGN);
+  }
 }
+
+/// A new file has the owner and the access list that its folder gives.
+bool TakeOwner(const std::filesystem::path&, const std::filesystem::path&) { return true; }
 
 }  // namespace kv::mission

@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <exception>
+#include <iostream>
+#include <sstream>
 #include <system_error>
 
 #include "Commands.h"
@@ -24,12 +26,16 @@ int Run(int argc, char** argv) {
   AddSimulateCommand(app, exitCode);
   AddRunCommand(app, exitCode);
   AddInfoCommand(app, exitCode);
+  AddTransformCommand(app, exitCode);
   AddGradeCommand(app, exitCode);
   AddRotateCommand(app, exitCode);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return static_cast<int>(app.exit(error) == 0 ? ExitCode::Good : ExitCode::WrongUsage);
+    std::ostringstream complaint;
+    const bool isGood = app.exit(error, std::cout, complaint) == 0;  // the help that was asked for is no complaint
+    kv::mission::ShowText(kv::mission::Visible(complaint.str(), '\n'));
+    return static_cast<int>(isGood ? ExitCode::Good : ExitCode::WrongUsage);
   }
   return exitCode;
 }
@@ -44,6 +50,7 @@ int Flushed(int exitCode) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  kv::mission::SecureStandardStreams();
   kv::mission::UseUtcCalendar();
   try {
     return Flushed(Run(argc, argv));

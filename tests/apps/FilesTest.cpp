@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "Failure.h"
+#include "Log.h"
 #include "System.h"
 #include "field/LineReader.h"
 #include "field/Times.h"
@@ -61,6 +62,20 @@ TEST(System, NamesBecomeValidText) {
   };
   for (const auto& [bytes, text] : rows) EXPECT_EQ(Utf8(std::filesystem::path(bytes)), text) << text;
   EXPECT_EQ(WidePath("a\xFF"), (std::wstring{L'a', wchar_t{0xDCFF}}));
+}
+
+TEST(Log, ControlCharactersAreShown) {
+  struct {
+    std::string text, visible;
+  } const rows[] = {
+      {"\x1b[2Jb\r\n", "\\u001b[2Jb\\u000d\\u000a"},
+      {"\x7F\xC2\x9B\xC2\xA0\xC2", "\\u007f\\u009b\xC2\xA0\xC2"},
+      {"\xE4\xC2\x80", "\xE4\\u0080"},
+      {std::string(1, '\0'), "\\u0000"},
+      {"\xC3\xA4 \xE4\xB8\xAD", "\xC3\xA4 \xE4\xB8\xAD"},
+  };
+  for (const auto& [text, visible] : rows) EXPECT_EQ(Visible(text), visible);
+  EXPECT_EQ(Visible("a\n\t", '\n'), "a\n\\u0009");
 }
 
 TEST(Times, DatesAreChecked) {

@@ -102,6 +102,9 @@ TEST(MissionToml, NamesLineAndKeyOfAFault) {
       {"date = '2024-02-30'", "date must be a date YYYY-MM-DD"},
       {"pair = 'both'", "pair must be order, time or auto"},
       {"pair = ", "line 1"},
+      {"\nmax-gap = 0", "mission.toml: line 2: max-gap must be positive"},
+      {"tolerance = -1", "mission.toml: line 1: tolerance must not be negative"},
+      {"log = 'a'\ncam1 = \"a\\u0000b\"", "line 2: cam1 must be a path"},
       {"events = '\xFF'", "line 1"},
   };
   const TempFolder folder;
@@ -166,7 +169,10 @@ TEST(EventLog, WarnsOfWhatTheReaderWouldPassOver) {
        {"1 line left out: no event, line 4"}},
       {"0,120000010124\n5,1\n4000000000,1\n6,1\n10,120010010124\n",
        {"12:00:05.000", "12:00:06.000"},
-       {"1 event left out: the tick is far from those before and after, line 3"}},
+       {"1 camera event left out: the tick is far from those before and after, line 3"}},
+      {"0,120000010124\n5,1\n4000000000,120006010124\n10,120010010124\n",
+       {"12:00:05.000"},
+       {"1 heartbeat left out: the tick is far from those before and after, line 3"}},
       // An outage of 3 000 s of a 1 MHz counter.
       {"0,120000010124\n1500000,1\n3000000000,125000010124\n3001500000,1\n", {"12:00:01.500", "12:50:01.500"}, {}},
       // The first and the last heartbeat are wrong; the events next to them have no other.
@@ -201,21 +207,35 @@ TEST(HousekeepingLog, WarnsOfWhatTheScanLeavesOutOrTakes) {
   } const rows[] = {
       {entry + "1\r\n\r\n" + entry + "2", 2, {}},
       {entry + "1\nINFO,2024-05-01 12:00:00\n,,a,b\n" + entry + "2\n", 2, {"2 lines skipped"}},
-      {entry + std::string(1023 - entry.size(), 'x') + "\r\n" + entry + "2\n", 2, {}},
+      {entry + std::string(1023 - entry.size(), '1') + "\r\n" + entry + "2\n",
+       2,
+       {"1 reading that is no finite number"}},
       {entry + "1\n\n" + entry + std::string(1024 - entry.size(), 'x') + "\n" + entry + "2\n", 1, {"line 3 has 1024"}},
       {"INFO,2023-02-29 12:00:00,CCU,1\nA,B,C\n" + entry + "1\n",
        3,
        {"2 entries without a valid date and time, line 1, 2:"}},
+      {entry + "1\n" + entry + "2\x1A" + entry + "3\n", 2, {}},  // Ctrl-Z ends the text, within a line too
+      {entry + "1\nA,2024-05-01 12:00:00,\r", 2, {}},            // a CR without a LF ends no line and is a field
+      {entry + "1\n" + entry + "on\nI,2024-05-01 12:00:00,POWER,n/a,inf,12.5,nan, 90 \n",
+       3,
+       {"4 readings that are no finite number, first in line 2"}},
   };
   const TempFolder folder;
   for (const auto& [content, entries, warnings] : rows) {
-    folder.Write("log", content);
+    folder.Write("input", content);
     Log log(Verbosity::Quiet);
-    EXPECT_EQ(ReadHousekeepingLog(folder.Path() / "log", log).events.size(), entries) << content;
+    EXPECT_EQ(ReadHousekeepingLog(folder.Path() / "input", folder.Path(), log).events.size(), entries) << content;
     ASSERT_EQ(log.Warnings().size(), warnings.size()) << content;
     for (std::size_t i = 0; i < warnings.size(); ++i)
       EXPECT_TRUE(Contains(log.Warnings()[i], warnings[i])) << content << log.Warnings()[i];
   }
+  // Of the last row's readings, those that are numbers.
+  Log log(Verbosity::Quiet);
+  std::vector<std::pair<std::string, double>> lowest;
+  for (const auto& range : ReadHousekeepingLog(folder.Path() / "input", folder.Path(), log).readings)
+    lowest.emplace_back(range.kind->key, range.lowest.value);
+  EXPECT_EQ(lowest,
+            (decltype(lowest){{"controlUnitTemperature", 1}, {"batteryVoltage", 12.5}, {"batteryPercent", 90}}));
 }
 
 }  // namespace

@@ -112,9 +112,8 @@ TEST(Nmea, CopiesFixesAndCountsTheRest) {
                    "\x80\xFF\n"
                    "$GNGGA,000001.123,4807.038,S,01131.000,W,5,08,0.9,-5.4,M,46.9,M,,");
   const NmeaLog log = CopyFixes(folder.Path() / "log", folder.Path() / "copy", Log(Verbosity::Quiet));
-  EXPECT_EQ(folder.Read("copy"),
-            "$GNGGA,235950.50,4807.038,N,01131.000,E,4,08,0.9,545.4,M,46.9\n"
-            "$GNGGA,000001.12,4807.038,S,01131.000,W,5,08,0.9,-5.4,M,46.9\n");
+  EXPECT_EQ(folder.Read("copy-0"), "$GNGGA,235950.50,4807.038,N,01131.000,E,4,08,0.9,545.4,M,46.9\n");
+  EXPECT_EQ(folder.Read("copy-1"), "$GNGGA,000001.12,4807.038,S,01131.000,W,5,08,0.9,-5.4,M,46.9\n");
   EXPECT_EQ(log.counts.lines, 10u);
   EXPECT_EQ(LeftOutText(log.counts),
             "1 without a fix, 1 of a repeated time, 3 other sentences (RMC 2, ZDA 1), 2 that are no sentence, 1 blank");

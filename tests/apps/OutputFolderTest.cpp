@@ -15,7 +15,7 @@ TEST(OutputFolder, GivesNamesOnlyAtTheEnd) {
     OutputFolder abandoned(path, false);
     EXPECT_TRUE(std::filesystem::exists(abandoned.Staging()));
   }
-  EXPECT_FALSE(std::filesystem::exists(path));
+  EXPECT_FALSE(std::filesystem::exists(path.parent_path()));
   OutputFolder output(path, false);
   const auto staged = std::filesystem::relative(output.Staging(), temp.Path()).string();
   temp.Write(staged + "/photos.shp", "new");
@@ -29,13 +29,40 @@ TEST(OutputFolder, GivesNamesOnlyAtTheEnd) {
 
 TEST(OutputFolder, RefusesWhatItMustNotReplace) {
   const TempFolder temp;
-  temp.Write("trajectory_line.dbf", "old");
+  temp.Write("photos.qix", "a companion's");
   EXPECT_THROW(OutputFolder(temp.Path(), false), Failure);
+  temp.Write("trajectory_line.dbf", "old");
   EXPECT_NO_THROW(OutputFolder(temp.Path(), true));
   std::filesystem::create_directory(temp.Path() / "photos.shp");
   EXPECT_THROW(OutputFolder(temp.Path(), true), Failure);
   EXPECT_THROW(OutputFolder(temp.Path() / "trajectory_line.dbf", true), Failure);
   EXPECT_EQ(temp.Read("trajectory_line.dbf"), "old");
+}
+
+TEST(OutputFolder, FailsWithoutLossWhenAnotherRunWasFaster) {
+  const TempFolder temp;
+  OutputFolder output(temp.Path(), false);
+  const auto staging = output.Staging().filename().string();
+  temp.Write(staging + "/photos.shp", "slow");
+  temp.Write("photos.shp", "fast");
+  EXPECT_THROW(output.Commit(), Failure);
+  EXPECT_EQ(temp.Read("photos.shp"), "fast");
+}
+
+TEST(OutputFolder, PutsTheOldResultsBackWhenOneCannotBeMoved) {
+  const TempFolder temp;
+  const std::vector<const char*> names{"photos.prj", "photos.dbf", "photos.shp", "photos.cpg", "summary.json"};
+  {
+    OutputFolder output(temp.Path(), true);
+    const auto staging = output.Staging().filename().string();
+    for (const char* name : names) {
+      temp.Write(name, "old");
+      temp.Write(staging + "/" + name, "new");
+    }
+    std::filesystem::create_directory(output.Staging() / "photos.dbf.earlier");  // where that one would be kept
+    EXPECT_THROW(output.Commit(), Failure);
+  }
+  for (const char* name : names) EXPECT_EQ(temp.Read(name), "old") << name;
 }
 
 }  // namespace

@@ -160,6 +160,8 @@ TEST_F(PairingTest, ByOrderOneCameraOutOfPhotosLeavesTheOtherAlone) {
   EXPECT_EQ(log_.Warnings().at(1),
             "camera 1: 3 events but 2 photos: pairing by order leaves over 1 event at the end and shifts all pairs "
             "behind a missing one");
+  EXPECT_EQ(log_.Warnings().at(2), "camera 1: Error populating images.  More Camera 1 events than images in folder: " +
+                                       (temp_.Path() / "cam/").string());
 }
 
 TEST_F(PairingTest, HelpsWhenTheClocksDiffer) {

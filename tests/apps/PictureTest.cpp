@@ -6,10 +6,12 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
+#include "Failure.h"
 #include "Log.h"
 #include "field/JpegHeader.h"
 #include "pictures/ExifCorrection.h"
 #include "pictures/Grading.h"
+#include "pictures/JpegDamage.h"
 #include "pictures/JpegMetadata.h"
 #include "support/TempFolder.h"
 
@@ -56,13 +58,19 @@ TEST(ExifCorrection, ChangesSizeAndOrientationAlone) {
   EXPECT_EQ(CorrectedExif(Exif(6, 480, 640, true), 640, 480), Exif(1, 640, 480, false));
   EXPECT_EQ(CorrectedExif(Exif(1, 640, 480, false), 640, 480), Exif(1, 640, 480, false));
   for (const std::string& junk : {std::string("Exif\0\0", 6), std::string("Exif\0\0II*\0\xFF\xFF\xFF\xFF", 14)})
-    EXPECT_EQ(CorrectedExif(junk, 640, 480), junk);
+    EXPECT_THROW(CorrectedExif(junk, 640, 480), Failure);
+  // The first entry, of 12 bytes behind the header and the count, is the orientation: here a byte, and two numbers.
+  for (const auto& [at, value] : {std::pair(2, '\1'), std::pair(4, '\2')}) {
+    std::string odd = Exif(6, 480, 640, false);
+    odd[static_cast<std::size_t>(16 + at)] = value;
+    EXPECT_EQ(CorrectedExif(odd, 640, 480).find("\x12\x01"), std::string::npos) << at;
+  }
 }
 
 TEST(JpegMetadata, GoesFromThePhotoToTheCopy) {
   const std::string scan = Segment(0xDA, "x") + "data\xFF\xD9", jfif = Segment(0xE0, "JFIF");
-  const auto profile = [](const std::string& space) {
-    return Segment(0xE2, std::string("ICC_PROFILE\0\1\1", 14) + std::string(16, 'x') + space + "rest");
+  const auto profile = [](const std::string& space, char piece = 1) {
+    return Segment(0xE2, std::string("ICC_PROFILE\0", 12) + piece + '\2' + std::string(16, 'x') + space + "rest");
   };
   const std::string xmp = Segment(0xE1, std::string("http://ns.adobe.com/xap/1.0/\0<x/>", 34)),
                     iptc = Segment(0xED, "8BIM");
@@ -82,8 +90,11 @@ TEST(JpegMetadata, GoesFromThePhotoToTheCopy) {
        start + Frame(3) + scan, start + Frame(3) + scan},
       {"no profile of another colour space", start + profile("CMYK") + Frame(4) + scan, start + Frame(3) + scan,
        start + Frame(3) + scan},
-      {"a gray profile", start + profile("GRAY") + Frame(1) + scan, start + Frame(1) + scan,
-       start + profile("GRAY") + Frame(1) + scan},
+      {"a gray profile, its second piece first", start + profile("CMYK", 2) + profile("GRAY") + Frame(1) + scan,
+       start + Frame(1) + scan, start + profile("CMYK", 2) + profile("GRAY") + Frame(1) + scan},
+      {"stray bytes, fill bytes and markers that stand alone between segments",
+       start + std::string("\xFF\x01s\xFF\0", 5) + xmp + "\xFF\xFF\xFF\xD7" + Frame(3) + "stray" + scan,
+       start + Frame(3) + scan, start + xmp + Frame(3) + scan},
   };
   for (const auto& [what, photo, copy, result] : rows) EXPECT_EQ(WithMetadataOf(photo, copy), result) << what;
   const std::string whole = rows[0].photo;
@@ -161,9 +172,53 @@ TEST_F(PictureTest, RotatesOneCameraAndKeepsMetadata) {
   EXPECT_NEAR(ReadJpegHeader(photos[0]).value().width, 48, 2);
 }
 
+/// What is refused before the first photo, and what a photo is refused for.
+TEST_F(PictureTest, RotationRefusesWhatItCannotDoWell) {
+  const std::string one = "rm -rf one b; mkdir -p one/cam1 b/cam1; cp m/cam1/DSC_0001.jpg one/cam1/x.jpg; ",
+                    rotate =
+                        "cp one/cam1/x.jpg old; $K rotate one --camera 1 --angle 90 --yes; code=$?; "
+                        "cmp old one/cam1/x.jpg && exit $code";
+  struct {
+    std::string script, options;
+    int code;
+    std::string reason;
+  } const rows[] = {
+      {"", "--backup one", 2, "apart from the photos"},
+      {"ln -sfn one link", "--backup link", 2, "apart from the photos"},
+      {"", "--backup ''", 2, "apart from the photos"},
+      {"rmdir b/cam1; ln -s ../one/cam1 b/cam1", "--backup b", 2, "apart from the photos"},
+      {"ln -s ../../one/cam1/x.jpg b/cam1", "--backup b", 1, "x.jpg is the photo itself"},
+      {"head -c -200 m/cam1/DSC_0001.jpg > one/cam1/x.jpg; printf '\377\331' >> one/cam1/x.jpg", "", 1, "is damaged"},
+  };
+  for (const auto& [script, options, code, reason] : rows) {
+    std::string command = rotate;
+    command.insert(command.find(" --yes"), " " + options);
+    EXPECT_EQ(Shell(one + script + "\n" + command), code) << script;
+    EXPECT_NE(temp_.Read("err").find(reason), std::string::npos) << temp_.Read("err");
+  }
+}
+
+TEST_F(PictureTest, RotationKeepsAccessAndTurnsALinkedPhotoOnce) {
+  ASSERT_EQ(
+      Shell("rm m/cam1/DSC_00[1-9]* m/cam1/DSC_000[3-9]*; cd m/cam1; ln -s DSC_0001.jpg A.jpg\n"
+            "chmod 640 DSC_0001.jpg; touch -d 2001-02-03 DSC_0001.jpg; cd ../..\n"
+            "$K rotate m --camera 1 --angle 90 --yes --backup b && ! test -e b/cam1/A.jpg &&"
+            "stat -c %a m/cam1/DSC_0001.jpg b/cam1/DSC_0001.jpg > modes && date -r b/cam1/DSC_0001.jpg +%F > date"),
+      0)
+      << temp_.Read("err");
+  EXPECT_EQ(temp_.Read("modes") + temp_.Read("date"), "640\n640\n2001-02-03\n");
+  EXPECT_NEAR(ReadJpegHeader(temp_.Path() / "m/cam1/DSC_0001.jpg").value().width, 32, 1);
+  EXPECT_NE(temp_.Read("err").find("A.jpg: skipped: it leads to the same photo as DSC_0001.jpg"), std::string::npos);
+  // Nobody takes the names: the run ends and tells how far it came.
+  EXPECT_EQ(Shell("$K rotate m --camera 1 --angle 90 --yes >&-"), 1);
+  EXPECT_NE(temp_.Read("err").find("1 of 2 photos rotated, 0 failed; as they were: from DSC_0002.jpg on"),
+            std::string::npos)
+      << temp_.Read("err");
+}
+
 /// Killed or interrupted at any moment, every photo is the old or a turned one, whole.
 TEST_F(PictureTest, AnEndAtAnyMomentLeavesWholePhotos) {
-  for (const std::string signal : {"KILL", "INT"}) {
+  for (const std::string signal : {"KILL", "TERM"}) {
     for (int i = 0; i < 4; ++i) {
       const std::string wait = "0.0" + std::to_string(1 + 3 * i);
       Shell("$K rotate m --camera 1 --angle 90 --yes & run=$!; sleep " + wait + "; kill -" + signal +
@@ -173,7 +228,7 @@ TEST_F(PictureTest, AnEndAtAnyMomentLeavesWholePhotos) {
         const auto header = ReadJpegHeader(photo).value();
         const std::string file = temp_.Read(fs::relative(photo, temp_.Path()).string());
         EXPECT_NEAR(header.width + header.height, 80, 12) << photo;
-        EXPECT_EQ(file.substr(file.size() - 2), "\xFF\xD9") << photo;
+        EXPECT_EQ(JpegDamage(file), "") << photo;
       }
     }
   }

@@ -121,6 +121,16 @@ TEST_F(RunTest, ExitCodesTellHowItWent) {
       {"$K run m -o u --jobs 0", 2, "--jobs"},
       {"$K run m -o u -q -v", 2, "excludes"},
       {"$K run -o u", 2, "--trajectory"},
+      {"$K run m -o ''", 2, "--output"},
+      {"rmdir m/camera1; mkdir r; cp m/clock.csv r/summary.json; $K run m --events r/summary.json -o r --overwrite", 2,
+       "this input has"},
+      {"cmp m/clock.csv r/summary.json", 0, ""},
+      {"$K run m -o o --overwrite --cam1 m/other --cam2 m/../m/other", 3, "both cameras have the photo folder"},
+      {"cp -r m 'm\\1'; $K run 'm\\1' -o u --cam1 'm\\1/other' --pair order", 1, "cannot have a backslash"},
+      {"ln -s none m/mission.toml; $K run m -o u", 1, "mission.toml: cannot be read"},
+      {"$K rotate m --camera 1 --angle 90 --yes; code=$?; rm m/mission.toml; exit $code", 1, "toml: cannot be read"},
+      {"mkfifo f; $K info m/clock.csv f m/clock.csv", 1, "f: is no regular file"},
+      {"TMPDIR=/none $K info m/clock.csv", 1, "no folder for temporary files"},
       {"echo camera1=1 > m/mission.toml; $K run m -o u", 2, "unknown key \"camera1\""},
       {"$K", 2, ""},
       {"$K run --help && $K --version", 0, ""},
@@ -175,9 +185,10 @@ TEST_F(RunTest, FailedWritesLeaveTheOldResultsAlone) {
 }
 
 TEST_F(RunTest, AnInterruptLeavesNothingBehind) {
-  // The run waits for the other end of the pipe and is interrupted there.
+  // The run waits for the other end of the pipe and is interrupted there. A shell has what it starts in the background
+  // ignore the interrupt, and an ignored signal stays ignored.
   for (const std::string signal : {"INT", "TERM"}) {
-    EXPECT_EQ(Shell("mkfifo pipe; $K run --trajectory pipe -o o & run=$!\n"
+    EXPECT_EQ(Shell("mkfifo pipe; env --default-signal=INT $K run --trajectory pipe -o o & run=$!\n"
                     "until [ -d o ]; do sleep 0.01; done; sleep 0.1\n"
                     "kill -" +
                     signal + " $run; wait $run; code=$?; rm pipe; exit $code"),

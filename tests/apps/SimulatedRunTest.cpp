@@ -57,8 +57,8 @@ std::vector<Row> ReadCsv(const std::string& text) {
 
 double Number(const Row& row, const char* name) { return std::strtod(row.at(name).c_str(), nullptr); }
 
-/// Across midnight, with photos named by stamp or dated by EXIF: every exposure without a fault is in the layer, with its
-/// photo, its time and its place, and no other one is.
+/// Across midnight, with photos named by stamp or dated by EXIF: every exposure without a fault is in the layer, with
+/// its photo, its time and its place, and no other one is.
 TEST(SimulatedRun, GivesTheTruthBack) {
   for (const std::string names : {"stamp", "exif"}) {
     const TempFolder temp;

@@ -24,7 +24,7 @@ TEST(Trajectory, IsLookedThroughForWhatASurveyorShouldSee) {
        {"trajectory gap of 2.0 s from 2024-05-01 12:00:00.000 at 48.1173000, 11.5166667"}},
       {Fix("235959.99") + Fix("000000"), {}},
       {Fix("120001") + Fix("120000") + Fix("120001"),
-       {"the time of the fixes runs back 1 time: pieces out of order, or a gap over midnight"}},
+       {"the time of the fixes runs back 1 time: pieces out of order, or a gap of more than 12 hours over midnight"}},
       {Fix("120000", "17959.999,E") + Fix("120001", "17959.999,W"),
        {"the track crosses the 180th meridian: its line there runs around the globe"}},
       {Fix("120000.125") + Fix("120000.250"), {"1 fix time finer than a hundredth of a second: cut to hundredths"}},
@@ -36,6 +36,33 @@ TEST(Trajectory, IsLookedThroughForWhatASurveyorShouldSee) {
     Log log(Verbosity::Quiet);
     WarnOfTrajectory(ReadTrajectory(folder.Path() / "log", dates, folder.Path(), 2.0, log), log);
     EXPECT_EQ(log.Warnings(), warnings) << text;
+  }
+}
+
+/// The day of each fix, whatever the way over midnight: in sequence, in an outage, one receiver behind the other.
+TEST(Trajectory, CountsEveryMidnightOnce) {
+  struct {
+    std::vector<const char*> times;
+    std::vector<int> days;  // of the month
+  } const rows[] = {
+      {{"235959.99", "000000", "120000", "235959", "000000"}, {1, 2, 2, 2, 3}},
+      {{"225959", "010000", "130000", "003000"}, {1, 2, 2, 3}},
+      {{"235959.90", "000000", "235959.95", "000000.10", "000000.05", "120000", "235959", "000000"},
+       {1, 2, 1, 2, 2, 2, 2, 3}},
+      {{"000000", "235959.90", "000000.10"}, {1, 30, 1}},
+      {{"060000", "190000", "170000"}, {1, 1, 1}},
+  };
+  const TempFolder folder;
+  for (const auto& [times, days] : rows) {
+    std::string text;
+    for (const char* time : times) text += Fix(time);
+    folder.Write("log", text);
+    Log log(Verbosity::Quiet);
+    const auto trajectory =
+        ReadTrajectory(folder.Path() / "log", {ParseDate("2024-05-01"), {}, {}}, folder.Path(), 2.0, log);
+    std::vector<int> read;
+    for (const auto& fix : trajectory.observations) read.push_back(fix.SystemTimeUTC.wDay);
+    EXPECT_EQ(read, days) << text;
   }
 }
 

@@ -115,6 +115,14 @@ void WarnOfLines(const char* noun, const char* fault, const LineNumbers& lines, 
                 lines.size() > kNamed ? ", ..." : "");
 }
 
+void WarnOfWildTicks(std::vector<EventRecord> wild, Log& messages) {
+  constexpr const char* kFault = "the tick is far from those before and after";
+  const auto isHeartbeat = [](auto& record) { return record.time.has_value(); };
+  const auto cameraEvents = std::stable_partition(wild.begin(), wild.end(), isHeartbeat);
+  WarnOfLines("heartbeat", kFault, LinesOf({wild.begin(), cameraEvents}), messages);
+  WarnOfLines("camera event", kFault, LinesOf({cameraEvents, wild.end()}), messages);
+}
+
 /// Jumps and steps back of the tick count, wraps apart.
 void WarnOfTickSteps(bool heartbeatsAgree, const std::vector<EventRecord>& records, EventLog& log, Log& messages) {
   const auto outages = PlausibleOutages(records);
@@ -229,7 +237,8 @@ std::string_view WithoutByteOrderMark(std::string_view text) {
 EventLog ReadEvents(const std::filesystem::path& path, const std::filesystem::path& scratch, Log& log) {
   EventLog result;
   auto records = ReadRecords(path, log, result);
-  result.wildTicks = TakeOutWildTicks(records);
+  const auto wild = TakeOutWildTicks(records);
+  result.wildTicks = LinesOf(wild);
   MakeContinuous(records);
   HeartbeatCheck check = TakeOutOffHeartbeats(records);
   result.offHeartbeats = std::move(check.off);
@@ -240,7 +249,7 @@ EventLog ReadEvents(const std::filesystem::path& path, const std::filesystem::pa
       std::count_if(records.begin(), records.end(), [](auto& record) { return record.time.has_value(); }));
   WarnOfLines("line", "no event", result.skipped, log);
   WarnOfLines("heartbeat", "no valid date and time", result.faultyHeartbeats, log);
-  WarnOfLines("event", "the tick is far from those before and after", result.wildTicks, log);
+  WarnOfWildTicks(wild, log);
   WarnOfLines("heartbeat", "more than 0.5 s off the others", result.offHeartbeats, log);
   if (result.wraps > 0)
     log.Warn("the tick counter wraps {}; events are timed across it", Counted(result.wraps, "time"));

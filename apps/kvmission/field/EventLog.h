@@ -42,7 +42,7 @@ struct EventLog {
   // What was left out, by line number, from 1.
   LineNumbers skipped;           ///< neither blank nor an event
   LineNumbers faultyHeartbeats;  ///< without a valid date and time
-  LineNumbers wildTicks;         ///< events with a tick far from those before and after
+  LineNumbers wildTicks;         ///< with a tick far from those before and after
   LineNumbers offHeartbeats;     ///< with another time than the rest of the heartbeats give to their tick
 
   std::size_t wraps = 0;                 ///< of the 32-bit tick counter

@@ -40,13 +40,11 @@ bool IsWild(const Records& records, std::size_t i) {
 
 /// Removes the records for which `isOut` holds, by index.
 template <typename IsOut>
-LineNumbers TakeOut(Records& records, IsOut isOut) {
-  LineNumbers lines;
-  for (std::size_t i = 0; i < records.size(); ++i) {
-    if (isOut(i)) lines.push_back(records[i].line);
-  }
-  std::erase_if(records, [&](auto& record) { return std::binary_search(lines.begin(), lines.end(), record.line); });
-  return lines;
+Records TakeOut(Records& records, IsOut isOut) {
+  Records out, kept;
+  for (std::size_t i = 0; i < records.size(); ++i) (isOut(i) ? out : kept).push_back(records[i]);
+  records = std::move(kept);
+  return out;
 }
 
 struct Beat {
@@ -120,7 +118,13 @@ void MarkUntimeable(Records& records, const std::vector<bool>& off) {
 
 }  // namespace
 
-LineNumbers TakeOutWildTicks(Records& records) {
+LineNumbers LinesOf(const Records& records) {
+  LineNumbers lines;
+  for (const auto& record : records) lines.push_back(record.line);
+  return lines;
+}
+
+Records TakeOutWildTicks(Records& records) {
   return TakeOut(records, [&](std::size_t i) { return IsWild(records, i); });
 }
 
@@ -166,7 +170,7 @@ HeartbeatCheck TakeOutOffHeartbeats(Records& records) {
   if (!(line.secondsPerTick > 0) || (count > 0 && !fits) || kBelievedShare * count > beats.size()) return {{}, false};
   if (count == 0) return {};
   MarkUntimeable(records, off);
-  return {TakeOut(records, [&](std::size_t i) { return off[i]; }), true};
+  return {LinesOf(TakeOut(records, [&](std::size_t i) { return off[i]; })), true};
 }
 
 std::vector<bool> PlausibleOutages(const Records& records) {

@@ -20,6 +20,8 @@ struct EventRecord {
 
 using LineNumbers = std::vector<std::size_t>;
 
+LineNumbers LinesOf(const std::vector<EventRecord>& records);
+
 /// The event reader takes a larger step between two lines, in ticks, for a wrap of the counter.
 inline constexpr double kLargestStep = 1e9;
 /// Seconds; heartbeats are on whole seconds.
@@ -27,7 +29,8 @@ inline constexpr double kHeartbeatTolerance = 0.5;
 
 /// Takes out lines whose tick lies far from both neighbours' (1e8 ticks, at the ends 1e9), while those are near each
 /// other. At the ends only camera events are taken out: a heartbeat there may stand alone before or after an outage.
-LineNumbers TakeOutWildTicks(std::vector<EventRecord>& records);
+/// @return what was taken out
+std::vector<EventRecord> TakeOutWildTicks(std::vector<EventRecord>& records);
 
 /// Turns the counts of a 32-bit counter into continuous ones: each wrap adds 2^32.
 void MakeContinuous(std::vector<EventRecord>& records);

@@ -6,6 +6,7 @@
 #include "field/HousekeepingLog.h"
 #include "field/LineReader.h"
 #include "field/NmeaSentence.h"
+#include "field/PosLine.h"
 
 namespace kv::mission {
 namespace {
@@ -23,7 +24,7 @@ std::string_view TakeLine(std::string_view& text) {
 }
 
 struct LineCounts {
-  std::size_t lines = 0, sentences = 0, events = 0, heartbeats = 0, housekeeping = 0;
+  std::size_t lines = 0, sentences = 0, events = 0, heartbeats = 0, housekeeping = 0, pos = 0;
 };
 
 LineCounts CountLines(std::string_view head) {
@@ -39,6 +40,7 @@ LineCounts CountLines(std::string_view head) {
     counts.events += event != EventKind::Other;
     counts.heartbeats += event == EventKind::Heartbeat;
     counts.housekeeping += IsHousekeepingLine(line);
+    counts.pos += IsPosLine(line);
   }
   return counts;
 }
@@ -54,6 +56,7 @@ FileKind KindOfContent(std::string_view head) {
   if (prevail(counts.sentences)) return FileKind::Trajectory;
   if (counts.heartbeats > 0 && prevail(counts.events)) return FileKind::Events;
   if (prevail(counts.housekeeping)) return FileKind::HousekeepingLog;
+  if (prevail(counts.pos)) return FileKind::Pos;
   return FileKind::Unknown;
 }
 

@@ -3,18 +3,23 @@
 #include <KVUtilities.h>
 
 #include <algorithm>
+#include <utility>
 
+#include "Failure.h"
 #include "Interrupt.h"
 #include "Progress.h"
 #include "System.h"
 #include "field/LineReader.h"
+#include "field/LineWriter.h"
 
 namespace kv::mission {
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr std::size_t kLongestLine = 1023;  // characters that the log scanner takes; a longer line ends its scan
 constexpr std::size_t kFewestFields = 3;
-constexpr char kEndOfText = '\x1A';  // Ctrl-Z ends a text file
+constexpr char kEndOfText = '\x1A';  // Ctrl-Z ends a text file; what stands before it in its line counts
 constexpr std::size_t kNamed = 5;
 
 std::size_t CountFields(std::string_view line) {
@@ -29,25 +34,39 @@ std::size_t CountFields(std::string_view line) {
 
 bool IsBlank(std::string_view line) { return line.find_first_not_of(" \t\r") == std::string_view::npos; }
 
-/// Looks at the lines as the scan will.
-/// @return line number of each entry
-std::vector<std::size_t> LookThrough(const std::filesystem::path& path, const Log& messages, HousekeepingLog& log) {
-  std::vector<std::size_t> entries;
+/// What the lines tell of the entries before the scan.
+struct Entries {
+  std::vector<std::size_t> lines;  // number of each one's line
+  std::vector<NumberFields> numbers;
+};
+
+/// Copies the lines that the scan takes, and looks at them as it will.
+Entries CopyLines(const fs::path& path, const fs::path& copy, const Log& messages, HousekeepingLog& log) {
+  Entries entries;
   LineReader reader(path);
+  LineWriter writer(copy);
   Progress progress(messages.ShowsProgress(), "reading the log", "lines");
-  for (std::string_view line; reader.Next(line); progress.Step(reader.BytesRead(), reader.FileSize())) {
-    if (line.find(kEndOfText) != std::string_view::npos) break;
+  bool ended = false;
+  for (std::string_view line; !ended && reader.Next(line); progress.Step(reader.BytesRead(), reader.FileSize())) {
+    const std::size_t end = line.find(kEndOfText);
+    ended = end != std::string_view::npos;
+    line = line.substr(0, end);
+    if (ended && line.empty()) break;
     if (line.size() > kLongestLine) {
       log.cutAtLine = log.lines + 1;
       break;
     }
     ++log.lines;
     if (CountFields(line) >= kFewestFields) {
-      entries.push_back(log.lines);
+      entries.lines.push_back(log.lines);
+      entries.numbers.push_back(FindNumbers(line));
     } else {
       log.skipped += !IsBlank(line);
     }
+    (writer.Text() += line) += "\r\n";  // a CR before them is the line's own
+    writer.LineDone();
   }
+  writer.Close();
   return entries;
 }
 
@@ -63,16 +82,24 @@ std::vector<std::string> Lines(const std::string& text) {
   return lines;
 }
 
-void WarnOfDates(const std::vector<std::size_t>& entries, HousekeepingLog& log, Log& messages) {
+void WarnOfDates(const std::vector<std::size_t>& lines, HousekeepingLog& log, Log& messages) {
   std::vector<std::size_t> named;
   for (std::size_t i = 0; i < log.events.size(); ++i) {
     if (TimeOf(log.events[i])) continue;
-    if (++log.faultyDates <= kNamed && i < entries.size()) named.push_back(entries[i]);
+    if (++log.faultyDates <= kNamed) named.push_back(lines[i]);
   }
   if (log.faultyDates > 0)
     messages.Warn("log: {} without a valid date and time, line {}{}: placed as the nearest later one",
                   log.faultyDates == 1 ? "1 entry" : fmt::format("{} entries", log.faultyDates), fmt::join(named, ", "),
                   log.faultyDates > kNamed ? ", ..." : "");
+}
+
+void SetReadings(const Entries& entries, HousekeepingLog& log, Log& messages) {
+  auto [ranges, unread] = ReadingsOf(log.events, entries.numbers);
+  log.readings = std::move(ranges);
+  if (!unread.empty())
+    messages.Warn("log: {} that {} no finite number, first in line {}: left out of the minima and maxima",
+                  Counted(unread.size(), "reading"), unread.size() == 1 ? "is" : "are", entries.lines[unread[0]]);
 }
 
 }  // namespace
@@ -90,17 +117,20 @@ bool IsHousekeepingLine(std::string_view line) {
   return rest.size() >= kShape.size() && std::equal(kShape.begin(), kShape.end(), rest.begin(), fits);
 }
 
-HousekeepingLog ReadHousekeepingLog(const std::filesystem::path& path, Log& messages) {
+HousekeepingLog ReadHousekeepingLog(const fs::path& path, const fs::path& scratch, Log& messages) {
   HousekeepingLog log;
-  const auto entries = LookThrough(path, messages, log);
+  const fs::path copy = scratch / "log";
+  const Entries entries = CopyLines(path, copy, messages, log);
   ThrowIfInterrupted();
   std::wstring errors;
-  log.events = KVUtilities::ScanKVLogFile(WidePath(path), errors);
+  log.events = KVUtilities::ScanKVLogFile(WidePath(copy), errors);
+  if (log.events.size() != entries.lines.size()) throw Failure(Utf8(copy) + ": the entries could not be read back");
   log.errors = Lines(Utf8(errors));
   if (log.cutAtLine)
     messages.Warn("log: line {} has {} characters or more: the scan ends there", *log.cutAtLine, kLongestLine + 1);
   if (log.skipped > 0) messages.Warn("log: {} skipped: fewer than three fields", Counted(log.skipped, "line"));
-  WarnOfDates(entries, log, messages);
+  WarnOfDates(entries.lines, log, messages);
+  SetReadings(entries, log, messages);
   return log;
 }
 

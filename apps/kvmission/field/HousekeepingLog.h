@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Log.h"
+#include "field/Readings.h"
 #include "field/Times.h"
 
 /// Housekeeping logs: lines "severity,YYYY-MM-DD hh:mm:ss,device,readings or text"; later firmware has one more column
@@ -25,12 +26,15 @@ struct HousekeepingLog {
   std::size_t faultyDates = 0;           ///< entries of no valid date and time
   std::optional<std::size_t> cutAtLine;  ///< from 1; the line that ends the scan because it is too long
   std::vector<std::string> errors;       ///< the log's own error lines
+  std::vector<ReadingRange> readings;    ///< the range of each reading that the log has
   std::vector<tagKVLogEvent> events;
 };
 
 /// Reads a housekeeping log and warns of what the scan leaves out or takes as it is.
-/// @throws Failure when the file cannot be read, or the user interrupts
-HousekeepingLog ReadHousekeepingLog(const std::filesystem::path& path, Log& log);
+/// @param path     may be a pipe
+/// @param scratch  folder for a copy, so that look and scan see the same lines
+/// @throws Failure when a file cannot be read or written, or the user interrupts
+HousekeepingLog ReadHousekeepingLog(const std::filesystem::path& path, const std::filesystem::path& scratch, Log& log);
 
 /// @return nothing for an entry of no valid date and time
 std::optional<Instant> TimeOf(const tagKVLogEvent& event);

@@ -72,7 +72,7 @@ bool LineReader::Next(std::string_view& line) {
     line = rest.substr(0, length);
     begin_ += ends ? length + 1 : rest.size();
     if (skipped) continue;
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    if (ends && line.ends_with('\r')) line.remove_suffix(1);
     return true;
   }
 }

@@ -28,7 +28,7 @@ std::chrono::sys_days DateNearest(Instant instant, Hundredths timeOfDay);
 /// @return nothing when no source tells a date
 std::optional<MissionDate> ChooseDate(const DateSources& sources, Hundredths firstFix, Log& log);
 
-/// Noon of a date: from there the trajectory reader follows every midnight.
+/// Noon of a date, well inside the day that the trajectory reader gives to fixes.
 FILETIME NoonOf(std::chrono::sys_days date);
 
 }  // namespace kv::mission

@@ -39,10 +39,41 @@ std::string TypesText(const std::map<std::string, std::size_t, std::less<>>& typ
   return text;
 }
 
+/// Days from one fix to the next. A log that goes on within a day pauses for less than 23 hours, and one whose pieces
+/// are out of order goes back by less than 12.
+int DaysBetween(Hundredths from, Hundredths to) {
+  using std::chrono::hours;
+  return to - from < -hours{12} ? 1 : to - from > hours{23} ? -1 : 0;
+}
+
+/// The copy of the fixes.
+class Pieces {
+ public:
+  explicit Pieces(std::filesystem::path copy) : copy_(std::move(copy)) {}
+
+  /// Where the fixes of a day are appended.
+  std::string& Of(int day, std::vector<int>& days) {
+    if (days.empty() || days.back() != day) {
+      Close();
+      writer_.emplace(PieceOf(copy_, days.size()));
+      days.push_back(day);
+    }
+    writer_->LineDone();
+    return writer_->Text();
+  }
+  void Close() {
+    if (writer_) writer_->Close();
+  }
+
+ private:
+  std::filesystem::path copy_;
+  std::optional<LineWriter> writer_;
+};
+
 /// Takes the lines of one log in their order.
 class Triage {
  public:
-  explicit Triage(std::string& fixes) : fixes_(fixes) {}
+  explicit Triage(Pieces& pieces) : pieces_(pieces) {}
 
   void Take(std::string_view line) {
     ++log.counts.lines;
@@ -61,33 +92,38 @@ class Triage {
   bool TakeFix() {
     const ClockTime clock = *ParseClock(sentence_.fields[1]);
     if (lastFix_ == clock.time) return false;
+    if (lastFix_) day_ += DaysBetween(*lastFix_, clock.time);
     lastFix_ = clock.time;
     if (!log.firstFix) log.firstFix = clock.time;
     log.counts.truncatedTimes += clock.truncated;
     ++log.counts.qualities[*Digits(sentence_.fields[kQualityField])];
-    AppendFixLine(sentence_, clock.time, fixes_);
+    AppendFixLine(sentence_, clock.time, pieces_.Of(day_, log.days));
     return true;
   }
 
-  std::string& fixes_;
+  Pieces& pieces_;
   Sentence sentence_;
   std::optional<Hundredths> lastFix_;
+  int day_ = 0;
   bool dateSettled_ = false;
 };
 
 }  // namespace
 
+std::filesystem::path PieceOf(const std::filesystem::path& copy, std::size_t number) {
+  return std::filesystem::path(copy) += fmt::format("-{}", number);
+}
+
 NmeaLog CopyFixes(const std::filesystem::path& log, const std::filesystem::path& copy, const Log& messages) {
   LineReader reader(log);
-  LineWriter writer(copy);
+  Pieces pieces(copy);
   Progress progress(messages.ShowsProgress(), "reading trajectory", "lines");
-  Triage triage(writer.Text());
+  Triage triage(pieces);
   for (std::string_view line; reader.Next(line);) {
     triage.Take(line);
-    writer.LineDone();
     progress.Step(reader.BytesRead(), reader.FileSize());
   }
-  writer.Close();
+  pieces.Close();
   return triage.log;
 }
 

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "Log.h"
 #include "field/NmeaSentence.h"
@@ -27,10 +28,16 @@ struct NmeaCounts {
 struct NmeaLog {
   NmeaCounts counts;
   std::optional<Hundredths> firstFix;  ///< its time of day
+  std::vector<int> days;               ///< of the pieces of the copy, counted from the first fix's
   std::optional<Instant> dated;        ///< of the first dated sentence after the first fix, else of the last before it
 };
 
-/// Copies the fixes of a log, and nothing else, to a new file that the trajectory reader takes.
+/// A file of the copy of a log's fixes. Each has the fixes of one day: over midnight the trajectory reader follows the
+/// date only from a fix of the last hour to one of the first, and it never goes back.
+std::filesystem::path PieceOf(const std::filesystem::path& copy, std::size_t number);
+
+/// Copies the fixes of a log, and nothing else, to new files that the trajectory reader takes: one for each day, and
+/// for each return to the day before, as when receivers take turns and one is late.
 /// @throws Failure when a file cannot be read or written, or the user interrupts
 NmeaLog CopyFixes(const std::filesystem::path& log, const std::filesystem::path& copy, const Log& messages);
 

@@ -2,7 +2,10 @@
 
 #include <KVRecords.h>
 
+#include <bitset>
+#include <cstddef>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "field/Times.h"
@@ -15,6 +18,7 @@ struct ReadingKind {
   const char* words;      ///< for people
   const wchar_t* source;  ///< description of the entries that carry it
   double tagKVLogEvent::*value;
+  std::size_t place;  ///< of its field in the line, counted from the end from 0: firmware moves the beginning
 };
 
 struct Extreme {
@@ -27,7 +31,16 @@ struct ReadingRange {
   Extreme lowest, highest;
 };
 
-/// @return the range of each reading that the log has
-std::vector<ReadingRange> ReadingRanges(const std::vector<tagKVLogEvent>& events);
+/// Which of the last fields of a line are numbers, by place.
+using NumberFields = std::bitset<7>;
+NumberFields FindNumbers(std::string_view line);
+
+struct Readings {
+  std::vector<ReadingRange> ranges;  ///< of each reading that the log has
+  std::vector<std::size_t> unread;   ///< the entry of each reading that is no finite number, and in no range
+};
+
+/// @param numbers  for each entry, those of its line
+Readings ReadingsOf(const std::vector<tagKVLogEvent>& events, const std::vector<NumberFields>& numbers);
 
 }  // namespace kv::mission

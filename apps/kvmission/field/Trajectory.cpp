@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <stdexcept>
 
 #include "Failure.h"
@@ -53,21 +54,28 @@ Trajectory ReadTrajectory(const std::filesystem::path& path, DateSources dates, 
   dates.sentence = fixes.dated;
   const auto date = ChooseDate(dates, *fixes.firstFix, log);
   if (!date) throw Failure(Utf8(path) + ": nothing tells the date of the fixes; give it with --date YYYY-MM-DD");
-  return ScanFixes(path, copy, std::move(fixes.counts), *date, maxGap);
+  return ScanFixes(path, copy, fixes, *date, maxGap);
 }
 
-Trajectory ScanFixes(const std::filesystem::path& path, const std::filesystem::path& copy, NmeaCounts counts,
+Trajectory ScanFixes(const std::filesystem::path& path, const std::filesystem::path& copy, const NmeaLog& fixes,
                      MissionDate date, double maxGap) {
   Trajectory trajectory;
-  trajectory.counts = std::move(counts);
+  trajectory.counts = fixes.counts;
   trajectory.date = date;
+  auto& observations = trajectory.observations;
   std::wstring error;
   try {
-    trajectory.observations = KVUtilities::ScanKVTrajectoryFile(WidePath(copy), NoonOf(date.date), error);
+    for (std::size_t i = 0; i < fixes.days.size(); ++i) {
+      const FILETIME noon = NoonOf(date.date + std::chrono::days{fixes.days[i]});
+      auto piece = KVUtilities::ScanKVTrajectoryFile(WidePath(PieceOf(copy, i)), noon, error);
+      if (i == 0) std::swap(observations, piece);  // mostly all
+      std::move(piece.begin(), piece.end(), std::back_inserter(observations));
+    }
   } catch (const std::logic_error& fault) {  // a number that the library does not take
     throw Failure(fmt::format("{}: the fixes cannot be read: {}", Utf8(path), fault.what()));
   }
-  if (trajectory.observations.empty()) throw Failure(Utf8(path) + ": the fixes could not be read back");
+  if (observations.size() != fixes.counts.Of(LineKind::Fix))
+    throw Failure(Utf8(path) + ": the fixes could not be read back");
   Inspect(trajectory, maxGap);
   return trajectory;
 }
@@ -81,7 +89,7 @@ void WarnOfTrajectory(const Trajectory& trajectory, Log& log) {
   }
   if (gaps.size() > kNamed) log.Warn("{} more", Counted(gaps.size() - kNamed, "trajectory gap"));
   if (trajectory.stepsBack > 0)
-    log.Warn("the time of the fixes runs back {}: pieces out of order, or a gap over midnight",
+    log.Warn("the time of the fixes runs back {}: pieces out of order, or a gap of more than 12 hours over midnight",
              Counted(trajectory.stepsBack, "time"));
   if (!trajectory.crossings.empty())
     log.Warn("the track crosses the 180th meridian: its line there runs around the globe");

@@ -48,10 +48,10 @@ Trajectory ReadTrajectory(const std::filesystem::path& path, DateSources dates, 
                           double maxGap, Log& log);
 
 /// The same from a checked copy, with the date settled.
-/// @param path  of the log, for messages
-/// @param copy  holds one fix at least
+/// @param path   of the log, for messages
+/// @param fixes  of the copy, one at least
 /// @throws Failure when it cannot be read
-Trajectory ScanFixes(const std::filesystem::path& path, const std::filesystem::path& copy, NmeaCounts counts,
+Trajectory ScanFixes(const std::filesystem::path& path, const std::filesystem::path& copy, const NmeaLog& fixes,
                      MissionDate date, double maxGap);
 
 /// Says what of a trajectory a surveyor should look at.

@@ -13,7 +13,9 @@
 #include "field/HousekeepingLog.h"
 #include "field/JpegHeader.h"
 #include "field/PhotoTimes.h"
+#include "field/PosFile.h"
 #include "field/ShapefileHeader.h"
+#include "transform/PosReport.h"
 
 namespace kv::mission {
 namespace {
@@ -40,13 +42,13 @@ void AddFixes(const Trajectory& trajectory, bool dated, Json& json) {
 }
 
 Json DescribeTrajectory(const fs::path& path, double maxGap, Log& log) {
-  const ScratchFolder scratch(fs::temp_directory_path());
+  const ScratchFolder scratch(TemporaryFolder());
   const auto copy = scratch.Path() / "fixes";
   NmeaLog fixes = CopyFixes(path, copy, log);
   Json json = JsonOfLines(fixes.counts);
   if (!fixes.firstFix) return json;
   const auto date = ChooseDate({{}, {}, fixes.dated}, *fixes.firstFix, log);
-  const auto trajectory = ScanFixes(path, copy, fixes.counts, date.value_or(MissionDate{kNoDate, "none"}), maxGap);
+  const auto trajectory = ScanFixes(path, copy, fixes, date.value_or(MissionDate{kNoDate, "none"}), maxGap);
   AddFixes(trajectory, date.has_value(), json);
   WarnOfTrajectory(trajectory, log);
   return json;
@@ -66,7 +68,7 @@ Json HeartbeatGaps(const EventLog& events, double maxGap) {
 }
 
 Json DescribeEvents(const fs::path& path, double maxGap, Log& log) {
-  const ScratchFolder scratch(fs::temp_directory_path());
+  const ScratchFolder scratch(TemporaryFolder());
   const EventLog events = ReadEvents(path, scratch.Path(), log);
   std::map<std::string, std::size_t> cameras;
   TimeSpan span;
@@ -86,12 +88,23 @@ Json DescribeEvents(const fs::path& path, double maxGap, Log& log) {
 }
 
 Json DescribeLog(const fs::path& path, double, Log& log) {
-  const HousekeepingLog housekeeping = ReadHousekeepingLog(path, log);
+  const ScratchFolder scratch(TemporaryFolder());
+  const HousekeepingLog housekeeping = ReadHousekeepingLog(path, scratch.Path(), log);
   const TimeSpan span = SpanOf(housekeeping.events);
   return {{"lines", housekeeping.lines},           {"linesSkipped", housekeeping.skipped},
           {"entries", housekeeping.events.size()}, {"faultyDates", housekeeping.faultyDates},
           {"first", JsonOf(span.first)},           {"last", JsonOf(span.last)},
-          {"errors", housekeeping.errors},         {"readings", JsonOf(ReadingRanges(housekeeping.events))}};
+          {"errors", housekeeping.errors},         {"readings", JsonOf(housekeeping.readings)}};
+}
+
+Json DescribePos(const fs::path& path, double, Log& log) {
+  const PosFile pos = ReadPosFile(path, log, [](std::string_view) {});
+  WarnOfPosLines(pos.counts, log);
+  Json json = JsonOfLines(pos.counts);
+  json["firstWeek"] = pos.firstWeek ? Json(*pos.firstWeek) : Json(nullptr);
+  json["lastWeek"] = pos.lastWeek ? Json(*pos.lastWeek) : Json(nullptr);
+  json["bounds"] = JsonOf(pos.bounds);
+  return json;
 }
 
 Json DescribePhoto(const fs::path& path, double, Log&) {
@@ -123,10 +136,11 @@ struct Describer {
   const char* name;
   Json (*describe)(const fs::path& path, double maxGap, Log& log);
 };
-constexpr std::array<Describer, 6> kDescribers{{{FileKind::Unknown, "unknown", DescribeUnknown},
+constexpr std::array<Describer, 7> kDescribers{{{FileKind::Unknown, "unknown", DescribeUnknown},
                                                 {FileKind::Trajectory, "trajectory log (NMEA)", DescribeTrajectory},
                                                 {FileKind::Events, "system event file", DescribeEvents},
                                                 {FileKind::HousekeepingLog, "housekeeping log", DescribeLog},
+                                                {FileKind::Pos, "POS file", DescribePos},
                                                 {FileKind::Jpeg, "photo (JPEG)", DescribePhoto},
                                                 {FileKind::Shapefile, "Shapefile", DescribeShapefile}}};
 
@@ -150,7 +164,7 @@ std::string ValueText(const Json& value) {
 }
 
 void Print(const std::string& label, const Json& value, std::size_t depth, std::string& text) {
-  text += fmt::format("{:{}}{}{} {}", "", 2 * depth, label, label.empty() ? "-" : ":", ValueText(value));
+  text += fmt::format("{:{}}{}{} {}", "", 2 * depth, label, label.empty() ? "-" : ":", Visible(ValueText(value)));
   while (text.back() == ' ') text.pop_back();
   text += '\n';
   std::size_t listed = 0;
@@ -167,12 +181,13 @@ void Print(const std::string& label, const Json& value, std::size_t depth, std::
 }  // namespace
 
 Json DescribeFile(const fs::path& path, double maxGap) {
+  std::error_code error;
+  if (fs::is_other(path, error)) throw Failure(Utf8(path) + ": is no regular file; only such are described");
   const FileKind kind = KindOfFile(path);
   const auto describer =
       std::find_if(kDescribers.begin(), kDescribers.end(), [&](auto& entry) { return entry.kind == kind; });
   Log log(Verbosity::Quiet);  // warnings are part of the description
   Json json = {{"file", Utf8(path)}, {"kind", describer->name}};
-  std::error_code error;
   const auto size = fs::file_size(path, error);
   if (!error) json["bytes"] = size;
   json.update(describer->describe(path, maxGap, log));
@@ -181,7 +196,7 @@ Json DescribeFile(const fs::path& path, double maxGap) {
 }
 
 std::string DescriptionText(const Json& description) {
-  std::string text = description["file"].get<std::string>() + '\n';
+  std::string text = Visible(description["file"].get<std::string>()) + '\n';
   for (const auto& [key, value] : description.items()) {
     if (key != "file") Print(Words(key), value, 1, text);
   }

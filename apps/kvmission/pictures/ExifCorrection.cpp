@@ -7,6 +7,8 @@
 #include <memory>
 #include <new>
 
+#include "Failure.h"
+
 namespace kv::mission {
 namespace {
 
@@ -17,15 +19,19 @@ struct Release {
 
 constexpr int kShownAsStored = 1;  // orientation: the first row is the top, the first column the left side
 
-/// Stores a number in an entry that is there, in the entry's own format.
+/// Stores a number in an entry that is there, in the entry's own format. One of another format or count would keep the
+/// old number, which some programs read: it goes.
 void SetNumber(ExifData& data, ExifIfd directory, ExifTag tag, int number) {
   ExifEntry* entry = exif_content_get_entry(data.ifd[directory], tag);
-  if (!entry || !entry->data || entry->components != 1) return;
+  if (!entry) return;
   const ExifByteOrder order = exif_data_get_byte_order(&data);
-  if (entry->format == EXIF_FORMAT_SHORT && entry->size >= 2)
+  if (entry->format == EXIF_FORMAT_SHORT && entry->components == 1 && entry->size == 2) {
     exif_set_short(entry->data, order, static_cast<ExifShort>(number));
-  if (entry->format == EXIF_FORMAT_LONG && entry->size >= 4)
+  } else if (entry->format == EXIF_FORMAT_LONG && entry->components == 1 && entry->size == 4) {
     exif_set_long(entry->data, order, static_cast<ExifLong>(number));
+  } else {
+    exif_content_remove_entry(data.ifd[directory], entry);
+  }
 }
 
 void RemoveThumbnail(ExifData& data) {
@@ -51,7 +57,7 @@ std::string CorrectedExif(std::string_view exif, int width, int height) {
   exif_data_unset_option(data.get(), EXIF_DATA_OPTION_FOLLOW_SPECIFICATION);
   exif_data_load_data(data.get(), reinterpret_cast<const unsigned char*>(exif.data()),
                       static_cast<unsigned>(exif.size()));
-  if (!HasEntries(*data)) return std::string(exif);
+  if (!HasEntries(*data)) throw Failure("its EXIF data cannot be read; the photo stays as it was");
   RemoveThumbnail(*data);
   SetNumber(*data, EXIF_IFD_0, EXIF_TAG_ORIENTATION, kShownAsStored);
   SetNumber(*data, EXIF_IFD_0, EXIF_TAG_IMAGE_WIDTH, width);
@@ -62,7 +68,8 @@ std::string CorrectedExif(std::string_view exif, int width, int height) {
   unsigned size = 0;
   exif_data_save_data(data.get(), &bytes, &size);
   const std::unique_ptr<unsigned char, Release> saved(bytes);
-  return bytes ? std::string(reinterpret_cast<const char*>(bytes), size) : std::string(exif);
+  if (!bytes) throw Failure("its EXIF data cannot be written; the photo stays as it was");
+  return {reinterpret_cast<const char*>(bytes), size};
 }
 
 }  // namespace kv::mission

@@ -35,40 +35,49 @@ bool IsFrame(int marker) {
   return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
 }
 
+/// TEM and RST0 to RST7 have no content.
+bool StandsAlone(int marker) { return marker == 0x01 || (marker >= 0xD0 && marker <= 0xD7); }
+
+/// Where the next marker's number stands. Stray bytes before its FF, and fill bytes FF, are passed over as decoders do;
+/// FF 00 is no marker.
+std::size_t NextMarker(std::string_view file, std::size_t at) {
+  do {
+    at = file.find_first_not_of('\xFF', file.find('\xFF', at));
+  } while (at != std::string_view::npos && file[at] == '\0');
+  return at;
+}
+
 /// @return nothing for what is no JPEG file up to its first scan
 std::optional<Layout> LayOut(std::string_view file) {
   if (file.size() < 4 || ByteAt(file, 0) != 0xFF || ByteAt(file, 1) != kStartOfImage) return std::nullopt;
   Layout layout;
-  for (std::size_t at = 2; at + 4 <= file.size();) {
-    if (ByteAt(file, at) != 0xFF) return std::nullopt;
-    const int marker = ByteAt(file, at + 1);
-    if (marker == 0xFF) {  // a fill byte
-      ++at;
-      continue;
-    }
+  for (std::size_t at = NextMarker(file, 2); at < file.size(); at = NextMarker(file, at)) {
+    const int marker = ByteAt(file, at++);
+    if (StandsAlone(marker)) continue;
     if (marker == kStartOfScan) {
-      layout.rest = file.substr(at);
+      layout.rest = file.substr(at - 2);
       return layout.width > 0 ? std::optional(layout) : std::nullopt;
     }
-    const auto length = static_cast<std::size_t>(BigEndian16(file, at + 2));  // counts itself
-    if (marker == kEndOfImage || length < 2 || length > file.size() - at - 2) return std::nullopt;
-    layout.segments.push_back({marker, file.substr(at + 4, length - 2)});
+    if (marker == kEndOfImage || file.size() - at < 2) return std::nullopt;
+    const auto length = static_cast<std::size_t>(BigEndian16(file, at));  // counts itself
+    if (length < 2 || length > file.size() - at) return std::nullopt;
+    layout.segments.push_back({marker, file.substr(at + 2, length - 2)});
     if (const auto content = layout.segments.back().content; IsFrame(marker) && content.size() >= 6) {
       layout.height = BigEndian16(content, 1);
       layout.width = BigEndian16(content, 3);
       layout.channels = ByteAt(content, 5);
     }
-    at += 2 + length;
+    at += length;
   }
   return std::nullopt;
 }
 
-/// The colour space of a profile stands at byte 16; a profile in several pieces has it in the first, which other pieces
-/// follow.
+/// The colour space of a profile stands at byte 16. A profile may come in pieces, in any order: number 1 has it.
 bool ProfileFits(const Layout& photo, int channels) {
   constexpr std::size_t kSpaceAt = kProfile.size() + 2 + 16;  // behind the piece's number and the count of pieces
   for (const auto& [marker, content] : photo.segments) {
     if (marker != kApp2 || !content.starts_with(kProfile) || content.size() < kSpaceAt + 4) continue;
+    if (ByteAt(content, kProfile.size()) != 1) continue;
     const std::string_view space = content.substr(kSpaceAt, 4);
     return space == "GRAY" ? channels == 1 : space == "CMYK" ? channels == 4 : channels == 3;
   }
@@ -83,7 +92,8 @@ bool IsMetadata(const Segment& segment, bool profileFits) {
 }
 
 void Append(int marker, std::string_view content, std::string& file) {
-  if (content.size() > kLongestSegment) throw Failure("its EXIF data have no room in a JPEG segment");
+  if (content.size() > kLongestSegment)
+    throw Failure("its EXIF data have no room in a JPEG segment; the photo stays as it was");
   const std::size_t length = content.size() + 2;
   file += '\xFF';
   for (const std::size_t byte : {static_cast<std::size_t>(marker), length >> 8, length & 0xFF})

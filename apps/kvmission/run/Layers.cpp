@@ -77,6 +77,14 @@ Layer WritePhotos(const OutputFolder& output, std::vector<tagKVSystemEvent>&& ev
   return Write(output, kPhotos, KVUtilities::ExportPhotoPointShapefile, std::move(events), log);
 }
 
+Layer WritePosPoints(const OutputFolder& output, const char* name, std::vector<tagKVPosEvent>&& samples,
+                     const std::wstring& projection, const Log& log) {
+  const auto exportLayer = [&](std::wstring path, std::vector<tagKVPosEvent> records, std::wstring& error) {
+    return KVUtilities::ExportPosPointShapefile(std::move(path), std::move(records), projection, error);
+  };
+  return Write(output, name, exportLayer, std::move(samples), log);
+}
+
 void WarnOfPhotoPaths(const std::vector<tagKVSystemEvent>& events, Log& log) {
   const auto unfit =
       std::count_if(events.begin(), events.end(), [](auto& event) { return !FitsColumn(event.PhotoPath); });

@@ -24,6 +24,11 @@ Layer WriteStations(const OutputFolder& output, std::vector<tagKVExposureStation
 /// @param events  camera events; each is a record
 Layer WritePhotos(const OutputFolder& output, std::vector<tagKVSystemEvent>&& events, const Log& log);
 
+/// @param name        of the layer
+/// @param projection  content of the .prj
+Layer WritePosPoints(const OutputFolder& output, const char* name, std::vector<tagKVPosEvent>&& samples,
+                     const std::wstring& projection, const Log& log);
+
 /// Photo paths that the attribute table cannot hold: it has 254 characters of Windows-1252.
 void WarnOfPhotoPaths(const std::vector<tagKVSystemEvent>& events, Log& log);
 

@@ -11,6 +11,7 @@
 #include "run/MissionFolder.h"
 #include "run/OutputFolder.h"
 #include "run/Placing.h"
+#include "transform/TargetSystem.h"
 
 namespace kv::mission {
 namespace {
@@ -19,27 +20,27 @@ namespace fs = std::filesystem;
 using Events = std::vector<tagKVSystemEvent>;
 
 /// A mission folder promises events and photos; a trajectory given by itself does not.
-void WarnOfAbsence(const RunRequest& request, const Settings& settings, Log& log) {
+void WarnOfInputs(const RunRequest& request, const Settings& settings, Log& log) {
   if (request.mission && !settings.events) log.Warn("no event file: trajectory layers only");
   if (settings.events && !settings.camera1 && !settings.camera2)
     log.Warn("no photo folder: events stay without photos");
+  std::error_code notThere;
+  if (settings.camera1 && settings.camera2 && fs::equivalent(*settings.camera1, *settings.camera2, notThere))
+    log.Warn("both cameras have the photo folder {}", Utf8(*settings.camera1));
 }
 
 /// Command line before mission.toml before finding.
 Settings ResolveInputs(const RunRequest& request, Log& log) {
   Settings settings = request.settings;
   if (request.mission) {
-    std::error_code error;
-    if (!fs::is_directory(*request.mission, error)) throw Failure(Utf8(*request.mission) + ": no such folder");
-    if (const auto file = *request.mission / kMissionFileName; fs::exists(file, error))
-      FillIn(settings, ReadMissionToml(file));
+    FillIn(settings, ReadMissionSettings(*request.mission));
     FindMissionFiles(*request.mission, settings, log);
   }
   if (!settings.trajectory) throw Failure("no trajectory found; give it with --trajectory FILE");
-  if (settings.tolerance.value_or(kDefaultTolerance) < 0)
-    throw Failure("tolerance must not be negative", ExitCode::WrongUsage);
-  if (settings.maxGap.value_or(kDefaultMaxGap) <= 0) throw Failure("max-gap must be positive", ExitCode::WrongUsage);
-  WarnOfAbsence(request, settings, log);
+  if (settings.pos.has_value() != settings.target.has_value())
+    throw Failure("a POS file needs a target coordinate system, and the other way round: give --pos and --target",
+                  ExitCode::WrongUsage);
+  WarnOfInputs(request, settings, log);
   return settings;
 }
 
@@ -115,7 +116,7 @@ void PlaceLog(HousekeepingLog& housekeeping, Summary& summary, Log& log) {
   result.cutAtLine = housekeeping.cutAtLine;
   result.entries = housekeeping.events.size();
   result.span = SpanOf(housekeeping.events);
-  result.readings = ReadingRanges(housekeeping.events);
+  result.readings = std::move(housekeeping.readings);
   result.errors = std::move(housekeeping.errors);
   result.dropped = PlaceLogEntries(housekeeping, summary.trajectory, log);
 }
@@ -145,6 +146,13 @@ void WritePhotosAndStations(const OutputFolder& output, Events&& events, Summary
   summary.layers.push_back(WriteStations(output, std::move(stations), log));
 }
 
+void WritePos(const OutputFolder& output, const tagKVCoordinateSystem& target, Summary& summary, Log& log) {
+  PosPoints points = TransformPos(*summary.inputs.pos, target, output.Staging(), log);
+  summary.layers.push_back(
+      WritePosPoints(output, kPosPoints, std::move(points.samples), target.EsriWkt.GetString(), log));
+  summary.pos = std::move(points.summary);
+}
+
 void WriteSummary(const OutputFolder& output, const Summary& summary) {
   LineWriter writer(output.Staging() / kSummaryFile);
   writer.Text() = SummaryJson(summary);
@@ -159,10 +167,13 @@ Summary RunMission(const RunRequest& request, Log& log) {
   summary.output = fs::absolute(request.output).lexically_normal();
   summary.inputs = ResolveInputs(request, log);
   const Settings& inputs = summary.inputs;
+  RefuseResultsAsInputs(request.output, inputs);
+  std::optional<tagKVCoordinateSystem> target;
+  if (inputs.pos) target = ReadTargetSystem(*inputs.target);
   OutputFolder output(request.output, request.overwrite);
 
   HousekeepingLog housekeeping;
-  if (inputs.log) housekeeping = ReadHousekeepingLog(*inputs.log, log);
+  if (inputs.log) housekeeping = ReadHousekeepingLog(*inputs.log, output.Staging(), log);
   EventLog eventLog;
   if (inputs.events) eventLog = ReadUsableEvents(*inputs.events, output.Staging(), log);
   Events& events = eventLog.events;
@@ -183,6 +194,7 @@ Summary RunMission(const RunRequest& request, Log& log) {
   WriteTrajectory(output, summary, log);
   if (inputs.log) summary.layers.push_back(WriteLogPoints(output, std::move(housekeeping.events), log));
   if (inputs.events) WritePhotosAndStations(output, std::move(events), summary, log);
+  if (target) WritePos(output, *target, summary, log);
   summary.warnings = log.Warnings();
   WriteSummary(output, summary);
   output.Commit();

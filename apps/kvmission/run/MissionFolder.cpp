@@ -86,6 +86,13 @@ Sorter Sorted(const fs::path& folder, Log& log) {
 
 }  // namespace
 
+Settings ReadMissionSettings(const fs::path& folder) {
+  std::error_code error;
+  if (!fs::is_directory(folder, error)) throw Failure(Utf8(folder) + ": no such folder");
+  const auto file = folder / "mission.toml";
+  return fs::symlink_status(file, error).type() == fs::file_type::not_found ? Settings{} : ReadMissionToml(file);
+}
+
 void FindMissionFiles(const fs::path& folder, Settings& settings, Log& log) {
   Sorter sorter = Sorted(folder, log);
   for (Candidates& candidates : sorter.All()) Settle(candidates, settings, log);
@@ -93,10 +100,7 @@ void FindMissionFiles(const fs::path& folder, Settings& settings, Log& log) {
 
 fs::path FindCameraFolder(const fs::path& folder, int camera, Log& log) {
   const auto setting = camera == 1 ? &Settings::camera1 : &Settings::camera2;
-  Settings settings;
-  std::error_code error;
-  if (!fs::is_directory(folder, error)) throw Failure(Utf8(folder) + ": no such folder");
-  if (const auto file = folder / kMissionFileName; fs::exists(file, error)) settings = ReadMissionToml(file);
+  Settings settings = ReadMissionSettings(folder);
   Sorter sorter = Sorted(folder, log);
   for (Candidates& candidates : sorter.All()) {
     if (candidates.setting == setting) Settle(candidates, settings, log);

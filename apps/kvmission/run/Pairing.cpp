@@ -6,6 +6,7 @@
 #include <cmath>
 #include <map>
 
+#include "Failure.h"
 #include "Statistics.h"
 #include "System.h"
 #include "field/EventLog.h"
@@ -43,10 +44,13 @@ Events EventsOf(int camera, const Events& events) {
   return own;
 }
 
-void PairByOrder(const PhotoFolder& folder, Events& own, const Log& log) {
+void PairByOrder(int camera, const PhotoFolder& folder, Events& own, Log& log) {
+  if (LibraryMisreads(folder.path))
+    throw Failure(Utf8(folder.path) + ": a folder of photos paired by order cannot have a backslash in its name");
   const std::wstring image = WidePath(folder.path), list = image + PhotoPathSeparator();
   std::wstring error;
-  if (!KVUtilities::PopulatePhotoPaths(own, list, list, image, image, error)) log.Note("{}", Utf8(error));
+  if (!KVUtilities::PopulatePhotoPaths(own, list, list, image, image, error))
+    log.Warn("camera {}: {}", camera, error.empty() ? "pairing by order failed" : Utf8(error));
 }
 
 void PairByTime(const PhotoFolder& folder, double offset, Events& own, const Log& log) {
@@ -144,7 +148,7 @@ Pairing PairPhotos(int camera, const PhotoFolder& folder, std::optional<PairMode
   Events found = own;
   if (pairing.mode == PairMode::Order) {
     WarnBeforeOrder(camera, folder, own.size(), log);
-    PairByOrder(folder, found, log);
+    PairByOrder(camera, folder, found, log);
   } else {
     WarnBeforeTime(camera, folder, log);
     PairByTime(folder, offset, found, log);

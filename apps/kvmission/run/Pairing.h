@@ -30,6 +30,7 @@ struct Pairing {
 /// @param mode    nothing lets the photos decide: by time when most of them have one
 /// @param offset  seconds, added to every photo's time
 /// @param events  of all cameras, in the order of the event file; an event without a time is paired by order only
+/// @throws Failure when the library cannot find the folder for pairing by order
 Pairing PairPhotos(int camera, const PhotoFolder& folder, std::optional<PairMode> mode, double offset,
                    std::vector<tagKVSystemEvent>& events, Log& log);
 

@@ -24,8 +24,8 @@ std::size_t PlaceLogEntries(HousekeepingLog& housekeeping, Trajectory& trajector
 
 /// Removes what is no exposure at a place: heartbeats and camera events without a place. The ticks of the rest become
 /// those of the file again.
-/// @return a line for each camera event that cannot be a record of the photo layer: one removed or, when the mission has
-///         photo folders, one without a photo
+/// @return a line for each camera event that cannot be a record of the photo layer: one removed or, when the mission
+///         has photo folders, one without a photo
 std::vector<Drop> DropUnusable(EventLog& log, const Trajectory& trajectory, const Settings& inputs);
 
 /// Removes camera events without a photo, when the mission has photo folders.

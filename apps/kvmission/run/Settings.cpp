@@ -1,5 +1,6 @@
 #include "run/Settings.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "field/Numbers.h"
@@ -13,6 +14,7 @@ constexpr double kLargestSeconds = 1e9;  // some 30 years; more is no offset of 
 
 std::string Read(std::string_view text, std::optional<Path>& value) {
   if (text.empty()) return "a path is missing";
+  if (text.find('\0') != std::string_view::npos) return "must be a path, which has no NUL in it";
   value = Path(text);
   return {};
 }
@@ -43,10 +45,29 @@ std::string Read(std::string_view text, std::optional<Share>& value) {
   return {};
 }
 
+std::string Read(std::string_view text, std::optional<std::string>& value) {
+  if (text.empty()) return "a coordinate system is missing";
+  value = std::string(text);
+  return {};
+}
+
+/// What some numbers of seconds must be besides.
+struct Limit {
+  SettingMember member;
+  bool (*holds)(double seconds);
+  const char* complaint;
+};
+const std::array<Limit, 2> kLimits{
+    {{&Settings::maxGap, [](double seconds) { return seconds > 0; }, "must be positive"},
+     {&Settings::tolerance, [](double seconds) { return seconds >= 0; }, "must not be negative"}}};
+
 }  // namespace
 
 std::string SetFromText(const SettingMember& member, std::string_view text, Settings& settings) {
-  return std::visit([&](auto pointer) { return Read(text, settings.*pointer); }, member);
+  const std::string complaint = std::visit([&](auto pointer) { return Read(text, settings.*pointer); }, member);
+  const auto limit = std::find_if(kLimits.begin(), kLimits.end(), [&](auto& entry) { return entry.member == member; });
+  if (!complaint.empty() || limit == kLimits.end() || limit->holds(*Decimal(text))) return complaint;
+  return limit->complaint;
 }
 
 void FillIn(Settings& settings, const Settings& defaults) {

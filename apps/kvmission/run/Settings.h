@@ -21,7 +21,8 @@ struct Share {
 };
 
 struct Settings {
-  std::optional<std::filesystem::path> trajectory, events, log, camera1, camera2;
+  std::optional<std::filesystem::path> trajectory, events, log, camera1, camera2, pos;
+  std::optional<std::string> target;          ///< coordinate system of the POS file's layer: a file, WKT or codes
   std::optional<std::chrono::sys_days> date;  ///< UTC, of the first fix
   std::optional<PairChoice> pair;
   std::optional<double> camera1Offset, camera2Offset;  ///< seconds, added to the photos' times
@@ -38,7 +39,7 @@ inline constexpr double kDefaultBlurFactor =
 using SettingMember =
     std::variant<std::optional<std::filesystem::path> Settings::*, std::optional<std::chrono::sys_days> Settings::*,
                  std::optional<PairChoice> Settings::*, std::optional<double> Settings::*,
-                 std::optional<Share> Settings::*>;
+                 std::optional<Share> Settings::*, std::optional<std::string> Settings::*>;
 
 struct SettingKey {
   const char* name;  ///< key of mission.toml; "--" before it makes the option
@@ -47,12 +48,14 @@ struct SettingKey {
   SettingMember member;
 };
 
-inline const std::array<SettingKey, 12> kSettingKeys{{
+inline const std::array<SettingKey, 14> kSettingKeys{{
     {"trajectory", "FILE", "receiver log with the trajectory (NMEA sentences)", &Settings::trajectory},
     {"events", "FILE", "system event file with heartbeats and camera events", &Settings::events},
     {"log", "FILE", "housekeeping log", &Settings::log},
     {"cam1", "FOLDER", "photos of camera 1", &Settings::camera1},
     {"cam2", "FOLDER", "photos of camera 2", &Settings::camera2},
+    {"pos", "FILE", "POS file, for a layer in the coordinates of --target", &Settings::pos},
+    {"target", "WKT|FILE|EPSG:n[+m]", "coordinate system of the POS file's layer", &Settings::target},
     {"date", "YYYY-MM-DD", "UTC date of the first fix (default: from the heartbeats, else from the log)",
      &Settings::date},
     {"pair", "order|time|auto", "how photos find their events (default auto: by time when most photos tell theirs)",

@@ -12,6 +12,7 @@
 #include "run/Settings.h"
 #include "run/Sharpness.h"
 #include "run/Stations.h"
+#include "transform/PosPoints.h"
 
 namespace kv::mission {
 
@@ -58,6 +59,7 @@ struct Summary {
   Settings inputs;
   Trajectory trajectory;  ///< its observations may be gone
   std::optional<LogSummary> log;
+  std::optional<PosSummary> pos;
   std::optional<EventSummary> events;
   std::vector<CameraSummary> cameras;  ///< those with events or photos
   std::vector<Drop> drops;             ///< in file order
@@ -67,8 +69,8 @@ struct Summary {
   std::vector<Layer> layers;
   std::vector<std::string> warnings;
 
-  /// Nothing was dropped or left ungraded, no line of the event file was left out, the times are beyond doubt, and every
-  /// event and photo has its partner.
+  /// Nothing was dropped or left ungraded, no line of the event file was left out, the times are beyond doubt, and
+  /// every event and photo has its partner.
   bool IsComplete() const;
 };
 

@@ -1,6 +1,7 @@
 #include "Json.h"
 #include "System.h"
 #include "run/Summary.h"
+#include "transform/PosReport.h"
 
 namespace kv::mission {
 namespace {
@@ -142,6 +143,7 @@ std::string SummaryJson(const Summary& summary) {
                   {"cameras", std::move(cameras)},
                   {"stations", StationsOf(summary)},
                   {"log", LogOf(summary)},
+                  {"pos", summary.pos ? JsonOf(*summary.pos) : Json(nullptr)},
                   {"photos",
                    {{"first", JsonOf(summary.photoSpan.first)},
                     {"last", JsonOf(summary.photoSpan.last)},

@@ -1,10 +1,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <iterator>
 
 #include "System.h"
 #include "run/Summary.h"
+#include "transform/PosReport.h"
 
 namespace kv::mission {
 namespace {
@@ -18,8 +18,7 @@ class Page {
  public:
   template <typename... Values>
   void Line(fmt::format_string<Values...> format, Values&&... values) {
-    fmt::format_to(std::back_inserter(text_), format, std::forward<Values>(values)...);
-    text_ += '\n';
+    text_ += Visible(fmt::format(format, std::forward<Values>(values)...)) + '\n';
   }
   std::string Take() { return std::move(text_); }
 
@@ -133,6 +132,7 @@ void PrintLayers(const Summary& summary, Page& page) {
 bool Summary::IsComplete() const {
   if (!drops.empty() || (events && (events->LinesLeftOut() > 0 || events->timesDoubtful))) return false;
   if (log && (log->dropped > 0 || log->cutAtLine)) return false;
+  if (pos && !pos->IsComplete()) return false;
   return std::all_of(cameras.begin(), cameras.end(), [](const CameraSummary& camera) {
     if (camera.sharpness && !camera.sharpness->ungraded.empty()) return false;
     return camera.folder ? camera.pairing.unused.empty() : camera.read == 0;
@@ -149,6 +149,9 @@ std::string SummaryText(const Summary& summary) {
   }
   if (summary.stations) PrintStations(*summary.stations, page);
   PrintLog(summary, page);
+  if (summary.pos) {
+    for (const auto& line : PosReportLines(*summary.pos)) page.Line("{}", line);
+  }
   PrintDrops(summary, page);
   PrintLayers(summary, page);
   return page.Take();

@@ -18,7 +18,7 @@ enum class Firmware {
 
 /// What a simulated mission shall be like. The ranges are checked where the options are read.
 struct MissionOptions {
-  std::chrono::sys_seconds start{};    ///< UTC, years 2000-2099; no leap second may fall into the mission
+  std::chrono::sys_seconds start{};    ///< UTC, years 2000-2079; no leap second may fall into the mission
   std::chrono::seconds duration{300};  ///< 1 minute to 10 hours
   std::uint64_t seed = 1;
   int rate = 10;            ///< fixes per second: a divisor of 100, so that every fix lies on a hundredth of a second

@@ -68,7 +68,7 @@ std::optional<sys_seconds> ParseStart(std::string_view text) {
   const year_month_day date(year(Number(full, 0, 4)), month(static_cast<unsigned>(Number(full, 5, 2))),
                             day(static_cast<unsigned>(Number(full, 8, 2))));
   const int hour = Number(full, 11, 2), minute = Number(full, 14, 2), second = Number(full, 17, 2);
-  if (!date.ok() || date.year() < 2000y || date.year() > 2099y) return {};
+  if (!date.ok() || date.year() < 2000y || date.year() > year(kLastYear)) return {};
   if (hour > 23 || minute > 59 || second > 59) return {};
   return sys_days(date) + hours(hour) + minutes(minute) + seconds(second);
 }

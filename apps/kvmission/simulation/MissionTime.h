@@ -16,7 +16,10 @@ struct CivilTime {
 };
 CivilTime ToCivil(UtcTime time);
 
-/// Reads "YYYY-MM-DD hh:mm:ss", or with a "T" between, in the years 2000-2099. The seconds may be left out, and so may
+/// Later dates in sentences, which have two digits for the year, are read as those of 1980 and on.
+inline constexpr int kLastYear = 2079;
+
+/// Reads "YYYY-MM-DD hh:mm:ss", or with a "T" between, of the years 2000-2079. The seconds may be left out, and so may
 /// the date, which is then the default mission's.
 std::optional<std::chrono::sys_seconds> ParseStart(std::string_view text);
 

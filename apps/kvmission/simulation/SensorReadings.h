@@ -18,8 +18,8 @@ struct OrientationReading {
 };
 
 /// The sensors of the unit's housekeeping. Temperatures rise from the air's towards an end of their own, the battery
-/// empties by a few percent an hour, and the orientation follows the vehicle's way. Readings have the sensors' resolution
-/// and a little noise.
+/// empties by a few percent an hour, and the orientation follows the vehicle's way. Readings have the sensors'
+/// resolution and a little noise.
 class SensorReadings {
  public:
   SensorReadings(const FlightPath& flight, Random random);

@@ -148,7 +148,13 @@ TEST(Simulation, ExitCodes) {
               {"--start 24:00", 2},
               {"--start 1999-12-31T10:00:00", 2},
               {"--start 2016-12-31T23:59:30", 2},  // a leap second ends that day
-              {"--start 2099-12-31T23:59:30", 2},  // two-digit years end there
+              {"--start 2079-12-31T23:59:30", 2},  // two-digit years are those of 1980 from there on
+              {"--start 2080-01-01T00:00:00", 2},
+              {"--seed -1", 2},
+              {"--seed 1.5", 2},
+              {"--seed 18446744073709551616", 2},
+              {"--minutes nan", 2},
+              {"--noise 1e400", 2},
               {"--photo-size 320", 2},
               {"--photo-size 320x0", 2},
               {"--photo-size 320x240x3", 2},

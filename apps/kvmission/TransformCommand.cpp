@@ -1,0 +1,142 @@
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "Commands.h"
+#include "Failure.h"
+#include "Interrupt.h"
+#include "Log.h"
+#include "System.h"
+#include "field/LineWriter.h"
+#include "field/TextCase.h"
+#include "run/Layers.h"
+#include "transform/PosCsv.h"
+#include "transform/PosReport.h"
+#include "transform/TargetSystem.h"
+
+namespace kv::mission {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct TransformOptions {
+  std::string pos, target, output;
+  bool overwrite = false, json = false, quiet = false, verbose = false;
+};
+
+int DecimalsFor(const tagKVCoordinateSystem& target) { return target.IsGeographic ? 10 : 6; }  // 10 um, 1 um
+
+/// Calls `lineDone` after the header and after each row of the table in `text`.
+template <typename LineDone>
+void WriteTable(const PosPoints& points, int decimals, std::string& text, LineDone lineDone) {
+  AppendPosCsvHeader(text);
+  for (std::size_t i = 0; i < points.samples.size(); ++i) {
+    lineDone();
+    AppendPosCsvRow(points.samples[i], i, points.lines[i], decimals, text);
+  }
+  lineDone();
+}
+
+/// Whether all of it gets there is asked at the end of the command.
+void PrintTable(const PosPoints& points, int decimals) {
+  constexpr std::size_t kBufferSize = 64 * 1024;
+  std::string text;
+  const auto flush = [&] {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    text.clear();
+  };
+  WriteTable(points, decimals, text, [&] {
+    if (text.size() >= kBufferSize) flush();
+  });
+  flush();
+}
+
+void WriteTableTo(const fs::path& path, const PosPoints& points, int decimals) {
+  LineWriter writer(path);
+  WriteTable(points, decimals, writer.Text(), [&] { writer.LineDone(); });
+  writer.Close();
+}
+
+/// A file or layer that gets its name once it is whole.
+PosSummary TransformTo(const fs::path& output, const TransformOptions& options, const tagKVCoordinateSystem& target,
+                       Log& log) {
+  const std::string extension = LowerCase(Utf8(output.extension()));
+  const bool isLayer = extension == ".shp";
+  if (!isLayer && extension != ".csv")
+    throw Failure(Utf8(output) + ": the output must end in .shp or .csv", ExitCode::WrongUsage);
+  if (LibraryMisreads(output)) throw Failure(Utf8(output) + ": an output cannot have a backslash in its name");
+  const fs::path folder = output.has_parent_path() ? output.parent_path() : ".";
+  const std::string name = (isLayer ? output.stem() : output.filename()).string();
+  const Results results = isLayer ? Results{{name}, {}} : Results{{}, {name}};
+  RefuseResultAsInput(folder, results, options.pos);
+  OutputFolder place(folder, options.overwrite, results);
+  PosPoints points = TransformPos(options.pos, target, place.Staging(), log);
+  if (isLayer) {
+    WritePosPoints(place, name.c_str(), std::move(points.samples), target.EsriWkt.GetString(), log);
+  } else {
+    WriteTableTo(place.Staging() / name, points, DecimalsFor(target));
+  }
+  place.Commit();
+  return points.summary;
+}
+
+std::string ReportText(const PosSummary& summary) {
+  std::string text;
+  for (const auto& line : PosReportLines(summary)) text += Visible(line) + '\n';
+  return text;
+}
+
+/// Standard output has the table, the report goes beside it.
+PosSummary TransformAndPrint(const TransformOptions& options, const tagKVCoordinateSystem& target, Log& log) {
+  const ScratchFolder scratch(TemporaryFolder());
+  const PosPoints points = TransformPos(options.pos, target, scratch.Path(), log);
+  PrintTable(points, DecimalsFor(target));
+  if (!options.quiet) ShowText(ReportText(points.summary));
+  return points.summary;
+}
+
+ExitCode Transform(const TransformOptions& options) {
+  if (options.json && options.output.empty())
+    throw Failure("--json needs --output: standard output has the table", ExitCode::WrongUsage);
+  CatchInterrupts();
+  Log log(options.quiet ? Verbosity::Quiet : options.verbose ? Verbosity::Verbose : Verbosity::Normal);
+  const auto target = ReadTargetSystem(options.target);
+  PosSummary summary;
+  if (options.output.empty()) {
+    summary = TransformAndPrint(options, target, log);
+  } else {
+    summary = TransformTo(options.output, options, target, log);
+    if (options.json) {
+      fmt::print("{}", Written(JsonOf(summary)));
+    } else if (!options.quiet) {
+      fmt::print("{}", ReportText(summary));
+    }
+  }
+  return summary.IsComplete() ? ExitCode::Good : ExitCode::Unmatched;
+}
+
+}  // namespace
+}  // namespace kv::mission
+
+void AddTransformCommand(CLI::App& app, int& exitCode) {
+  using namespace kv::mission;
+  CLI::App& command = *app.add_subcommand("transform", "Transform a POS file into a coordinate system");
+  const auto options = std::make_shared<TransformOptions>();
+  command.add_option("POSFILE", options->pos, "GPS week, seconds, latitude, longitude, height and ten more columns")
+      ->required();
+  command.add_option("--target", options->target, "coordinate system: WKT, a file with it, or codes")
+      ->type_name("WKT|FILE|EPSG:n[+m]")
+      ->required();
+  command.add_option("-o,--output", options->output, "points.shp or points.csv (default: CSV on standard output)")
+      ->type_name("FILE");
+  command.add_flag("--overwrite", options->overwrite, "replace the output of an earlier run");
+  command.add_flag("--json", options->json, "print the report as JSON; needs --output");
+  auto* quiet = command.add_flag("-q,--quiet", options->quiet, "say nothing but errors (and JSON when asked for)");
+  command.add_flag("-v,--verbose", options->verbose, "say more")->excludes(quiet);
+  command.callback([options, &exitCode] { exitCode = static_cast<int>(Transform(*options)); });
+}

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <array>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Log.h"
+#include "field/PosLine.h"
+#include "field/Trajectory.h"
+
+/// What a POS file holds before anything is transformed.
+namespace kv::mission {
+
+struct PosCounts {
+  std::size_t lines = 0;  ///< up to where the scan ends
+  std::array<std::size_t, kPosLineKinds> kinds{};
+  std::array<std::size_t, kPosLineKinds> firstLines{};  ///< number of the first line of each kind, from 1
+
+  std::size_t Of(PosLineKind kind) const { return kinds[static_cast<std::size_t>(kind)]; }
+  /// Left out although they are neither comments nor blank.
+  std::size_t Dropped() const {
+    return lines - Of(PosLineKind::Sample) - Of(PosLineKind::Comment) - Of(PosLineKind::Blank);
+  }
+};
+
+struct PosFile {
+  PosCounts counts;
+  std::vector<std::size_t> sampleLines;             ///< number of each sample's line, from 1
+  std::optional<std::int32_t> firstWeek, lastWeek;  ///< least and greatest
+  Bounds bounds;                                    ///< of the samples, as they stand in the file
+};
+
+/// Reads a POS file and looks at its lines as the scan will.
+/// @param keep  called with each sample's line
+/// @throws Failure when the file cannot be read, or the user interrupts
+PosFile ReadPosFile(const std::filesystem::path& path, const Log& messages,
+                    const std::function<void(std::string_view line)>& keep);
+
+/// The kinds of lines that are left out, with the words for people and the key for programs.
+struct LeftOutPosLine {
+  PosLineKind kind;
+  const char* words;
+  const char* key;
+};
+inline constexpr std::array<LeftOutPosLine, kPosLineKinds - 1> kLeftOutPosLines{{
+    {PosLineKind::CalendarTime, "with a date and time of day instead of GPS week and seconds of week", "calendarTime"},
+    {PosLineKind::CommaSeparated, "with commas or semicolons between the columns instead of blanks", "commaSeparated"},
+    {PosLineKind::DegreesMinutesSeconds,
+     "with degrees, minutes and seconds in columns of their own instead of decimal degrees", "degreesMinutesSeconds"},
+    {PosLineKind::Ecef, "whose columns look like ECEF metres instead of latitude, longitude and height", "ecef"},
+    {PosLineKind::OutOfRange, "with a latitude or longitude out of range", "outOfRange"},
+    {PosLineKind::NotANumber, "where week, seconds, latitude, longitude or height is no number", "notANumber"},
+    {PosLineKind::Short, "of fewer than 15 columns", "short"},
+    {PosLineKind::Comment, "that are comments or headers", "comments"},
+    {PosLineKind::Blank, "that are blank", "blank"},
+}};
+
+/// Says what is left out and why, but for comments and blank lines.
+void WarnOfPosLines(const PosCounts& counts, Log& log);
+
+/// "301 with a date and time of day instead of GPS week and seconds of week, 25 that are comments or headers"; empty
+/// when nothing was left out.
+std::string LeftOutText(const PosCounts& counts);
+
+}  // namespace kv::mission

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <KVRecords.h>
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Json.h"
+#include "Log.h"
+#include "field/PosFile.h"
+#include "field/Times.h"
+
+/// The samples of a POS file in a target coordinate system.
+namespace kv::mission {
+
+struct PosSummary {
+  std::filesystem::path file;
+  PosCounts counts;
+  std::string system;                      ///< name of the target
+  bool isGeographic = false;               ///< degrees
+  std::string heights;                     ///< what they are above, in words
+  std::string geoidGrid;                   ///< empty when none is used
+  std::size_t points = 0;                  ///< transformed
+  std::optional<std::size_t> endedAtLine;  ///< from 1; that of the sample that could not be transformed
+  TimeSpan span;
+  Bounds bounds;  ///< in the target's coordinates
+
+  /// Samples that were not transformed.
+  std::size_t Lost() const { return counts.Of(PosLineKind::Sample) - points; }
+  bool IsComplete() const { return counts.Dropped() == 0 && !endedAtLine; }
+};
+
+struct PosPoints {
+  PosSummary summary;
+  std::vector<tagKVPosEvent> samples;  ///< with the easting, or longitude, in `X`
+  std::vector<std::size_t> lines;      ///< number of each sample's line, from 1; may be more
+};
+
+/// Reads a POS file, transforms its samples, and warns of what is left out.
+/// @param scratch  folder for a copy of the samples, so that look and scan see the same lines
+/// @throws Failure when no sample is left, or none can be transformed; when a file cannot be read or written, or the
+///         user interrupts
+PosPoints TransformPos(const std::filesystem::path& path, const tagKVCoordinateSystem& target,
+                       const std::filesystem::path& scratch, Log& log);
+
+}  // namespace kv::mission

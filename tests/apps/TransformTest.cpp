@@ -1,0 +1,187 @@
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+#include "field/FileKind.h"
+#include "field/PosLine.h"
+#include "support/TempFolder.h"
+
+namespace kv::mission {
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+const std::string kRest = " 1 10 0.1 0.1 0.1 0 0 0 0.5 99.9\n";
+
+TEST(PosLine, TellsWhatTheScanDoesNotTake) {
+  struct {
+    std::string line;
+    PosLineKind kind;
+    bool isPos;
+  } const rows[] = {
+      {"2200 345600.0\t48.25 15.5 300.0" + kRest, PosLineKind::Sample, true},
+      {"-1 1e3 -90 360 -5" + kRest, PosLineKind::Sample, true},
+      {"2200 345600 90.001 15.5 300.0" + kRest, PosLineKind::OutOfRange, false},
+      {"2200 345600 nan 15.5 300.0" + kRest, PosLineKind::NotANumber, false},
+      {"2200.0 345600 48.25 15.5 300.0" + kRest, PosLineKind::NotANumber, false},
+      {"2200 345600 48,25 15,5 300,0" + kRest, PosLineKind::NotANumber, false},
+      {"2200 345600 -3963426.7841 3350882.1503 3694865.5306" + kRest, PosLineKind::Ecef, true},
+      {"2200 345600 10.5 20.5 6356760.0" + kRest, PosLineKind::Ecef, true},  // at a pole
+      {"2200 345600 48 15 00.00000 15 30 00.00000 300.0" + kRest, PosLineKind::DegreesMinutesSeconds, true},
+      {"2200 345600 -0 15 59.99999 -105 08 50.1 300.0 1 10", PosLineKind::DegreesMinutesSeconds, false},
+      {"2200 345600 48.0 15.0 30.5 1 11 0.5 1 1 1 1 1 1 1", PosLineKind::Sample, true},
+      {"2024/06/24 08:20:00.000 35.13 136.97 104.8" + kRest, PosLineKind::CalendarTime, true},
+      {"2024-06-24T08:20:00 35.13 136.97 104.8", PosLineKind::CalendarTime, false},
+      {"1917,265732.000,  22.4, 114.2,  53.2, 1, 7, 0, 0, 0, 0, 0, 0, 0, 9.5", PosLineKind::CommaSeparated, true},
+      {"1917;265732.000;22.4", PosLineKind::CommaSeparated, false},
+      {"2200 345600.0 48.25 15.5 300.0 1 10", PosLineKind::Short, false},
+      {"%  GPST latitude(deg)", PosLineKind::Comment, false},
+      {"week seconds", PosLineKind::Comment, false},
+      {" \t", PosLineKind::Blank, false},
+  };
+  PosColumns columns;
+  for (const auto& [line, kind, isPos] : rows) {
+    EXPECT_EQ(ClassifyPos(line.substr(0, line.find('\n')), columns), kind) << line;
+    EXPECT_EQ(IsPosLine(line.substr(0, line.find('\n'))), isPos) << line;
+    EXPECT_EQ(KindOfContent("% comment\n" + line) == FileKind::Pos, isPos) << line;
+  }
+}
+
+/// A folder in which the command runs.
+class TransformTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    temp_.Write("a.pos", "\xEF\xBB\xBF% header\n2200 345600.000 48.25 15.5 300.0" + kRest +
+                             "2200 345600.200 48.25 15.6 300.0 \"q,\xE9 10 0.1 0.1 0.1 0 0 0 0.5 99.9\r\n");
+  }
+  /// @param script  shell commands with kvmission as $K; what they write is in the files "out" and "err"
+  int Shell(const std::string& script) {
+    const std::string folder = temp_.Path().string();
+    temp_.Write("script", "cd '" + folder + "'\nK='" KVMISSION_PROGRAM "'\n" + script + "\n");
+    const int status =
+        std::system(("sh '" + folder + "/script' > '" + folder + "/out' 2> '" + folder + "/err'").c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+  std::string Errors() { return temp_.Read("err"); }
+
+  TempFolder temp_;
+};
+
+TEST_F(TransformTest, PrintsEastingsFirst) {
+  // From cs2cs of PROJ 9.1 for 48.25 N, 15.5 E, 300 m.
+  struct {
+    const char* target;
+    const char* place;
+    const char* report;
+  } const rows[] = {
+      {"EPSG:31468", ",4760014.1529", "no geoid grid"},  // northing first
+      {"EPSG:3035", ",4729208.8162", "no geoid grid"},
+      {"EPSG:32633+5773", ",537117.141935,5344208.122025,253.365925,1,10", "geoid of the grid egm96_15.gtx"},
+      {"EPSG:4326", ",15.5000000000,48.2500000000,300.000000,", "no geoid grid"},
+  };
+  for (const auto& [target, place, report] : rows) {
+    ASSERT_EQ(Shell(std::string("LC_ALL=de_DE.UTF-8 $K transform a.pos --target ") + target), 0) << Errors();
+    const std::string table = temp_.Read("out");
+    const auto first = table.find("\n0,2,2022-03-09T23:59:42.000Z,330905600.000000,2200,345600.000,48.25,15.5,300.0");
+    EXPECT_NE(table.find(place, first), std::string::npos) << table;
+    EXPECT_NE(Errors().find(report), std::string::npos) << Errors();
+    EXPECT_NE(table.find("\n1,3,2022-03-09T23:59:42.200Z,"), std::string::npos) << table;
+    EXPECT_NE(table.find(",\"\"\"q,\xC3\xA9\",10,"), std::string::npos) << table;
+  }
+}
+
+TEST_F(TransformTest, ExitCodesTellHowItWent) {
+  temp_.Write("ecef.pos", "2200 345600 -3963426.7841 3350882.1503 3694865.5306" + kRest);
+  temp_.Write("mixed.pos", temp_.Read("a.pos") + "2024/06/24 08:20:00 35.13 136.97 104.8\n1917,26,22.4\n");
+  // The transverse Mercator projection has no place for the point 90 degrees from its meridian on the equator.
+  temp_.Write("far.pos", temp_.Read("a.pos") + "2200 345601 0 105 0" + kRest + "2200 345602 48.25 15.5 300" + kRest);
+  struct {
+    const char* script;
+    int code;
+    const char* said;  // part of what is on standard error
+  } const rows[] = {
+      {"$K transform a.pos --target EPSG:32633 -o p.shp", 0, ""},
+      {"$K transform a.pos --target EPSG:32633 -o p.shp", 1, "--overwrite"},
+      {"$K transform ecef.pos --target EPSG:32633 -o p.shp --overwrite", 1, "1 whose columns look like ECEF metres"},
+      {"ls p.dbf p.prj p.shp p.shx && $K transform a.pos --target p.prj -o p.shp --overwrite", 0, ""},
+      {"$K transform mixed.pos --target EPSG:32633 -o p.csv", 3, "1 line with commas"},
+      {"$K transform far.pos --target EPSG:32633 -o p.csv --overwrite", 3, "line 4 cannot be transformed"},
+      {"wc -l < p.csv >&2; cat p.csv | $K transform /dev/stdin --target EPSG:32633", 1, "no sample in 3 lines"},
+      {"$K transform a.pos --target EPSG:31468+5773 -o q.csv", 0, "not above GRS80"},
+      {"$K transform a.pos --target EPSG:25832+7837", 1, "grid is not there"},
+      {"$K transform a.pos --target a.pos", 1, "a.pos: This is no coordinate system with a horizontal part."},
+      {"$K transform a.pos --target EPSG:999999", 2, "neither a file nor a coordinate system"},
+      {"$K transform a.pos --target EPSG:32633 -o p.txt", 2, ".shp or .csv"},
+      {"$K transform a.pos --target EPSG:32633 --json", 2, "--output"},
+      {"$K transform none --target EPSG:32633", 1, "none: cannot be read"},
+      {"cp a.pos in.csv; $K transform in.csv --target EPSG:32633 -o in.csv --overwrite", 2, "this input has"},
+      {"cmp a.pos in.csv && ls -A | grep kvmission-", 1, ""},
+      {"$K transform a.pos --target EPSG:32633 > /dev/full", 1, "standard output"},
+  };
+  for (const auto& [script, code, said] : rows) {
+    EXPECT_EQ(Shell(script), code) << script << Errors();
+    EXPECT_NE(Errors().find(said), std::string::npos) << script << Errors();
+  }
+}
+
+TEST_F(TransformTest, ARunBringsThePosLayer) {
+  const std::string fix = ",4815.000,N,01530.000,E,4,08,0.9,260.0,M,40.0,M,,\n";
+  fs::create_directory(temp_.Path() / "m");
+  temp_.Write("m/rover", "$GPZDA,235941,09,03,2022,00,00\n$GPGGA,235942" + fix + "$GPGGA,235943" + fix);
+  temp_.Write("m/a.pos", temp_.Read("a.pos") + "2200 345600 95 15.6 300.0" + kRest);
+  temp_.Write("m/mission.toml", "pos = \"a.pos\"\ntarget = \"utm.prj\"\n");
+  ASSERT_EQ(Shell("$K transform a.pos --target EPSG:32633 -o m/utm.shp && $K run m -o o"), 3) << Errors();
+  const Json summary = Json::parse(temp_.Read("o/summary.json"));
+  EXPECT_EQ(summary["layers"][2]["name"], "pos_points");
+  EXPECT_EQ(summary["layers"][2]["records"], 2);
+  EXPECT_EQ(summary["pos"]["leftOut"]["outOfRange"], 1);
+  EXPECT_EQ(summary["pos"]["geoidGrid"], nullptr);
+  EXPECT_NEAR(summary["pos"]["bounds"]["west"], 537117.141935, 1e-5);
+  EXPECT_NEAR(summary["pos"]["bounds"]["north"], 5344261.287374, 1e-5);
+  EXPECT_EQ(temp_.Read("o/pos_points.prj"), temp_.Read("m/utm.prj"));
+  EXPECT_EQ(Shell("$K run --trajectory m/rover --pos a.pos -o p"), 2) << Errors();
+  EXPECT_EQ(Shell("$K run --trajectory m/rover --pos a.pos --target EPSG:1 -o p || [ -d p ]"), 1) << Errors();
+}
+
+TEST_F(TransformTest, InfoNamesGeodeticDataAndPosFiles) {
+  ASSERT_EQ(Shell("$K info --json"), 0) << Errors();
+  const Json data = Json::parse(temp_.Read("out"))[0];
+  EXPECT_TRUE(fs::exists(fs::path(data["dataRoot"].get<std::string>()) / "share/proj/proj.db")) << data;
+  const Json egm96{{"verticalSystem", "EGM96 height"}, {"file", "egm96_15.gtx"}, {"present", true}};
+  EXPECT_NE(std::find(data["geoidGrids"].begin(), data["geoidGrids"].end(), egm96), data["geoidGrids"].end()) << data;
+  ASSERT_EQ(Shell("$K info a.pos --json"), 0) << Errors();
+  const Json pos = Json::parse(temp_.Read("out"))[0];
+  EXPECT_EQ(pos["kind"], "POS file");
+  EXPECT_EQ(pos["lastWeek"], 2200);
+  EXPECT_EQ(pos["samples"], 2);
+  EXPECT_EQ(pos["bounds"]["east"], 15.6);
+}
+
+/// Files of public collections, when they are there. The numbers are those of their description.
+TEST_F(TransformTest, RealFilesPass) {
+  const fs::path folder = fs::path(SHARED_DATA_FOLDER) / "pos";
+  if (!fs::exists(folder)) GTEST_SKIP() << "no shared data";
+  struct {
+    const char* name;
+    int code;
+    int samples;
+    const char* said;
+  } const rows[] = {{"rtklibpy_old_rover.pos", 0, 63, ""},
+                    {"rtklibpy_py_0315f.pos", 0, 4521, ""},
+                    {"ginav_tokyo3530_PPK.pos", 1, 0, "1059 whose columns look like ECEF"},
+                    {"matrtklib_static_rover_rtk.pos", 1, 0, "301 with a date"},
+                    {"graphgnss_test_head200.pos", 1, 0, "175 with commas"}};
+  for (const auto& [name, code, samples, said] : rows) {
+    EXPECT_EQ(Shell("$K transform --json -o o.csv --overwrite --target EPSG:6342 " + (folder / name).string()), code);
+    EXPECT_NE(Errors().find(said), std::string::npos) << Errors();
+    if (code != 0) continue;
+    EXPECT_EQ(Json::parse(temp_.Read("out"))["transformed"], samples);
+  }
+}
+
+}  // namespace
+}  // namespace kv::mission
