@@ -75,7 +75,8 @@ void AddInfoCommand(CLI::App& app, int& exitCode) {
   CLI::App& command = *app.add_subcommand("info", "Say what files are and hold");
   const auto options = std::make_shared<InfoOptions>();
   command.add_option("FILE", options->files,
-                     "logs, event files, POS files, photos, Shapefiles; none: the geodetic data in use");
+                     "logs, event and timestamp files, POS and orientation files, exports, photos, Shapefiles; none: "
+                     "the geodetic data in use");
   const auto storeGap = [options](const std::string& text) {
     const auto seconds = Decimal(text);
     if (!seconds || *seconds <= 0) throw CLI::ValidationError("--max-gap", "must be a positive number of seconds");

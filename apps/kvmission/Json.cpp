@@ -41,8 +41,36 @@ Json JsonOf(const std::vector<ReadingRange>& readings) {
   const auto extreme = [](const Extreme& value) { return Json{{"value", value.value}, {"time", JsonOf(value.time)}}; };
   Json json = Json::object();
   for (const auto& range : readings)
-    json[range.kind->key] = {{"lowest", extreme(range.lowest)}, {"highest", extreme(range.highest)}};
+    json[range.name->key] = {{"lowest", extreme(range.lowest)}, {"highest", extreme(range.highest)}};
   return json;
+}
+
+Json JsonOf(const DroneTimestamps& timestamps) {
+  return {{"lines", timestamps.lines},
+          {"linesSkipped", timestamps.skipped.size()},
+          {"exposures", timestamps.photoNumbers.size()},
+          {"first", JsonOf(timestamps.span.first)},
+          {"last", JsonOf(timestamps.span.last)},
+          {"bounds", JsonOf(timestamps.bounds)}};
+}
+
+Json JsonOf(const OrientationFile& orientation) {
+  return {{"stampedBy", orientation.byMasterClock ? "master clock" : "date"},
+          {"lines", orientation.lines},
+          {"linesSkipped", orientation.skipped},
+          {"heartbeats", orientation.heartbeats},
+          {"entries", orientation.readings},
+          {"withoutTime", orientation.untimed},
+          {"first", JsonOf(orientation.span.first)},
+          {"last", JsonOf(orientation.span.last)},
+          {"readings", JsonOf(orientation.ranges)}};
+}
+
+Json JsonOf(const ApplanixFile& applanix) {
+  return {{"samples", applanix.samples.size()},   {"allRowsRead", applanix.report.empty()},
+          {"dateInHeader", applanix.isDated},     {"mappingFrame", applanix.frame},
+          {"first", JsonOf(applanix.span.first)}, {"last", JsonOf(applanix.span.last)},
+          {"bounds", JsonOf(applanix.bounds)}};
 }
 
 std::string Written(const Json& json) {

@@ -4,6 +4,9 @@
 #include <optional>
 #include <string>
 
+#include "field/ApplanixFile.h"
+#include "field/DroneTimestamps.h"
+#include "field/OrientationFile.h"
 #include "field/Readings.h"
 #include "field/Trajectory.h"
 
@@ -17,6 +20,9 @@ Json JsonOf(const std::optional<Instant>& time);  ///< null when there is none
 Json JsonOfLines(const NmeaCounts& counts);
 Json JsonOf(const std::vector<Gap>& gaps);
 Json JsonOf(const std::vector<ReadingRange>& readings);
+Json JsonOf(const DroneTimestamps& timestamps);
+Json JsonOf(const OrientationFile& orientation);
+Json JsonOf(const ApplanixFile& applanix);
 
 /// Indented, with a final line end; text that is no UTF-8 is replaced, control characters are escaped.
 std::string Written(const Json& json);

@@ -33,8 +33,8 @@ void AddSettings(CLI::App& command, Settings& settings) {
 }
 
 ExitCode Run(const RunOptions& options) {
-  if (options.mission.empty() && !options.settings.trajectory)
-    throw Failure("give a mission folder, or --trajectory FILE", ExitCode::WrongUsage);
+  if (options.mission.empty() && !options.settings.trajectory && !options.settings.mrk)
+    throw Failure("give a mission folder, --trajectory FILE or --mrk FILE", ExitCode::WrongUsage);
   if (options.output.empty()) throw Failure("--output: a path is missing", ExitCode::WrongUsage);
   CatchInterrupts();
   Log log(options.quiet ? Verbosity::Quiet : options.verbose ? Verbosity::Verbose : Verbosity::Normal);

@@ -48,6 +48,17 @@ TEST(Info, DescribesEveryKind) {
       {"layer.shp", shape,
        R"J({"kind": "Shapefile", "type": "PointZ", "records": null,
            "bounds": {"west": 1.0, "south": 2.0, "east": 3.0, "north": 4.0, "lowest": 5.0, "highest": 6.0}})J"},
+      {"flight.MRK", "7 273854.474686 [2178] 1,N 1,E 1,V 37.5,Lat -122.4,Lon 20.5,Ellh 0 0 0 50,Q\nx\n",
+       R"J({"kind": "drone timestamp file", "exposures": 1, "linesSkipped": 1, "leastPhotoNumber": 7,
+           "first": "2021-10-06T04:03:56.474Z", "bounds": {"north": 37.5}})J"},
+      {"tilt", "INFO,2021-10-06 12:00:00,31.5,2,0,1,3,0,0\n",
+       R"J({"kind": "orientation sensor log", "entries": 1, "first": "2021-10-06T12:00:00.000Z"})J"},
+      {"tilt2", "0,120000061021\n5,31.5,2,0,1,3,0,0\n9,120009061021\n",
+       R"J({"kind": "orientation sensor log, stamped by the master clock", "entries": 1, "heartbeats": 2,
+           "first": "2021-10-06T12:00:05.000Z"})J"},
+      {"sbet", " TIME, LATITUDE, LONGITUDE, ELLIPSOID HEIGHT\n (time in Sec)\n 5.5 48 11 500\n 6 x 11 500\n",
+       R"J({"kind": "post-processed Applanix trajectory", "samples": 1, "dateInHeader": false, "first": null,
+           "firstSecondsOfWeek": "5.5", "allRowsRead": false})J"},
       {"empty", "", R"J({"kind": "unknown", "bytes": 0})J"},
   };
   const TempFolder folder;

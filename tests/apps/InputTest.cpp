@@ -233,7 +233,7 @@ TEST(HousekeepingLog, WarnsOfWhatTheScanLeavesOutOrTakes) {
   Log log(Verbosity::Quiet);
   std::vector<std::pair<std::string, double>> lowest;
   for (const auto& range : ReadHousekeepingLog(folder.Path() / "input", folder.Path(), log).readings)
-    lowest.emplace_back(range.kind->key, range.lowest.value);
+    lowest.emplace_back(range.name->key, range.lowest.value);
   EXPECT_EQ(lowest,
             (decltype(lowest){{"controlUnitTemperature", 1}, {"batteryVoltage", 12.5}, {"batteryPercent", 90}}));
 }

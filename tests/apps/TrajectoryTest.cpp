@@ -87,7 +87,7 @@ TEST(Placing, NamesTheReasonForEveryDrop) {
   inputs.camera1 = "cam1";
   std::vector<std::string> drops;
   for (const Drop& drop : DropUnusable(events, trajectory, inputs))
-    drops.push_back(fmt::format("{} {:.0f} {}", drop.camera, drop.tick, drop.reason));
+    drops.push_back(fmt::format("{} {:.0f} {}", drop.camera, drop.tick.value(), drop.reason));
   EXPECT_EQ(drops, (std::vector<std::string>{
                        "1 4294962295 no time: the heartbeats do not reach its tick",
                        "1 4294963296 no place: before the first fix", "2 500 no photo: no folder for this camera",

@@ -45,12 +45,13 @@ struct EventLog {
   LineNumbers wildTicks;         ///< with a tick far from those before and after
   LineNumbers offHeartbeats;     ///< with another time than the rest of the heartbeats give to their tick
 
-  std::size_t wraps = 0;                 ///< of the 32-bit tick counter
-  std::size_t heartbeats = 0;            ///< among the events
-  bool heartbeatsAgree = true;           ///< lie on one line of time over ticks
-  bool tickLengthKnown = true;           ///< from the first and the last heartbeat; else no camera event has a time
-  bool timesDoubtful = false;            ///< a warning says why
-  std::vector<tagKVSystemEvent> events;  ///< with continuous ticks: each wrap adds 2^32
+  std::size_t wraps = 0;                   ///< of the 32-bit tick counter
+  std::size_t heartbeats = 0;              ///< among the events
+  bool heartbeatsAgree = true;             ///< lie on one line of time over ticks
+  bool tickLengthKnown = true;             ///< from the first and the last heartbeat; else no camera event has a time
+  bool timesDoubtful = false;              ///< a warning says why
+  std::vector<tagKVSystemEvent> events;    ///< with continuous ticks: each wrap adds 2^32
+  std::vector<std::int32_t> photoNumbers;  ///< of a drone's events, which have no ticks; else empty
 };
 
 /// Checks a system event file, reads what is sound in it and warns about the rest. The event reader's arithmetic does

@@ -2,10 +2,13 @@
 
 #include <string>
 
+#include "field/ApplanixFile.h"
+#include "field/DroneTimestamps.h"
 #include "field/EventLog.h"
 #include "field/HousekeepingLog.h"
 #include "field/LineReader.h"
 #include "field/NmeaSentence.h"
+#include "field/OrientationFile.h"
 #include "field/PosLine.h"
 
 namespace kv::mission {
@@ -25,6 +28,7 @@ std::string_view TakeLine(std::string_view& text) {
 
 struct LineCounts {
   std::size_t lines = 0, sentences = 0, events = 0, heartbeats = 0, housekeeping = 0, pos = 0;
+  std::size_t exposures = 0, datedReadings = 0, clockedReadings = 0, applanixHeaders = 0;
 };
 
 LineCounts CountLines(std::string_view head) {
@@ -41,6 +45,11 @@ LineCounts CountLines(std::string_view head) {
     counts.heartbeats += event == EventKind::Heartbeat;
     counts.housekeeping += IsHousekeepingLine(line);
     counts.pos += IsPosLine(line);
+    counts.exposures += ExposureNumber(line).has_value();
+    const OrientationLine orientation = ClassifyOrientation(line);
+    counts.datedReadings += orientation == OrientationLine::Dated;
+    counts.clockedReadings += orientation == OrientationLine::Clocked;
+    counts.applanixHeaders += EndsApplanixHeader(line);
   }
   return counts;
 }
@@ -53,6 +62,11 @@ FileKind KindOfContent(std::string_view head) {
   const LineCounts counts = CountLines(WithoutByteOrderMark(head));
   // Logs begin with comments or half a line often enough; a tenth of the lines tells.
   const auto prevail = [&](std::size_t count) { return count > 0 && 10 * count >= counts.lines; };
+  if (counts.applanixHeaders > 0) return FileKind::Applanix;
+  // The scan takes a week without brackets, too, and so most POS lines.
+  if (!prevail(counts.pos) && prevail(counts.exposures)) return FileKind::DroneTimestamps;
+  if (prevail(counts.datedReadings)) return FileKind::DatedOrientation;
+  if (prevail(counts.clockedReadings)) return FileKind::ClockedOrientation;
   if (prevail(counts.sentences)) return FileKind::Trajectory;
   if (counts.heartbeats > 0 && prevail(counts.events)) return FileKind::Events;
   if (prevail(counts.housekeeping)) return FileKind::HousekeepingLog;

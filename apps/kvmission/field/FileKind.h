@@ -5,7 +5,19 @@
 
 namespace kv::mission {
 
-enum class FileKind { Unknown, Trajectory, Events, HousekeepingLog, Pos, Jpeg, Shapefile };
+enum class FileKind {
+  Unknown,
+  Trajectory,
+  Events,
+  HousekeepingLog,
+  Pos,
+  DroneTimestamps,
+  DatedOrientation,
+  ClockedOrientation,
+  Applanix,
+  Jpeg,
+  Shapefile,
+};
 
 /// Recognises the beginning of a file by what stands in it.
 /// @param head  its first bytes, some kilobytes of them

@@ -6,6 +6,7 @@
 #include <span>
 
 #include "field/Numbers.h"
+#include "field/Tokens.h"
 
 namespace kv::mission {
 namespace {
@@ -14,26 +15,6 @@ constexpr std::string_view kBlanks = " \t";
 constexpr std::string_view kOtherSeparators = ",;";
 constexpr std::string_view kDigits = "0123456789";
 constexpr std::size_t kColumns = 15;
-
-/// The first tokens of a line.
-class Tokens {
- public:
-  Tokens(std::string_view line, std::string_view separators) {
-    for (std::size_t end = 0; count_ < tokens_.size(); ++count_) {
-      const std::size_t begin = line.find_first_not_of(separators, end);
-      if (begin == std::string_view::npos) return;
-      end = std::min(line.find_first_of(separators, begin), line.size());
-      tokens_[count_] = line.substr(begin, end - begin);
-    }
-  }
-  std::size_t size() const { return count_; }
-  std::string_view operator[](std::size_t index) const { return tokens_[index]; }
-  std::span<const std::string_view> From(std::size_t index) const { return {&tokens_[index], count_ - index}; }
-
- private:
-  std::array<std::string_view, kColumns> tokens_;
-  std::size_t count_ = 0;
-};
 
 /// "2024/06/24" or "2024-06-24", a time of day behind it or not.
 bool BeginsWithDate(std::string_view token) {

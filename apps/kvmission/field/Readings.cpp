@@ -9,14 +9,21 @@
 namespace kv::mission {
 namespace {
 
+struct ReadingKind {
+  ReadingName name;
+  const wchar_t* source;  // description of the entries that carry it
+  double tagKVLogEvent::*value;
+  std::size_t place;  // of its field in the line, counted from the end from 0: firmware moves the beginning
+};
+
 constexpr std::array<ReadingKind, 7> kReadingKinds{{
-    {"controlUnitTemperature", "control unit temperature", L"CCU Event", &tagKVLogEvent::CCUTemp, 0},
-    {"orientationSensorTemperature", "orientation sensor temperature", L"AOS Event", &tagKVLogEvent::AOSBrdTemp, 6},
-    {"batteryBoardTemperature", "battery board temperature", L"POWER Event", &tagKVLogEvent::BatBrdTemp, 4},
-    {"batteryTemperature", "battery temperature", L"POWER Event", &tagKVLogEvent::BatTemp, 3},
-    {"batteryVoltage", "battery voltage", L"POWER Event", &tagKVLogEvent::BatVoltage, 2},
-    {"batteryCurrent", "battery current", L"POWER Event", &tagKVLogEvent::BatCurrent, 1},
-    {"batteryPercent", "battery charge in percent", L"POWER Event", &tagKVLogEvent::BatPercent, 0},
+    {{"controlUnitTemperature", "control unit temperature"}, L"CCU Event", &tagKVLogEvent::CCUTemp, 0},
+    {{"orientationSensorTemperature", "orientation sensor temperature"}, L"AOS Event", &tagKVLogEvent::AOSBrdTemp, 6},
+    {{"batteryBoardTemperature", "battery board temperature"}, L"POWER Event", &tagKVLogEvent::BatBrdTemp, 4},
+    {{"batteryTemperature", "battery temperature"}, L"POWER Event", &tagKVLogEvent::BatTemp, 3},
+    {{"batteryVoltage", "battery voltage"}, L"POWER Event", &tagKVLogEvent::BatVoltage, 2},
+    {{"batteryCurrent", "battery current"}, L"POWER Event", &tagKVLogEvent::BatCurrent, 1},
+    {{"batteryPercent", "battery charge in percent"}, L"POWER Event", &tagKVLogEvent::BatPercent, 0},
 }};
 
 std::string_view Trimmed(std::string_view field) {
@@ -25,14 +32,13 @@ std::string_view Trimmed(std::string_view field) {
   return field.substr(0, field.find_last_not_of(kBlanks) + 1);
 }
 
-void Widen(std::optional<ReadingRange>& range, const ReadingKind& kind, const tagKVLogEvent& event) {
-  const Extreme reading{event.*kind.value, TimeOf(event)};
-  if (!range) range = ReadingRange{&kind, reading, reading};
+}  // namespace
+
+void Widen(std::optional<ReadingRange>& range, const ReadingName& name, const Extreme& reading) {
+  if (!range) range = ReadingRange{&name, reading, reading};
   if (reading.value < range->lowest.value) range->lowest = reading;
   if (reading.value > range->highest.value) range->highest = reading;
 }
-
-}  // namespace
 
 NumberFields FindNumbers(std::string_view line) {
   NumberFields numbers;
@@ -54,7 +60,7 @@ Readings ReadingsOf(const std::vector<tagKVLogEvent>& events, const std::vector<
       const ReadingKind& kind = kReadingKinds[k];
       if (description != kind.source) continue;
       if (numbers[i][kind.place]) {
-        Widen(ranges[k], kind, events[i]);
+        Widen(ranges[k], kind.name, {events[i].*kind.value, TimeOf(events[i])});
       } else {
         readings.unread.push_back(i);
       }

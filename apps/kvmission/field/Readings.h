@@ -10,15 +10,13 @@
 
 #include "field/Times.h"
 
-/// Battery and temperature readings of a housekeeping log, in the units of the log.
+/// Readings of a sensor log and their ranges, in the units of the log; of the housekeeping log those of battery and
+/// temperatures.
 namespace kv::mission {
 
-struct ReadingKind {
-  const char* key;        ///< for programs
-  const char* words;      ///< for people
-  const wchar_t* source;  ///< description of the entries that carry it
-  double tagKVLogEvent::*value;
-  std::size_t place;  ///< of its field in the line, counted from the end from 0: firmware moves the beginning
+struct ReadingName {
+  const char* key;    ///< for programs
+  const char* words;  ///< for people
 };
 
 struct Extreme {
@@ -27,9 +25,12 @@ struct Extreme {
 };
 
 struct ReadingRange {
-  const ReadingKind* kind;
+  const ReadingName* name;
   Extreme lowest, highest;
 };
+
+/// @param name  outlives the range
+void Widen(std::optional<ReadingRange>& range, const ReadingName& name, const Extreme& reading);
 
 /// Which of the last fields of a line are numbers, by place.
 using NumberFields = std::bitset<7>;

@@ -80,6 +80,13 @@ Trajectory ScanFixes(const std::filesystem::path& path, const std::filesystem::p
   return trajectory;
 }
 
+Trajectory InspectedTrajectory(std::vector<tagKVTrajectoryObs>&& observations, double maxGap) {
+  Trajectory trajectory;
+  trajectory.observations = std::move(observations);
+  Inspect(trajectory, maxGap);
+  return trajectory;
+}
+
 void WarnOfTrajectory(const Trajectory& trajectory, Log& log) {
   constexpr std::size_t kNamed = 5;
   const auto& gaps = trajectory.gaps;

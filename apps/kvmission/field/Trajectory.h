@@ -54,6 +54,10 @@ Trajectory ReadTrajectory(const std::filesystem::path& path, DateSources dates, 
 Trajectory ScanFixes(const std::filesystem::path& path, const std::filesystem::path& copy, const NmeaLog& fixes,
                      MissionDate date, double maxGap);
 
+/// A trajectory of other origin, with its gaps; bounds, times and observations are all it has.
+/// @param observations  one at least
+Trajectory InspectedTrajectory(std::vector<tagKVTrajectoryObs>&& observations, double maxGap);
+
 /// Says what of a trajectory a surveyor should look at.
 void WarnOfTrajectory(const Trajectory& trajectory, Log& log);
 

@@ -107,6 +107,27 @@ Json DescribePos(const fs::path& path, double, Log& log) {
   return json;
 }
 
+Json DescribeTimestamps(const fs::path& path, double, Log& log) {
+  const ScratchFolder scratch(TemporaryFolder());
+  const auto timestamps = ReadDroneTimestamps(path, {}, scratch.Path(), log);
+  const auto [least, greatest] = std::minmax_element(timestamps.photoNumbers.begin(), timestamps.photoNumbers.end());
+  Json json = JsonOf(timestamps);
+  json.update({{"leastPhotoNumber", *least}, {"greatestPhotoNumber", *greatest}});
+  return json;
+}
+
+Json DescribeOrientation(const fs::path& path, double, Log& log) { return JsonOf(ReadOrientationFile(path, log)); }
+
+/// Without a date the week is not known, but the seconds of week are.
+Json DescribeApplanix(const fs::path& path, double, Log& log) {
+  const ApplanixFile applanix = ReadApplanixFile(path, kNoDate, log);
+  Json json = JsonOf(applanix);
+  if (!applanix.isDated) json["first"] = json["last"] = nullptr;
+  json["firstSecondsOfWeek"] = Utf8(std::wstring(applanix.samples.front().GpsSecondsText.GetString()));
+  json["lastSecondsOfWeek"] = Utf8(std::wstring(applanix.samples.back().GpsSecondsText.GetString()));
+  return json;
+}
+
 Json DescribePhoto(const fs::path& path, double, Log&) {
   const auto header = ReadJpegHeader(path).value_or(JpegHeader{});
   const auto exif = ExifTimeOriginal(header.exif);
@@ -136,13 +157,18 @@ struct Describer {
   const char* name;
   Json (*describe)(const fs::path& path, double maxGap, Log& log);
 };
-constexpr std::array<Describer, 7> kDescribers{{{FileKind::Unknown, "unknown", DescribeUnknown},
-                                                {FileKind::Trajectory, "trajectory log (NMEA)", DescribeTrajectory},
-                                                {FileKind::Events, "system event file", DescribeEvents},
-                                                {FileKind::HousekeepingLog, "housekeeping log", DescribeLog},
-                                                {FileKind::Pos, "POS file", DescribePos},
-                                                {FileKind::Jpeg, "photo (JPEG)", DescribePhoto},
-                                                {FileKind::Shapefile, "Shapefile", DescribeShapefile}}};
+constexpr std::array<Describer, 11> kDescribers{
+    {{FileKind::Unknown, "unknown", DescribeUnknown},
+     {FileKind::Trajectory, "trajectory log (NMEA)", DescribeTrajectory},
+     {FileKind::Events, "system event file", DescribeEvents},
+     {FileKind::HousekeepingLog, "housekeeping log", DescribeLog},
+     {FileKind::Pos, "POS file", DescribePos},
+     {FileKind::DroneTimestamps, "drone timestamp file", DescribeTimestamps},
+     {FileKind::DatedOrientation, "orientation sensor log", DescribeOrientation},
+     {FileKind::ClockedOrientation, "orientation sensor log, stamped by the master clock", DescribeOrientation},
+     {FileKind::Applanix, "post-processed Applanix trajectory", DescribeApplanix},
+     {FileKind::Jpeg, "photo (JPEG)", DescribePhoto},
+     {FileKind::Shapefile, "Shapefile", DescribeShapefile}}};
 
 /// "firstFixTime" becomes "first fix time"; the types of sentences, all capitals, stay.
 std::string Words(const std::string& key) {

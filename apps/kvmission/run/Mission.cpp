@@ -8,6 +8,7 @@
 #include "field/EventLog.h"
 #include "field/HousekeepingLog.h"
 #include "field/LineWriter.h"
+#include "run/DroneMission.h"
 #include "run/MissionFolder.h"
 #include "run/OutputFolder.h"
 #include "run/Placing.h"
@@ -21,7 +22,7 @@ using Events = std::vector<tagKVSystemEvent>;
 
 /// A mission folder promises events and photos; a trajectory given by itself does not.
 void WarnOfInputs(const RunRequest& request, const Settings& settings, Log& log) {
-  if (request.mission && !settings.events) log.Warn("no event file: trajectory layers only");
+  if (request.mission && settings.trajectory && !settings.events) log.Warn("no event file: trajectory layers only");
   if (settings.events && !settings.camera1 && !settings.camera2)
     log.Warn("no photo folder: events stay without photos");
   std::error_code notThere;
@@ -36,7 +37,9 @@ Settings ResolveInputs(const RunRequest& request, Log& log) {
     FillIn(settings, ReadMissionSettings(*request.mission));
     FindMissionFiles(*request.mission, settings, log);
   }
-  if (!settings.trajectory) throw Failure("no trajectory found; give it with --trajectory FILE");
+  SettleDroneInputs(settings, log);
+  if (!settings.trajectory && !settings.mrk)
+    throw Failure("no trajectory found; give it with --trajectory FILE, or a drone's timestamps with --mrk FILE");
   if (settings.pos.has_value() != settings.target.has_value())
     throw Failure("a POS file needs a target coordinate system, and the other way round: give --pos and --target",
                   ExitCode::WrongUsage);
@@ -135,22 +138,70 @@ void WriteTrajectory(const OutputFolder& output, Summary& summary, const Log& lo
   summary.layers.push_back(WriteTrajectoryPoints(output, std::move(observations), log));
 }
 
-/// Stations are of exposures; whether a photo of them exists does not matter.
-void WritePhotosAndStations(const OutputFolder& output, Events&& events, Summary& summary, Log& log) {
-  const double tolerance = summary.inputs.tolerance.value_or(kDefaultTolerance);
-  auto stations = FormStations(events, tolerance, summary.stations.emplace(), log);
+void WritePhotoLayer(const OutputFolder& output, Events&& events, Summary& summary, Log& log) {
   DropWithoutPhoto(events, summary.inputs);
   NoteKept(events, summary);
   WarnOfPhotoPaths(events, log);
   summary.layers.push_back(WritePhotos(output, std::move(events), log));
+}
+
+/// Stations are of exposures; whether a photo of them exists does not matter.
+void WritePhotosAndStations(const OutputFolder& output, Events&& events, Summary& summary, Log& log) {
+  const double tolerance = summary.inputs.tolerance.value_or(kDefaultTolerance);
+  auto stations = FormStations(events, tolerance, summary.stations.emplace(), log);
+  WritePhotoLayer(output, std::move(events), summary, log);
   summary.layers.push_back(WriteStations(output, std::move(stations), log));
 }
 
-void WritePos(const OutputFolder& output, const tagKVCoordinateSystem& target, Summary& summary, Log& log) {
-  PosPoints points = TransformPos(*summary.inputs.pos, target, output.Staging(), log);
-  summary.layers.push_back(
-      WritePosPoints(output, kPosPoints, std::move(points.samples), target.EsriWkt.GetString(), log));
-  summary.pos = std::move(points.summary);
+/// For an export without a date in its header. Half a day before the first exposure or fix the week is that of the
+/// mission, even if the export begins a little earlier.
+std::optional<Instant> DateForExport(const Summary& summary) {
+  if (summary.inputs.date) return *summary.inputs.date;
+  const Instant first = summary.timestamps ? *summary.timestamps->span.first : summary.trajectory.first;
+  return first - std::chrono::hours{12};
+}
+
+/// The mission of a drone: its exposures come with places.
+void RunDrone(const RunRequest& request, const OutputFolder& output, const std::vector<tagKVPosEvent>* samples,
+              Summary& summary, Log& log) {
+  EventLog eventLog = ReadDroneEvents(output.Staging(), summary, log);
+  if (summary.inputs.applanix) {
+    summary.applanix = ReadApplanixFile(*summary.inputs.applanix, DateForExport(summary), log);
+    samples = &summary.applanix->samples;
+  }
+  Trajectory trajectory;
+  if (samples) trajectory = ApplyPostProcessed(*samples, eventLog.events, summary, log);
+  NoteDrops(DropUnusable(eventLog, trajectory, summary.inputs), summary);
+  if (request.grade) GradeCameras(request, eventLog.events, summary, log);
+  WritePhotoLayer(output, std::move(eventLog.events), summary, log);
+}
+
+/// The mission of the sensor: events get places from the trajectory, and photos by time or order.
+void RunSensor(const RunRequest& request, const OutputFolder& output, Summary& summary, Log& log) {
+  const Settings& inputs = summary.inputs;
+  HousekeepingLog housekeeping;
+  if (inputs.log) housekeeping = ReadHousekeepingLog(*inputs.log, output.Staging(), log);
+  EventLog eventLog;
+  if (inputs.events) eventLog = ReadUsableEvents(*inputs.events, output.Staging(), log);
+  Events& events = eventLog.events;
+  const tagKVSystemEvent* heartbeat = FirstHeartbeat(events);
+  DateSources dates{inputs.date, {}, {}};
+  if (heartbeat) dates.heartbeat = FromFileTime(heartbeat->TimeUTC);
+  const double maxGap = inputs.maxGap.value_or(kDefaultMaxGap);
+  summary.trajectory = ReadTrajectory(*inputs.trajectory, dates, output.Staging(), maxGap, log);
+  WarnOfTrajectory(summary.trajectory, log);
+  if (inputs.applanix) summary.applanix = ReadApplanixFile(*inputs.applanix, DateForExport(summary), log);
+
+  if (inputs.log) PlaceLog(housekeeping, summary, log);
+  PlaceEvents(events, summary.trajectory, log);
+  if (inputs.events) summary.events = Summarise(eventLog);
+  PairCameras(events, summary, log);
+  NoteDrops(DropUnusable(eventLog, summary.trajectory, inputs), summary);
+  if (request.grade) GradeCameras(request, events, summary, log);
+
+  WriteTrajectory(output, summary, log);
+  if (inputs.log) summary.layers.push_back(WriteLogPoints(output, std::move(housekeeping.events), log));
+  if (inputs.events) WritePhotosAndStations(output, std::move(events), summary, log);
 }
 
 void WriteSummary(const OutputFolder& output, const Summary& summary) {
@@ -172,29 +223,19 @@ Summary RunMission(const RunRequest& request, Log& log) {
   if (inputs.pos) target = ReadTargetSystem(*inputs.target);
   OutputFolder output(request.output, request.overwrite);
 
-  HousekeepingLog housekeeping;
-  if (inputs.log) housekeeping = ReadHousekeepingLog(*inputs.log, output.Staging(), log);
-  EventLog eventLog;
-  if (inputs.events) eventLog = ReadUsableEvents(*inputs.events, output.Staging(), log);
-  Events& events = eventLog.events;
-  const tagKVSystemEvent* heartbeat = FirstHeartbeat(events);
-  DateSources dates{inputs.date, {}, {}};
-  if (heartbeat) dates.heartbeat = FromFileTime(heartbeat->TimeUTC);
-  const double maxGap = inputs.maxGap.value_or(kDefaultMaxGap);
-  summary.trajectory = ReadTrajectory(*inputs.trajectory, dates, output.Staging(), maxGap, log);
-  WarnOfTrajectory(summary.trajectory, log);
-
-  if (inputs.log) PlaceLog(housekeeping, summary, log);
-  PlaceEvents(events, summary.trajectory, log);
-  if (inputs.events) summary.events = Summarise(eventLog);
-  PairCameras(events, summary, log);
-  NoteDrops(DropUnusable(eventLog, summary.trajectory, inputs), summary);
-  if (request.grade) GradeCameras(request, events, summary, log);
-
-  WriteTrajectory(output, summary, log);
-  if (inputs.log) summary.layers.push_back(WriteLogPoints(output, std::move(housekeeping.events), log));
-  if (inputs.events) WritePhotosAndStations(output, std::move(events), summary, log);
-  if (target) WritePos(output, *target, summary, log);
+  std::optional<PosPoints> pos;
+  if (target) pos = TransformPos(*inputs.pos, *target, output.Staging(), log);
+  if (inputs.aos) summary.orientation = ReadOrientationFile(*inputs.aos, log);
+  if (inputs.mrk) {
+    RunDrone(request, output, pos ? &pos->samples : nullptr, summary, log);
+  } else {
+    RunSensor(request, output, summary, log);
+  }
+  if (pos) {
+    summary.layers.push_back(
+        WritePosPoints(output, kPosPoints, std::move(pos->samples), target->EsriWkt.GetString(), log));
+    summary.pos = std::move(pos->summary);
+  }
   summary.warnings = log.Warnings();
   WriteSummary(output, summary);
   output.Commit();

@@ -13,7 +13,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// The missions that an input belongs to.
+enum class Bearer { Sensor, Drone, Any };
+
 struct Candidates {
+  Bearer bearer;
   const char* what;
   const char* option;
   std::optional<fs::path> Settings::*setting;
@@ -35,7 +39,7 @@ class Sorter {
       return nullptr;
     }
   }
-  std::array<Candidates, 5>& All() { return all_; }
+  std::array<Candidates, 7>& All() { return all_; }
 
  private:
   Candidates* PlaceFolder(const std::string& name) {
@@ -47,14 +51,18 @@ class Sorter {
     if (kind == FileKind::Trajectory) return &all_[0];
     if (kind == FileKind::Events) return &all_[1];
     if (kind == FileKind::HousekeepingLog) return &all_[2];
+    if (kind == FileKind::DroneTimestamps) return &all_[5];
+    if (kind == FileKind::DatedOrientation || kind == FileKind::ClockedOrientation) return &all_[6];
     return nullptr;
   }
 
-  std::array<Candidates, 5> all_{{{"trajectories", "--trajectory", &Settings::trajectory, {}},
-                                  {"event files", "--events", &Settings::events, {}},
-                                  {"logs", "--log", &Settings::log, {}},
-                                  {"folders of camera 1", "--cam1", &Settings::camera1, {}},
-                                  {"folders of camera 2", "--cam2", &Settings::camera2, {}}}};
+  std::array<Candidates, 7> all_{{{Bearer::Sensor, "trajectories", "--trajectory", &Settings::trajectory, {}},
+                                  {Bearer::Sensor, "event files", "--events", &Settings::events, {}},
+                                  {Bearer::Sensor, "logs", "--log", &Settings::log, {}},
+                                  {Bearer::Sensor, "folders of camera 1", "--cam1", &Settings::camera1, {}},
+                                  {Bearer::Sensor, "folders of camera 2", "--cam2", &Settings::camera2, {}},
+                                  {Bearer::Drone, "timestamp files of a drone", "--mrk", &Settings::mrk, {}},
+                                  {Bearer::Any, "orientation sensor files", "--aos", &Settings::aos, {}}}};
 };
 
 void Settle(Candidates& candidates, Settings& settings, Log& log) {
@@ -70,6 +78,18 @@ void Settle(Candidates& candidates, Settings& settings, Log& log) {
   }
   log.Note("found {}", Utf8(paths[0]));
   setting = paths[0];
+}
+
+/// A drone's timestamps make a drone mission, unless there is a trajectory or an event file.
+Bearer BearerOf(const Settings& settings, std::array<Candidates, 7>& all) {
+  if (settings.mrk) return Bearer::Drone;
+  const auto isThere = [&](auto setting) {
+    return settings.*setting || std::any_of(all.begin(), all.end(), [&](const Candidates& candidates) {
+             return candidates.setting == setting && !candidates.paths.empty();
+           });
+  };
+  const bool isSensors = isThere(&Settings::trajectory) || isThere(&Settings::events);
+  return !isSensors && isThere(&Settings::mrk) ? Bearer::Drone : Bearer::Sensor;
 }
 
 /// Every entry of the folder is where it belongs.
@@ -95,7 +115,14 @@ Settings ReadMissionSettings(const fs::path& folder) {
 
 void FindMissionFiles(const fs::path& folder, Settings& settings, Log& log) {
   Sorter sorter = Sorted(folder, log);
-  for (Candidates& candidates : sorter.All()) Settle(candidates, settings, log);
+  const Bearer bearer = BearerOf(settings, sorter.All());
+  for (Candidates& candidates : sorter.All()) {
+    if (candidates.bearer == bearer || candidates.bearer == Bearer::Any) {
+      Settle(candidates, settings, log);
+    } else if (candidates.bearer == Bearer::Drone && !candidates.paths.empty()) {
+      log.Warn("{}: left aside: there is a trajectory or an event file", Utf8(candidates.paths[0]));
+    }
+  }
 }
 
 fs::path FindCameraFolder(const fs::path& folder, int camera, Log& log) {

@@ -22,8 +22,8 @@ std::string Describe(const toml::source_region& source) { return fmt::format("li
 
 /// The type of value that a setting takes, for messages.
 const char* TypeFor(const SettingMember& member) {
-  constexpr std::array<const char*, std::variant_size_v<SettingMember>> types{"a string", "a date",   "a string",
-                                                                              "a number", "a number", "a string"};
+  constexpr std::array<const char*, std::variant_size_v<SettingMember>> types{
+      "a string", "a date", "a string", "a number", "a number", "a string", "a string"};
   return types[member.index()];
 }
 
@@ -64,8 +64,8 @@ Settings ReadMissionToml(const Path& path) try {
   const std::string content = ReadWhole(path);
   Settings settings;
   for (const auto& [name, value] : toml::parse(std::string_view(content))) Apply(path, name.str(), value, settings);
-  for (auto* file :
-       {&settings.trajectory, &settings.events, &settings.log, &settings.camera1, &settings.camera2, &settings.pos}) {
+  for (auto* file : {&settings.trajectory, &settings.events, &settings.log, &settings.camera1, &settings.camera2,
+                     &settings.pos, &settings.mrk, &settings.photos, &settings.aos, &settings.applanix}) {
     if (*file) *file = path.parent_path() / **file;
   }
   std::error_code noPath;

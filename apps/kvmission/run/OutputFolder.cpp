@@ -112,7 +112,8 @@ void RefuseResultAsInput(const fs::path& folder, const Results& results, const f
 }
 
 void RefuseResultsAsInputs(const fs::path& folder, const Settings& inputs) {
-  for (const auto* input : {&inputs.trajectory, &inputs.events, &inputs.log, &inputs.pos}) {
+  for (const auto* input :
+       {&inputs.trajectory, &inputs.events, &inputs.log, &inputs.pos, &inputs.mrk, &inputs.aos, &inputs.applanix}) {
     if (*input) RefuseResultAsInput(folder, RunResults(), **input);
   }
 }

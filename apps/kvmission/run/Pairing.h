@@ -11,7 +11,12 @@
 
 namespace kv::mission {
 
-enum class PairMode { Time, Order };
+enum class PairMode { Time, Order, Number };
+
+/// "time", "order", "number"
+constexpr const char* WordFor(PairMode mode) {
+  return mode == PairMode::Time ? "time" : mode == PairMode::Order ? "order" : "number";
+}
 
 /// Camera 1, or camera 2, which every other number counts as.
 inline int CameraOf(const tagKVSystemEvent& event) { return event.CameraID == 1 ? 1 : 2; }

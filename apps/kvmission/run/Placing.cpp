@@ -47,6 +47,7 @@ class PlaceReasons {
 
   bool Forbid(Instant time) const { return gaps_.At(time) || crossings_.At(time); }
   std::string Of(Instant time) const {
+    if (trajectory_.observations.empty()) return "no place in the timestamp file";
     if (const Gap* gap = gaps_.At(time))
       return fmt::format("no place: inside a gap of {:.1f} s", Seconds(gap->to - gap->from));
     if (crossings_.At(time)) return "no place: between two fixes across the 180th meridian";
@@ -118,13 +119,19 @@ std::vector<Drop> DropUnusable(EventLog& log, const Trajectory& trajectory, cons
   const tagKVSystemEvent* heartbeat = FirstHeartbeat(events);
   const double firstTick = heartbeat ? heartbeat->MasterTick : 0;
   std::vector<Drop> drops;
-  for (auto& event : events) {
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    auto& event = events[i];
     if (event.Type != kCameraEvent) continue;
     std::string reason = ReasonToDrop(event, log, firstTick, places, inputs);
     event.MasterTick = TickInFile(event.MasterTick, log);
     if (reason.empty()) continue;
     const auto time = HasTime(event) ? std::optional(FromFileTime(event.TimeUTC)) : std::nullopt;
-    drops.push_back({event.CameraID, event.MasterTick, time, std::move(reason)});
+    Drop& drop = drops.emplace_back(event.CameraID, std::nullopt, std::nullopt, time, std::move(reason));
+    if (log.photoNumbers.empty()) {
+      drop.tick = event.MasterTick;
+    } else {
+      drop.photoNumber = log.photoNumbers[i];
+    }
   }
   int heartbeats = 0, cameraEvents = 0;
   std::wstring error;

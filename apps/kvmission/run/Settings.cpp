@@ -33,6 +33,12 @@ std::string Read(std::string_view text, std::optional<PairChoice>& value) {
   return value ? "" : "must be order, time or auto";
 }
 
+std::string Read(std::string_view text, std::optional<PositionSource>& value) {
+  if (text == "mrk") value = PositionSource::Timestamps;
+  if (text == "pos") value = PositionSource::PostProcessed;
+  return value ? "" : "must be mrk or pos";
+}
+
 std::string Read(std::string_view text, std::optional<double>& value) {
   value = Decimal(text);
   return value && std::abs(*value) <= kLargestSeconds ? "" : "must be a number of seconds";

@@ -15,6 +15,9 @@ namespace kv::mission {
 
 enum class PairChoice { Auto, Time, Order };
 
+/// Where a drone's photos have their places from.
+enum class PositionSource { Timestamps, PostProcessed };
+
 /// 0 to 1
 struct Share {
   double value;
@@ -22,6 +25,9 @@ struct Share {
 
 struct Settings {
   std::optional<std::filesystem::path> trajectory, events, log, camera1, camera2, pos;
+  std::optional<std::filesystem::path> mrk, photos;    ///< of a drone; the photos are camera 1's
+  std::optional<std::filesystem::path> aos, applanix;  ///< orientation sensor, post-processed trajectory
+  std::optional<PositionSource> position;              ///< of a drone's photos
   std::optional<std::string> target;          ///< coordinate system of the POS file's layer: a file, WKT or codes
   std::optional<std::chrono::sys_days> date;  ///< UTC, of the first fix
   std::optional<PairChoice> pair;
@@ -39,7 +45,8 @@ inline constexpr double kDefaultBlurFactor =
 using SettingMember =
     std::variant<std::optional<std::filesystem::path> Settings::*, std::optional<std::chrono::sys_days> Settings::*,
                  std::optional<PairChoice> Settings::*, std::optional<double> Settings::*,
-                 std::optional<Share> Settings::*, std::optional<std::string> Settings::*>;
+                 std::optional<Share> Settings::*, std::optional<std::string> Settings::*,
+                 std::optional<PositionSource> Settings::*>;
 
 struct SettingKey {
   const char* name;  ///< key of mission.toml; "--" before it makes the option
@@ -48,7 +55,7 @@ struct SettingKey {
   SettingMember member;
 };
 
-inline const std::array<SettingKey, 14> kSettingKeys{{
+inline const std::array<SettingKey, 19> kSettingKeys{{
     {"trajectory", "FILE", "receiver log with the trajectory (NMEA sentences)", &Settings::trajectory},
     {"events", "FILE", "system event file with heartbeats and camera events", &Settings::events},
     {"log", "FILE", "housekeeping log", &Settings::log},
@@ -56,6 +63,12 @@ inline const std::array<SettingKey, 14> kSettingKeys{{
     {"cam2", "FOLDER", "photos of camera 2", &Settings::camera2},
     {"pos", "FILE", "POS file, for a layer in the coordinates of --target", &Settings::pos},
     {"target", "WKT|FILE|EPSG:n[+m]", "coordinate system of the POS file's layer", &Settings::target},
+    {"mrk", "FILE", "timestamp file of a drone's camera, in place of trajectory, events and cameras", &Settings::mrk},
+    {"photos", "FOLDER", "the drone's photos (default: the folder of the timestamp file)", &Settings::photos},
+    {"aos", "FILE", "orientation sensor file, of either kind", &Settings::aos},
+    {"applanix", "FILE", "text export of a post-processed Applanix trajectory", &Settings::applanix},
+    {"position", "mrk|pos", "places of a drone's photos: of the timestamp file (default), or post-processed",
+     &Settings::position},
     {"date", "YYYY-MM-DD", "UTC date of the first fix (default: from the heartbeats, else from the log)",
      &Settings::date},
     {"pair", "order|time|auto", "how photos find their events (default auto: by time when most photos tell theirs)",

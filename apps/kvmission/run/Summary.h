@@ -5,10 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "field/ApplanixFile.h"
+#include "field/DroneTimestamps.h"
+#include "field/OrientationFile.h"
 #include "field/Readings.h"
 #include "field/Trajectory.h"
 #include "run/Layers.h"
 #include "run/Pairing.h"
+#include "run/PositionDifferences.h"
 #include "run/Settings.h"
 #include "run/Sharpness.h"
 #include "run/Stations.h"
@@ -19,7 +23,8 @@ namespace kv::mission {
 /// A camera event that is not in the photo layer, and why.
 struct Drop {
   int camera;
-  double tick;
+  std::optional<double> tick;               ///< of the master clock
+  std::optional<std::int32_t> photoNumber;  ///< of a drone's exposure
   std::optional<Instant> time;
   std::string reason;
 };
@@ -57,9 +62,13 @@ struct Summary {
   std::optional<std::filesystem::path> mission;
   std::filesystem::path output;
   Settings inputs;
-  Trajectory trajectory;  ///< its observations may be gone
+  Trajectory trajectory;  ///< when there is one; its observations may be gone
   std::optional<LogSummary> log;
+  std::optional<DroneTimestamps> timestamps;  ///< its events may be gone
+  std::optional<OrientationFile> orientation;
+  std::optional<ApplanixFile> applanix;  ///< its samples may be gone
   std::optional<PosSummary> pos;
+  std::optional<PositionDifferences> positions;  ///< of a drone's exposures
   std::optional<EventSummary> events;
   std::vector<CameraSummary> cameras;  ///< those with events or photos
   std::vector<Drop> drops;             ///< in file order

@@ -16,7 +16,30 @@ Json Names(const std::vector<std::wstring>& names) {
   return list;
 }
 
+/// @param of  what was read from the file; null when nothing was
+template <typename Input>
+Json InputOf(const std::optional<std::filesystem::path>& file, const std::optional<Input>& of) {
+  if (!of) return nullptr;
+  Json json = {{"file", PathOrNull(file)}};
+  json.update(JsonOf(*of));
+  return json;
+}
+
+Json PositionsOf(const Summary& summary) {
+  if (!summary.positions) return nullptr;
+  const PositionDifferences& positions = *summary.positions;
+  const auto distances = [](const auto& of) {
+    return of ? Json{{"medianMetres", of->median}, {"largestMetres", of->largest}} : Json(nullptr);
+  };
+  return {{"used", positions.used == PositionSource::Timestamps ? "mrk" : "pos"},
+          {"compared", positions.compared},
+          {"outside", positions.outside},
+          {"horizontal", distances(positions.horizontal)},
+          {"vertical", distances(positions.vertical)}};
+}
+
 Json TrajectoryOf(const Summary& summary) {
+  if (!summary.inputs.trajectory) return nullptr;
   const Trajectory& trajectory = summary.trajectory;
   Json json = {{"file", PathOrNull(summary.inputs.trajectory)}};
   json.update(JsonOfLines(trajectory.counts));
@@ -96,7 +119,7 @@ Json CameraOf(const CameraSummary& camera) {
   if (!camera.folder) return json;
   json.update({{"photoFolder", Utf8(camera.folder->path)},
                {"photos", camera.folder->photos.size()},
-               {"pairedBy", camera.pairing.mode == PairMode::Time ? "time" : "order"},
+               {"pairedBy", WordFor(camera.pairing.mode)},
                {"offsetSeconds", camera.offset},
                {"largestDifferenceSeconds", NumberOrNull(camera.pairing.largest)},
                {"medianDifferenceSeconds", NumberOrNull(camera.pairing.median)},
@@ -114,9 +137,13 @@ Json TickOf(double tick) {
 
 Json DropsOf(const Summary& summary) {
   Json list = Json::array();
-  for (const Drop& drop : summary.drops)
-    list.push_back(
-        {{"camera", drop.camera}, {"tick", TickOf(drop.tick)}, {"time", JsonOf(drop.time)}, {"reason", drop.reason}});
+  for (const Drop& drop : summary.drops) {
+    Json json = {{"camera", drop.camera}};
+    if (drop.tick) json["tick"] = TickOf(*drop.tick);
+    if (drop.photoNumber) json["photoNumber"] = *drop.photoNumber;
+    json.update({{"time", JsonOf(drop.time)}, {"reason", drop.reason}});
+    list.push_back(std::move(json));
+  }
   return list;
 }
 
@@ -143,6 +170,10 @@ std::string SummaryJson(const Summary& summary) {
                   {"cameras", std::move(cameras)},
                   {"stations", StationsOf(summary)},
                   {"log", LogOf(summary)},
+                  {"mrk", InputOf(summary.inputs.mrk, summary.timestamps)},
+                  {"aos", InputOf(summary.inputs.aos, summary.orientation)},
+                  {"applanix", InputOf(summary.inputs.applanix, summary.applanix)},
+                  {"positions", PositionsOf(summary)},
                   {"pos", summary.pos ? JsonOf(*summary.pos) : Json(nullptr)},
                   {"photos",
                    {{"first", JsonOf(summary.photoSpan.first)},

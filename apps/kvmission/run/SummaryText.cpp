@@ -32,7 +32,12 @@ void PrintBounds(const Bounds& bounds, Page& page) {
             bounds.north, bounds.west, bounds.east, bounds.lowest, bounds.highest);
 }
 
+void PrintSpan(const TimeSpan& span, Page& page) {
+  if (span.first) page.Line("  {} to {} UTC", TimeText(*span.first), TimeText(*span.last));
+}
+
 void PrintTrajectory(const Summary& summary, Page& page) {
+  if (!summary.inputs.trajectory) return;
   const Trajectory& trajectory = summary.trajectory;
   page.Line("Trajectory  {}", Utf8(*summary.inputs.trajectory));
   page.Line("  {} of {} are usable fixes; the first is of {} ({})", trajectory.counts.Of(LineKind::Fix),
@@ -50,8 +55,7 @@ void PrintTrajectory(const Summary& summary, Page& page) {
 void PrintPairing(const CameraSummary& camera, Page& page) {
   const Pairing& pairing = camera.pairing;
   page.Line("  camera {} photos: {} in {}, paired by {}, {} without an event", camera.camera,
-            camera.folder->photos.size(), Utf8(camera.folder->path), pairing.mode == PairMode::Time ? "time" : "order",
-            pairing.unused.size());
+            camera.folder->photos.size(), Utf8(camera.folder->path), WordFor(pairing.mode), pairing.unused.size());
   if (pairing.largest)
     page.Line("    time difference to the events: median {:.3f} s, largest {:.3f} s", *pairing.median,
               *pairing.largest);
@@ -77,8 +81,63 @@ void PrintStations(const StationSummary& stations, Page& page) {
               *stations.largest);
 }
 
+void PrintCameras(const Summary& summary, Page& page) {
+  for (const auto& camera : summary.cameras)
+    page.Line("  camera {} events: {} read, {} placed, {} paired, {} dropped", camera.camera, camera.read,
+              camera.placed, camera.pairing.paired, camera.dropped);
+}
+
+void PrintTimestamps(const Summary& summary, Page& page) {
+  const DroneTimestamps& timestamps = *summary.timestamps;
+  page.Line("Timestamps  {}", Utf8(*summary.inputs.mrk));
+  page.Line("  {} of {} are exposures", timestamps.photoNumbers.size(), Counted(timestamps.lines, "line"));
+  PrintSpan(timestamps.span, page);
+  PrintCameras(summary, page);
+}
+
+void PrintDistances(const char* direction, const std::optional<PositionDifferences::Distances>& distances, Page& page) {
+  if (distances) page.Line("  {}: median {:.3f} m, largest {:.3f} m", direction, distances->median, distances->largest);
+}
+
+void PrintPositions(const Summary& summary, Page& page) {
+  if (!summary.positions) return;
+  const PositionDifferences& positions = *summary.positions;
+  page.Line("Positions   of the {}, {} compared with the {}",
+            positions.used == PositionSource::Timestamps ? "timestamp file" : "post-processed trajectory",
+            Counted(positions.compared, "exposure"),
+            positions.used == PositionSource::Timestamps ? "post-processed trajectory" : "timestamp file");
+  PrintDistances("horizontal", positions.horizontal, page);
+  PrintDistances("vertical", positions.vertical, page);
+  if (positions.outside > 0) page.Line("  outside the trajectory: {}", Counted(positions.outside, "exposure"));
+}
+
+void PrintApplanix(const Summary& summary, Page& page) {
+  if (!summary.applanix) return;
+  const ApplanixFile& applanix = *summary.applanix;
+  page.Line("Applanix    {}", Utf8(*summary.inputs.applanix));
+  page.Line("  {}, mapping frame {}", Counted(applanix.samples.size(), "sample"), applanix.frame);
+  if (!applanix.report.empty()) page.Line("  {}", applanix.report);
+  PrintSpan(applanix.span, page);
+  PrintBounds(applanix.bounds, page);
+}
+
 std::string ExtremeText(const Extreme& extreme) {
   return fmt::format("{} at {}", extreme.value, extreme.time ? TimeText(*extreme.time) : "an unknown time");
+}
+
+void PrintRanges(const std::vector<ReadingRange>& ranges, Page& page) {
+  for (const auto& range : ranges)
+    page.Line("  {}: {}, {}", range.name->words, ExtremeText(range.lowest), ExtremeText(range.highest));
+}
+
+void PrintOrientation(const Summary& summary, Page& page) {
+  if (!summary.orientation) return;
+  const OrientationFile& orientation = *summary.orientation;
+  page.Line("Orientation {}", Utf8(*summary.inputs.aos));
+  page.Line("  {} stamped by {}; {} skipped", Counted(orientation.readings, "reading"),
+            orientation.byMasterClock ? "the master clock" : "date", Counted(orientation.skipped, "line"));
+  PrintSpan(orientation.span, page);
+  PrintRanges(orientation.ranges, page);
 }
 
 void PrintLog(const Summary& summary, Page& page) {
@@ -87,23 +146,21 @@ void PrintLog(const Summary& summary, Page& page) {
   page.Line("Log         {}", Utf8(*summary.inputs.log));
   page.Line("  {} read, {} dropped; {} skipped", log.entries == 1 ? "1 entry" : fmt::format("{} entries", log.entries),
             log.dropped, Counted(log.skipped, "line"));
-  if (log.span.first) page.Line("  {} to {} UTC", TimeText(*log.span.first), TimeText(*log.span.last));
-  for (const auto& range : log.readings)
-    page.Line("  {}: {}, {}", range.kind->words, ExtremeText(range.lowest), ExtremeText(range.highest));
+  PrintSpan(log.span, page);
+  PrintRanges(log.readings, page);
   for (std::size_t i = 0; i < std::min(kErrorsNamed, log.errors.size()); ++i) page.Line("  {}", log.errors[i]);
   if (log.errors.size() > kErrorsNamed) page.Line("  and {} more error lines", log.errors.size() - kErrorsNamed);
 }
 
 void PrintEvents(const Summary& summary, Page& page) {
+  if (summary.timestamps) return PrintTimestamps(summary, page);
   if (!summary.events) return page.Line("Events      none");
   const EventSummary& events = *summary.events;
   page.Line("Events      {}", Utf8(*summary.inputs.events));
-  if (events.span.first) page.Line("  {} to {} UTC", TimeText(*events.span.first), TimeText(*events.span.last));
+  PrintSpan(events.span, page);
   page.Line("  heartbeats: {} read, {} placed; {} left out", events.heartbeats, events.heartbeatsPlaced,
             Counted(events.LinesLeftOut(), "line"));
-  for (const auto& camera : summary.cameras)
-    page.Line("  camera {} events: {} read, {} placed, {} paired, {} dropped", camera.camera, camera.read,
-              camera.placed, camera.pairing.paired, camera.dropped);
+  PrintCameras(summary, page);
 }
 
 void PrintDrops(const Summary& summary, Page& page) {
@@ -111,8 +168,10 @@ void PrintDrops(const Summary& summary, Page& page) {
   page.Line("Dropped");
   for (std::size_t i = 0; i < std::min(kDropsNamed, summary.drops.size()); ++i) {
     const Drop& drop = summary.drops[i];
-    page.Line("  camera {}, tick {:.0f}, {}: {}", drop.camera, drop.tick, drop.time ? TimeText(*drop.time) : "no time",
-              drop.reason);
+    page.Line(
+        "  camera {}, {}, {}: {}", drop.camera,
+        drop.tick ? fmt::format("tick {:.0f}", *drop.tick) : fmt::format("number {}", drop.photoNumber.value_or(0)),
+        drop.time ? TimeText(*drop.time) : "no time", drop.reason);
   }
   if (summary.drops.size() > kDropsNamed)
     page.Line("  and {} more; {} names all", summary.drops.size() - kDropsNamed, kSummaryFile);
@@ -133,6 +192,7 @@ bool Summary::IsComplete() const {
   if (!drops.empty() || (events && (events->LinesLeftOut() > 0 || events->timesDoubtful))) return false;
   if (log && (log->dropped > 0 || log->cutAtLine)) return false;
   if (pos && !pos->IsComplete()) return false;
+  if ((timestamps && !timestamps->skipped.empty()) || (applanix && !applanix->report.empty())) return false;
   return std::all_of(cameras.begin(), cameras.end(), [](const CameraSummary& camera) {
     if (camera.sharpness && !camera.sharpness->ungraded.empty()) return false;
     return camera.folder ? camera.pairing.unused.empty() : camera.read == 0;
@@ -148,7 +208,10 @@ std::string SummaryText(const Summary& summary) {
     if (camera.sharpness) PrintSharpness(*camera.sharpness, page);
   }
   if (summary.stations) PrintStations(*summary.stations, page);
+  PrintPositions(summary, page);
   PrintLog(summary, page);
+  PrintOrientation(summary, page);
+  PrintApplanix(summary, page);
   if (summary.pos) {
     for (const auto& line : PosReportLines(*summary.pos)) page.Line("{}", line);
   }
