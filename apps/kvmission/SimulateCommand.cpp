@@ -155,6 +155,7 @@ void AddOptions(CLI::App& command, Arguments& arguments) {
       ->check(CLI::IsMember({"stamp", "exif"}));
   command.add_option("--firmware", arguments.firmware, "the control unit's; from 2.0.6 on its log has one more column")
       ->check(CLI::IsMember({"2.0.5", "2.1.0"}));
+  command.add_flag("--drone", mission.drone, "a drone's mission: a timestamp file beside numbered photos");
   command.add_flag("--no-photos", arguments.noPhotos, "write no photos");
   command.add_flag("--no-faults", arguments.noFaults,
                    "no missing photos, early exposure, gap in the trajectory or errors in the log");

@@ -57,6 +57,15 @@ std::vector<Row> ReadCsv(const std::string& text) {
 
 double Number(const Row& row, const char* name) { return std::strtod(row.at(name).c_str(), nullptr); }
 
+/// @param tolerance  metres, along each axis
+void ExpectPlace(const Row& photo, const Row& exposure, double tolerance) {
+  constexpr double kMetresPerDegree = 111'320;
+  const double shrink = std::cos(Number(exposure, "latitude") * std::numbers::pi / 180);
+  EXPECT_NEAR((Number(photo, "Latitude") - Number(exposure, "latitude")) * kMetresPerDegree, 0, tolerance);
+  EXPECT_NEAR((Number(photo, "Longitude") - Number(exposure, "longitude")) * kMetresPerDegree * shrink, 0, tolerance);
+  EXPECT_NEAR(Number(photo, "Altitude"), Number(exposure, "height"), tolerance);
+}
+
 /// Across midnight, with photos named by stamp or dated by EXIF: every exposure without a fault is in the layer, with
 /// its photo, its time and its place, and no other one is.
 TEST(SimulatedRun, GivesTheTruthBack) {
@@ -80,13 +89,7 @@ TEST(SimulatedRun, GivesTheTruthBack) {
       EXPECT_EQ(photo.at("PhotoPath"),
                 (temp.Path() / "m" / ("cam" + photo.at("CameraID")) / exposure.at("photo")).string());
       EXPECT_NEAR(Number(photo, "AdjGpsSec"), Number(exposure, "adj_gps_seconds"), 1e-3);
-      constexpr double kMetresPerDegree = 111'320;
-      constexpr double kTolerance = 0.02 + 0.005;  // metres: interpolation, and the noise of the simulated receiver
-      const double shrink = std::cos(Number(exposure, "latitude") * std::numbers::pi / 180);
-      EXPECT_NEAR((Number(photo, "Latitude") - Number(exposure, "latitude")) * kMetresPerDegree, 0, kTolerance);
-      EXPECT_NEAR((Number(photo, "Longitude") - Number(exposure, "longitude")) * kMetresPerDegree * shrink, 0,
-                  kTolerance);
-      EXPECT_NEAR(Number(photo, "Altitude"), Number(exposure, "height"), kTolerance);
+      ExpectPlace(photo, exposure, 0.02 + 0.005);  // interpolation, and the noise of the simulated receiver
     }
   }
 }
@@ -126,6 +129,57 @@ TEST(SimulatedRun, PairsTheTruePairsAndNamesTheBlurredPhotos) {
       named.insert(std::to_string(camera["camera"].get<int>()) + photo["photo"].get<std::string>());
   }
   EXPECT_EQ(named, blurred);
+}
+
+/// Over the end of a GPS week, which is 18 s before the midnight that ends a Saturday.
+TEST(SimulatedRun, GivesTheTruthOfADroneBack) {
+  const TempFolder temp;
+  const std::string command = "cd '" + temp.Path().string() + "' && '" KVMISSION_PROGRAM "' ";
+  const std::string simulate = "simulate m -q --drone --minutes 3 --start '2025-06-21 23:58:30' --photo-size 64x48";
+  ASSERT_EQ(std::system((command + simulate).c_str()), 0);
+  std::system((command + "run m -o o -q").c_str());
+  std::map<std::string, Row> truth;
+  std::map<std::string, std::string> faulty;  // photo or time by fault
+  std::set<std::string> blurred, named;
+  for (const Row& row : ReadCsv(temp.Read("m/truth.csv"))) {
+    if (row.at("fault").empty()) truth[(temp.Path() / "m" / row.at("photo")).string()] = row;
+    if (!row.at("fault").empty()) faulty[row.at("fault")] = row.at("photo") + row.at("utc").substr(0, 23);
+    if (row.at("blurred") == "1") blurred.insert(row.at("photo"));
+  }
+  const auto photos = ReadTable(temp.Read("o/photos.dbf"));
+  ASSERT_GT(photos.size(), 30u);
+  EXPECT_EQ(photos.size(), truth.size());
+  for (const Row& photo : photos) {
+    ASSERT_TRUE(truth.count(photo.at("PhotoPath"))) << photo.at("PhotoPath");
+    const Row& exposure = truth[photo.at("PhotoPath")];
+    EXPECT_NEAR(Number(photo, "AdjGpsSec"), Number(exposure, "adj_gps_seconds"), 1e-5);
+    ExpectPlace(photo, exposure, 0.005 / std::sqrt(3.0) + 0.001);  // noise, and the file's last decimals
+  }
+  const auto summary = nlohmann::json::parse(temp.Read("o/summary.json"));
+  const auto& camera = summary["cameras"][0];
+  ASSERT_EQ(summary["dropped"].size(), 1u);
+  EXPECT_EQ(summary["dropped"][0]["time"], faulty["photo missing"] + "Z");
+  ASSERT_EQ(camera["photosWithoutEvent"].size(), 1u);
+  EXPECT_EQ(faulty["timestamp missing"].find(camera["photosWithoutEvent"][0].get<std::string>()), 0u);
+  for (const auto& photo : camera["sharpness"]["blurred"]) named.insert(photo["photo"].get<std::string>());
+  EXPECT_EQ(named, blurred);
+}
+
+TEST(SimulatedRun, FindsTheExtremesOfTheOrientation) {
+  const TempFolder temp;
+  const std::string command = "cd '" + temp.Path().string() + "' && '" KVMISSION_PROGRAM "' ";
+  ASSERT_EQ(std::system((command + "simulate m -q --minutes 2 --no-photos").c_str()), 0);
+  std::system((command + "run m -o o -q").c_str());
+  const auto rows =
+      ReadCsv("time,temperature,pitch,roll,heading,calibration,status,error\n" + temp.Read("m/orientation.txt"));
+  std::set<double> rolls;
+  for (const Row& row : rows) rolls.insert(Number(row, "roll"));
+  const auto aos = nlohmann::json::parse(temp.Read("o/summary.json"))["aos"];
+  EXPECT_EQ(aos["entries"], rows.size());
+  EXPECT_EQ(aos["first"], "2025-06-18T09:30:00.000Z");
+  EXPECT_EQ(aos["last"], "2025-06-18T09:32:00.000Z");
+  EXPECT_EQ(aos["readings"]["roll"]["lowest"]["value"], *rolls.begin());
+  EXPECT_EQ(aos["readings"]["roll"]["highest"]["value"], *rolls.rbegin());
 }
 
 }  // namespace

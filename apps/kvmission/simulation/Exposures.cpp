@@ -48,6 +48,12 @@ std::string StampName(UtcTime time) {
   return fmt::format("{:02}{:02}{:02}_{:02}{:02}{:02}.jpg", c.year % 100, c.month, c.day, c.hour, c.minute, c.second);
 }
 
+std::string DronePhotoName(UtcTime time, int number) {
+  const CivilTime c = ToCivil(time);
+  return fmt::format("DJI_{:04}{:02}{:02}{:02}{:02}{:02}_{:04}_V.JPG", c.year, c.month, c.day, c.hour, c.minute,
+                     c.second, number);
+}
+
 void NamePhotos(std::vector<Exposure>& exposures, const MissionOptions& options) {
   const int digits = exposures.size() < 10'000 ? 4 : 5;  // of equal length, so that names sort in the order of exposure
   int counts[2] = {};
@@ -100,6 +106,30 @@ std::vector<Exposure> PlanExposures(const MissionOptions& options, const FlightP
   NamePhotos(exposures, options);
   if (options.faults) LosePhotos(exposures, stations.size(), random);
   BlurPhotos(exposures, random);
+  return exposures;
+}
+
+std::vector<Exposure> PlanDroneExposures(const MissionOptions& options, const FlightPath& path, Random random) {
+  constexpr std::size_t kFewest = 4;  // for one fault each
+  const std::vector<microseconds> times = PlanStations(options, path, random);
+  const bool hasFaults = options.faults && times.size() >= kFewest;
+  const std::size_t leftOut = hasFaults ? 1 + random.Index(times.size() - 1) : times.size();
+  std::vector<Exposure> exposures;
+  for (std::size_t i = 0; i < times.size(); ++i) {
+    const int number = static_cast<int>(i + 1 + (i >= leftOut));
+    exposures.push_back({times[i], 1, 0, DronePhotoName(options.start + times[i], number), false, {}, number});
+  }
+  if (hasFaults) {
+    const std::size_t lost = random.Index(times.size());
+    exposures[lost].fault = kPhotoMissing;
+    exposures[lost].photo.clear();
+    exposures[(lost + 1 + random.Index(times.size() - 1)) % times.size()].fault = kTimestampMissing;
+  }
+  if (options.photos) {
+    BlurPhotos(exposures, random);
+  } else {
+    for (Exposure& exposure : exposures) exposure.photo.clear();
+  }
   return exposures;
 }
 

@@ -17,6 +17,7 @@ struct Exposure {
   std::string photo;                 ///< file name; empty when there is none
   bool blurred = false;
   std::string_view fault;  ///< what went wrong with it, or empty
+  int number = 0;          ///< of a drone's photo, from 1
 };
 
 /// Camera 2 fires this much after camera 1.
@@ -24,9 +25,14 @@ inline constexpr std::chrono::microseconds kCamera2Delay{20'000};
 
 inline constexpr std::string_view kBeforeFirstFix = "before the first fix";
 inline constexpr std::string_view kPhotoMissing = "photo missing";
+inline constexpr std::string_view kTimestampMissing = "timestamp missing";
 
 /// All exposures of both cameras in time order. The cameras fire on strips only. With faults, camera 1 fires once while
 /// the receiver has no fix yet, and each camera loses one photo.
 std::vector<Exposure> PlanExposures(const MissionOptions& options, const FlightPath& path, Random random);
+
+/// Those of a drone's only camera, on strips too. With faults, one loses its photo and another one its timestamp, and
+/// one photo number is left out.
+std::vector<Exposure> PlanDroneExposures(const MissionOptions& options, const FlightPath& path, Random random);
 
 }  // namespace kv::simulation

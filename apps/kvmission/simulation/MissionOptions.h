@@ -30,6 +30,7 @@ struct MissionOptions {
   double longitude = 9.45;  ///< degrees
   PhotoNames names = PhotoNames::Stamp;
   Firmware firmware = Firmware::V2_1_0;
+  bool drone = false;  ///< a timestamp file and numbered photos instead of the sensor's files
   bool photos = true;
   bool faults = true;  ///< missing photos, an exposure before the first fix, a gap in the trajectory, errors in the log
 };

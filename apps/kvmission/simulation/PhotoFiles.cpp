@@ -67,7 +67,8 @@ void WritePhotos(const std::filesystem::path& mission, const MissionOptions& opt
   for (const Exposure& exposure : exposures) {
     if (!hasPhoto(exposure)) continue;
     const LocalPosition place = flight.At(static_cast<double>(exposure.time.count()) * 1e-6);
-    photographer.Write(CameraFolder(mission, exposure.camera) / exposure.photo, exposure, place);
+    const std::filesystem::path folder = options.drone ? mission : CameraFolder(mission, exposure.camera);
+    photographer.Write(folder / exposure.photo, exposure, place);
     progress.Step(++done, all);
     mission::ThrowIfInterrupted();
   }

@@ -8,7 +8,17 @@ namespace kv::simulation {
 
 /// What a stream of random numbers is for. Each has its own, so that an option that changes one file leaves the rest of
 /// the mission as it was.
-enum class Stream : std::uint64_t { Flight = 1, Receiver, Clock, Heartbeats, Cameras, Ground, Housekeeping };
+enum class Stream : std::uint64_t {
+  Flight = 1,
+  Receiver,
+  Clock,
+  Heartbeats,
+  Cameras,
+  Ground,
+  Housekeeping,
+  Drone,
+  Orientation
+};
 
 /// The same numbers for a seed everywhere: the standard fixes the engine's bits but not what its distributions make of
 /// them, and the shapes below are made with exact arithmetic alone.

@@ -9,9 +9,9 @@
 
 namespace kv::simulation {
 
-/// Writes a mission into a folder, made when it is not there: trajectory.nmea, events.txt, housekeeping.log, truth.csv
-/// and the photos in cam1 and cam2. Files of those names, and photos that an earlier truth.csv in the folder names, are
-/// replaced.
+/// Writes a mission into a folder, made when it is not there: trajectory.nmea, events.txt, housekeeping.log,
+/// orientation.txt, truth.csv and the photos in cam1 and cam2; that of a drone: flight.MRK, truth.csv and photos. An
+/// earlier mission in the folder, photos that its truth.csv names included, is replaced.
 /// @param progress  takes a step per photo
 /// @return          the exposures as truth.csv lists them
 /// @throws          std::system_error when a file or folder cannot be written, kv::mission::Failure after an interrupt

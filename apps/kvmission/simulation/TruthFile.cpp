@@ -41,8 +41,12 @@ std::vector<std::string> Fields(std::string_view line) {
   return fields;
 }
 
+bool IsDronePhoto(std::string_view name) { return name.ends_with(".JPG"); }
+
 /// A name that stays in its folder.
-bool IsPhotoName(std::string_view name) { return name.ends_with(".jpg") && name.find_first_of("/\\:") == name.npos; }
+bool IsPhotoName(std::string_view name) {
+  return (name.ends_with(".jpg") || IsDronePhoto(name)) && name.find_first_of("/\\:") == name.npos;
+}
 
 }  // namespace
 
@@ -53,27 +57,34 @@ std::filesystem::path CameraFolder(const std::filesystem::path& mission, int cam
 void WriteTruthFile(const std::filesystem::path& path, const MissionOptions& options, const FlightPath& flight,
                     const MasterClock& clock, std::span<const Exposure> exposures) {
   const LocalFrame frame(options.latitude, options.longitude);
+  const auto tick = [&](const Exposure& exposure) { return options.drone ? 0U : clock.TickAt(exposure.time); };
   OutputFile file(path);
   file.Print("{}{}\n", kFirstColumns, kLaterColumns);
   for (const Exposure& exposure : exposures) {
     const UtcTime utc = options.start + exposure.time;
     const GeodeticPosition place = frame.ToGeodetic(flight.At(static_cast<double>(exposure.time.count()) * 1e-6));
-    file.Print("{},{},{},{},{:.10f},{:.10f},{:.4f},{},{:d},{},{}\n", exposure.camera, clock.TickAt(exposure.time),
-               IsoText(utc), SecondsText(AdjustedGpsTime(utc)), place.latitude, place.longitude, place.height,
-               exposure.photo, exposure.blurred, exposure.fault, StationText(exposure));
+    file.Print("{},{},{},{},{:.10f},{:.10f},{:.4f},{},{:d},{},{}\n", exposure.camera, tick(exposure), IsoText(utc),
+               SecondsText(AdjustedGpsTime(utc)), place.latitude, place.longitude, place.height, exposure.photo,
+               exposure.blurred, exposure.fault, StationText(exposure));
   }
   file.Close();
 }
 
-void RemovePhotosOfTruthFile(const std::filesystem::path& path) {
+void RemoveMissionOfTruthFile(const std::filesystem::path& path) {
   if (!std::filesystem::is_regular_file(path)) return;  // a device may have no end
   std::ifstream file(path, std::ios::binary);
   std::string line;
   if (!std::getline(file, line) || !line.starts_with(kFirstColumns)) return;
+  std::error_code ignored;  // what cannot be removed cannot be overwritten either, and then that is reported
+  for (const char* name : {kTrajectoryName, kEventsName, kHousekeepingName, kOrientationName, kTimestampsName})
+    std::filesystem::remove(path.parent_path() / name, ignored);
   while (std::getline(file, line)) {
     const std::vector<std::string> fields = Fields(line);
     if (fields.size() <= kPhotoColumn || !IsPhotoName(fields[kPhotoColumn])) continue;
-    std::error_code ignored;  // what cannot be removed cannot be overwritten either, and then that is reported
+    if (IsDronePhoto(fields[kPhotoColumn])) {
+      std::filesystem::remove(path.parent_path() / fields[kPhotoColumn], ignored);
+      continue;
+    }
     const std::filesystem::path folder = CameraFolder(path.parent_path(), fields[kCameraColumn] == "1" ? 1 : 2);
     std::filesystem::remove(folder / fields[kPhotoColumn], ignored);
     std::filesystem::remove(folder, ignored);  // once it is empty

@@ -16,11 +16,17 @@ namespace kv::simulation {
 void WriteTruthFile(const std::filesystem::path& path, const MissionOptions& options, const FlightPath& flight,
                     const MasterClock& clock, std::span<const Exposure> exposures);
 
-/// Removes the photos that a truth file names from the camera folders beside it. Does nothing when there is no such
-/// file.
-void RemovePhotosOfTruthFile(const std::filesystem::path& path);
+/// Removes the mission that a truth file tells of: the files beside it and the photos that it names. Does nothing when
+/// there is no such file.
+void RemoveMissionOfTruthFile(const std::filesystem::path& path);
 
 /// The folder of a camera's photos within the mission.
 std::filesystem::path CameraFolder(const std::filesystem::path& mission, int camera);
+
+inline constexpr const char* kTrajectoryName = "trajectory.nmea";
+inline constexpr const char* kEventsName = "events.txt";
+inline constexpr const char* kHousekeepingName = "housekeeping.log";
+inline constexpr const char* kOrientationName = "orientation.txt";
+inline constexpr const char* kTimestampsName = "flight.MRK";  ///< beside the photos
 
 }  // namespace kv::simulation

@@ -173,15 +173,23 @@ TEST(Simulation, OverwritingSparesWhatIsNotTheMissions) {
   const TempFolder folder;
   ASSERT_EQ(Simulate(folder, "--minutes 1 --photo-size 16x16"), 0);
   folder.Write("mission/cam1/mine.jpg", "kept");
-  ASSERT_EQ(Simulate(folder, "--minutes 1 --start 12:00 --no-photos --overwrite"), 0);
-  const auto files = Content(folder);
-  EXPECT_EQ(files.size(), 5u);
-  EXPECT_EQ(files.count("mission/cam1/mine.jpg"), 1u);
+  struct {
+    const char* options;
+    std::size_t files;  // with the one that is no mission's
+  } const rows[] = {
+      {"--start 12:00 --no-photos", 6}, {"--drone --photo-size 16x16 --no-faults", 3 + 14}, {"--drone --no-photos", 3}};
+  for (const auto& [options, count] : rows) {
+    ASSERT_EQ(Simulate(folder, std::string("--minutes 1 --overwrite ") + options), 0);
+    const auto files = Content(folder);
+    EXPECT_EQ(files.size(), count) << options;
+    EXPECT_EQ(files.count("mission/cam1/mine.jpg"), 1u) << options;
+  }
 }
 
 TEST(Simulation, AWriteThatFailsIsReported) {
   if (!fs::exists("/dev/full")) GTEST_SKIP() << "needs a device that is always full";
-  for (const char* file : {"truth.csv", "events.txt", "trajectory.nmea", "housekeeping.log", "cam2"}) {
+  for (const char* file :
+       {"truth.csv", "events.txt", "trajectory.nmea", "housekeeping.log", "orientation.txt", "cam2"}) {
     const TempFolder folder;
     fs::create_directory(folder.Path() / "mission");
     fs::create_symlink("/dev/full", folder.Path() / "mission" / file);

@@ -1,0 +1,46 @@
+#include "simulation/DroneTimestamps.h"
+
+#include <cmath>
+
+#include "simulation/LocalFrame.h"
+#include "simulation/MissionTime.h"
+#include "simulation/OutputFile.h"
+#include "simulation/Random.h"
+
+namespace kv::simulation {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto kGpsBeforeAdjusted = 1'000'000'000s;
+
+LocalPosition WithError(const LocalPosition& place, double noise, Random& random) {
+  const double alongAxis = noise / std::sqrt(3.0);
+  const auto error = [&] { return random.Uniform(-alongAxis, alongAxis); };
+  const double east = error(), north = error(), up = error();
+  return {place.east + east, place.north + north, place.up + up};
+}
+
+}  // namespace
+
+void WriteDroneTimestamps(const std::filesystem::path& path, const MissionOptions& options, const FlightPath& flight,
+                          std::span<const Exposure> exposures) {
+  const LocalFrame frame(options.latitude, options.longitude);
+  Random random(options.seed, Stream::Drone);
+  OutputFile file(path);
+  for (const Exposure& exposure : exposures) {
+    if (exposure.fault == kTimestampMissing) continue;
+    const auto gps = AdjustedGpsTime(options.start + exposure.time) + kGpsBeforeAdjusted;
+    const auto week = std::chrono::floor<std::chrono::weeks>(gps);
+    const LocalPosition place = flight.At(static_cast<double>(exposure.time.count()) * 1e-6);
+    const GeodeticPosition seen = frame.ToGeodetic(WithError(place, options.noise, random));
+    file.Print(
+        "{}\t{}\t[{}]\t    -4,N\t    12,E\t   190,V\t{:.8f},Lat\t{:.8f},Lon\t{:.3f},Ellh\t{:.6f}, {:.6f}, "
+        "{:.6f}\t50,Q\r\n",
+        exposure.number, SecondsText(gps - week), week.count(), seen.latitude, seen.longitude, seen.height,
+        options.noise, options.noise, 2.0 * options.noise);
+  }
+  file.Close();
+}
+
+}  // namespace kv::simulation

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <filesystem>
+#include <span>
+
+#include "simulation/Exposures.h"
+#include "simulation/FlightPath.h"
+#include "simulation/MissionOptions.h"
+
+namespace kv::simulation {
+
+/// Writes a drone's timestamp file: a line for each exposure that has not lost it, with a place no further from the
+/// truth than the mission's noise.
+/// @throws std::system_error when the file cannot be written
+void WriteDroneTimestamps(const std::filesystem::path& path, const MissionOptions& options, const FlightPath& flight,
+                          std::span<const Exposure> exposures);
+
+}  // namespace kv::simulation
