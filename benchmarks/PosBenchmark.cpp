@@ -73,7 +73,8 @@ void ScanAndTransformPos(benchmark::State& state) {
 }
 BENCHMARK(ScanAndTransformPos)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-// The peer reads the same columns of the same text. Its coordinates are compared once: the largest difference in metres.
+// The peer reads the same columns of the same text. Its coordinates are compared once: the largest difference in
+// metres.
 void TransformPosByCct(benchmark::State& state) {
   const PosText text;
   const fs::path result = text.Path().string() + ".cct";

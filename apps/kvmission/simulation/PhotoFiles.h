@@ -10,8 +10,8 @@
 
 namespace kv::simulation {
 
-/// Writes the photos of both cameras into their folders, which exist, those of a drone into the mission's: the ground below the vehicle, out of focus where
-/// the exposure is blurred.
+/// Writes the photos of both cameras into their folders, which exist, those of a drone into the mission's: the ground
+/// below the vehicle, out of focus where the exposure is blurred.
 /// @param progress  takes a step per photo
 /// @throws          std::system_error when a file cannot be written, kv::mission::Failure after an interrupt
 void WritePhotos(const std::filesystem::path& mission, const MissionOptions& options, const FlightPath& flight,
