@@ -5,7 +5,8 @@
 /// Operations keep no state between calls and may run in several threads at once on different data. An operation with
 /// an error text empties it on entry; after a failure it holds a fixed English sentence, where the operation has one. A
 /// text that stands in `error` beside a result of true is a report, not a failure. What is set for the whole process:
-/// photo batches switch OpenCV's optimised code on, and `ScanKVPosFile` sets the data folders of GDAL and PROJ.
+/// photo batches switch OpenCV's optimised code on; `ScanKVPosFile` and `DescribeCoordinateSystem` set the data folders
+/// and options of GDAL and PROJ.
 
 #include "KVPlatform.h"
 #include "KVRecords.h"
@@ -259,7 +260,8 @@ class KVUTILITIES_API KVUtilities {
   /// What a coordinate system is, and its WKT as `ScanKVPosFile` takes it.
   /// @param definition  WKT1, WKT2 or ESRI's dialect; or codes of a registry, horizontal first: "EPSG:32633",
   ///                    "EPSG:32633+5773"
-  /// @return an empty record and a sentence in `error` for what is no coordinate system
+  /// @return an empty record and a sentence in `error` for what is no coordinate system, for heights without a
+  ///         horizontal system, and when the geodetic data are missing
   static tagKVCoordinateSystem DescribeCoordinateSystem(std::wstring definition, std::wstring& error);
 
   /// The geodetic data in use: what `ScanKVPosFile` finds on this machine at this moment.
