@@ -1,14 +1,22 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that are missing: those that build and test need, with --checks also those of the checks.
-# Does nothing when all are there.
+# Installs the Debian packages that are missing: those that build and test need, and those of the options. Does nothing
+# when all are there.
+# Usage: scripts/setup.sh [--checks] [--benchmarks] [--peers]
+#   --checks      what the checks of a change need
+#   --benchmarks  what the benchmarks are built with
+#   --peers       the programs that they measure beside ours
 set -euo pipefail
 
-build=(g++ cmake ninja-build pkg-config libopencv-dev libshp-dev libcli11-dev nlohmann-json3-dev libfmt-dev libtomlplusplus-dev
-  libexif-dev libjpeg-dev libgtest-dev libgdal-dev libproj-dev)
-checks=(clang-format clang libclang-rt-dev libbenchmark-dev gdal-bin)
-
-wanted=("${build[@]}")
-[ "${1:-}" = --checks ] && wanted+=("${checks[@]}")
+wanted=(g++ cmake ninja-build pkg-config libopencv-dev libshp-dev libcli11-dev nlohmann-json3-dev libfmt-dev
+  libtomlplusplus-dev libexif-dev libjpeg-dev libgtest-dev libgdal-dev libproj-dev libboost-dev)
+for option in "$@"; do
+  case $option in
+    --checks) wanted+=(clang-format clang libclang-rt-dev libbenchmark-dev gdal-bin) ;;
+    --benchmarks) wanted+=(libbenchmark-dev) ;;
+    --peers) wanted+=(gpsbabel gdal-bin proj-bin) ;;
+    *) echo "setup.sh: no such option: $option" >&2 && exit 2 ;;
+  esac
+done
 
 if ! command -v apt-get >/dev/null; then
   echo "This is no Debian system; install what corresponds to: ${wanted[*]}" >&2

@@ -1,7 +1,13 @@
 #!/usr/bin/env bash
-# Sets up, builds and runs every test.
+# Sets up, builds and runs every test. With --full the randomised ones run at their full size, which takes minutes.
+# Usage: scripts/test.sh [--full] [options of ctest]
 set -euo pipefail
 cd "$(dirname "$0")/.."
+
+if [ "${1:-}" = --full ]; then
+  export KVUTILITIES_FULL_TESTS=1
+  shift
+fi
 
 scripts/setup.sh
 cmake --preset dev

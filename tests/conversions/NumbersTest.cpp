@@ -2,11 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
 #include <limits>
+#include <random>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 
+#include "baseline/StrictNumbers.h"
+#include "support/TestSize.h"
 #include "support/ThrownText.h"
 
 namespace {
@@ -181,6 +186,74 @@ TEST(Numbers, WholeDouble) {
                                    L"\x0661"s,
                                    L"1\0"s}) {
     EXPECT_EQ(kv::WholeDouble(text), std::nullopt) << std::string(text.begin(), text.end());
+  }
+}
+
+// Tokens of field files, and others with a character changed, added or lost.
+class Tokens {
+ public:
+  std::wstring Next() {
+    static constexpr std::wstring_view kCharacters = L"0123456789.+-eE infatyINFATY()xX,\x0661\x00A0\0";
+    static const std::wstring kStarts[] = {L"",
+                                           L"2178",
+                                           L"48.11750000",
+                                           L"-0.0035",
+                                           L"273854.474686",
+                                           L"9007199254740993",
+                                           L"1.7976931348623157e308",
+                                           L"4.9e-324",
+                                           L"2147483648",
+                                           L"-9223372036854775808",
+                                           L"inf",
+                                           L"nan(1)",
+                                           L"1e-400",
+                                           L"0.000000000000000000001e25"};
+    std::wstring token = random_() % 3 ? kStarts[random_() % std::size(kStarts)] : Digits();
+    for (auto changes = random_() % 4; changes > 0; --changes) {
+      const std::size_t at = random_() % (token.size() + 1);
+      const wchar_t character = kCharacters[random_() % kCharacters.size()];
+      switch (random_() % 3) {
+        case 0:
+          token.insert(at, 1, character);
+          break;
+        case 1:
+          token.erase(at, 1);
+          break;
+        default:
+          token.replace(at, 1, 1, character);
+      }
+    }
+    return token;
+  }
+
+ private:
+  std::wstring Digits() {
+    std::wstring digits(random_() % 25, L'0');
+    for (wchar_t& digit : digits) digit = static_cast<wchar_t>(L'0' + random_() % 10);
+    if (random_() % 2) digits.insert(random_() % (digits.size() + 1), 1, L'.');
+    return (random_() % 3 ? L"" : L"-") + digits;
+  }
+
+  std::mt19937_64 random_{20231222};
+};
+
+template <class Number>
+std::optional<std::int64_t> Bits(const std::optional<Number>& value) {
+  if (!value) return std::nullopt;
+  if constexpr (std::is_integral_v<Number>)
+    return *value;
+  else
+    return std::bit_cast<std::int64_t>(*value);
+}
+
+TEST(Numbers, StrictNumbersAreThoseOfTheConversionThatNamesTheRule) {
+  Tokens tokens;
+  for (int i = TestSize(300'000, 5'000'000); i > 0; --i) {
+    const std::wstring token = tokens.Next();
+    const std::string shown(token.begin(), token.end());
+    ASSERT_EQ(Bits(kv::WholeDouble(token)), Bits(baseline::WholeNumber<double>(token))) << shown;
+    ASSERT_EQ(Bits(kv::WholeInteger(token)), Bits(baseline::WholeNumber<std::int64_t>(token))) << shown;
+    ASSERT_EQ(Bits(kv::WholeInteger32(token)), Bits(baseline::WholeNumber<std::int32_t>(token))) << shown;
   }
 }
 

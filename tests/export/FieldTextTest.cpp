@@ -8,6 +8,7 @@
 #include <string>
 
 #include "export/FieldText.h"
+#include "support/TestSize.h"
 
 namespace {
 
@@ -26,7 +27,7 @@ std::string Printed(double value, int width, int decimals) {
 TEST(FieldText, DecimalsAreThoseOfPrintf) {
   std::mt19937_64 random(7);
   constexpr std::pair<int, int> kColumns[] = {{14, 8}, {14, 4}, {14, 1}, {16, 6}, {10, 0}, {254, 15}, {254, 8}, {5, 2}};
-  for (int i = 0; i < 20'000; ++i) {
+  for (int i = 0; i < TestSize(20'000, 1'000'000); ++i) {
     const auto bits = random();
     const double scale = std::ldexp(1.0, static_cast<int>(bits % 80) - 40);
     const double values[] = {std::bit_cast<double>(bits),                                           // any double

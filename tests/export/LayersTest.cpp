@@ -2,35 +2,21 @@
 
 #include <clocale>
 #include <cmath>
-#include <ctime>
 #include <limits>
 #include <random>
 
 #include "KVUtilities.h"
+#include "baseline/TrajectoryPoints.h"
 #include "conversions/FileTimes.h"
-#include "export/PlainShapefile.h"
 #include "support/TempFolder.h"
 #include "support/Times.h"
 
 namespace {
 
+using baseline::PlainRecord, baseline::TickText, baseline::TimeText, baseline::Vertex;
+
 constexpr char kWgs84[] =
     R"(GEOGCS["WGS 84",DATUM["WGS_1984",SPHEROID["WGS 84",6378137,298.257223563,AUTHORITY["EPSG","7030"]],AUTHORITY["EPSG","6326"]],PRIMEM["Greenwich",0,AUTHORITY["EPSG","8901"]],UNIT["degree",0.0174532925199433,AUTHORITY["EPSG","9122"]],AUTHORITY["EPSG","4326"]])";
-
-// The C library's calendar and printf are the second opinion.
-std::string TimeText(const FILETIME& time) {
-  const std::uint64_t ticks = kv::Ticks(time);
-  if (ticks >> 63) return "0-00-00 00:00:00.000";  // no calendar time
-  const auto seconds = static_cast<std::time_t>(ticks / 10'000'000) - 11'644'473'600;
-  const std::tm calendar = *std::gmtime(&seconds);
-  char text[64];
-  std::snprintf(text, sizeof text, "%d-%02d-%02d %02d:%02d:%02d.%03d", calendar.tm_year + 1900, calendar.tm_mon + 1,
-                calendar.tm_mday, calendar.tm_hour, calendar.tm_min, calendar.tm_sec,
-                static_cast<int>(ticks / 10'000 % 1000));
-  return text;
-}
-
-std::string TickText(const FILETIME& time) { return std::to_string(kv::Ticks(time)); }
 
 // Wide texts and their bytes in Windows-1252.
 const std::pair<const wchar_t*, std::string> kTexts[] = {
@@ -61,7 +47,7 @@ class Layers : public testing::Test {
  protected:
   /// Holds the set that `Export` wrote under "ours" against the records written plainly.
   void ExpectSame(int shapeType, bool isMeasured, std::span<const PlainRecord> records) const {
-    WritePlain((folder_.Path() / "plain.shp").string(), shapeType, isMeasured, records);
+    baseline::WritePlain((folder_.Path() / "plain.shp").string(), shapeType, isMeasured, records);
     for (const char* extension : {".shp", ".shx", ".dbf"}) {
       std::string ours = folder_.Read(std::string("ours") + extension);
       std::string plain = folder_.Read(std::string("plain") + extension);
@@ -95,11 +81,6 @@ class Layers : public testing::Test {
     return trajectory;
   }
 
-  static std::array<double, 4> Vertex(const tagKVTrajectoryObs& fix, const tagKVTrajectoryObs& first) {
-    const std::uint64_t a = kv::Ticks(fix.TimeUTC), b = kv::Ticks(first.TimeUTC);
-    return {fix.Longitude, fix.Latitude, fix.Altitude, static_cast<double>(a > b ? a - b : b - a) / 1e7};
-  }
-
   TempFolder folder_;
   Values values_;
 };
@@ -110,19 +91,7 @@ TEST_F(Layers, TrajectoryPointsAreThoseOfPlainShapelib) {
   for (auto& fix : trajectory) {
     const auto& [unit, unitBytes] = kTexts[values_.Choice(std::size(kTexts))];
     fix.AltUnit = unit;
-    const auto& first = trajectory.front();
-    plain.push_back({{Vertex(fix, first)},
-                     {{"Index", 10, 0, static_cast<int>(plain.size())},
-                      {"TimeUTC", 50, 0, TimeText(fix.TimeUTC)},
-                      {"Latitude", 14, 8, fix.Latitude},
-                      {"Longitude", 14, 8, fix.Longitude},
-                      {"Altitude", 14, 4, fix.Altitude},
-                      {"AltUnit", 10, 0, unitBytes},
-                      {"GeoidOffst", 14, 8, fix.GeoidOffst},
-                      {"TimeTick", 25, 0, TickText(fix.TimeUTC)},
-                      {"TrajStart", 50, 0, TimeText(first.TimeUTC)},
-                      {"TrajTick", 25, 0, TickText(first.TimeUTC)},
-                      {"AdjGpsSec", 16, 6, fix.AdjGpsSec}}});
+    plain.push_back(baseline::TrajectoryPoint(fix, static_cast<int>(plain.size()), trajectory.front(), unitBytes));
   }
   Export(KVUtilities::ExportTrajectoryPointShapefile, trajectory);
   ExpectSame(SHPT_POINTZ, true, plain);

@@ -8,12 +8,13 @@
 #include <random>
 
 #include "KVUtilities.h"
+#include "baseline/Locations.h"
 #include "conversions/FileTimes.h"
+#include "support/TestSize.h"
 
 namespace {
 
-using Place = std::array<double, 3>;  // latitude, longitude, altitude
-using Trajectory = std::vector<tagKVTrajectoryObs>;
+using baseline::Place, baseline::Trajectory;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
@@ -42,28 +43,6 @@ std::array<std::uint64_t, 3> Bits(const Place& place) { return Bits(place[0], pl
 template <typename Event>
 std::array<std::uint64_t, 3> Bits(const Event& event) {
   return Bits(event.Latitude, event.Longitude, event.Altitude);
-}
-
-// The rule word by word: the first pair that brackets the time decides.
-Place LiteralPlace(double t, const Trajectory& trajectory) {
-  for (std::size_t i = 0; i + 1 < trajectory.size(); ++i) {
-    const tagKVTrajectoryObs &a = trajectory[i], &b = trajectory[i + 1];
-    if (!(a.AdjGpsSec <= t && t <= b.AdjGpsSec)) continue;
-    const double lo = std::fmin(a.AdjGpsSec, b.AdjGpsSec), hi = std::fmax(a.AdjGpsSec, b.AdjGpsSec);
-    const double f = (t - lo) / (hi - lo);
-    return {a.Latitude + (b.Latitude - a.Latitude) * f, a.Longitude + (b.Longitude - a.Longitude) * f,
-            a.Altitude + (b.Altitude - a.Altitude) * f};
-  }
-  return {};
-}
-
-// The rule word by word: search forward from the event, then backward down to event 1, until a place is not null.
-Place LiteralLogPlace(std::size_t i, const std::vector<double>& times, const Trajectory& trajectory) {
-  Place place{};
-  const auto isNull = [&place] { return place[0] == 0.0 && place[1] == 0.0; };
-  for (std::size_t j = i; j < times.size() && isNull(); ++j) place = LiteralPlace(times[j], trajectory);
-  for (std::size_t j = i; j >= 1 && isNull(); --j) place = LiteralPlace(times[j], trajectory);
-  return place;
 }
 
 TEST(EventLocations, TheFirstPairThatBracketsTheTimeDecides) {
@@ -127,7 +106,7 @@ TEST(EventLocations, BatchesEqualTheLiteralRuleBitForBit) {
   std::mt19937 random(20231222);
   const auto below = [&random](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
   const double odd[] = {kNaN, kInfinity, -kInfinity, -0.0}, degrees[] = {0.0, 0.0, -0.0, 5.0, -7.3};
-  for (int round = 0; round < 20'000; ++round) {
+  for (int round = 0; round < TestSize(20'000, 1'000'000); ++round) {
     SCOPED_TRACE(round);
     Trajectory trajectory;
     double seconds = 0;
@@ -144,8 +123,8 @@ TEST(EventLocations, BatchesEqualTheLiteralRuleBitForBit) {
     KVUtilities::PopulateSystemEventLocationsUsingTrajectory(systemEvents, trajectory, error);
     KVUtilities::PopulateLogEventLocationsUsingTrajectory(logEvents, trajectory, error);
     for (std::size_t i = 0; i < times.size(); ++i) {
-      ASSERT_EQ(Bits(systemEvents[i]), Bits(LiteralPlace(times[i], trajectory))) << i;
-      ASSERT_EQ(Bits(logEvents[i]), Bits(LiteralLogPlace(i, times, trajectory))) << i;
+      ASSERT_EQ(Bits(systemEvents[i]), Bits(baseline::PlaceAt(times[i], trajectory))) << i;
+      ASSERT_EQ(Bits(logEvents[i]), Bits(baseline::LogPlaceAt(i, times, trajectory))) << i;
     }
   }
 }

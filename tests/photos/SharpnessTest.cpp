@@ -2,9 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <opencv2/imgproc.hpp>
-
 #include "KVUtilities.h"
+#include "baseline/Sharpness.h"
 #include "photos/Pictures.h"
 #include "support/TempFolder.h"
 
@@ -14,15 +13,6 @@ using namespace std::string_literals;
 
 const std::wstring kNoFile = L"Computing Sharpness Error:  File does not exist:\n\n";
 const std::wstring kUnreadable = L"Unexpected error computing sharpness factor for file: \n\n";
-
-// The definition, each step on the whole picture.
-double OneShot(const cv::Mat& picture) {
-  cv::Mat grey, laplacian, mean, deviation;
-  cv::cvtColor(picture, grey, cv::COLOR_RGB2GRAY);
-  cv::Laplacian(grey, laplacian, CV_64F, 1, 1.0, 0.0, cv::BORDER_REFLECT_101);
-  cv::meanStdDev(laplacian, mean, deviation);
-  return deviation.at<double>(0) * deviation.at<double>(0);
-}
 
 cv::Mat Checkers(int columns, int rows) {
   cv::Mat picture(rows, columns, CV_8UC3);
@@ -37,13 +27,14 @@ TEST(Sharpness, BandsEqualTheWholePictureToTheLastBit) {
     const int band = kv::SharpnessBandRows(columns);
     for (const int rows : {1, 2, 3, 7, band - 1, band, band + 1, band + 2, 2 * band, 2 * band + 1}) {
       for (const cv::Mat& picture : {Noise(columns, rows, CV_8UC3), Checkers(columns, rows)}) {
-        ASSERT_EQ(kv::SharpnessOf(picture), OneShot(picture)) << columns << " x " << rows;
+        ASSERT_EQ(kv::SharpnessOf(picture), baseline::SharpnessOf(picture)) << columns << " x " << rows;
       }
     }
   }
   const cv::Mat large = Noise(4000, 3000, CV_8UC3);
-  EXPECT_EQ(kv::SharpnessOf(large), OneShot(large));
-  EXPECT_EQ(kv::SharpnessOf(large.colRange(5, 600)), OneShot(large.colRange(5, 600)));  // rows that lie apart
+  EXPECT_EQ(kv::SharpnessOf(large), baseline::SharpnessOf(large));
+  EXPECT_EQ(kv::SharpnessOf(large.colRange(5, 600)),
+            baseline::SharpnessOf(large.colRange(5, 600)));  // rows that lie apart
   EXPECT_EQ(kv::SharpnessOf(cv::Mat(300, 400, CV_8UC3, cv::Scalar::all(90))), 0.0);
 }
 
@@ -68,7 +59,7 @@ TEST(Sharpness, PicturesOfEveryKindUnderAnyName) {
   for (const auto& [name, bytes] : rows) {
     std::wstring error = L"left over";
     EXPECT_EQ(KVUtilities::ComputeImageSharpnessFactor(folder.Write(name, bytes), error),
-              OneShot(Decoded(bytes, cv::IMREAD_COLOR)))
+              baseline::SharpnessOf(Decoded(bytes, cv::IMREAD_COLOR)))
         << name;
     EXPECT_EQ(error, L"") << name;
   }
@@ -102,7 +93,7 @@ TEST(Sharpness, WhatIsNoPictureGivesZeroAndASentence) {
 TEST(Sharpness, ABatchGradesCameraEventsAndKeepsTheLastPicturesSentence) {
   const TempFolder folder;
   const std::string bytes = Encoded(".png", Noise(33, 44, CV_8UC3));
-  const double factor = OneShot(Decoded(bytes, cv::IMREAD_COLOR));
+  const double factor = baseline::SharpnessOf(Decoded(bytes, cv::IMREAD_COLOR));
   const std::wstring good = folder.Write("good.png", bytes), bad = folder.Write("bad.jpg", "no picture");
   const std::wstring missing = folder.Wide("missing.jpg");
   std::vector<tagKVSystemEvent> events = {PhotoEvent(2, 1, missing), PhotoEvent(2, 1, bad), PhotoEvent(1, 1, missing),

@@ -1,10 +1,15 @@
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <cmath>
+#include <random>
 #include <string>
 #include <vector>
 
 #include "KVUtilities.h"
+#include "baseline/TrajectoryReaders.h"
 #include "support/TempFolder.h"
+#include "support/TestSize.h"
 #include "support/ThrownText.h"
 #include "support/Times.h"
 
@@ -109,6 +114,55 @@ TEST(TrajectoryFile, AFieldThatIsNoNumberEndsTheScan) {
       {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,*47", "invalid stod argument"},
   };
   for (const auto& [line, message] : rows) EXPECT_EQ(ThrownText([&] { Scan(kFix + line); }), message) << line;
+}
+
+std::string Outcome(const std::vector<tagKVTrajectoryObs>& fixes) {
+  std::string outcome;
+  for (const tagKVTrajectoryObs& fix : fixes) {
+    for (const double value : {fix.AdjGpsSec, fix.Latitude, fix.Longitude, fix.Altitude, fix.GeoidOffst}) {
+      outcome += std::isnan(value) ? "nan," : std::to_string(std::bit_cast<std::int64_t>(value)) + ",";
+    }
+    const SYSTEMTIME& time = fix.SystemTimeUTC;
+    for (const auto field :
+         {time.wYear, time.wMonth, time.wDay, time.wHour, time.wMinute, time.wSecond, time.wMilliseconds}) {
+      outcome += std::to_string(field) + ' ';
+    }
+    for (const wchar_t* at = fix.AltUnit.GetString(); *at; ++at) outcome += std::to_string(int{*at}) + ' ';
+    outcome += std::to_string(kv::Ticks(fix.TimeUTC)) + '\n';
+  }
+  return outcome;
+}
+
+// What a scan gives, or what it throws.
+template <class Scan>
+std::string OutcomeOf(Scan scan) try {
+  return Outcome(scan());
+} catch (const std::invalid_argument&) {
+  return "no number";
+} catch (const std::out_of_range&) {
+  return "out of range";
+}
+
+TEST(TrajectoryFile, AnyLinesGiveWhatThePlainReaderGives) {
+  static constexpr std::string_view kCharacters = "0123456789.,,-+NSEWMeEx \t\v\r$*\x01";
+  const TempFolder folder;
+  std::mt19937 random(20231222);
+  for (int round = TestSize(2'000, 100'000); round > 0; --round) {
+    std::string content;
+    for (auto lines = random() % 6; lines > 0; --lines) {
+      std::string line = FixAt((random() % 2 ? "23" : "00") + std::to_string(1000 + random() % 9000) + ".45");
+      for (auto changes = random() % 4; changes > 1; --changes) {
+        line[random() % line.size()] = kCharacters[random() % kCharacters.size()];
+      }
+      content += line;
+    }
+    const std::wstring path = folder.Write("t.txt", content);
+    std::wstring error;
+    const FILETIME date = UtcTime(2023, 12, 22, 1);
+    const auto plain = [&] { return baseline::ScanTrajectory<std::wstring>(folder.Path() / "t.txt", date); };
+    ASSERT_EQ(OutcomeOf([&] { return KVUtilities::ScanKVTrajectoryFile(path, date, error); }), OutcomeOf(plain))
+        << content;
+  }
 }
 
 TEST(TrajectoryFile, EqualUnitsShareOneText) {

@@ -1,0 +1,102 @@
+#include "photos/Sharpness.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <filesystem>
+#include <opencv2/imgcodecs.hpp>
+
+#include "KVUtilities.h"
+#include "Measures.h"
+#include "baseline/Sharpness.h"
+#include "platform/FileNames.h"
+
+namespace {
+
+// Fields and roads, so to speak: soft waves, edges and the grain of a sensor.
+cv::Mat Scene(int columns, int rows) {
+  cv::Mat scene(rows, columns, CV_8UC3);
+  cv::theRNG().state = 1;
+  cv::randn(scene, 0, 4);
+  for (int y = 0; y < rows; ++y) {
+    for (int x = 0; x < columns; ++x) {
+      const double wave = 100 + 60 * std::sin(x / 90.0) * std::cos(y / 70.0) + (x / 300 % 2 == y / 200 % 2 ? 30 : 0);
+      auto& pixel = scene.at<cv::Vec3b>(y, x);
+      for (int band = 0; band < 3; ++band) pixel[band] = cv::saturate_cast<uchar>(wave + pixel[band] - 10 * band);
+    }
+  }
+  return scene;
+}
+
+// A photo in memory and on the disk.
+class Photo {
+ public:
+  Photo(int columns, int rows) : pixels_(Scene(columns, rows)) { cv::imwrite(path_.string(), pixels_); }
+
+  const cv::Mat& Pixels() const { return pixels_; }
+  std::string Path() const { return path_.string(); }
+
+ private:
+  ScratchFolder folder_;
+  std::filesystem::path path_ = folder_ / "photo.jpg";
+  cv::Mat pixels_;
+};
+
+const Photo& Photo24() {
+  static const Photo photo(6000, 4000);
+  return photo;
+}
+const Photo& Photo100() {
+  static const Photo photo(12'000, 8'400);
+  return photo;
+}
+
+using GetPhoto = const Photo& (*)();
+
+double GradeFile(const Photo& photo) {
+  std::wstring error;
+  return KVUtilities::ComputeImageSharpnessFactor(kv::WidePath(photo.Path()), error);
+}
+double GradeFileInOneShot(const Photo& photo) {
+  return baseline::SharpnessOf(cv::imread(photo.Path(), cv::IMREAD_COLOR));
+}
+double GradePixels(const Photo& photo) { return kv::SharpnessOf(photo.Pixels()); }
+double GradePixelsInOneShot(const Photo& photo) { return baseline::SharpnessOf(photo.Pixels()); }
+
+template <GetPhoto kPhoto, double (*kGrade)(const Photo&)>
+void Time(benchmark::State& state) {
+  for (auto _ : state) benchmark::DoNotOptimize(kGrade(kPhoto()));
+}
+
+template <GetPhoto kPhoto, double (*kGrade)(const Photo&)>
+void Memory(benchmark::State& state) {
+  const Photo& photo = kPhoto();
+  for (auto _ : state) state.counters["bytes"] = PeakBytes([&] { benchmark::DoNotOptimize(kGrade(photo)); });
+}
+
+void SharpnessPixels24(benchmark::State& state) { Time<Photo24, GradePixels>(state); }
+void SharpnessPixels24InOneShot(benchmark::State& state) { Time<Photo24, GradePixelsInOneShot>(state); }
+void SharpnessPixels100(benchmark::State& state) { Time<Photo100, GradePixels>(state); }
+void SharpnessPixels100InOneShot(benchmark::State& state) { Time<Photo100, GradePixelsInOneShot>(state); }
+void SharpnessFile24(benchmark::State& state) { Time<Photo24, GradeFile>(state); }
+void SharpnessFile24InOneShot(benchmark::State& state) { Time<Photo24, GradeFileInOneShot>(state); }
+void SharpnessFile100(benchmark::State& state) { Time<Photo100, GradeFile>(state); }
+void SharpnessFile100InOneShot(benchmark::State& state) { Time<Photo100, GradeFileInOneShot>(state); }
+void SharpnessMemory24(benchmark::State& state) { Memory<Photo24, GradeFile>(state); }
+void SharpnessMemory24InOneShot(benchmark::State& state) { Memory<Photo24, GradeFileInOneShot>(state); }
+void SharpnessMemory100(benchmark::State& state) { Memory<Photo100, GradeFile>(state); }
+void SharpnessMemory100InOneShot(benchmark::State& state) { Memory<Photo100, GradeFileInOneShot>(state); }
+BENCHMARK(SharpnessPixels24);
+BENCHMARK(SharpnessPixels24InOneShot)->Iterations(1);
+BENCHMARK(SharpnessPixels100);
+BENCHMARK(SharpnessPixels100InOneShot)->Iterations(1);
+BENCHMARK(SharpnessFile24);
+BENCHMARK(SharpnessFile24InOneShot)->Iterations(1);
+BENCHMARK(SharpnessFile100)->Iterations(1);
+BENCHMARK(SharpnessFile100InOneShot)->Iterations(1);
+BENCHMARK(SharpnessMemory24)->Iterations(1);
+BENCHMARK(SharpnessMemory24InOneShot)->Iterations(1);
+BENCHMARK(SharpnessMemory100)->Iterations(1);
+BENCHMARK(SharpnessMemory100InOneShot)->Iterations(1);
+
+}  // namespace
