@@ -3,6 +3,8 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
+#include <initializer_list>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -11,40 +13,79 @@
 
 namespace {
 
-constexpr std::size_t kTokens = 100'000;
+constexpr std::size_t kTokens = 10'000;
 
-// Numbers as field files have them: degrees, metres, ticks, weeks.
-std::vector<std::wstring> Printed(const char* format, double least, double largest) {
-  std::mt19937_64 random(1);
-  std::uniform_real_distribution<double> values(least, largest);
-  std::vector<std::wstring> tokens;
-  char text[64];
-  while (tokens.size() < kTokens) {
-    const int length = std::snprintf(text, sizeof text, format, values(random));
-    tokens.emplace_back(text, text + length);
+struct ColumnOfNumbers {
+  const char* format;
+  double least, largest;
+};
+
+// Tokens in turn as lines have them, one behind the other in memory: the column decides the shape of a number.
+class Tokens {
+ public:
+  explicit Tokens(std::initializer_list<ColumnOfNumbers> columns) {
+    std::mt19937_64 random(1);
+    while (lengths_.size() < kTokens) {
+      for (const auto& [format, least, largest] : columns) {
+        char number[64];
+        const int length =
+            std::snprintf(number, sizeof number, format, std::uniform_real_distribution(least, largest)(random));
+        text_.append(number, number + length);
+        lengths_.push_back(static_cast<std::size_t>(length));
+      }
+    }
   }
-  return tokens;
-}
 
-template <class Convert>
-void ConvertAll(benchmark::State& state, const std::vector<std::wstring>& tokens, Convert convert) {
+  template <class Use>
+  void ForEach(Use use) const {
+    const wchar_t* at = text_.data();
+    for (const std::size_t length : lengths_) {
+      use(std::wstring_view(at, length));
+      at += length;
+    }
+  }
+
+ private:
+  std::wstring text_;
+  std::vector<std::size_t> lengths_;
+};
+
+template <class Number>
+using Convert = std::optional<Number> (*)(std::wstring_view);
+
+template <class Number, Convert<Number> kConvert>
+void ConvertAll(benchmark::State& state, const Tokens& tokens) {
   for (auto _ : state) {
-    for (const std::wstring& token : tokens) benchmark::DoNotOptimize(convert(token));
+    tokens.ForEach([](std::wstring_view token) { benchmark::DoNotOptimize(kConvert(token)); });
   }
 }
 
-void Doubles(benchmark::State& state) { ConvertAll(state, Printed("%.8f", -180, 180), kv::WholeDouble); }
-void DoublesByBoost(benchmark::State& state) {
-  ConvertAll(state, Printed("%.8f", -180, 180), baseline::WholeNumber<double>);
+// Seconds of week, latitude, longitude, height, roll, pitch and heading of a position file.
+template <Convert<double> kConvert>
+void ConvertFields(benchmark::State& state) {
+  ConvertAll<double, kConvert>(state, Tokens({{"%.3f", 2e5, 3e5},
+                                              {"%.9f", 48, 49},
+                                              {"%.9f", 11, 12},
+                                              {"%.4f", 500, 900},
+                                              {"%.4f", -3, 3},
+                                              {"%.4f", -3, 3},
+                                              {"%.4f", 0, 360}}));
 }
-void Integers32(benchmark::State& state) { ConvertAll(state, Printed("%.0f", -2e9, 2e9), kv::WholeInteger32); }
-void Integers32ByBoost(benchmark::State& state) {
-  ConvertAll(state, Printed("%.0f", -2e9, 2e9), baseline::WholeNumber<std::int32_t>);
+template <Convert<std::int32_t> kConvert>
+void Convert32Bits(benchmark::State& state) {
+  ConvertAll<std::int32_t, kConvert>(state, Tokens({{"%.0f", -2e9, 2e9}}));
 }
-void Integers64(benchmark::State& state) { ConvertAll(state, Printed("%.0f", -9e18, 9e18), kv::WholeInteger); }
-void Integers64ByBoost(benchmark::State& state) {
-  ConvertAll(state, Printed("%.0f", -9e18, 9e18), baseline::WholeNumber<std::int64_t>);
+template <Convert<std::int64_t> kConvert>
+void Convert64Bits(benchmark::State& state) {
+  ConvertAll<std::int64_t, kConvert>(state, Tokens({{"%.0f", -9e18, 9e18}}));
 }
+
+void Doubles(benchmark::State& state) { ConvertFields<kv::WholeDouble>(state); }
+void DoublesByBoost(benchmark::State& state) { ConvertFields<baseline::WholeNumber<double>>(state); }
+void Integers32(benchmark::State& state) { Convert32Bits<kv::WholeInteger32>(state); }
+void Integers32ByBoost(benchmark::State& state) { Convert32Bits<baseline::WholeNumber<std::int32_t>>(state); }
+void Integers64(benchmark::State& state) { Convert64Bits<kv::WholeInteger>(state); }
+void Integers64ByBoost(benchmark::State& state) { Convert64Bits<baseline::WholeNumber<std::int64_t>>(state); }
 BENCHMARK(Doubles);
 BENCHMARK(DoublesByBoost);
 BENCHMARK(Integers32);

@@ -16,7 +16,8 @@
 #include "conversions/FileTimes.h"
 #include "conversions/TimeConverter.h"
 
-/// The rule of trajectory lines word by word: a line at a time, a string per token, the C library's number parsers.
+/// The rule of trajectory lines word by word, for ASCII, in narrow or wide strings: a stream's lines, a string per token,
+/// the C library's number parsers.
 namespace baseline {
 
 template <class String>
@@ -52,12 +53,13 @@ double ToDegrees(const String& text, typename String::value_type hemisphere) {
 
 template <class String>
 std::vector<tagKVTrajectoryObs> ScanTrajectory(const std::filesystem::path& path, FILETIME base) {
-  std::ifstream file(path, std::ios::binary);
+  using Char = typename String::value_type;
+  std::basic_ifstream<Char> file(path, std::ios::binary);
   std::vector<tagKVTrajectoryObs> trajectory;
   int previousHour = -1;
-  for (std::string bytes; std::getline(file, bytes);) {
-    if (bytes.ends_with('\r')) bytes.pop_back();
-    const std::vector<String> tokens = TokensOf(String(bytes.begin(), bytes.end()));
+  for (String line; std::getline(file, line);) {
+    if (line.ends_with(Char('\r'))) line.pop_back();
+    const std::vector<String> tokens = TokensOf(line);
     if (tokens.size() < 12) continue;
     const auto piece = [&](std::size_t begin) {
       return begin < tokens[1].size() ? tokens[1].substr(begin, 2) : String();
@@ -70,7 +72,7 @@ std::vector<tagKVTrajectoryObs> ScanTrajectory(const std::filesystem::path& path
     fix.SystemTimeUTC.wHour = static_cast<std::uint16_t>(hour);
     fix.SystemTimeUTC.wMinute = static_cast<std::uint16_t>(ToInteger(piece(2)));
     fix.SystemTimeUTC.wSecond = static_cast<std::uint16_t>(ToInteger(piece(4)));
-    const String milliseconds = piece(7) + typename String::value_type('0');
+    const String milliseconds = piece(7) + Char('0');
     fix.SystemTimeUTC.wMilliseconds = static_cast<std::uint16_t>(ToInteger(milliseconds));
     fix.TimeUTC = kv::FileTimeOrZero(fix.SystemTimeUTC);
     TimeConverter::WindowsFiletimeToAdjGPSSecs(static_cast<std::int64_t>(kv::Ticks(fix.TimeUTC)), fix.AdjGpsSec);

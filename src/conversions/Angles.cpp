@@ -7,6 +7,7 @@
 
 #include "KVUtilities.h"
 #include "conversions/Numbers.h"
+#include "platform/CodePage.h"
 
 namespace kv {
 namespace {
@@ -18,20 +19,39 @@ int TruncatedToInt(double value) {
   return whole >= -kTwo31 && whole < kTwo31 ? static_cast<int>(whole) : std::numeric_limits<int>::min();
 }
 
+template <class Char>
+double Signed(double angle, Char hemisphere) {
+  const bool negative = hemisphere == 'S' || hemisphere == 'W' || hemisphere == 's' || hemisphere == 'w';
+  return negative ? -angle : angle;
+}
+
+double Angle(int wholeDegreesAndMinutes, double minuteFraction) {
+  const int degrees = wholeDegreesAndMinutes / 100;
+  const double minutes = (wholeDegreesAndMinutes - degrees * 100) + minuteFraction;
+  return minutes / 60 + degrees;
+}
+
 }  // namespace
 
 double DegreesFromNmea(std::wstring_view text, wchar_t hemisphere) {
   const std::size_t point = text.find(L'.');
-  if (point == std::wstring_view::npos) throw std::out_of_range("invalid string position");
+  if (point == text.npos) throw std::out_of_range("invalid string position");
   const int wholeDegreesAndMinutes = TruncatedToInt(LeadingDouble(text.substr(0, point)));
-  const double minuteFraction = LeadingDouble(text.substr(point));
-  const int degrees = wholeDegreesAndMinutes / 100;
-  const double minutes = (wholeDegreesAndMinutes - degrees * 100) + minuteFraction;
-  const double angle = minutes / 60 + degrees;
-  const bool negative = hemisphere == L'S' || hemisphere == L'W' || hemisphere == L's' || hemisphere == L'w';
-  return negative ? -angle : angle;
+  return Signed(Angle(wholeDegreesAndMinutes, LeadingDouble(text.substr(point))), hemisphere);
+}
+
+double DegreesFromNmea(std::string_view ansi, char hemisphere) {
+  const auto decimal = SplitDecimal(ansi);
+  if (decimal && decimal->whole <= std::uint64_t{std::numeric_limits<int>::max()}) {
+    return Signed(Angle(static_cast<int>(decimal->whole), decimal->fraction), hemisphere);
+  }
+  std::wstring wide;
+  WidenAnsi(ansi, wide);
+  return DegreesFromNmea(wide, static_cast<wchar_t>(hemisphere));
 }
 
 }  // namespace kv
 
-double KVUtilities::NMEA_DMtoDD(std::wstring text, wchar_t hemisphere) { return kv::DegreesFromNmea(text, hemisphere); }
+double KVUtilities::NMEA_DMtoDD(std::wstring text, wchar_t hemisphere) {
+  return kv::DegreesFromNmea(std::wstring_view(text), hemisphere);
+}

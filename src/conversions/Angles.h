@@ -4,7 +4,8 @@
 
 namespace kv {
 
-/// `KVUtilities::NMEA_DMtoDD` on a view.
+/// `KVUtilities::NMEA_DMtoDD` on a view of wide text, or of bytes of the ANSI code page.
 double DegreesFromNmea(std::wstring_view text, wchar_t hemisphere);
+double DegreesFromNmea(std::string_view ansi, char hemisphere);
 
 }  // namespace kv

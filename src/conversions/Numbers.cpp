@@ -9,11 +9,15 @@
 #include <string>
 
 #include "conversions/Blanks.h"
+#include "platform/CodePage.h"
 
 namespace kv {
 namespace {
 
-bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
+template <class Char>
+bool IsDigit(Char c) {
+  return c >= '0' && c <= '9';
+}
 
 // 0-9 for a decimal digit of any script the platform's conversion knows, else -1.
 int DigitValue(wchar_t c) {
@@ -26,49 +30,75 @@ int DigitValue(wchar_t c) {
   return -1;
 }
 
-struct Sign {
+template <class Char>
+struct Signed {
   bool negative;
-  std::wstring_view rest;
+  std::basic_string_view<Char> rest;
 };
 
-Sign TakeSign(std::wstring_view text) {
-  const bool hasSign = !text.empty() && (text.front() == L'-' || text.front() == L'+');
-  return {hasSign && text.front() == L'-', text.substr(hasSign ? 1 : 0)};
+template <class Char>
+Signed<Char> TakeSign(std::basic_string_view<Char> text) {
+  const Char first = text.empty() ? Char{} : text.front();
+  const bool isMinus = first == '-', isPlus = first == '+';
+  text.remove_prefix(std::size_t{isMinus} + std::size_t{isPlus});
+  return {isMinus, text};
 }
+
+template <class Char>
+struct Digits {
+  const Char* end;
+  std::uint64_t number;
+};
+
+// The digits that a text starts with, behind those of a number; the number wraps beyond 19 of them. Four at a time do
+// not wait for each other.
+template <class Char>
+Digits<Char> TakeDigits(const Char* at, const Char* end, std::uint64_t number = 0) {
+  const auto digit = [&at](int i) { return static_cast<std::uint32_t>(at[i]) - '0'; };
+  for (; end - at >= 4; at += 4) {
+    const std::uint32_t a = digit(0), b = digit(1), c = digit(2), d = digit(3);
+    if ((a > 9) | (b > 9) | (c > 9) | (d > 9)) break;
+    number = number * 10'000 + (a * 1000 + b * 100 + c * 10 + d);
+  }
+  for (; at != end && digit(0) <= 9; ++at) number = number * 10 + digit(0);
+  return {at, number};
+}
+
+constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8, 1e9,
+                                   1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18};
+constexpr std::ptrdiff_t kMostDigits = std::size(kPowersOfTen) - 1;
+constexpr std::uint64_t kLargestExact = std::uint64_t{1} << 53;  // of whole numbers that are doubles
 
 // The common case of a number, digits with at most one point: a whole mantissa and a power of ten that are both exact
 // in a double, so that their quotient is the nearest double to the text. Nothing for any other text.
-std::optional<double> ShortDecimal(std::wstring_view text) {
-  constexpr std::size_t kExactDigits = 15;
-  static constexpr double kPowersOfTen[kExactDigits + 1] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                                            1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-  if (text.size() > kExactDigits + 1) return std::nullopt;
-  std::int64_t mantissa = 0;
-  std::size_t digits = 0, decimals = 0;
-  bool pastPoint = false;
-  for (const wchar_t c : text) {
-    if (c == L'.' && !pastPoint) {
-      pastPoint = true;
-      continue;
-    }
-    if (!IsDigit(c)) return std::nullopt;
-    mantissa = mantissa * 10 + (c - L'0');
-    ++digits;
-    decimals += pastPoint ? 1 : 0;
+template <class Char>
+std::optional<double> ShortDecimal(std::basic_string_view<Char> text) {
+  const Char *begin = text.data(), *end = begin + text.size();
+  auto [at, mantissa] = TakeDigits(begin, end);
+  std::ptrdiff_t digits = at - begin, decimals = 0;
+  if (at != end) {
+    if (*at != '.') return std::nullopt;
+    const Char* fraction = at + 1;
+    const Digits decimalsTaken = TakeDigits(fraction, end, mantissa);
+    if (decimalsTaken.end != end) return std::nullopt;
+    mantissa = decimalsTaken.number;
+    decimals = end - fraction;
+    digits += decimals;
   }
-  if (digits == 0 || digits > kExactDigits) return std::nullopt;
+  if (digits == 0 || digits > kMostDigits || mantissa > kLargestExact) return std::nullopt;
   return static_cast<double>(mantissa) / kPowersOfTen[decimals];
 }
 
 // The characters that a number can consist of, up to the first other one, as bytes.
-template <class Buffer>
-std::string_view NumberCharacters(std::wstring_view text, Buffer& buffer) {
-  static constexpr std::wstring_view kAlphabet = L"0123456789.+-abcdefxpintyABCDEFXPINTY";
-  const std::size_t length = std::min(text.find_first_not_of(kAlphabet), text.size());
-  if (length > std::size(buffer)) buffer.resize(length);
-  std::transform(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(length), buffer.begin(),
-                 [](wchar_t c) { return static_cast<char>(c); });
-  return {buffer.data(), length};
+template <class Char>
+std::string_view NumberCharacters(std::basic_string_view<Char> text, std::string& buffer) {
+  static constexpr std::string_view kAlphabet = "0123456789.+-abcdefxpintyABCDEFXPINTY";
+  const auto isOther = [](Char c) {
+    return c <= 0 || c >= 0x80 || kAlphabet.find(static_cast<char>(c)) == std::string_view::npos;
+  };
+  buffer.clear();
+  for (auto at = text.begin(); at != text.end() && !isOther(*at); ++at) buffer += static_cast<char>(*at);
+  return buffer;
 }
 
 bool StartsHexadecimal(std::string_view digits) {
@@ -80,25 +110,27 @@ bool StartsHexadecimal(std::string_view digits) {
 }
 
 // "nan", in any case of letters, also with anything between "(" and ")" behind it.
-bool IsNan(std::wstring_view text) {
-  const auto isLetter = [](wchar_t c, wchar_t letter) { return c == letter || c == letter - L'a' + L'A'; };
-  const bool isBare = text.size() == 3 || (text.size() >= 5 && text[3] == L'(' && text.back() == L')');
-  return isBare && isLetter(text[0], L'n') && isLetter(text[1], L'a') && isLetter(text[2], L'n');
+template <class Char>
+bool IsNan(std::basic_string_view<Char> text) {
+  const auto isLetter = [](Char c, char letter) { return c == letter || c == letter - 'a' + 'A'; };
+  const bool isBare = text.size() == 3 || (text.size() >= 5 && text[3] == '(' && text.back() == ')');
+  return isBare && isLetter(text[0], 'n') && isLetter(text[1], 'a') && isLetter(text[2], 'n');
 }
 
 // Whether a decimal number beyond the range of a double is too small for it rather than too large: its first
 // significant digit tells.
-bool IsTooSmall(std::wstring_view number) {
-  const std::size_t mantissaEnd = std::min(number.find_first_of(L"eE"), number.size());
-  const std::wstring_view mantissa = number.substr(0, mantissaEnd);
-  const std::wstring_view exponent = number.substr(std::min(mantissaEnd + 1, number.size()));
-  const auto point = static_cast<std::int64_t>(std::min(mantissa.find(L'.'), mantissa.size()));
-  const auto firstDigit = static_cast<std::int64_t>(mantissa.find_first_of(L"123456789"));
+bool IsTooSmall(std::string_view number) {
+  const std::size_t mantissaEnd = std::min(number.find_first_of("eE"), number.size());
+  const std::string_view mantissa = number.substr(0, mantissaEnd);
+  const std::string_view exponent = number.substr(std::min(mantissaEnd + 1, number.size()));
+  const auto point = static_cast<std::int64_t>(std::min(mantissa.find('.'), mantissa.size()));
+  const auto firstDigit = static_cast<std::int64_t>(mantissa.find_first_of("123456789"));
   return point - firstDigit + LeadingInteger(exponent) < 0;
 }
 
 // A number or infinity without a sign that is the whole of the text.
-std::optional<double> UnsignedDouble(std::wstring_view text) {
+template <class Char>
+std::optional<double> UnsignedDouble(std::basic_string_view<Char> text) {
   std::string buffer;
   const std::string_view number = NumberCharacters(text, buffer);
   if (number.size() != text.size() || number.starts_with('-')) return std::nullopt;
@@ -106,7 +138,41 @@ std::optional<double> UnsignedDouble(std::wstring_view text) {
   const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
   if (error == std::errc::invalid_argument || end != number.data() + number.size()) return std::nullopt;
   if (error == std::errc()) return value;
-  return IsTooSmall(text) ? std::optional(0.0) : std::nullopt;
+  return IsTooSmall(number) ? std::optional(0.0) : std::nullopt;
+}
+
+double WithSign(double magnitude, bool negative) {
+  constexpr double kSigns[] = {1.0, -1.0};
+  return std::copysign(magnitude, kSigns[negative]);
+}
+
+template <class Char>
+std::optional<double> ToDouble(std::basic_string_view<Char> text) {
+  const auto [negative, rest] = TakeSign(text);
+  if (const auto magnitude = ShortDecimal(rest)) return WithSign(*magnitude, negative);
+  const auto magnitude = IsNan(rest) ? std::numeric_limits<double>::quiet_NaN() : UnsignedDouble(rest);
+  if (!magnitude) return std::nullopt;
+  return WithSign(*magnitude, negative);
+}
+
+template <class Char>
+std::optional<std::int64_t> ToInteger(std::basic_string_view<Char> text) {
+  constexpr std::ptrdiff_t kMost = 19;  // digits; more are beyond 64 bits
+  const auto [negative, digits] = TakeSign(text);
+  const Char *at = digits.data(), *end = at + digits.size();
+  if (at == end) return std::nullopt;
+  if (end - at > kMost) at = std::find_if(at, end, [](Char c) { return c != '0'; });
+  const std::uint64_t largest = std::uint64_t{std::numeric_limits<std::int64_t>::max()} + (negative ? 1 : 0);
+  if (end - at > kMost) return std::nullopt;
+  const auto [digitsEnd, magnitude] = TakeDigits(at, end);
+  if (digitsEnd != end || magnitude > largest) return std::nullopt;
+  return static_cast<std::int64_t>(negative ? 0 - magnitude : magnitude);
+}
+
+std::wstring Widened(std::string_view bytes) {
+  std::wstring wide;
+  WidenAnsi(bytes, wide);
+  return wide;
 }
 
 }  // namespace
@@ -123,38 +189,32 @@ int LeadingInteger(std::wstring_view text) {
   return static_cast<int>(negative ? -magnitude : std::min(magnitude, kLargest));
 }
 
-std::optional<std::int64_t> WholeInteger(std::wstring_view text) {
-  const auto [negative, digits] = TakeSign(text);
-  const std::uint64_t largest = std::uint64_t{std::numeric_limits<std::int64_t>::max()} + (negative ? 1 : 0);
-  std::uint64_t magnitude = 0;
-  for (const wchar_t c : digits) {
-    if (!IsDigit(c)) return std::nullopt;
-    const auto digit = static_cast<std::uint64_t>(c - L'0');
-    if (magnitude > (largest - digit) / 10) return std::nullopt;
-    magnitude = magnitude * 10 + digit;
-  }
-  if (digits.empty()) return std::nullopt;
-  return static_cast<std::int64_t>(negative ? 0 - magnitude : magnitude);
+int LeadingInteger(std::string_view ansi) {
+  constexpr std::size_t kMost = std::numeric_limits<int>::digits10;
+  const char* end = ansi.data() + ansi.size();
+  const auto [digitsEnd, number] = TakeDigits(ansi.data(), end);
+  const bool isShort = digitsEnd == end && ansi.size() <= kMost;
+  return isShort ? static_cast<int>(number) : LeadingInteger(std::wstring_view(Widened(ansi)));
 }
 
-std::optional<std::int32_t> WholeInteger32(std::wstring_view text) {
-  const auto value = WholeInteger(text);
-  const auto low32Bits = static_cast<std::int32_t>(value.value_or(0));
-  return value == low32Bits ? std::optional(low32Bits) : std::nullopt;
-}
+std::optional<std::int64_t> WholeInteger(std::wstring_view text) { return ToInteger(text); }
+std::optional<std::int64_t> WholeInteger(std::string_view ansi) { return ToInteger(ansi); }
 
-std::optional<double> WholeDouble(std::wstring_view text) {
-  const auto [negative, rest] = TakeSign(text);
-  std::optional<double> value = ShortDecimal(rest);
-  if (!value && IsNan(rest)) value = std::numeric_limits<double>::quiet_NaN();
-  if (!value) value = UnsignedDouble(rest);
-  if (value && negative) value = std::copysign(*value, -1.0);
-  return value;
+std::optional<double> WholeDouble(std::wstring_view text) { return ToDouble(text); }
+std::optional<double> WholeDouble(std::string_view ansi) { return ToDouble(ansi); }
+
+std::optional<PlainDecimal> SplitDecimal(std::string_view ansi) {
+  const char *begin = ansi.data(), *end = begin + ansi.size();
+  const auto [point, whole] = TakeDigits(begin, end);
+  if (ansi.size() > kMostDigits + 1 || point == begin || end - point < 2 || *point != '.') return std::nullopt;
+  const auto [fractionEnd, fraction] = TakeDigits(point + 1, end);
+  if (fractionEnd != end || fraction > kLargestExact) return std::nullopt;
+  return PlainDecimal{whole, static_cast<double>(fraction) / kPowersOfTen[end - point - 1]};
 }
 
 double LeadingDouble(std::wstring_view text) {
   const auto [negative, rest] = TakeSign(WithoutLeadingBlanks(text));
-  if (const auto value = ShortDecimal(rest)) return negative ? -*value : *value;
+  if (const auto magnitude = ShortDecimal(rest)) return WithSign(*magnitude, negative);
   std::string buffer;
   std::string_view digits = NumberCharacters(rest, buffer);
   if (digits.starts_with('-') || digits.starts_with('+')) digits = {};  // a second sign
@@ -166,7 +226,13 @@ double LeadingDouble(std::wstring_view text) {
                                             hexadecimal ? std::chars_format::hex : std::chars_format::general);
   if (error == std::errc::invalid_argument) throw std::invalid_argument("invalid stod argument");
   if (error != std::errc()) throw std::out_of_range("stod argument out of range");
-  return negative ? -value : value;
+  return WithSign(value, negative);
+}
+
+double LeadingDouble(std::string_view ansi) {
+  const auto [negative, rest] = TakeSign(ansi);
+  if (const auto magnitude = ShortDecimal(rest)) return WithSign(*magnitude, negative);
+  return LeadingDouble(std::wstring_view(Widened(ansi)));
 }
 
 }  // namespace kv

@@ -33,6 +33,7 @@ constexpr auto kLeapSeconds = [] {
 }();
 
 std::int64_t GpsFromUtc(std::int64_t utc) {
+  if (utc >= kLeapSeconds.back()) return utc + std::int64_t{kLeapSeconds.size()};
   return utc + (std::upper_bound(kLeapSeconds.begin(), kLeapSeconds.end(), utc) - kLeapSeconds.begin());
 }
 
@@ -86,7 +87,8 @@ void TimeConverter::Init() {}  // the leap seconds are compiled in
 
 void TimeConverter::WindowsFiletimeToAdjGPSSecs(std::int64_t fileTime, double& adjGpsSeconds) {
   const std::int64_t seconds = FloorDiv(fileTime, kv::kTicksPerSecond);
-  const std::int64_t ticks = (fileTime % kv::kTicksPerSecond + kv::kTicksPerSecond) % kv::kTicksPerSecond;
+  const std::int64_t remainder = fileTime % kv::kTicksPerSecond;
+  const std::int64_t ticks = remainder < 0 ? remainder + kv::kTicksPerSecond : remainder;
   const std::int64_t gps = GpsFromUtc(seconds + kFileTimeEpochSeconds);
   adjGpsSeconds = static_cast<double>(gps - kAdjustment) + static_cast<double>(ticks) / 1e7;
 }

@@ -27,7 +27,8 @@ SYSTEMTIME KVUtilities::GetSystemTimeFromYYMMDD_HHMMSS(std::wstring stamp, std::
   SYSTEMTIME time{};
   try {
     error.clear();
-    const auto field = [&](std::size_t begin) { return static_cast<std::uint16_t>(kv::TwoDigits(stamp, begin)); };
+    const std::wstring_view text = stamp;
+    const auto field = [&](std::size_t begin) { return static_cast<std::uint16_t>(kv::TwoDigits(text, begin)); };
     time.wYear = static_cast<std::uint16_t>(field(0) + 2000);
     time.wMonth = field(2);
     time.wDay = field(4);
@@ -43,10 +44,11 @@ SYSTEMTIME KVUtilities::GetSystemTimeFromYYMMDD_HHMMSS(std::wstring stamp, std::
 std::wstring KVUtilities::GetSkyvaneDateTimeFromPrettyDateTime(std::wstring prettyDateTime) {
   try {
     if (prettyDateTime.empty()) return {};
+    const std::wstring_view text = prettyDateTime;
     std::wstring stamp;
-    for (const std::size_t begin : {2u, 5u, 8u}) stamp += kv::Piece(prettyDateTime, begin, 2);
+    for (const std::size_t begin : {2u, 5u, 8u}) stamp += kv::Piece(text, begin, 2);
     stamp += L'_';
-    for (const std::size_t begin : {11u, 14u, 17u}) stamp += kv::Piece(prettyDateTime, begin, 2);
+    for (const std::size_t begin : {11u, 14u, 17u}) stamp += kv::Piece(text, begin, 2);
     return stamp;
   } catch (...) {
     return {};

@@ -1,5 +1,6 @@
 #include "platform/TextStream.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace kv {
@@ -13,6 +14,7 @@ constexpr char kEndOfFile = 0x1A;
 TextStream::TextStream(std::wstring_view path) : file_(OpenFile(path, "rb")) {
   if (file_) std::setvbuf(file_.get(), nullptr, _IONBF, 0);  // the blocks below are the only buffer
   atEnd_ = !file_;
+  if (file_) fileBytes_ = FileSize(path).value_or(0);
 }
 
 bool TextStream::ReadLine(std::string_view& line, std::size_t longest) {
@@ -59,7 +61,13 @@ bool TextStream::Fill() {
     atEnd_ = true;
   }
   end_ = kept + read;
+  bytesRead_ += read;
   return read > 0;
+}
+
+double TextStream::PartRead() const {
+  if (fileBytes_ == 0) return 0.0;
+  return std::min(1.0, static_cast<double>(bytesRead_ - (end_ - begin_)) / static_cast<double>(fileBytes_));
 }
 
 }  // namespace kv

@@ -3,6 +3,7 @@
 #include "platform/FileNames.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 #include <vector>
 
@@ -21,6 +22,9 @@ class TextStream {
   /// @return         false at the end
   bool ReadLine(std::string_view& line, std::size_t longest = std::string_view::npos);
 
+  /// How much of the file the lines so far are, 0 to 1; 0 when its size is not known.
+  double PartRead() const;
+
  private:
   bool TakeLine(std::string_view& line, std::size_t longest);
   bool Fill();
@@ -29,6 +33,8 @@ class TextStream {
   std::vector<char> buffer_;  // grows only for a line longer than itself
   std::size_t begin_ = 0;     // first byte not yet given out
   std::size_t end_ = 0;
+  std::uint64_t bytesRead_ = 0;  // of the file; up to end_
+  std::uint64_t fileBytes_ = 0;
   bool atEnd_ = false;
 };
 

@@ -2,12 +2,17 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
+#include <vector>
 
 #include "KVPlatform.h"
 #include "platform/CodePage.h"
@@ -15,16 +20,38 @@
 
 namespace kv {
 
-/// The characters that separate fields; each is below U+0040, as tab, blank and comma are.
+/// The characters that separate fields: three at most, each below U+0040, as tab, blank and comma are. Bytes of that
+/// value are no part of any other character of an ANSI code page.
 class Delimiters {
  public:
   explicit constexpr Delimiters(std::string_view characters) {
-    for (const char c : characters) bits_ |= std::uint64_t{1} << c;
+    for (const char c : characters) {
+      bits_ |= std::uint64_t{1} << c;
+      bytes_[count_++] = kEachByte * static_cast<std::uint64_t>(c);
+    }
   }
   constexpr bool operator()(wchar_t c) const { return c >= 0 && c < 64 && (bits_ >> c & 1) != 0; }
 
+  /// @param eightBytes  of a text, the first one lowest
+  /// @return            the highest bit of every byte that is a delimiter
+  constexpr std::uint64_t In(std::uint64_t eightBytes) const {
+    std::uint64_t found = 0;
+    for (std::size_t i = 0; i < count_; ++i) found |= ZeroBytes(eightBytes ^ bytes_[i]);
+    return found;
+  }
+
  private:
+  static constexpr std::uint64_t kEachByte = 0x0101'0101'0101'0101;
+
+  // No byte's sum carries into the next: exact for every one of them.
+  static constexpr std::uint64_t ZeroBytes(std::uint64_t bytes) {
+    constexpr std::uint64_t kLowBits = 0x7F * kEachByte;
+    return ~(((bytes & kLowBits) + kLowBits) | bytes | kLowBits);
+  }
+
   std::uint64_t bits_ = 0;
+  std::array<std::uint64_t, 3> bytes_{};
+  std::size_t count_ = 0;
 };
 
 /// Splits a line; empty fields give no token, so later tokens move forward.
@@ -39,6 +66,37 @@ inline std::span<std::wstring_view> Tokenise(std::wstring_view line, Delimiters 
     at = std::find_if(begin, line.end(), isDelimiter);
     tokens[count++] = {begin, at};
   }
+  return tokens.first(count);
+}
+
+/// The same on bytes, eight at a time.
+inline std::span<std::string_view> Tokenise(std::string_view line, Delimiters delimiters,
+                                            std::span<std::string_view> tokens) {
+  static_assert(std::endian::native == std::endian::little);
+  constexpr std::size_t kBytes = sizeof(std::uint64_t);
+  const char *begin = line.data(), *end = begin + line.size();
+  std::size_t count = 0;
+  const auto take = [&](const char* tokenEnd) {
+    if (tokenEnd > begin) tokens[count++] = {begin, static_cast<std::size_t>(tokenEnd - begin)};
+    begin = tokenEnd + 1;
+    return count < tokens.size();
+  };
+  const auto takeEach = [&](const char* at, std::uint64_t bytes) {
+    for (std::uint64_t found = delimiters.In(bytes); found != 0; found &= found - 1) {
+      if (!take(at + std::countr_zero(found) / 8)) return false;
+    }
+    return true;
+  };
+  const char* at = begin;
+  std::uint64_t bytes = 0;
+  for (; end - at >= std::ptrdiff_t{kBytes}; at += kBytes) {
+    std::memcpy(&bytes, at, kBytes);
+    if (!takeEach(at, bytes)) return tokens;
+  }
+  bytes = 0;  // NUL, behind the line's end, is no delimiter
+  std::memcpy(&bytes, at, static_cast<std::size_t>(end - at));
+  if (!takeEach(at, bytes)) return tokens;
+  take(end);
   return tokens.first(count);
 }
 
@@ -64,6 +122,50 @@ void ForEachLine(std::wstring_view path, Delimiters delimiters, Read read) {
   std::array<std::wstring_view, kMaxTokens> tokens;
   ForEachLine(path, [&](std::wstring_view line) { return read(Tokenise(line, delimiters, tokens)); });
 }
+
+/// Room for the records of a file, from those that a part of it gave: a sixteenth more than the rest makes expect, so
+/// that one piece of memory serves them all. What is not needed of it is never touched.
+inline std::size_t ExpectedRecords(std::size_t records, double partRead) {
+  constexpr std::size_t kFewToJudgeBy = 4096;
+  if (records < kFewToJudgeBy || partRead <= 0.0) return std::max(2 * records, kFewToJudgeBy / 16);
+  const double expected = static_cast<double>(records) / partRead;
+  return records + static_cast<std::size_t>(expected - static_cast<double>(records) + expected / 16);
+}
+
+/// Reads a file that has one record a line at most.
+/// @param read  gives the record of a line's first `kMaxTokens` tokens, bytes of the file, or nothing
+/// @return      the records in file order
+template <class Record, std::size_t kMaxTokens, class Read>
+std::vector<Record> ReadRecords(std::wstring_view path, Delimiters delimiters, Read read) {
+  TextStream file(path);
+  std::array<std::string_view, kMaxTokens> tokens;
+  std::vector<Record> records;
+  for (std::string_view line; file.ReadLine(line);) {
+    std::optional<Record> record = read(std::span<const std::string_view>(Tokenise(line, delimiters, tokens)));
+    if (!record) continue;
+    if (records.size() == records.capacity()) records.reserve(ExpectedRecords(records.size(), file.PartRead()));
+    records.push_back(std::move(*record));
+  }
+  return records;
+}
+
+/// The texts of a column: a field that repeats the one before shares its buffer.
+class ColumnText {
+ public:
+  const CStringW& Of(std::string_view ansi) {
+    if (ansi != bytes_) {
+      WidenAnsi(ansi, wide_);
+      text_ = CStringW(wide_.data(), static_cast<int>(wide_.size()));
+      bytes_ = ansi;
+    }
+    return text_;
+  }
+
+ private:
+  std::string bytes_;
+  std::wstring wide_;
+  CStringW text_;
+};
 
 /// A record's text. Where fields repeat from line to line, pass that of the record before: equal texts share one
 /// buffer.

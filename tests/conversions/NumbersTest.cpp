@@ -11,6 +11,7 @@
 #include <type_traits>
 
 #include "baseline/StrictNumbers.h"
+#include "platform/CodePage.h"
 #include "support/TestSize.h"
 #include "support/ThrownText.h"
 
@@ -254,6 +255,31 @@ TEST(Numbers, StrictNumbersAreThoseOfTheConversionThatNamesTheRule) {
     ASSERT_EQ(Bits(kv::WholeDouble(token)), Bits(baseline::WholeNumber<double>(token))) << shown;
     ASSERT_EQ(Bits(kv::WholeInteger(token)), Bits(baseline::WholeNumber<std::int64_t>(token))) << shown;
     ASSERT_EQ(Bits(kv::WholeInteger32(token)), Bits(baseline::WholeNumber<std::int32_t>(token))) << shown;
+  }
+}
+
+// A number, or why there is none.
+template <class Text>
+std::string LeadingDoubleOf(Text text) try {
+  return std::to_string(std::bit_cast<std::int64_t>(kv::LeadingDouble(text)));
+} catch (const std::exception& thrown) {
+  return thrown.what();
+}
+
+TEST(Numbers, BytesOfTheCodePageReadAsTheirWideText) {
+  Tokens tokens;
+  for (int i = TestSize(100'000, 2'000'000); i > 0; --i) {
+    std::wstring text = tokens.Next();
+    std::string bytes(text.size(), ' ');
+    kv::NarrowAnsi(text, bytes);
+    kv::WidenAnsi(bytes, text);
+    const std::string_view ansi = bytes;
+    const std::wstring_view wide = text;
+    ASSERT_EQ(Bits(kv::WholeDouble(ansi)), Bits(kv::WholeDouble(wide))) << bytes;
+    ASSERT_EQ(kv::WholeInteger(ansi), kv::WholeInteger(wide)) << bytes;
+    ASSERT_EQ(kv::WholeInteger32(ansi), kv::WholeInteger32(wide)) << bytes;
+    ASSERT_EQ(kv::LeadingInteger(ansi), kv::LeadingInteger(wide)) << bytes;
+    ASSERT_EQ(LeadingDoubleOf(ansi), LeadingDoubleOf(wide)) << bytes;
   }
 }
 
