@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -29,30 +30,31 @@ constexpr std::size_t kFewestTokens = 14;
 constexpr std::int32_t kOnlyCamera = 1;
 constexpr std::wstring_view kByteOrderMark = L"\u00EF\u00BB\u00BF";  // as single bytes are read
 
-struct Exposure {
-  std::int32_t photoNumber;
-  tagKVSystemEvent event;
+struct Exposures {
+  std::vector<tagKVSystemEvent> events;
+  std::vector<std::int32_t> photoNumbers;  // of the events
 };
 
 // The week stands in brackets.
 std::optional<std::int32_t> Week(std::wstring_view token) {
-  std::wstring digits(token);
-  std::erase_if(digits, [](wchar_t c) { return c == L'[' || c == L']'; });
-  return kv::WholeInteger32(digits);
+  std::array<wchar_t, kv::kLongestBoundedLine> digits;
+  const auto end =
+      std::copy_if(token.begin(), token.end(), digits.begin(), [](wchar_t c) { return c != L'[' && c != L']'; });
+  return kv::WholeInteger32({digits.begin(), end});
 }
 
-std::optional<Exposure> ReadExposure(Tokens tokens) {
-  if (tokens.size() < kFewestTokens) return {};
+void ReadExposure(Tokens tokens, Exposures& exposures) {
+  if (tokens.size() < kFewestTokens) return;
   const auto number = kv::WholeInteger32(tokens[0]);
   const auto seconds = kv::WholeDouble(tokens[1]);
   const auto week = Week(tokens[2]);
   const auto latitude = kv::WholeDouble(tokens[9]);
   const auto longitude = kv::WholeDouble(tokens[11]);
   const auto height = kv::WholeDouble(tokens[13]);
-  if (!number || !seconds || !week || !latitude || !longitude || !height) return {};
+  if (!number || !seconds || !week || !latitude || !longitude || !height) return;
 
-  Exposure exposure{*number, {}};
-  tagKVSystemEvent& event = exposure.event;
+  exposures.photoNumbers.push_back(*number);
+  tagKVSystemEvent& event = exposures.events.emplace_back();
   TimeConverter::GPSWkSecsToAdjGPSSecs(*week, *seconds, event.AdjGpsSec);
   std::int64_t ticks = 0;
   TimeConverter::AdjGPSSecsToWindowsFiletime(event.AdjGpsSec, ticks);
@@ -63,25 +65,25 @@ std::optional<Exposure> ReadExposure(Tokens tokens) {
   event.Latitude = *latitude;
   event.Longitude = *longitude;
   event.Altitude = *height;
-  return exposure;
 }
 
-std::vector<Exposure> ReadExposures(const std::wstring& path, std::wstring& error) {
+Exposures ReadExposures(const std::wstring& path, std::wstring& error) {
   error.clear();
   TimeConverter::Init();
-  std::vector<Exposure> exposures;
+  Exposures exposures;
   // Unlike for the mission's other files, a missing one is an error, on purpose: there is no mission without it.
   if (!kv::PathExists(path)) {
     error = kNoFile + path;
     return exposures;
   }
   bool isFirst = true;
-  kv::ForEachBoundedLine(path, kv::Delimiters("\t, "), [&](std::wstring_view, Tokens tokens) {
-    if (isFirst && !tokens.empty() && tokens[0].starts_with(kByteOrderMark)) {
-      tokens[0].remove_prefix(kByteOrderMark.size());
+  constexpr kv::Delimiters kDelimiters("\t, ");
+  kv::ForEachBoundedLine(path, kDelimiters, [&](std::wstring_view line, Tokens tokens) {
+    if (isFirst && line.starts_with(kByteOrderMark)) {
+      tokens = kv::Tokenise(line.substr(kByteOrderMark.size()), kDelimiters, tokens);
     }
     isFirst = false;
-    if (auto exposure = ReadExposure(tokens)) exposures.push_back(std::move(*exposure));
+    ReadExposure(tokens, exposures);
   });
   return exposures;
 }
@@ -89,22 +91,18 @@ std::vector<Exposure> ReadExposures(const std::wstring& path, std::wstring& erro
 }  // namespace
 
 std::vector<tagKVSystemEvent> KVUtilities::ScanDjiTimestampFileWithoutImages(std::wstring path, std::wstring& error) {
-  std::vector<tagKVSystemEvent> events;
-  for (Exposure& exposure : ReadExposures(path, error)) events.push_back(std::move(exposure.event));
-  return events;
+  return ReadExposures(path, error).events;
 }
 
 std::vector<tagKVSystemEvent> KVUtilities::ScanDjiTimestampFile(std::wstring path, std::wstring photoFolder,
                                                                 std::wstring& error) {
-  std::vector<Exposure> exposures = ReadExposures(path, error);
+  auto [events, photoNumbers] = ReadExposures(path, error);
   if (!error.empty()) return {};
   const kv::NumberedPhotos photos(photoFolder);
-  std::vector<tagKVSystemEvent> events;
   std::size_t withoutPhoto = 0;
-  for (Exposure& exposure : exposures) {
-    exposure.event.PhotoPath = photos.PathOf(exposure.photoNumber).c_str();
-    if (exposure.event.PhotoPath.IsEmpty()) ++withoutPhoto;
-    events.push_back(std::move(exposure.event));
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    events[i].PhotoPath = photos.PathOf(photoNumbers[i]).c_str();
+    if (events[i].PhotoPath.IsEmpty()) ++withoutPhoto;
   }
   if (withoutPhoto == 1) error = kOneWithoutPhoto;
   if (withoutPhoto > 1) error = L"There were " + std::to_wstring(withoutPhoto) + kSomeWithoutPhotos;

@@ -14,6 +14,8 @@ namespace {
 
 const std::vector<std::wstring> kExtensions = {L".jpg", L".JPG", L".jpeg", L".JPEG", L".dng", L".DNG"};
 
+constexpr std::wstring_view kResourceFile = L"._";  // a Mac puts such a file beside each one on a card; it is no photo
+
 constexpr bool IsSeparator(wchar_t c) { return c == L'_' || c == L'-'; }
 constexpr bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 constexpr bool IsLetter(wchar_t c) { return (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z'); }
@@ -54,6 +56,7 @@ NumberedPhotos::NumberedPhotos(const std::wstring& folder) {
   GetFilesInFolder(prefix, kExtensions, false, files);
   for (const std::wstring& file : files) {
     const std::wstring_view name = std::wstring_view(file).substr(prefix.size());
+    if (name.starts_with(kResourceFile)) continue;
     const std::size_t point = name.rfind(L'.');
     const auto [numbered, suffix] = SplitSuffix(name.substr(0, point));
     const auto number = NumberAtEnd(numbered);

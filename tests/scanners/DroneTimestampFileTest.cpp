@@ -46,7 +46,9 @@ TEST(DroneTimestampFile, LinesAreExposuresOrNothing) {
   } const rows[] = {
       {"1 273854.474686 [2178] -11 N 13 E -25 V 37.79468641 Lat -122.39634919 Lon -20.032", 1},  // 14 tokens
       {"1 273854.474686 [2178] -11 N 13 E -25 V 37.79468641 Lat -122.39634919 Lon", 0},
-      {"\xEF\xBB\xBF" + kLine + kLine, 2},  // a byte order mark
+      {"\xEF\xBB\xBF" + kLine + kLine, 2},    // a byte order mark
+      {"\xEF\xBB\xBF  " + kLine + kLine, 2},  // blanks behind it
+      {"\xEF\xBB\xBF\t" + kLine + kLine, 2},
       {kLine + "\xEF\xBB\xBF" + kLine, 1},  // only before the first line
       {" ,\t" + kLine.substr(0, kLine.size() - 1) + ",,\r\n" + kLine, 2},
       {"7\t273854.474686\t2178\t" + kRest, 1},
@@ -94,9 +96,10 @@ TEST(DroneTimestampFile, PhotosAreFoundByTheNumberInTheirNames) {
       {{"0012_0013.JPG"}, L""},  // the last number counts
       {{"a_12.DNG", "a_0012.JPG"}, L"a_0012.JPG"},
       {{"a_0012_T.JPG", "a_0012_W.JPG", "a_0012_Z.JPG"}, L"a_0012_W.JPG"},
-      {{"a_0012_T.JPG", "a_0012_W.JPG", "b_0012.DNG"}, L"b_0012.DNG"},
+      {{"a_0012_T.JPG", "a_0012_W.JPG", "b_0012.DNG"}, L"b_0012.DNG"},  // the mark counts before the kind of file
       {{"a_0012_W.DNG", "b_0012_V.JPG", "c_0012_D.JPG"}, L"b_0012_V.JPG"},
       {{"a_0012_Z.JPG", "a_0012_T.JPG"}, L"a_0012_T.JPG"},
+      {{"._a_0012.JPG", "a_0012_V.JPG"}, L"a_0012_V.JPG"},  // what a Mac puts beside a photo
       {{"99999999999999999999_12_99999999999999999999.JPG"}, L""},
   };
   for (const auto& [files, photo] : rows) {
