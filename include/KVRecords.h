@@ -108,7 +108,7 @@ struct tagKVAosEvent {
   std::int32_t CalStat = 0;
   std::int32_t SysStat = 0;
   std::int32_t SysError = 0;
-  CStringW Desc;  ///< text of a line that is not a reading
+  CStringW Desc;  ///< for the text of a line that is not a reading; empty, as the scans skip such lines
 };
 
 /// One exposure station: a camera-1 event, the camera-2 event paired with it, and the station's own time and place.

@@ -45,15 +45,22 @@ bool ReadReadings(Tokens tokens, Event& event) {
   return true;
 }
 
-// YYYY-MM-DD and more; what the digits say is not checked.
-bool IsDate(std::wstring_view text) { return text.size() >= 10 && text[4] == L'-' && text[7] == L'-'; }
+constexpr bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 
-// ".5" is half a second; digits beyond the third are dropped.
+// YYYY-MM-DD and more; what the digits say is not checked.
+bool IsDate(std::wstring_view text) {
+  return text.size() >= 10 && IsDigit(text[0]) && text[4] == L'-' && text[7] == L'-';
+}
+
+// ".5" is half a second; digits beyond the third, and what is behind the digits, are dropped.
 std::uint16_t Milliseconds(std::wstring_view time) {
   if (kv::Piece(time, 19, 1) != L".") return 0;
   int milliseconds = 0;
-  for (std::size_t at = 20, scale = 100; scale > 0; ++at, scale /= 10) {
-    milliseconds += static_cast<int>(scale) * kv::LeadingInteger(kv::Piece(time, at, 1));
+  int scale = 100;
+  for (const wchar_t c : kv::Piece(time, 20, 3)) {
+    if (!IsDigit(c)) break;
+    milliseconds += scale * (c - L'0');
+    scale /= 10;
   }
   return static_cast<std::uint16_t>(milliseconds);
 }
@@ -66,10 +73,10 @@ std::optional<Event> ReadDatedLine(Tokens tokens) {
     return {};
   }
   const std::wstring_view time = kv::Trimmed(*date);
-  event.SystemTimeUTC = kv::CalendarTime(time);
-  event.SystemTimeUTC.wMilliseconds = Milliseconds(time);
-  event.TimeUTC = kv::FileTimeOrZero(event.SystemTimeUTC);
-  event.AdjGpsSec = kv::AdjGpsSeconds(event.TimeUTC);
+  SYSTEMTIME written = kv::CalendarTime(time);
+  written.wMilliseconds = Milliseconds(time);
+  kv::SetTime(kv::FileTimeOrZero(written), event);
+  if (kv::Ticks(event.TimeUTC) == 0) event.SystemTimeUTC = written;  // no time of the calendar: what the file says
   return event;
 }
 
@@ -94,6 +101,7 @@ std::vector<tagKVAosEvent> KVUtilities::ScanKVAosFileForQX7(std::wstring path, s
   kv::ClockWatch clock;
   std::size_t beforeWrap = 0;  // events
   kv::ForEachLine<kMostTokens>(path, kv::Delimiters(","), [&](Tokens tokens) {
+    // Ticks are as strict as in the system event file: a blank before one costs the line, also that of a reading.
     const auto tick = tokens.size() < 2 ? std::nullopt : kv::WholeInteger(tokens[0]);
     if (!tick) return;
     Event event;

@@ -31,6 +31,8 @@ TEST(AosFile, ALineIsADateAndSevenReadings) {
       {"2023-12-22 12:35:01" + kReadings, noon},
       {"2023-12-22 12:35:01.5" + kReadings, Calendar(2023, 12, 22, 12, 35, 1, 500)},
       {"2023-12-22 12:35:01.0479" + kReadings, Calendar(2023, 12, 22, 12, 35, 1, 47)},
+      {"2023-12-22 12:35:01.5x7" + kReadings, Calendar(2023, 12, 22, 12, 35, 1, 500)},
+      {"2023-13-22 12:35:01" + kReadings, Calendar(2023, 13, 22, 12, 35, 1)},
       {"INFO,2023-12-22 12:35:01" + kReadings, noon},
       {"INFO,AOS,2023-12-22 12:35:01" + kReadings + ",more\r", noon},
       {" 2023-12-22 12:35:01 , 31.5, -1.25,2,359.5,3,-1, 7 ", noon},
@@ -40,6 +42,7 @@ TEST(AosFile, ALineIsADateAndSevenReadings) {
       {"2023-12-22 12:35:01,31.5,-1.25,2,359.5,3,-1,7.0", {}},
       {"2023-12-22 12:35:01,31.5C,-1.25,2,359.5,3,-1,7", {}},
       {"12:35:01" + kReadings, {}},
+      {"ABCD-EF-GHIJ" + kReadings, {}},
       {"2023-12-22 12:35:01,AOS,calibrated", {}},
   };
   for (const auto& [line, time] : rows) {
@@ -50,6 +53,7 @@ TEST(AosFile, ALineIsADateAndSevenReadings) {
     if (events.empty()) continue;
     const tagKVAosEvent& event = events[0];
     EXPECT_TRUE(SameInstant(event.SystemTimeUTC, time)) << line;
+    EXPECT_EQ(event.SystemTimeUTC.wDayOfWeek, time.wMonth == 12 ? 5 : 0) << line;  // a Friday, or no date
     EXPECT_EQ(std::tie(event.BrdTemp, event.Pitch, event.Roll, event.Heading, event.CalStat, event.SysStat,
                        event.SysError, event.MasterTick),
               std::make_tuple(31.5, -1.25, 2.0, 359.5, 3, -1, 7, 0.0))
@@ -64,9 +68,10 @@ TEST(AosFile, TheVariantTimesReadingsByTheMasterClock) {
   std::wstring error = L"left over";
   // A microsecond a tick; the counter wraps before the last reading.
   const std::string first = "5000000,120000010124\n", last = "15000000,120010010124\n";
-  auto events =
-      Scan(KVUtilities::ScanKVAosFileForQX7,
-           first + "7500000" + kReadings + "\n" + "x" + kReadings + "\n7600000,1\n7600000,31\n" + last, error);
+  auto events = Scan(KVUtilities::ScanKVAosFileForQX7,
+                     first + "7500000" + kReadings + "\n" + "x" + kReadings + "\n 7500000" + kReadings +
+                         "\n7600000,1\n7600000,31\n" + last,
+                     error);
   EXPECT_EQ(error, L"");
   ASSERT_EQ(events.size(), 1u);
   EXPECT_EQ(events[0].MasterTick, 7'500'000);
