@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
@@ -66,6 +67,7 @@ constexpr TextColumn kTextColumns[] = {
 };
 
 constexpr std::size_t kMostColumns = 64;
+constexpr std::size_t kMostEntries = 16;  // in a line of the header
 
 // Where the mission begins in GPS time.
 struct WeekStart {
@@ -73,13 +75,14 @@ struct WeekStart {
   double secondsOfWeek;
 };
 
-// What stands between a label and the next semicolon, without blanks; nothing when the label is not there.
-std::optional<std::wstring> Labelled(std::wstring_view line, std::wstring_view label) {
-  const std::size_t at = line.find(label);
-  const std::size_t colon = at == std::wstring_view::npos ? at : line.find(L':', at + label.size());
-  if (colon == std::wstring_view::npos) return {};
-  const std::wstring_view rest = line.substr(colon + 1);
-  return std::wstring(kv::Trimmed(rest.substr(0, rest.find(L';'))));
+// Nothing for a time that does not exist.
+std::optional<WeekStart> WeekStartOf(std::wstring_view date, std::wstring_view time) {
+  WeekStart start{-1, 0};
+  const std::wstring utc = std::wstring(date) + L' ' + std::wstring(time);
+  std::string narrow(utc.size(), '\0');
+  narrow.resize(kv::NarrowAnsi(utc, narrow));
+  TimeConverter::UTCToGPSWeekSecs(narrow, start.week, start.secondsOfWeek);
+  return start.week < 0 ? std::nullopt : std::optional(start);
 }
 
 class Header {
@@ -87,22 +90,19 @@ class Header {
   /// @return whether the line ends the header
   bool Read(std::wstring_view line) {
     if (kv::WithoutLeadingBlanks(line).starts_with(L"(time in Sec")) return true;
-    if (const auto date = Labelled(line, L"Date of Mission")) date_ = *date;
-    if (const auto time = Labelled(line, L"Start Time"); time && !time->empty()) time_ = *time;
-    if (const auto datum = Labelled(line, L"Mapping frame datum")) datum_ = datum->c_str();
-    if (const auto projection = Labelled(line, L"Mapping frame projection")) projection_ = projection->c_str();
     if (!kv::Trimmed(line).empty()) columns_ = line;
+    // One line may hold several entries, with semicolons between them.
+    std::array<std::wstring_view, kMostEntries> entries;
+    for (const std::wstring_view entry : kv::Tokenise(line, kv::Delimiters(";"), entries)) ReadEntry(entry);
     return false;
   }
 
-  /// Of the mission; nothing when the header has no date.
+  /// Of the mission, at midnight when the time of day is none; nothing when the header has no date.
   std::optional<WeekStart> Start() const {
-    WeekStart start{-1, 0};
-    const std::wstring utc = date_ + L' ' + (time_.empty() ? L"00:00:00" : time_);
-    std::string narrow(utc.size(), '\0');
-    narrow.resize(kv::NarrowAnsi(utc, narrow));
-    TimeConverter::UTCToGPSWeekSecs(narrow, start.week, start.secondsOfWeek);
-    return start.week < 0 ? std::nullopt : std::optional(start);
+    constexpr std::size_t kDateLength = 10, kTimeLength = 8;  // YYYY-MM-DD, hh:mm:ss: a fraction changes no week
+    const std::wstring_view date = ValueOf(kDate).substr(0, kDateLength);
+    const auto start = WeekStartOf(date, ValueOf(kTime).substr(0, kTimeLength));
+    return start ? start : WeekStartOf(date, L"00:00:00");
   }
 
   // The names of the columns, from the last line before the end.
@@ -111,16 +111,38 @@ class Header {
     const auto found = kv::Tokenise(columns_, kv::Delimiters(","), names);
     std::vector<std::wstring_view> columns;
     for (const std::wstring_view name : found) columns.push_back(kv::Trimmed(name));
+    while (!columns.empty() && columns.back().empty()) columns.pop_back();  // a comma behind the last name
     return columns;
   }
 
-  const CStringW& Datum() const { return datum_; }
-  const CStringW& Projection() const { return projection_; }
+  std::wstring_view Datum() const { return ValueOf(kDatum); }
+  std::wstring_view Projection() const { return ValueOf(kProjection); }
 
  private:
-  std::wstring date_, time_, columns_;
-  CStringW datum_, projection_;
+  enum Entry : std::size_t { kDate, kTime, kDatum, kProjection };
+  static constexpr std::array<std::wstring_view, 4> kLabels = {L"Date of Mission", L"Start Time",
+                                                               L"Mapping frame datum", L"Mapping frame projection"};
+
+  std::wstring_view ValueOf(Entry entry) const { return values_[entry]; }
+
+  // "label: value"; of several values of one label the first counts.
+  void ReadEntry(std::wstring_view text) {
+    const std::size_t colon = text.find(L':');
+    const auto label = std::find(kLabels.begin(), kLabels.end(), kv::Trimmed(text.substr(0, colon)));
+    if (colon == std::wstring_view::npos || label == kLabels.end()) return;
+    std::wstring& value = values_[static_cast<std::size_t>(label - kLabels.begin())];
+    if (value.empty()) value = kv::Trimmed(text.substr(colon + 1));
+  }
+
+  std::wstring columns_;
+  std::array<std::wstring, kLabels.size()> values_;
 };
+
+// What has no finite value is no measurement.
+std::optional<double> FiniteNumber(std::wstring_view token) {
+  const auto value = kv::WholeDouble(token);
+  return value && std::isfinite(*value) ? value : std::nullopt;
+}
 
 // Where the columns stand in a row.
 class Layout {
@@ -150,10 +172,10 @@ class Layout {
 
   /// @param seconds  receives the time
   /// @param earlier  the row before, whose texts are shared where they are equal
-  /// @return         nothing for a row of too few columns or with something else where a number should be
+  /// @return         nothing for a row of too few columns or with something else where a finite number should be
   std::optional<Event> ReadRow(Tokens tokens, double& seconds, const Event& earlier) const {
     if (tokens.size() < columnCount_) return {};
-    const auto time = kv::WholeDouble(tokens[*time_]);
+    const auto time = FiniteNumber(tokens[*time_]);
     if (!time) return {};
     seconds = *time;
     Event event;
@@ -161,7 +183,7 @@ class Layout {
     for (std::size_t i = 0; i < std::size(kNumberColumns); ++i) {
       if (!numbers_[i]) continue;
       const std::wstring_view token = tokens[*numbers_[i]];
-      const auto value = kv::WholeDouble(token);
+      const auto value = FiniteNumber(token);
       if (!value) return {};
       event.*kNumberColumns[i].number = *value;
       if (const auto text = kNumberColumns[i].text) event.*text = kv::FieldText(token, earlier.*text);
@@ -190,7 +212,10 @@ class Layout {
 class Rows {
  public:
   Rows(const Header& header, WeekStart start)
-      : layout_(header), start_(start), datum_(header.Datum()), projection_(header.Projection()) {}
+      : layout_(header),
+        start_(start),
+        datum_(kv::FieldText(header.Datum())),
+        projection_(kv::FieldText(header.Projection())) {}
 
   const std::wstring& MissingColumns() const { return layout_.Missing(); }
 
@@ -205,8 +230,11 @@ class Rows {
     // Seconds of week start anew when the mission passes the end of its first week.
     const bool isNextWeek = seconds < start_.secondsOfWeek - kSecondsPerWeek / 2;
     const std::int32_t week = start_.week + (isNextWeek ? 1 : 0);
-    event->GpsWeekText =
-        kv::FieldText(std::to_wstring(week), events_.empty() ? CStringW() : events_.back().GpsWeekText);
+    if (events_.empty() || week != week_) {
+      week_ = week;
+      weekText_ = kv::FieldText(std::to_wstring(week));
+    }
+    event->GpsWeekText = weekText_;
     double adjGpsSeconds = 0.0;
     TimeConverter::GPSWkSecsToAdjGPSSecs(week, seconds, adjGpsSeconds);
     clock_.SetTime(adjGpsSeconds, *event);
@@ -226,6 +254,8 @@ class Rows {
   Layout layout_;
   WeekStart start_;
   CStringW datum_, projection_, kind_ = kKind;
+  std::int32_t week_ = 0;  // of the latest sample
+  CStringW weekText_;
   kv::PosClock clock_;
   const Event none_;
   std::vector<Event> events_;

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -89,6 +92,14 @@ TEST_F(ApplanixFile, HeadersSayWhatIsThereAndWhatIsMissing) {
       {"another order, and spaces",
        kDate + "LONGITUDE ,ELLIPSOID HEIGHT,TIME , LATITUDE\r\n" + kEnd + "15 300 1 48\r\n", 1, ""},
       {"no time of start", "Date of Mission: 2022-03-12\n" + kShort + kEnd + "1 48 15 300\n", 1, ""},
+      {"a time that is none", "Date of Mission: 2022-03-12\nStart Time: 6:00:00\n" + kShort + kEnd + "1 48 15 300\n", 1,
+       ""},
+      {"other labels",
+       kDate + "Event Start Time: none\nNew Date of Mission: 1\nDate of Mission: none\n" + kShort + kEnd +
+           "1 48 15 300\n",
+       1, ""},
+      {"a comma behind the names", kDate + " TIME, LATITUDE, LONGITUDE, ELLIPSOID HEIGHT, \n" + kEnd + "1 48 15 300\n",
+       1, ""},
       {"no date", kFrame + kColumns + kEnd + "1" + kRow, 0, kError + "holds no mission date."},
       {"no such date", "Date of Mission: 2022-13-12\n" + kShort + kEnd + "1 48 15 300\n", 0,
        kError + "holds no mission date."},
@@ -98,6 +109,8 @@ TEST_F(ApplanixFile, HeadersSayWhatIsThereAndWhatIsMissing) {
       {"empty", "", 0, kError + "names no TIME, LATITUDE, LONGITUDE, ELLIPSOID HEIGHT."},
       {"no rows", kHeader, 0, ""},
       {"one bad row", kHeader + "1" + kRow + "x" + kRow + "\n2" + kRow, 2, "There was one row that could not be read."},
+      {"not finite", kDate + kShort + kEnd + "1 nan 15 300\n1 48 15 inf\nnan 48 15 300\n1 48 15 300\n", 1,
+       "There were 3 rows that could not be read."},
       {"bad rows", kHeader + "1 2 3\n" + "1" + kRow + "2e" + kRow, 1, "There were 2 rows that could not be read."},
   };
   for (const auto& row : rows) {
@@ -117,20 +130,41 @@ TEST_F(ApplanixFile, ADateCanBeGiven) {
   EXPECT_TRUE(SameInstant(events[0].SystemTimeUTC, Calendar(2022, 3, 12, 23, 0, 0, 250)));
 }
 
-// Rows of a public export, where they are at hand: its own eastings and northings are the second opinion.
-TEST_F(ApplanixFile, PositionsAgreeWithTheirMapProjection) {
+// Seconds since the start of the sample's GPS week, in which GPS was 15 s ahead of UTC.
+double SecondsOfWeek(const tagKVPosEvent& event) {
+  constexpr std::uint64_t kTicksPerWeek = 6'048'000'000'000;
+  const std::uint64_t start = kv::Ticks(kv::FileTimeOrZero(Calendar(1980, 1, 6)));
+  return static_cast<double>((kv::Ticks(event.TimeUTC) - start + 150'000'000) % kTicksPerWeek) / 1e7;
+}
+
+// Rows of a public export, where they are at hand: the numbers are those of its columns, and its own eastings and
+// northings are a second opinion on its positions.
+TEST_F(ApplanixFile, RealRowsAreReadAndAgreeWithTheirMapProjection) {
   const std::filesystem::path sample = SAMPLES_FOLDER "/applanix/s251_sbet_subset.txt";
   if (!std::filesystem::exists(sample)) GTEST_SKIP() << "no samples here";
   events = KVUtilities::ScanApplanixPostProcessTrajectoryFile(kv::FileTimeOrZero(Calendar(2009, 10, 1)),
                                                               kv::WidePath(sample), error);
   EXPECT_EQ(error, L"");
   ASSERT_EQ(events.size(), 335u);
+  std::ifstream file(sample);
+  for (std::string line; line.find("(time in Sec") == std::string::npos;) ASSERT_TRUE(std::getline(file, line));
   std::string zone11 = kUtm33;
   zone11.replace(zone11.find("\"central_meridian\",15"), 21, "\"central_meridian\",-117");
   const GeodeticFolder data("");
   CoordinateSystemTransformer transformer;
   ASSERT_EQ(transformer.Setup(kv::WideFromUtf8(kGeographic), kv::WideFromUtf8(zone11), error), 0);
   for (const tagKVPosEvent& event : events) {
+    std::array<double, 20> of{};
+    for (double& value : of) ASSERT_TRUE(file >> value);
+    EXPECT_NEAR(SecondsOfWeek(event), of[0], 2e-7);
+    EXPECT_EQ((std::array{event.X, event.Y, event.Z, event.Latitude, event.Longitude, event.Height, event.Value1,
+                          event.Value2, event.Value3}),
+              (std::array{of[2], of[3], of[4], of[5], of[6], of[7], of[8], of[9], of[10]}));
+    const CStringW* const texts[] = {&event.Token15, &event.Token6,  &event.Token7,  &event.Token8,  &event.Token9,
+                                     &event.Token10, &event.Token11, &event.Token12, &event.Token13, &event.Token14};
+    for (std::size_t i = 0; i < std::size(texts); ++i) {
+      EXPECT_EQ(std::stod(texts[i]->GetString()), of[i == 0 ? 1 : i + 10]) << i;
+    }
     double x = event.Longitude, y = event.Latitude, z = event.Height;
     ASSERT_EQ(transformer.Transform(&x, &y, &z, 1), 0);
     EXPECT_NEAR(x, event.X, 0.01);
