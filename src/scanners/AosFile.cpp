@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -12,6 +13,7 @@
 #include "conversions/TimeConverter.h"
 #include "conversions/TimeStamps.h"
 #include "platform/FileNames.h"
+#include "scanners/ByteOrderMark.h"
 #include "scanners/FieldFile.h"
 #include "scanners/MasterClock.h"
 
@@ -65,6 +67,15 @@ std::uint16_t Milliseconds(std::wstring_view time) {
   return static_cast<std::uint16_t>(milliseconds);
 }
 
+// Calls `read` with the tokens of every line.
+template <class Read>
+void ForEachAosLine(const std::wstring& path, Read read) {
+  kv::ByteOrderMark mark;
+  std::array<std::wstring_view, kMostTokens> tokens;
+  kv::ForEachLine(path,
+                  [&](std::wstring_view line) { read(kv::Tokenise(mark.Skip(line), kv::Delimiters(","), tokens)); });
+}
+
 std::optional<Event> ReadDatedLine(Tokens tokens) {
   const Tokens start = tokens.first(std::min(tokens.size(), kMostTokensBeforeReadings));
   const auto date = std::find_if(start.begin(), start.end(), [](auto token) { return IsDate(kv::Trimmed(token)); });
@@ -86,7 +97,7 @@ std::vector<tagKVAosEvent> KVUtilities::ScanKVAosFile(std::wstring path, std::ws
   error.clear();
   TimeConverter::Init();
   std::vector<Event> events;
-  kv::ForEachLine<kMostTokens>(path, kv::Delimiters(","), [&](Tokens tokens) {
+  ForEachAosLine(path, [&](Tokens tokens) {
     if (const auto event = ReadDatedLine(tokens)) events.push_back(*event);
   });
   return events;
@@ -100,7 +111,7 @@ std::vector<tagKVAosEvent> KVUtilities::ScanKVAosFileForQX7(std::wstring path, s
   kv::HeartbeatReader heartbeats;
   kv::ClockWatch clock;
   std::size_t beforeWrap = 0;  // events
-  kv::ForEachLine<kMostTokens>(path, kv::Delimiters(","), [&](Tokens tokens) {
+  ForEachAosLine(path, [&](Tokens tokens) {
     // Ticks are as strict as in the system event file: a blank before one costs the line, also that of a reading.
     const auto tick = tokens.size() < 2 ? std::nullopt : kv::WholeInteger(tokens[0]);
     if (!tick) return;

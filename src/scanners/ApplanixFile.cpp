@@ -15,6 +15,7 @@
 #include "conversions/TimeConverter.h"
 #include "platform/CodePage.h"
 #include "platform/FileNames.h"
+#include "scanners/ByteOrderMark.h"
 #include "scanners/FieldFile.h"
 #include "scanners/PosTime.h"
 
@@ -66,7 +67,7 @@ constexpr TextColumn kTextColumns[] = {
     {L"DISTANCE", &Event::Token15},
 };
 
-constexpr std::size_t kMostColumns = 64;
+constexpr std::size_t kMostColumns = 64;  // later ones are not looked at
 constexpr std::size_t kMostEntries = 16;  // in a line of the header
 
 // Where the mission begins in GPS time.
@@ -105,12 +106,15 @@ class Header {
     return start ? start : WeekStartOf(date, L"00:00:00");
   }
 
-  // The names of the columns, from the last line before the end.
+  // The names of the columns, from the last line before the end; one may be empty.
   std::vector<std::wstring_view> Columns() const {
-    std::array<std::wstring_view, kMostColumns> names;
-    const auto found = kv::Tokenise(columns_, kv::Delimiters(","), names);
     std::vector<std::wstring_view> columns;
-    for (const std::wstring_view name : found) columns.push_back(kv::Trimmed(name));
+    std::wstring_view rest = columns_;
+    for (std::size_t length = 0; length != std::wstring_view::npos && columns.size() < kMostColumns;) {
+      length = rest.find(L',');
+      columns.push_back(kv::Trimmed(rest.substr(0, length)));
+      if (length != std::wstring_view::npos) rest.remove_prefix(length + 1);
+    }
     while (!columns.empty() && columns.back().empty()) columns.pop_back();  // a comma behind the last name
     return columns;
   }
@@ -270,7 +274,9 @@ std::vector<Event> Scan(const std::wstring& path, std::optional<WeekStart> start
   Header header;
   std::optional<Rows> rows;
   std::array<std::wstring_view, kMostColumns> tokens;
-  kv::ForEachLine(path, [&](std::wstring_view line) {
+  kv::ByteOrderMark mark;
+  kv::ForEachLine(path, [&](std::wstring_view text) {
+    const std::wstring_view line = mark.Skip(text);
     if (rows) {
       rows->Read(kv::Tokenise(line, kv::Delimiters("\t "), tokens));
     } else if (header.Read(line)) {

@@ -13,6 +13,7 @@
 #include "conversions/Numbers.h"
 #include "conversions/TimeConverter.h"
 #include "platform/FileNames.h"
+#include "scanners/ByteOrderMark.h"
 #include "scanners/FieldFile.h"
 #include "scanners/NumberedPhotos.h"
 
@@ -28,7 +29,6 @@ constexpr const wchar_t* kSomeWithoutPhotos =
 
 constexpr std::size_t kFewestTokens = 14;
 constexpr std::int32_t kOnlyCamera = 1;
-constexpr std::wstring_view kByteOrderMark = L"\u00EF\u00BB\u00BF";  // as single bytes are read
 
 struct Exposures {
   std::vector<tagKVSystemEvent> events;
@@ -76,13 +76,11 @@ Exposures ReadExposures(const std::wstring& path, std::wstring& error) {
     error = kNoFile + path;
     return exposures;
   }
-  bool isFirst = true;
+  kv::ByteOrderMark mark;
   constexpr kv::Delimiters kDelimiters("\t, ");
   kv::ForEachBoundedLine(path, kDelimiters, [&](std::wstring_view line, Tokens tokens) {
-    if (isFirst && line.starts_with(kByteOrderMark)) {
-      tokens = kv::Tokenise(line.substr(kByteOrderMark.size()), kDelimiters, tokens);
-    }
-    isFirst = false;
+    const std::wstring_view text = mark.Skip(line);
+    if (text.size() < line.size()) tokens = kv::Tokenise(text, kDelimiters, tokens);
     ReadExposure(tokens, exposures);
   });
   return exposures;

@@ -14,7 +14,8 @@ namespace {
 
 const std::vector<std::wstring> kExtensions = {L".jpg", L".JPG", L".jpeg", L".JPEG", L".dng", L".DNG"};
 
-constexpr std::wstring_view kResourceFile = L"._";  // a Mac puts such a file beside each one on a card; it is no photo
+constexpr wchar_t kHidden = L'.';                  // a Mac puts a file "._NAME" beside each one on a card
+constexpr std::wstring_view kSeparators = L"\\/";  // between folder and name, unlike the colon of a drive
 
 constexpr bool IsSeparator(wchar_t c) { return c == L'_' || c == L'-'; }
 constexpr bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
@@ -41,7 +42,10 @@ std::optional<std::int64_t> NumberAtEnd(std::wstring_view text) {
 // Of several photos of one exposure the one without a sensor's mark is best, then the wide or visible-light one; of
 // each kind JPEG before raw.
 int RankOf(std::wstring_view suffix, std::wstring_view extension) {
-  const bool isMain = suffix == L"_W" || suffix == L"_V" || suffix == L"_D";
+  const auto isMark = [&](wchar_t letter) {
+    return suffix.size() == 2 && suffix[0] == L'_' && (suffix[1] == letter || suffix[1] == letter - L'A' + L'a');
+  };
+  const bool isMain = isMark(L'W') || isMark(L'V') || isMark(L'D');
   const bool isRaw = extension == L".dng" || extension == L".DNG";
   return 2 * (suffix.empty() ? 0 : isMain ? 1 : 2) + (isRaw ? 1 : 0);
 }
@@ -50,13 +54,13 @@ int RankOf(std::wstring_view suffix, std::wstring_view extension) {
 
 NumberedPhotos::NumberedPhotos(const std::wstring& folder) {
   if (folder.empty()) return;
-  folder_ = folder.substr(0, folder.find_last_not_of(kPathSeparators) + 1);
+  folder_ = folder.substr(0, folder.find_last_not_of(kSeparators) + 1);
   std::vector<std::wstring> files;
   const std::wstring prefix = folder_ + L'\\';
   GetFilesInFolder(prefix, kExtensions, false, files);
   for (const std::wstring& file : files) {
     const std::wstring_view name = std::wstring_view(file).substr(prefix.size());
-    if (name.starts_with(kResourceFile)) continue;
+    if (name.starts_with(kHidden)) continue;
     const std::size_t point = name.rfind(L'.');
     const auto [numbered, suffix] = SplitSuffix(name.substr(0, point));
     const auto number = NumberAtEnd(numbered);

@@ -29,6 +29,10 @@ TEST(AosFile, ALineIsADateAndSevenReadings) {
     SYSTEMTIME time;  // year 0 for no reading
   } const rows[] = {
       {"2023-12-22 12:35:01" + kReadings, noon},
+      {"\xEF\xBB\xBF"
+       "2023-12-22 12:35:01" +
+           kReadings,
+       noon},
       {"2023-12-22 12:35:01.5" + kReadings, Calendar(2023, 12, 22, 12, 35, 1, 500)},
       {"2023-12-22 12:35:01.0479" + kReadings, Calendar(2023, 12, 22, 12, 35, 1, 47)},
       {"2023-12-22 12:35:01.5x7" + kReadings, Calendar(2023, 12, 22, 12, 35, 1, 500)},
@@ -69,8 +73,8 @@ TEST(AosFile, TheVariantTimesReadingsByTheMasterClock) {
   // A microsecond a tick; the counter wraps before the last reading.
   const std::string first = "5000000,120000010124\n", last = "15000000,120010010124\n";
   auto events = Scan(KVUtilities::ScanKVAosFileForQX7,
-                     first + "7500000" + kReadings + "\n" + "x" + kReadings + "\n 7500000" + kReadings +
-                         "\n7600000,1\n7600000,31\n" + last,
+                     "\xEF\xBB\xBF" + first + "7500000" + kReadings + "\n" + "x" + kReadings + "\n 7500000" +
+                         kReadings + "\n7600000,1\n7600000,31\n" + last,
                      error);
   EXPECT_EQ(error, L"");
   ASSERT_EQ(events.size(), 1u);

@@ -88,6 +88,9 @@ TEST_F(ApplanixFile, HeadersSayWhatIsThereAndWhatIsMissing) {
     std::size_t rows;
     std::string error;
   } const rows[] = {
+      {"a byte order mark", "\xEF\xBB\xBF" + kDate + kShort + kEnd + "1 48 15 300\n", 1, ""},
+      {"a column without a name", kDate + "LATITUDE,, LONGITUDE, TIME, ELLIPSOID HEIGHT\n" + kEnd + "48 x 15 1 300\n",
+       1, ""},
       {"short rows", kDate + kShort + kEnd + "1 48 15 300\n", 1, ""},
       {"another order, and spaces",
        kDate + "LONGITUDE ,ELLIPSOID HEIGHT,TIME , LATITUDE\r\n" + kEnd + "15 300 1 48\r\n", 1, ""},

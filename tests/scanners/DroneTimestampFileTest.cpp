@@ -99,7 +99,8 @@ TEST(DroneTimestampFile, PhotosAreFoundByTheNumberInTheirNames) {
       {{"a_0012_T.JPG", "a_0012_W.JPG", "b_0012.DNG"}, L"b_0012.DNG"},  // the mark counts before the kind of file
       {{"a_0012_W.DNG", "b_0012_V.JPG", "c_0012_D.JPG"}, L"b_0012_V.JPG"},
       {{"a_0012_Z.JPG", "a_0012_T.JPG"}, L"a_0012_T.JPG"},
-      {{"._a_0012.JPG", "a_0012_V.JPG"}, L"a_0012_V.JPG"},  // what a Mac puts beside a photo
+      {{"._a_0012.JPG", "a_0012_t.JPG", "a_0012_v.JPG"},
+       L"a_0012_v.JPG"},  // the first is what a Mac puts beside a photo
       {{"99999999999999999999_12_99999999999999999999.JPG"}, L""},
   };
   for (const auto& [files, photo] : rows) {
