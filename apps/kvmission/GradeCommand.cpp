@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Commands.h"
+#include "Csv.h"
 #include "Failure.h"
 #include "Interrupt.h"
 #include "JobsOption.h"
@@ -26,18 +27,13 @@ struct GradeOptions {
   bool json = false, quiet = false;
 };
 
-/// A field of a table with commas, as RFC 4180 has it.
-std::string CsvField(const std::string& text) {
-  if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
-  std::string field = "\"";
-  for (const char c : text) field += c == '"' ? "\"\"" : std::string(1, c);
-  return field + '"';
-}
-
 void PrintCsv(const std::vector<std::string>& photos, const std::vector<Grade>& grades) {
   fmt::print("path,sharpness\n");
   for (std::size_t i = 0; i < photos.size(); ++i) {
-    if (grades[i].complaint.empty()) fmt::print("{},{}\n", CsvField(PathForOutput(photos[i])), grades[i].sharpness);
+    if (!grades[i].complaint.empty()) continue;
+    std::string path;
+    AppendCsvField(PathForOutput(photos[i]), path);
+    fmt::print("{},{}\n", path, grades[i].sharpness);
   }
 }
 

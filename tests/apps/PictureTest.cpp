@@ -1,8 +1,6 @@
 #include <KVUtilities.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
@@ -13,7 +11,7 @@
 #include "pictures/Grading.h"
 #include "pictures/JpegDamage.h"
 #include "pictures/JpegMetadata.h"
-#include "support/TempFolder.h"
+#include "support/CommandTest.h"
 
 namespace kv::mission {
 namespace {
@@ -103,17 +101,10 @@ TEST(JpegMetadata, GoesFromThePhotoToTheCopy) {
 }
 
 /// A folder with a small simulated mission, in which the command runs.
-class PictureTest : public testing::Test {
+class PictureTest : public CommandTest {
  protected:
   void SetUp() override { ASSERT_EQ(Shell("$K simulate m -q --minutes 1.2 --photo-size 48x32 --names exif"), 0); }
 
-  /// @param script  shell commands with kvmission as $K; what they write is in the files "out" and "err"
-  int Shell(const std::string& script) {
-    temp_.Write("script", "cd '" + temp_.Path().string() + "'\nK='" KVMISSION_PROGRAM "'\n" + script + "\n");
-    const std::string file = temp_.Path().string();
-    const int status = std::system(("sh '" + file + "/script' > '" + file + "/out' 2> '" + file + "/err'").c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
   std::vector<fs::path> Photos(int camera) {
     std::vector<fs::path> photos;
     for (const auto& entry : fs::directory_iterator(temp_.Path() / ("m/cam" + std::to_string(camera))))
@@ -121,8 +112,6 @@ class PictureTest : public testing::Test {
     std::sort(photos.begin(), photos.end());
     return photos;
   }
-
-  TempFolder temp_;
 };
 
 TEST_F(PictureTest, GradesDoNotDependOnTheirNumberAtATime) {

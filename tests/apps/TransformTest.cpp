@@ -1,13 +1,11 @@
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "field/FileKind.h"
 #include "field/PosLine.h"
-#include "support/TempFolder.h"
+#include "support/CommandTest.h"
 
 namespace kv::mission {
 namespace {
@@ -52,23 +50,12 @@ TEST(PosLine, TellsWhatTheScanDoesNotTake) {
 }
 
 /// A folder in which the command runs.
-class TransformTest : public testing::Test {
+class TransformTest : public CommandTest {
  protected:
   void SetUp() override {
     temp_.Write("a.pos", "\xEF\xBB\xBF% header\n2200 345600.000 48.25 15.5 300.0" + kRest +
                              "2200 345600.200 48.25 15.6 300.0 \"q,\xE9 10 0.1 0.1 0.1 0 0 0 0.5 99.9\r\n");
   }
-  /// @param script  shell commands with kvmission as $K; what they write is in the files "out" and "err"
-  int Shell(const std::string& script) {
-    const std::string folder = temp_.Path().string();
-    temp_.Write("script", "cd '" + folder + "'\nK='" KVMISSION_PROGRAM "'\n" + script + "\n");
-    const int status =
-        std::system(("sh '" + folder + "/script' > '" + folder + "/out' 2> '" + folder + "/err'").c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-  std::string Errors() { return temp_.Read("err"); }
-
-  TempFolder temp_;
 };
 
 TEST_F(TransformTest, PrintsEastingsFirst) {

@@ -3,8 +3,8 @@
 #include <fmt/format.h>
 
 #include <iterator>
-#include <string_view>
 
+#include "Csv.h"
 #include "System.h"
 #include "field/Times.h"
 
@@ -17,20 +17,9 @@ constexpr CStringW Sample::*kKeptTexts[] = {&Sample::Token6,  &Sample::Token7,  
                                             &Sample::Token10, &Sample::Token11, &Sample::Token12, &Sample::Token13,
                                             &Sample::Token14, &Sample::Token15};
 
-/// A text is quoted only where it must be.
 void AppendField(const CStringW& field, std::string& text) {
-  const std::wstring_view wide(field.GetString(), static_cast<std::size_t>(field.GetLength()));
-  const bool isQuoted = wide.find_first_of(L",\"\r\n") != std::wstring_view::npos;
-  text += isQuoted ? ",\"" : ",";
-  for (const wchar_t character : wide) {
-    if (character == L'"') text += '"';
-    if (character < 0x80) {
-      text += static_cast<char>(character);
-    } else {
-      text += Utf8(std::wstring(1, character));
-    }
-  }
-  if (isQuoted) text += '"';
+  text += ',';
+  AppendCsvField(Utf8(std::wstring(field.GetString(), static_cast<std::size_t>(field.GetLength()))), text);
 }
 
 /// To the nearest millisecond: a sum of seconds ends in ...199.9999 as often as in ...200.
