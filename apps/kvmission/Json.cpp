@@ -57,7 +57,8 @@ Json JsonOf(const DroneTimestamps& timestamps) {
 Json JsonOf(const OrientationFile& orientation) {
   return {{"stampedBy", orientation.byMasterClock ? "master clock" : "date"},
           {"lines", orientation.lines},
-          {"linesSkipped", orientation.skipped},
+          {"linesSkipped", orientation.skipped.size()},
+          {"faultyHeartbeats", orientation.faultyHeartbeats.size()},
           {"heartbeats", orientation.heartbeats},
           {"entries", orientation.readings},
           {"withoutTime", orientation.untimed},
@@ -67,10 +68,10 @@ Json JsonOf(const OrientationFile& orientation) {
 }
 
 Json JsonOf(const ApplanixFile& applanix) {
-  return {{"samples", applanix.samples.size()},   {"allRowsRead", applanix.report.empty()},
-          {"dateInHeader", applanix.isDated},     {"mappingFrame", applanix.frame},
-          {"first", JsonOf(applanix.span.first)}, {"last", JsonOf(applanix.span.last)},
-          {"bounds", JsonOf(applanix.bounds)}};
+  return {{"samples", applanix.samples.size()}, {"allRowsRead", applanix.report.empty()},
+          {"outOfRange", applanix.outOfRange},  {"dateInHeader", applanix.isDated},
+          {"mappingFrame", applanix.frame},     {"first", JsonOf(applanix.span.first)},
+          {"last", JsonOf(applanix.span.last)}, {"bounds", JsonOf(applanix.bounds)}};
 }
 
 std::string Written(const Json& json) {

@@ -1,12 +1,11 @@
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "field/DroneTimestamps.h"
-#include "support/TempFolder.h"
+#include "field/PhotoFolder.h"
+#include "support/CommandTest.h"
 
 namespace {
 
@@ -19,48 +18,44 @@ std::string Exposure(int number, const char* seconds, const char* latitude) {
          ",Lat\t-122.4,Lon\t20.5,Ellh\t0.1, 0.1, 0.2\t50,Q\r\n";
 }
 
-/// An export whose header has no date; 10 s between its rows, 0.00001 degrees and 2 m away from the exposures.
+/// An export whose header has no date; 10 s between its rows, 0.00001 degrees and 2 m away from the exposures. A time
+/// and a latitude are garbled.
 const char* const kExport =
     " Mapping frame datum: WGS84  ; Mapping frame projection : TM;\n TIME, LATITUDE, LONGITUDE, ELLIPSOID HEIGHT\n\n"
-    "  (time in Sec, ...)\n\n 273850.0 37.80001 -122.4 22.5\n 273860.0 37.80011 -122.4 22.5\n";
+    "  (time in Sec, ...)\n\n 273850.0 37.80001 -122.4 22.5\n 604799 37.8 -122.4 22.5\n 273855.0 97.8 -122.4 22.5\n"
+    " 273860.0 37.80011 -122.4 22.5\n";
 
-/// A folder in which the command runs, with a drone mission "m": exposures 1, 2, 4 and 5, photos 1, 2, 5 and 9.
-class DroneTest : public testing::Test {
+/// A drone mission "m": exposures 1, 2, 4 and 5 before a Ctrl-Z, photos 1, 2, 5 and 9; of 4 a link that leads
+/// nowhere, and one whose name the library does not look for.
+class DroneTest : public CommandTest {
  protected:
   void SetUp() override {
     fs::create_directory(temp_.Path() / "m");
-    temp_.Write("m/flight.MRK", Exposure(1, "273851.0", "37.80001") + Exposure(2, "273855.0", "37.80005") +
-                                    "3\t273856\r\n" + Exposure(4, "273854.474686", "37.79468641") +
-                                    Exposure(5, "273861.0", "37.80011"));
-    for (const char* name : {"DJI_0001_V", "DJI_0001_T", "DJI_0002_V", "DJI_0005_V", "DJI_0009_V"})
+    std::string flight = Exposure(1, "273851.0", "37.80001") + Exposure(2, "273855.0", "37.80005") + "3\t273856\r\n" +
+                         Exposure(6, "1e9", "37.8") + Exposure(7, "273856.0", "97.8") +
+                         Exposure(4, "273854.474686", "37.79468641") + Exposure(5, "273861.0", "37.80011");
+    flight.insert(flight.size() - 2, "\x1A");
+    temp_.Write("m/flight.MRK", flight + Exposure(8, "273862.0", "37.80012"));
+    for (const char* name : {"DJI_0001_V", "DJI_0001_T", "._DJI_0001", "DJI_0002_V", "DJI_0005_V", "DJI_0009_V"})
       temp_.Write(std::string("m/") + name + ".JPG", "x");
+    temp_.Write("m/DJI_0004_V.Jpg", "x");
+    fs::create_symlink("none", temp_.Path() / "m/DJI_0004.JPG");
     temp_.Write("sbet.txt", kExport);
     temp_.Write("bad.MRK", "no exposure\n");
   }
-  /// @param script  shell commands with kvmission as $K; what they write is in the files "out" and "err"
-  int Shell(const std::string& script) {
-    const std::string folder = temp_.Path().string();
-    temp_.Write("script", "cd '" + folder + "'\nK='" KVMISSION_PROGRAM "'\n" + script + "\n");
-    const int status =
-        std::system(("sh '" + folder + "/script' > '" + folder + "/out' 2> '" + folder + "/err'").c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
   Json Summary() { return Json::parse(temp_.Read("o/summary.json")); }
-  std::string Errors() { return temp_.Read("err"); }
-
-  TempFolder temp_;
 };
 
 TEST_F(DroneTest, PhotosFindTheirExposuresByNumber) {
   EXPECT_EQ(Shell("$K run m -o o"), 3) << Errors();
   const Json summary = Summary();
   for (const char* absent : {"trajectory", "events", "stations", "positions"}) EXPECT_EQ(summary[absent], nullptr);
-  EXPECT_EQ(summary["mrk"]["linesSkipped"], 1);
+  EXPECT_EQ(summary["mrk"]["linesSkipped"], 3);
   EXPECT_EQ(summary["mrk"]["exposures"], 4);
   const Json& camera = summary["cameras"][0];
   EXPECT_EQ(camera["pairedBy"], "number");
   EXPECT_EQ(camera["paired"], 3);
-  EXPECT_EQ(camera["photosWithoutEvent"], (Json{"DJI_0009_V.JPG"}));
+  EXPECT_EQ(camera["photosWithoutEvent"], (Json{"DJI_0004_V.Jpg", "DJI_0009_V.JPG"}));
   EXPECT_EQ(camera["sharpness"]["ungraded"].size(), 3u);  // none of the photos is a picture
   EXPECT_EQ(summary["dropped"], Json::parse(R"([{"camera": 1, "photoNumber": 4, "time": "2021-10-06T04:03:56.474Z",
                                                  "reason": "no photo"}])"));
@@ -86,6 +81,9 @@ TEST_F(DroneTest, PlacesComeFromThePostProcessedTrajectoryWhenWanted) {
     EXPECT_NEAR(summary["photos"]["bounds"]["south"], isTaken ? 37.80002 : 37.80001, 1e-10);
     EXPECT_NEAR(summary["photos"]["bounds"]["highest"], isTaken ? 22.5 : 20.5, 1e-9);
     EXPECT_EQ(summary["dropped"].back()["photoNumber"], isTaken ? 5 : 4);
+    EXPECT_EQ(summary["applanix"]["outOfRange"], 1);
+    EXPECT_NE(Errors().find("1 single sample out of the order of time"), std::string::npos) << Errors();
+    EXPECT_NE(Errors().find("holds no date: taken to begin on 2021-10-06"), std::string::npos) << Errors();
   }
   EXPECT_EQ(Summary()["dropped"].back()["reason"], "no place: after the last fix");
   EXPECT_EQ(Summary()["applanix"]["first"], "2021-10-06T04:03:52.000Z");
@@ -101,6 +99,14 @@ TEST_F(DroneTest, ExitCodesTellHowItWent) {
       {"cp m/flight.MRK alone.MRK; $K run --mrk alone.MRK -o p", 3, "stay without photos"},
       {"$K run --mrk bad.MRK -o u", 1, "bad.MRK: no exposure in 1 line"},
       {"$K run --mrk m/flight.MRK --applanix bad.MRK -o u", 1, "no sample"},
+      {"head -n 4 sbet.txt > h.txt; $K run m -o u --applanix h.txt", 1, "h.txt: no sample"},
+      {"$K run m -o o --overwrite --no-sharpness --applanix sbet.txt --position pos 2> e; code=$?; cat e >&2;"
+       "grep -q 'post-processed trajectory gap of 10.0 s' e && ! grep -q 'inside trajectory gaps' e && exit $code",
+       3, "4 exposures outside the post-processed trajectory"},
+      {"(yes noise | head -n 50; printf '0,120000061021\\n5,31.5,2,0,1,3,0,0\\n9,120009061021\\n') > sparse;"
+       "$K run m -o o --overwrite --aos sparse --tolerance 1",
+       3, "50 lines left out, line 1, 2, 3, 4, 5, ...: without a stamp"},
+      {"mkfifo f; $K run --mrk f -o u", 1, "f: is no regular file"},
       {"$K run m -o u --aos sbet.txt", 1, "no orientation reading"},
       {"$K run m -o u --position pos", 2, "needs a post-processed trajectory"},
       {"$K run m -o u --position neither", 2, "mrk or pos"},
@@ -111,6 +117,10 @@ TEST_F(DroneTest, ExitCodesTellHowItWent) {
       {"rm m/mission.toml; echo '$GPGGA,120000,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,' > m/log;"
        "$K run m -o o --overwrite --date 2024-05-01",
        0, "flight.MRK: left aside"},
+      {"printf '2024-05-01 12:00:00,31.5,2,0,1,3,0,0\\nx\\n' > tilt;"
+       "$K run m -o o --overwrite --date 2024-05-01 --aos tilt",
+       3, "1 line left out, line 2: without a stamp"},
+      {"$K run m -o o --overwrite --mrk m/flight.MRK --no-sharpness", 3, "log: left aside: the mission is a drone's"},
   };
   for (const auto& [script, code, said] : rows) {
     EXPECT_EQ(Shell(script), code) << script << Errors();
@@ -121,14 +131,34 @@ TEST_F(DroneTest, ExitCodesTellHowItWent) {
 
 TEST_F(DroneTest, OrientationReadingsAreSummarised) {
   const char* const lowestPitch = R"({"value": -1.25, "time": "2021-10-06T12:00:01.500Z"})";
-  const char* const rows[] = {
-      "2021-10-06 12:00:00,31.5,2,0,1,3,0,0\nno reading\nAOS,2021-10-06 12:00:01.5,30,-1.25,0,1,3,0,0\n",
-      "0,120000061021\n0,31.5,2,0,1,3,0,0\nno reading\n1500000,30,-1.25,0,1,3,0,0\n2000000,120002061021\n"};
-  for (const char* content : rows) {
+  const char* const dated =
+      "2021-10-06 12:00:00,31.5,2,0,1,3,0,0\nno reading\nAOS,2021-10-06 12:00:01.5,30,-1.25,0,1,3,0,0\n";
+  const char* const clocked =
+      "0,120000061021\n0,31.5,2,0,1,3,0,0\nno reading\n1500000,30,-1.25,0,1,3,0,0,more\n2000000,120002061021\n";
+  const std::string mark = "\xEF\xBB\xBF";
+  struct {
+    std::string content;
+    int entries, untimed;
+    const char* said;  // part of what is on standard error
+  } const rows[] = {
+      {mark + dated, 2, 0, "1 line left out, line 2"},
+      {std::string(dated) + "2021-10-06 12:00:01,nan,inf,0,1,3,0,0\n", 3, 0, "2 readings that are no finite number"},
+      {dated + std::string("2021-13-06 12:00:01,31,0,0,1,3,0,0\n"), 3, 1, "1 reading without a time"},
+      {mark + clocked, 2, 0, "1 line left out, line 3"},
+      {clocked + std::string("5,120002061321\n"), 2, 0, "1 heartbeat left out, line 6"},
+      {std::string("4294967290,31,0,0,1,3,0,0\n") + clocked, 3, 1, "1 reading before the first heartbeat"},
+      // The counter wraps between the heartbeats.
+      {"4294000000,120000061021\n4294000000,31.5,2,0,1,3,0,0\nno reading\n532704,30,-1.25,0,1,3,0,0\n"
+       "1032704,120002061021\n",
+       2, 0, ""},
+  };
+  for (const auto& [content, entries, untimed, said] : rows) {
     temp_.Write("m/tilt", content);
     EXPECT_EQ(Shell("$K run m -o o --overwrite --no-sharpness"), 3) << Errors();
+    EXPECT_NE(Errors().find(said), std::string::npos) << Errors();
     const Json aos = Summary()["aos"];
-    EXPECT_EQ(aos["entries"], 2) << content;
+    EXPECT_EQ(aos["entries"], entries) << content;
+    EXPECT_EQ(aos["withoutTime"], untimed) << content;
     EXPECT_EQ(aos["linesSkipped"], 1) << content;
     EXPECT_EQ(aos["readings"]["pitch"]["lowest"], Json::parse(lowestPitch)) << content;
     EXPECT_EQ(aos["readings"]["boardTemperature"]["highest"]["value"], 31.5) << content;
@@ -148,6 +178,8 @@ TEST(DronePhotos, AreNumberedAsTheLibraryNumbersThem) {
                     {"_V.jpg", {}},
                     {"", {}}};
   for (const auto& [name, number] : rows) EXPECT_EQ(kv::mission::PhotoNumber(name), number) << name;
+  EXPECT_EQ(kv::mission::PhotoNameAt("/"), 1u);
+  EXPECT_EQ(kv::mission::PhotoNameAt("/a"), 3u);
 }
 
 /// Files of public collections, when they are there. The numbers are those of their description.

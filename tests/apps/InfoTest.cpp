@@ -59,6 +59,10 @@ TEST(Info, DescribesEveryKind) {
       {"sbet", " TIME, LATITUDE, LONGITUDE, ELLIPSOID HEIGHT\n (time in Sec)\n 5.5 48 11 500\n 6 x 11 500\n",
        R"J({"kind": "post-processed Applanix trajectory", "samples": 1, "dateInHeader": false, "first": null,
            "firstSecondsOfWeek": "5.5", "allRowsRead": false})J"},
+      {"header",
+       " Mapping frame datum: WGS84  ; Mapping frame projection : TM;\n TIME, LATITUDE, LONGITUDE, ELLIPSOID HEIGHT\n"
+       " (time in Sec)\n",
+       R"J({"samples": 0, "dateInHeader": false, "mappingFrame": "WGS84, TM", "last": null, "bounds": null})J"},
       {"empty", "", R"J({"kind": "unknown", "bytes": 0})J"},
   };
   const TempFolder folder;

@@ -66,6 +66,16 @@ TEST(MissionFolder, IsSearchedByContentAndFolderName) {
   EXPECT_EQ(settings.camera1, folder.Path() / "CAMERA1");
   EXPECT_EQ(settings.camera2, "elsewhere");
 
+  const std::string reading = "2024-05-01 12:00:00,31.5,2,0,1,3,0,0\n";
+  folder.Write("a.aos", reading), folder.Write("b.aos", reading);
+  Settings twins, different;
+  FindMissionFiles(folder.Path(), twins, log);
+  EXPECT_EQ(twins.aos, folder.Path() / "a.aos");
+  folder.Write("b.aos", reading + reading);
+  FindMissionFiles(folder.Path(), different, log);
+  EXPECT_EQ(different.aos, std::nullopt);
+  EXPECT_TRUE(Contains(log.Warnings().back(), "a.aos, b.aos; choose with --aos"));
+
   folder.Write("copy.txt", kFix);
   Settings open;
   const std::string failure = FailureOf([&] { FindMissionFiles(folder.Path(), open, log); }, ExitCode::Failed);

@@ -1,13 +1,11 @@
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <set>
 
-#include "support/TempFolder.h"
+#include "support/CommandTest.h"
 
 namespace {
 
@@ -15,18 +13,9 @@ namespace fs = std::filesystem;
 using Json = nlohmann::json;
 
 /// A folder in which the command runs.
-class RunTest : public testing::Test {
+class RunTest : public CommandTest {
  protected:
-  /// @param script  shell commands with kvmission as $K; what they write is in the files "out" and "err"
-  /// @return        exit code of the last one
-  int Shell(const std::string& script) {
-    temp_.Write("script", "cd '" + temp_.Path().string() + "'\nK='" KVMISSION_PROGRAM "'\n" + script + "\n");
-    const std::string file = temp_.Path().string();
-    const int status = std::system(("sh '" + file + "/script' > '" + file + "/out' 2> '" + file + "/err'").c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
   Json Summary(const std::string& folder = "o") { return Json::parse(temp_.Read(folder + "/summary.json")); }
-  std::string Errors() { return temp_.Read("err"); }
   std::set<std::string> Names(const std::string& folder) {
     std::set<std::string> names;
     for (const auto& entry : fs::directory_iterator(temp_.Path() / folder))
@@ -50,8 +39,6 @@ class RunTest : public testing::Test {
     for (const char* name : {"cam1/240501_120000", "cam1/240501_120002", "cam1/240501_120004", "cam2/240501_120004"})
       temp_.Write(std::string("m/") + name + ".jpg", "x");
   }
-
-  TempFolder temp_;
 };
 
 const std::set<std::string> kTrajectoryFiles{"summary.json",          "trajectory_line.dbf",   "trajectory_line.prj",
@@ -127,6 +114,7 @@ TEST_F(RunTest, ExitCodesTellHowItWent) {
       {"cmp m/clock.csv r/summary.json", 0, ""},
       {"$K run m -o o --overwrite --cam1 m/other --cam2 m/../m/other", 3, "both cameras have the photo folder"},
       {"cp -r m 'm\\1'; $K run 'm\\1' -o u --cam1 'm\\1/other' --pair order", 1, "cannot have a backslash"},
+      {"touch m/other/._a.jpg; $K run m -o u --cam1 m/other --pair order", 1, "1 hidden file named .*.jpg"},
       {"ln -s none m/mission.toml; $K run m -o u", 1, "mission.toml: cannot be read"},
       {"$K rotate m --camera 1 --angle 90 --yes; code=$?; rm m/mission.toml; exit $code", 1, "toml: cannot be read"},
       {"mkfifo f; $K info m/clock.csv f m/clock.csv", 1, "f: is no regular file"},

@@ -34,7 +34,7 @@ TEST(Trajectory, IsLookedThroughForWhatASurveyorShouldSee) {
   for (const auto& [text, warnings] : rows) {
     folder.Write("log", text);
     Log log(Verbosity::Quiet);
-    WarnOfTrajectory(ReadTrajectory(folder.Path() / "log", dates, folder.Path(), 2.0, log), log);
+    WarnOfTrajectory(ReadTrajectory(folder.Path() / "log", dates, folder.Path(), 2.0, log), kReceiverWords, log);
     EXPECT_EQ(log.Warnings(), warnings) << text;
   }
 }

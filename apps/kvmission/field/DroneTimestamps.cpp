@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <set>
 #include <string>
 
 #include "Failure.h"
@@ -12,6 +13,7 @@
 #include "field/LineReader.h"
 #include "field/LineWriter.h"
 #include "field/Numbers.h"
+#include "field/PhotoFolder.h"
 #include "field/Tokens.h"
 
 namespace kv::mission {
@@ -21,7 +23,6 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kFewestTokens = 14;
 constexpr std::size_t kLongestLine = 1023;  // characters that the scan takes; a longer line would end it
-constexpr std::size_t kNamed = 5;           // line numbers in a warning
 
 constexpr bool IsSeparator(char c) { return c == '_' || c == '-'; }
 constexpr bool IsDigit(char c) { return c >= '0' && c <= '9'; }
@@ -39,7 +40,7 @@ std::string_view WithoutMarks(std::string_view stem) {
 void CopyExposures(const fs::path& path, const fs::path& copy, DroneTimestamps& timestamps) {
   LineReader reader(path);
   LineWriter writer(copy);
-  for (std::string_view line; reader.Next(line);) {
+  for (std::string_view line; reader.NextOfText(line);) {
     if (++timestamps.lines == 1) line = WithoutByteOrderMark(line);
     const auto number = line.size() <= kLongestLine ? ExposureNumber(line) : std::nullopt;
     if (!number) {
@@ -53,16 +54,42 @@ void CopyExposures(const fs::path& path, const fs::path& copy, DroneTimestamps& 
   writer.Close();
 }
 
+/// Of the numbers that an exposure is made of.
+struct Range {
+  std::size_t place;
+  double least, greatest;
+};
+constexpr std::array<Range, 4> kRanges{{{1, 0, 604'800},    // seconds of week
+                                        {9, -90, 90},       // latitude
+                                        {11, -360, 360},    // longitude
+                                        {13, -1e5, 1e5}}};  // height
+constexpr std::size_t kWeekAt = 2;
+constexpr std::int32_t kLastWeek = 418'000;  // in the year 9990; layers have four digits for a year
+
+/// The names of a folder's pipes, links that lead nowhere, and folders. The library looks at names alone.
+std::set<std::wstring> NamesOfNoFiles(const fs::path& folder) {
+  std::set<std::wstring> names;
+  std::error_code error, unknown;
+  for (auto entry = fs::directory_iterator(folder, error); !error && entry != fs::directory_iterator();
+       entry.increment(error)) {
+    if (!entry->is_regular_file(unknown)) names.insert(WidePath(entry->path().filename()));
+  }
+  return names;
+}
+
 std::vector<tagKVSystemEvent> Scan(const fs::path& copy, const std::optional<fs::path>& photos) {
   std::wstring report;  // how many have no photo, which the pairing tells by name
   if (!photos) return KVUtilities::ScanDjiTimestampFileWithoutImages(WidePath(copy), report);
   if (LibraryMisreads(*photos))
     throw Failure(Utf8(*photos) + ": a folder of numbered photos cannot have a backslash in its name");
-  const std::wstring folder = WidePath(*photos);
-  auto events = KVUtilities::ScanDjiTimestampFile(WidePath(copy), folder, report);
+  const std::size_t nameAt = PhotoNameAt(*photos);
+  auto events = KVUtilities::ScanDjiTimestampFile(WidePath(copy), WidePath(*photos), report);
+  const std::set<std::wstring> noFiles = NamesOfNoFiles(*photos);
   for (auto& event : events) {
     std::wstring photo = event.PhotoPath.GetString();
-    if (photo.size() > folder.size()) photo[folder.size()] = PhotoPathSeparator();
+    if (photo.empty()) continue;
+    photo[nameAt - 1] = PhotoPathSeparator();
+    if (noFiles.contains(photo.substr(nameAt))) photo.clear();
     event.PhotoPath = photo.c_str();
   }
   return events;
@@ -70,24 +97,23 @@ std::vector<tagKVSystemEvent> Scan(const fs::path& copy, const std::optional<fs:
 
 void WarnOfSkipped(const LineNumbers& skipped, Log& log) {
   if (skipped.empty()) return;
-  const LineNumbers named(skipped.begin(),
-                          skipped.begin() + static_cast<std::ptrdiff_t>(std::min(kNamed, skipped.size())));
-  log.Warn("timestamps: {} left out, line {}{}: fewer than {} fields, or no number where one belongs",
-           Counted(skipped.size(), "line"), fmt::join(named, ", "), skipped.size() > kNamed ? ", ..." : "",
-           kFewestTokens);
+  log.Warn("timestamps: {} left out, {}: fewer than {} fields, no number where one belongs, or one out of range",
+           Counted(skipped.size(), "line"), Named(skipped), kFewestTokens);
 }
 
 }  // namespace
 
 std::optional<std::int32_t> ExposureNumber(std::string_view line) {
-  constexpr std::array<std::size_t, 4> kDecimals{1, 9, 11, 13};  // seconds of week, latitude, longitude, height
   const Tokens tokens(line, "\t, ");
   if (tokens.size() < kFewestTokens) return std::nullopt;
-  std::string week(tokens[2]);
-  std::erase_if(week, [](char c) { return c == '[' || c == ']'; });
-  const bool areNumbers = std::all_of(kDecimals.begin(), kDecimals.end(),
-                                      [&](std::size_t place) { return Decimal(tokens[place]).has_value(); });
-  return areNumbers && WholeNumber<std::int32_t>(week) ? WholeNumber<std::int32_t>(tokens[0]) : std::nullopt;
+  std::string digits(tokens[kWeekAt]);
+  std::erase_if(digits, [](char c) { return c == '[' || c == ']'; });
+  const auto week = WholeNumber<std::int32_t>(digits);
+  const bool isInRange = std::all_of(kRanges.begin(), kRanges.end(), [&](const Range& range) {
+    const auto value = Decimal(tokens[range.place]);
+    return value && *value >= range.least && *value <= range.greatest;
+  });
+  return isInRange && week && *week >= 0 && *week <= kLastWeek ? WholeNumber<std::int32_t>(tokens[0]) : std::nullopt;
 }
 
 std::optional<std::int32_t> PhotoNumber(std::string_view name) {
@@ -100,6 +126,7 @@ std::optional<std::int32_t> PhotoNumber(std::string_view name) {
 
 DroneTimestamps ReadDroneTimestamps(const fs::path& path, const std::optional<fs::path>& photos,
                                     const fs::path& scratch, Log& log) {
+  RefuseUnlessRegular(path);
   DroneTimestamps timestamps;
   const fs::path copy = scratch / "timestamps";
   CopyExposures(path, copy, timestamps);

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "Log.h"
-#include "field/EventRecords.h"
+#include "field/LineNumbers.h"
 #include "field/Times.h"
 #include "field/Trajectory.h"
 
@@ -17,7 +17,7 @@
 /// @see docs/formats/drone-timestamps.md
 namespace kv::mission {
 
-/// @return the photo number of a line that is an exposure
+/// @return the photo number of a line that is an exposure, at a time and place that exist
 std::optional<std::int32_t> ExposureNumber(std::string_view line);
 
 /// @param name  of a photo: 12 for "DJI_20230816103011_0012_W.JPG"

@@ -108,11 +108,7 @@ std::vector<tagKVSystemEvent> Scan(const std::vector<EventRecord>& records, bool
 }
 
 void WarnOfLines(const char* noun, const char* fault, const LineNumbers& lines, Log& messages) {
-  constexpr std::size_t kNamed = 5;
-  if (lines.empty()) return;
-  std::vector<std::size_t> named(lines.begin(), lines.size() > kNamed ? lines.begin() + kNamed : lines.end());
-  messages.Warn("{} left out: {}, line {}{}", Counted(lines.size(), noun), fault, fmt::join(named, ", "),
-                lines.size() > kNamed ? ", ..." : "");
+  if (!lines.empty()) messages.Warn("{} left out: {}, {}", Counted(lines.size(), noun), fault, Named(lines));
 }
 
 void WarnOfWildTicks(std::vector<EventRecord> wild, Log& messages) {

@@ -128,18 +128,23 @@ Records TakeOutWildTicks(Records& records) {
   return TakeOut(records, [&](std::size_t i) { return IsWild(records, i); });
 }
 
+std::int64_t TickCounter::WrapsBefore(std::int64_t tick) {
+  const auto isLow = [](std::int64_t at) { return at < kTickRange / 4; };
+  const auto isHigh = [](std::int64_t at) { return at >= kTickRange / 4 * 3; };
+  if (!InCounterRange(tick)) return 0;
+  if (last_ && isHigh(*last_) && isLow(tick)) ++wraps_;
+  if (last_ && isLow(*last_) && isHigh(tick) && wraps_ > 0) --wraps_;  // a line from before the wrap, written late
+  last_ = tick;
+  return wraps_;
+}
+
+std::int64_t TickCounter::Continuous(std::int64_t tick) { return tick + WrapsBefore(tick) * kTickRange; }
+
 void MakeContinuous(Records& records) {
-  const auto isLow = [](std::int64_t tick) { return tick < kTickRange / 4; };
-  const auto isHigh = [](std::int64_t tick) { return tick >= kTickRange / 4 * 3; };
-  std::int64_t last = kTickRange / 2, wraps = 0;
+  TickCounter counter;
   for (EventRecord& record : records) {
-    const std::int64_t tick = record.tick;
-    if (!InCounterRange(tick)) continue;
-    if (isHigh(last) && isLow(tick)) ++wraps;
-    if (isLow(last) && isHigh(tick) && wraps > 0) --wraps;  // a line from before the wrap, written late
-    last = tick;
-    record.wraps = wraps;
-    record.tick = tick + wraps * kTickRange;
+    record.wraps = counter.WrapsBefore(record.tick);
+    record.tick += record.wraps * kTickRange;
   }
 }
 

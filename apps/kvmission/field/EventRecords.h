@@ -4,6 +4,7 @@
 #include <optional>
 #include <vector>
 
+#include "field/LineNumbers.h"
 #include "field/Times.h"
 
 /// The sound lines of an event file, and what their ticks and heartbeats say of one another.
@@ -18,8 +19,6 @@ struct EventRecord {
   bool timeable = true;         ///< whether the heartbeats around a camera event may be believed
 };
 
-using LineNumbers = std::vector<std::size_t>;
-
 LineNumbers LinesOf(const std::vector<EventRecord>& records);
 
 /// The event reader takes a larger step between two lines, in ticks, for a wrap of the counter.
@@ -31,6 +30,19 @@ inline constexpr double kHeartbeatTolerance = 0.5;
 /// other. At the ends only camera events are taken out: a heartbeat there may stand alone before or after an outage.
 /// @return what was taken out
 std::vector<EventRecord> TakeOutWildTicks(std::vector<EventRecord>& records);
+
+/// Follows a counter of 32 bits from tick to tick.
+class TickCounter {
+ public:
+  /// @return how often it wrapped before this tick; 0 for a tick outside its range
+  std::int64_t WrapsBefore(std::int64_t tick);
+  /// The tick with 2^32 added for each wrap before it.
+  std::int64_t Continuous(std::int64_t tick);
+
+ private:
+  std::optional<std::int64_t> last_;
+  std::int64_t wraps_ = 0;
+};
 
 /// Turns the counts of a 32-bit counter into continuous ones: each wrap adds 2^32.
 void MakeContinuous(std::vector<EventRecord>& records);

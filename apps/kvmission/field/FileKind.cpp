@@ -63,10 +63,12 @@ FileKind KindOfContent(std::string_view head) {
   // Logs begin with comments or half a line often enough; a tenth of the lines tells.
   const auto prevail = [&](std::size_t count) { return count > 0 && 10 * count >= counts.lines; };
   if (counts.applanixHeaders > 0) return FileKind::Applanix;
-  // The scan takes a week without brackets, too, and so most POS lines.
-  if (!prevail(counts.pos) && prevail(counts.exposures)) return FileKind::DroneTimestamps;
-  if (prevail(counts.datedReadings)) return FileKind::DatedOrientation;
-  if (prevail(counts.clockedReadings)) return FileKind::ClockedOrientation;
+  // A timestamp scan takes a week without brackets, too, and so most POS lines; numbers between commas may be readings.
+  if (!prevail(counts.pos)) {
+    if (prevail(counts.exposures)) return FileKind::DroneTimestamps;
+    if (prevail(counts.datedReadings)) return FileKind::DatedOrientation;
+    if (prevail(counts.clockedReadings)) return FileKind::ClockedOrientation;
+  }
   if (prevail(counts.sentences)) return FileKind::Trajectory;
   if (counts.heartbeats > 0 && prevail(counts.events)) return FileKind::Events;
   if (prevail(counts.housekeeping)) return FileKind::HousekeepingLog;

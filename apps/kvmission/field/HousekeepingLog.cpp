@@ -9,6 +9,7 @@
 #include "Interrupt.h"
 #include "Progress.h"
 #include "System.h"
+#include "field/LineNumbers.h"
 #include "field/LineReader.h"
 #include "field/LineWriter.h"
 
@@ -19,8 +20,6 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kLongestLine = 1023;  // characters that the log scanner takes; a longer line ends its scan
 constexpr std::size_t kFewestFields = 3;
-constexpr char kEndOfText = '\x1A';  // Ctrl-Z ends a text file; what stands before it in its line counts
-constexpr std::size_t kNamed = 5;
 
 std::size_t CountFields(std::string_view line) {
   std::size_t count = 0;
@@ -36,7 +35,7 @@ bool IsBlank(std::string_view line) { return line.find_first_not_of(" \t\r") == 
 
 /// What the lines tell of the entries before the scan.
 struct Entries {
-  std::vector<std::size_t> lines;  // number of each one's line
+  LineNumbers lines;
   std::vector<NumberFields> numbers;
 };
 
@@ -46,12 +45,7 @@ Entries CopyLines(const fs::path& path, const fs::path& copy, const Log& message
   LineReader reader(path);
   LineWriter writer(copy);
   Progress progress(messages.ShowsProgress(), "reading the log", "lines");
-  bool ended = false;
-  for (std::string_view line; !ended && reader.Next(line); progress.Step(reader.BytesRead(), reader.FileSize())) {
-    const std::size_t end = line.find(kEndOfText);
-    ended = end != std::string_view::npos;
-    line = line.substr(0, end);
-    if (ended && line.empty()) break;
+  for (std::string_view line; reader.NextOfText(line); progress.Step(reader.BytesRead(), reader.FileSize())) {
     if (line.size() > kLongestLine) {
       log.cutAtLine = log.lines + 1;
       break;
@@ -82,24 +76,21 @@ std::vector<std::string> Lines(const std::string& text) {
   return lines;
 }
 
-void WarnOfDates(const std::vector<std::size_t>& lines, HousekeepingLog& log, Log& messages) {
-  std::vector<std::size_t> named;
+void WarnOfDates(const LineNumbers& lines, HousekeepingLog& log, Log& messages) {
+  LineNumbers faulty;
   for (std::size_t i = 0; i < log.events.size(); ++i) {
-    if (TimeOf(log.events[i])) continue;
-    if (++log.faultyDates <= kNamed) named.push_back(lines[i]);
+    if (!TimeOf(log.events[i])) faulty.push_back(lines[i]);
   }
-  if (log.faultyDates > 0)
-    messages.Warn("log: {} without a valid date and time, line {}{}: placed as the nearest later one",
-                  log.faultyDates == 1 ? "1 entry" : fmt::format("{} entries", log.faultyDates), fmt::join(named, ", "),
-                  log.faultyDates > kNamed ? ", ..." : "");
+  log.faultyDates = faulty.size();
+  if (!faulty.empty())
+    messages.Warn("log: {} without a valid date and time, {}: placed as the nearest later one",
+                  faulty.size() == 1 ? "1 entry" : fmt::format("{} entries", faulty.size()), Named(faulty));
 }
 
 void SetReadings(const Entries& entries, HousekeepingLog& log, Log& messages) {
   auto [ranges, unread] = ReadingsOf(log.events, entries.numbers);
   log.readings = std::move(ranges);
-  if (!unread.empty())
-    messages.Warn("log: {} that {} no finite number, first in line {}: left out of the minima and maxima",
-                  Counted(unread.size(), "reading"), unread.size() == 1 ? "is" : "are", entries.lines[unread[0]]);
+  if (!unread.empty()) WarnOfUnread("log", unread.size(), entries.lines[unread[0]], messages);
 }
 
 }  // namespace

@@ -14,6 +14,8 @@
 namespace kv::mission {
 namespace {
 
+constexpr char kEndOfText = '\x1A';  // Ctrl-Z
+
 [[noreturn]] void FailReading(const std::filesystem::path& path, int reason) {
   ThrowIfInterrupted();
   throw Failure(fmt::format("{}: cannot be read: {}", Utf8(path), std::generic_category().message(reason)));
@@ -36,6 +38,11 @@ std::string ReadBeginning(const std::filesystem::path& path, std::size_t length)
   content.resize(std::fread(content.data(), 1, length, file.get()));
   if (std::ferror(file.get())) FailReading(path, errno);
   return content;
+}
+
+void RefuseUnlessRegular(const std::filesystem::path& path) {
+  std::error_code ignored;
+  if (std::filesystem::is_other(path, ignored)) throw Failure(Utf8(path) + ": is no regular file");
 }
 
 LineReader::LineReader(const std::filesystem::path& path)
@@ -75,6 +82,14 @@ bool LineReader::Next(std::string_view& line) {
     if (ends && line.ends_with('\r')) line.remove_suffix(1);
     return true;
   }
+}
+
+bool LineReader::NextOfText(std::string_view& line) {
+  if (textEnded_ || !Next(line)) return false;
+  const std::size_t end = line.find(kEndOfText);
+  textEnded_ = end != std::string_view::npos;
+  line = line.substr(0, end);
+  return !textEnded_ || !line.empty();
 }
 
 }  // namespace kv::mission

@@ -19,6 +19,9 @@ using FilePtr = std::unique_ptr<std::FILE, CloseFile>;
 /// @throws Failure with the file's name and the system's reason; a folder is refused
 std::string ReadBeginning(const std::filesystem::path& path, std::size_t length);
 
+/// @throws Failure for a pipe or a device, which cannot be read twice
+void RefuseUnlessRegular(const std::filesystem::path& path);
+
 /// The lines of a file in one pass and in fixed memory. LF and CR LF end a line; the last line needs no end. Of a line
 /// longer than 256 KiB only the beginning is given: no field file has such lines.
 class LineReader {
@@ -30,6 +33,9 @@ class LineReader {
   /// @return      false at the end
   /// @throws      Failure when reading fails or the user interrupts
   bool Next(std::string_view& line);
+
+  /// The same of a text file: a Ctrl-Z ends it, and what stands before that in its line counts.
+  bool NextOfText(std::string_view& line);
 
   std::uint64_t BytesRead() const { return bytesRead_; }
   std::uint64_t FileSize() const { return fileSize_; }  ///< 0 when it is not known, as of a pipe
@@ -48,6 +54,7 @@ class LineReader {
   std::uint64_t fileSize_ = 0;
   bool atEnd_ = false;
   bool skipsRest_ = false;  // of a line that was too long
+  bool textEnded_ = false;
 };
 
 }  // namespace kv::mission

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Log.h"
+#include "field/LineNumbers.h"
 #include "field/Readings.h"
 #include "field/Times.h"
 
@@ -17,20 +18,27 @@ namespace kv::mission {
 
 enum class OrientationLine { None, Dated, Clocked };
 
-/// What a line with exactly the seven readings is stamped by.
+/// What a line with the seven readings is stamped by.
 OrientationLine ClassifyOrientation(std::string_view line);
 
 struct OrientationFile {
   bool byMasterClock = false;
-  std::size_t lines = 0, skipped = 0;  ///< lines that are neither blank, a reading nor a heartbeat
+  std::size_t lines = 0;
+  LineNumbers skipped;           ///< neither blank, a reading nor a heartbeat
+  LineNumbers faultyHeartbeats;  ///< without a valid date and time
   std::size_t heartbeats = 0;
   std::size_t readings = 0, untimed = 0;
   TimeSpan span;                     ///< of the readings with a time
   std::vector<ReadingRange> ranges;  ///< board temperature, pitch and roll
+
+  std::size_t LinesLeftOut() const { return skipped.size() + faultyHeartbeats.size(); }
 };
 
-/// Reads an orientation sensor file of either kind and warns of what it lacks.
-/// @throws Failure without a reading, with a heartbeat that is no time, or when the file cannot be read
-OrientationFile ReadOrientationFile(const std::filesystem::path& path, Log& log);
+/// Reads an orientation sensor file of either kind and warns of what it lacks. The scan places a reading from before
+/// the first heartbeat after it, and misreads wraps of the tick counter; here the former has no time, and the ticks are
+/// continuous.
+/// @param scratch  folder for the checked copy
+/// @throws Failure without a reading; when a file cannot be read or written, or the user interrupts
+OrientationFile ReadOrientationFile(const std::filesystem::path& path, const std::filesystem::path& scratch, Log& log);
 
 }  // namespace kv::mission

@@ -33,14 +33,10 @@ std::optional<Instant> TimeOf(const fs::path& photo, const std::wstring& name, F
   return exif->time;
 }
 
-}  // namespace
+/// As the files "._NAME" are that a Mac puts beside each one on a card.
+bool IsHidden(const fs::path& name) { return Utf8(name).starts_with('.'); }
 
-bool HasPhotoExtension(const fs::path& path) {
-  const std::string extension = LowerCase(Utf8(path.extension()));
-  return extension == ".jpg" || extension == ".jpeg";
-}
-
-std::vector<fs::path> PhotosIn(const fs::path& folder) {
+std::vector<fs::path> NamedAsPhotos(const fs::path& folder) {
   std::vector<fs::path> photos;
   std::error_code error;
   for (auto entry = fs::directory_iterator(folder, error); !error && entry != fs::directory_iterator();
@@ -53,10 +49,28 @@ std::vector<fs::path> PhotosIn(const fs::path& folder) {
   return photos;
 }
 
+}  // namespace
+
+bool HasPhotoExtension(const fs::path& path) {
+  const std::string extension = LowerCase(Utf8(path.extension()));
+  return extension == ".jpg" || extension == ".jpeg";
+}
+
+std::vector<fs::path> PhotosIn(const fs::path& folder) {
+  std::vector<fs::path> photos = NamedAsPhotos(folder);
+  std::erase_if(photos, IsHidden);
+  return photos;
+}
+
+std::size_t PhotoNameAt(const fs::path& folder) { return WidePath(folder).find_last_not_of(L"\\/") + 2; }
+
 PhotoFolder ReadPhotoFolder(const fs::path& path, int camera, Log& log) {
   PhotoFolder folder;
   folder.path = (fs::absolute(path) / "").lexically_normal().parent_path();
-  const auto names = PhotosIn(path);
+  auto names = NamedAsPhotos(path);
+  folder.strays = static_cast<std::size_t>(std::count_if(
+      names.begin(), names.end(), [](auto& name) { return IsHidden(name) && name.extension() == ".jpg"; }));
+  std::erase_if(names, IsHidden);
   Progress progress(log.ShowsProgress(), "reading photo times", "photos");
   Findings findings;
   for (const auto& name : names) {

@@ -9,8 +9,6 @@
 namespace kv::mission {
 namespace {
 
-constexpr char kEndOfText = '\x1A';  // Ctrl-Z ends a text file; what stands before it in its line counts
-
 void Note(PosLineKind kind, PosCounts& counts) {
   const auto index = static_cast<std::size_t>(kind);
   if (counts.kinds[index]++ == 0) counts.firstLines[index] = counts.lines;
@@ -31,12 +29,7 @@ PosFile ReadPosFile(const std::filesystem::path& path, const Log& messages,
   LineReader reader(path);
   Progress progress(messages.ShowsProgress(), "reading the POS file", "lines");
   PosColumns columns;
-  bool ended = false;
-  for (std::string_view line; !ended && reader.Next(line); progress.Step(reader.BytesRead(), reader.FileSize())) {
-    const std::size_t end = line.find(kEndOfText);
-    ended = end != std::string_view::npos;
-    line = line.substr(0, end);
-    if (ended && line.empty()) break;
+  for (std::string_view line; reader.NextOfText(line); progress.Step(reader.BytesRead(), reader.FileSize())) {
     if (++file.counts.lines == 1) line = WithoutByteOrderMark(line);
     const PosLineKind kind = ClassifyPos(line, columns);
     Note(kind, file.counts);

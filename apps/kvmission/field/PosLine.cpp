@@ -36,8 +36,6 @@ bool IsAngleOfThree(std::span<const std::string_view> tokens, double largestDegr
          *seconds >= 0 && *seconds < kSixty;
 }
 
-constexpr double kLargestLatitude = 90, kLargestLongitude = 360;
-
 bool HasAnglesOfThree(const Tokens& tokens) {
   constexpr std::size_t kLatitude = 2, kLongitude = 5, kEnd = 8;
   return tokens.size() >= kEnd && IsAngleOfThree(tokens.From(kLatitude), kLargestLatitude) &&

@@ -7,6 +7,8 @@
 /// Lines of POS files: what each is, and why the scan passes over those that are no sample, or should.
 namespace kv::mission {
 
+inline constexpr double kLargestLatitude = 90, kLargestLongitude = 360;  ///< degrees; what is beyond is garbled
+
 enum class PosLineKind {
   Sample,
   Ecef,                   ///< numbers as of a sample, but the columns of the place are ECEF metres

@@ -40,6 +40,11 @@ void Widen(std::optional<ReadingRange>& range, const ReadingName& name, const Ex
   if (reading.value > range->highest.value) range->highest = reading;
 }
 
+void WarnOfUnread(const char* file, std::size_t count, std::size_t line, Log& log) {
+  log.Warn("{}: {} that {} no finite number, first in line {}: left out of the minima and maxima", file,
+           Counted(count, "reading"), count == 1 ? "is" : "are", line);
+}
+
 NumberFields FindNumbers(std::string_view line) {
   NumberFields numbers;
   for (std::size_t place = 0; place < numbers.size(); ++place) {

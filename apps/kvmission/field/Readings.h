@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Log.h"
 #include "field/Times.h"
 
 /// Readings of a sensor log and their ranges, in the units of the log; of the housekeeping log those of battery and
@@ -31,6 +32,11 @@ struct ReadingRange {
 
 /// @param name  outlives the range
 void Widen(std::optional<ReadingRange>& range, const ReadingName& name, const Extreme& reading);
+
+/// Says how many readings are in no range.
+/// @param file  a word for it
+/// @param line  of the first of them
+void WarnOfUnread(const char* file, std::size_t count, std::size_t line, Log& log);
 
 /// Which of the last fields of a line are numbers, by place.
 using NumberFields = std::bitset<7>;

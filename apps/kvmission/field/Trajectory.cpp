@@ -87,19 +87,18 @@ Trajectory InspectedTrajectory(std::vector<tagKVTrajectoryObs>&& observations, d
   return trajectory;
 }
 
-void WarnOfTrajectory(const Trajectory& trajectory, Log& log) {
+void WarnOfTrajectory(const Trajectory& trajectory, const TrajectoryWords& words, Log& log) {
   constexpr std::size_t kNamed = 5;
   const auto& gaps = trajectory.gaps;
   for (std::size_t i = 0; i < std::min(kNamed, gaps.size()); ++i) {
-    log.Warn("trajectory gap of {:.1f} s from {} at {:.7f}, {:.7f}", Seconds(gaps[i].to - gaps[i].from),
+    log.Warn("{} gap of {:.1f} s from {} at {:.7f}, {:.7f}", words.name, Seconds(gaps[i].to - gaps[i].from),
              TimeText(gaps[i].from), gaps[i].latitude, gaps[i].longitude);
   }
-  if (gaps.size() > kNamed) log.Warn("{} more", Counted(gaps.size() - kNamed, "trajectory gap"));
+  if (gaps.size() > kNamed) log.Warn("{}: {} more", words.name, Counted(gaps.size() - kNamed, "gap"));
   if (trajectory.stepsBack > 0)
-    log.Warn("the time of the fixes runs back {}: pieces out of order, or a gap of more than 12 hours over midnight",
-             Counted(trajectory.stepsBack, "time"));
-  if (!trajectory.crossings.empty())
-    log.Warn("the track crosses the 180th meridian: its line there runs around the globe");
+    log.Warn("the time of the {} runs back {}: {}", words.fixes, Counted(trajectory.stepsBack, "time"),
+             words.outOfOrder);
+  if (!trajectory.crossings.empty()) log.Warn("{}", words.crossing);
   if (trajectory.counts.truncatedTimes > 0)
     log.Warn("{} finer than a hundredth of a second: cut to hundredths",
              Counted(trajectory.counts.truncatedTimes, "fix time"));

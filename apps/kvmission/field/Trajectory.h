@@ -58,7 +58,21 @@ Trajectory ScanFixes(const std::filesystem::path& path, const std::filesystem::p
 /// @param observations  one at least
 Trajectory InspectedTrajectory(std::vector<tagKVTrajectoryObs>&& observations, double maxGap);
 
+/// Words for warnings of a trajectory.
+struct TrajectoryWords {
+  const char* name;
+  const char* fixes;
+  const char* outOfOrder;  ///< what times that run back come from
+  const char* crossing;    ///< of the 180th meridian
+};
+inline constexpr TrajectoryWords kReceiverWords{
+    "trajectory", "fixes", "pieces out of order, or a gap of more than 12 hours over midnight",
+    "the track crosses the 180th meridian: its line there runs around the globe"};
+inline constexpr TrajectoryWords kPostProcessedWords{
+    "post-processed trajectory", "post-processed trajectory", "its rows are out of order",
+    "the post-processed trajectory crosses the 180th meridian: it has no places there"};
+
 /// Says what of a trajectory a surveyor should look at.
-void WarnOfTrajectory(const Trajectory& trajectory, Log& log);
+void WarnOfTrajectory(const Trajectory& trajectory, const TrajectoryWords& words, Log& log);
 
 }  // namespace kv::mission

@@ -50,7 +50,7 @@ Json DescribeTrajectory(const fs::path& path, double maxGap, Log& log) {
   const auto date = ChooseDate({{}, {}, fixes.dated}, *fixes.firstFix, log);
   const auto trajectory = ScanFixes(path, copy, fixes, date.value_or(MissionDate{kNoDate, "none"}), maxGap);
   AddFixes(trajectory, date.has_value(), json);
-  WarnOfTrajectory(trajectory, log);
+  WarnOfTrajectory(trajectory, kReceiverWords, log);
   return json;
 }
 
@@ -116,13 +116,18 @@ Json DescribeTimestamps(const fs::path& path, double, Log& log) {
   return json;
 }
 
-Json DescribeOrientation(const fs::path& path, double, Log& log) { return JsonOf(ReadOrientationFile(path, log)); }
+Json DescribeOrientation(const fs::path& path, double, Log& log) {
+  const ScratchFolder scratch(TemporaryFolder());
+  return JsonOf(ReadOrientationFile(path, scratch.Path(), log));
+}
 
 /// Without a date the week is not known, but the seconds of week are.
 Json DescribeApplanix(const fs::path& path, double, Log& log) {
   const ApplanixFile applanix = ReadApplanixFile(path, kNoDate, log);
   Json json = JsonOf(applanix);
   if (!applanix.isDated) json["first"] = json["last"] = nullptr;
+  json["firstSecondsOfWeek"] = json["lastSecondsOfWeek"] = nullptr;
+  if (applanix.samples.empty()) return json;
   json["firstSecondsOfWeek"] = Utf8(std::wstring(applanix.samples.front().GpsSecondsText.GetString()));
   json["lastSecondsOfWeek"] = Utf8(std::wstring(applanix.samples.back().GpsSecondsText.GetString()));
   return json;

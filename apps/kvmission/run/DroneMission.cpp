@@ -22,23 +22,25 @@ PhotoFolder ListPhotos(const fs::path& path) {
   return folder;
 }
 
-/// Photos that no exposure has the number of, and those that serve several.
+/// Photos of a number that no exposure found a photo by, and photos that serve several. Of one number the photos that
+/// were not taken are not missed.
 Pairing PairingOf(const PhotoFolder& folder, const DroneTimestamps& timestamps) {
   Pairing pairing;
   pairing.mode = PairMode::Number;
-  std::vector<std::int32_t> numbers = timestamps.photoNumbers;
+  const std::size_t nameAt = PhotoNameAt(folder.path);
+  std::map<std::wstring, std::size_t> uses;
+  std::vector<std::int32_t> numbers;
+  for (std::size_t i = 0; i < timestamps.events.size(); ++i) {
+    const CStringW& photo = timestamps.events[i].PhotoPath;
+    if (photo.IsEmpty()) continue;
+    ++pairing.paired;
+    numbers.push_back(timestamps.photoNumbers[i]);
+    if (++uses[photo.GetString()] == 2) pairing.shared.push_back(std::wstring(photo.GetString()).substr(nameAt));
+  }
   std::sort(numbers.begin(), numbers.end());
   for (const Photo& photo : folder.photos) {
     const auto number = PhotoNumber(Utf8(photo.name));
     if (!number || !std::binary_search(numbers.begin(), numbers.end(), *number)) pairing.unused.push_back(photo.name);
-  }
-  const std::size_t nameAt = WidePath(folder.path).size() + 1;
-  std::map<std::wstring, std::size_t> uses;
-  for (const auto& event : timestamps.events) {
-    if (event.PhotoPath.IsEmpty()) continue;
-    ++pairing.paired;
-    if (++uses[event.PhotoPath.GetString()] == 2)
-      pairing.shared.push_back(std::wstring(event.PhotoPath.GetString()).substr(nameAt));
   }
   return pairing;
 }
@@ -55,17 +57,55 @@ void WarnOfPairing(const CameraSummary& camera, Log& log) {
              Utf8(pairing.shared[0]));
 }
 
-std::vector<tagKVTrajectoryObs> ObservationsOf(const std::vector<tagKVPosEvent>& samples) {
+/// A sample between two that are in order of time while it is not, as one garbled digit makes it; so at the beginning.
+bool IsOutlier(const tagKVTrajectoryObs* before, const tagKVTrajectoryObs& sample, const tagKVTrajectoryObs& next,
+               const tagKVTrajectoryObs* afterNext) {
+  const double time = sample.AdjGpsSec;
+  if (before) return before->AdjGpsSec <= next.AdjGpsSec && (time < before->AdjGpsSec || time > next.AdjGpsSec);
+  return afterNext && next.AdjGpsSec <= afterNext->AdjGpsSec && time > next.AdjGpsSec;
+}
+
+/// @return how many were taken out
+std::size_t TakeOutOutliers(std::vector<tagKVTrajectoryObs>& observations) {
+  std::size_t kept = 0;
+  const std::size_t count = observations.size();
+  for (std::size_t i = 0; i < count; ++i) {
+    const bool isOut = i + 1 < count && IsOutlier(kept > 0 ? &observations[kept - 1] : nullptr, observations[i],
+                                                  observations[i + 1], i + 2 < count ? &observations[i + 2] : nullptr);
+    if (isOut) continue;
+    if (kept != i) observations[kept] = std::move(observations[i]);
+    ++kept;
+  }
+  observations.resize(kept);
+  return count - kept;
+}
+
+std::vector<tagKVTrajectoryObs> ObservationsOf(const std::vector<tagKVPosEvent>& samples, Log& log) {
   std::vector<tagKVTrajectoryObs> observations;
   observations.reserve(samples.size());
   for (const auto& sample : samples) {
+    if (!HasTime(sample)) continue;
     tagKVTrajectoryObs& observation = observations.emplace_back();
     observation.TimeUTC = sample.TimeUTC, observation.SystemTimeUTC = sample.SystemTimeUTC;
     observation.AdjGpsSec = sample.AdjGpsSec;
     observation.Latitude = sample.Latitude, observation.Longitude = sample.Longitude;
     observation.Altitude = sample.Height;
   }
+  const std::size_t untimed = samples.size() - observations.size(), outliers = TakeOutOutliers(observations);
+  if (untimed > 0) log.Warn("post-processed trajectory: {} without a valid time: left out", Counted(untimed, "sample"));
+  if (outliers > 0)
+    log.Warn("post-processed trajectory: {} out of the order of time: left out", Counted(outliers, "single sample"));
   return observations;
+}
+
+/// A folder that cannot be listed holds none; the timestamp file in it may be readable all the same.
+bool HoldsPhotos(const fs::path& folder, Log& log) {
+  try {
+    return !PhotosIn(folder).empty();
+  } catch (const Failure& failure) {
+    log.Warn("{}", failure.what());
+    return false;
+  }
 }
 
 /// One sensible set of inputs, or a sentence that says what does not go together.
@@ -88,8 +128,10 @@ void SettleDroneInputs(Settings& settings, Log& log) {
   const std::string complaint = ComplaintAbout(settings);
   if (!complaint.empty()) throw Failure(complaint, ExitCode::WrongUsage);
   if (!settings.mrk) return;
+  if (settings.pair || settings.camera1Offset || settings.camera2Offset || settings.tolerance)
+    log.Warn("--pair, --cam1-offset, --cam2-offset and --tolerance change nothing in a drone mission");
   const fs::path beside = fs::absolute(*settings.mrk).parent_path();
-  if (!settings.photos && !PhotosIn(beside).empty()) settings.photos = beside;
+  if (!settings.photos && HoldsPhotos(beside, log)) settings.photos = beside;
   if (!settings.photos) log.Warn("no photos in {}: exposures stay without photos", Utf8(beside));
   settings.camera1 = settings.photos;
 }
@@ -116,16 +158,20 @@ EventLog ReadDroneEvents(const fs::path& scratch, Summary& summary, Log& log) {
 
 Trajectory ApplyPostProcessed(const std::vector<tagKVPosEvent>& samples, std::vector<tagKVSystemEvent>& events,
                               Summary& summary, Log& log) {
-  Trajectory trajectory = InspectedTrajectory(ObservationsOf(samples), summary.inputs.maxGap.value_or(kDefaultMaxGap));
+  auto observations = ObservationsOf(samples, log);
+  if (observations.empty()) throw Failure("the post-processed trajectory has no sample with a valid time");
+  Trajectory trajectory = InspectedTrajectory(std::move(observations), summary.inputs.maxGap.value_or(kDefaultMaxGap));
+  WarnOfTrajectory(trajectory, kPostProcessedWords, log);
   std::vector<tagKVSystemEvent> placed = events;
   const bool isTaken = summary.inputs.position == PositionSource::PostProcessed;
-  Log unheard(Verbosity::Quiet);  // what is only compared is not dropped
-  PlaceEvents(placed, trajectory, isTaken ? log : unheard);
+  Log unheard(Verbosity::Quiet);  // one sentence counts gaps and ends
+  PlaceEvents(placed, trajectory, unheard);
   PositionDifferences& differences = summary.positions.emplace(Compare(events, placed));
   differences.used = isTaken ? PositionSource::PostProcessed : PositionSource::Timestamps;
   if (differences.outside > 0)
-    log.Warn("{} outside the post-processed trajectory of {} to {}: {}", Counted(differences.outside, "exposure"),
-             TimeText(trajectory.first), TimeText(trajectory.last), isTaken ? "dropped" : "not compared");
+    log.Warn("{} outside the post-processed trajectory of {} to {} or in a gap of it: {}",
+             Counted(differences.outside, "exposure"), TimeText(trajectory.first), TimeText(trajectory.last),
+             isTaken ? "dropped" : "not compared");
   if (!isTaken) return {};
   events = std::move(placed);
   summary.cameras[0].placed = static_cast<std::size_t>(std::count_if(events.begin(), events.end(), IsPlaced));

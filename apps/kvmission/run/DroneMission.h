@@ -24,7 +24,7 @@ EventLog ReadDroneEvents(const std::filesystem::path& scratch, Summary& summary,
 
 /// Compares the exposures' places with those of a post-processed trajectory at the same GPS time and, when these are
 /// wanted, takes them over; exposures outside the trajectory then have no place.
-/// @param samples  in time order
+/// @param samples  those without a valid time, and single ones out of the order of time, are left out
 /// @return  the trajectory, without observations where the places of the timestamp file stay
 /// @throws Failure with the library's sentence
 Trajectory ApplyPostProcessed(const std::vector<tagKVPosEvent>& samples, std::vector<tagKVSystemEvent>& events,

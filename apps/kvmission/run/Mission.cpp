@@ -155,10 +155,20 @@ void WritePhotosAndStations(const OutputFolder& output, Events&& events, Summary
 
 /// For an export without a date in its header. Half a day before the first exposure or fix the week is that of the
 /// mission, even if the export begins a little earlier.
-std::optional<Instant> DateForExport(const Summary& summary) {
+Instant DateForExport(const Summary& summary) {
   if (summary.inputs.date) return *summary.inputs.date;
   const Instant first = summary.timestamps ? *summary.timestamps->span.first : summary.trajectory.first;
   return first - std::chrono::hours{12};
+}
+
+void ReadExport(Summary& summary, Log& log) {
+  const Settings& inputs = summary.inputs;
+  const ApplanixFile& applanix =
+      summary.applanix.emplace(ReadApplanixFile(*inputs.applanix, DateForExport(summary), log));
+  if (applanix.samples.empty()) throw Failure(Utf8(*inputs.applanix) + ": no sample");
+  if (!applanix.isDated && !inputs.date)
+    log.Warn("post-processed trajectory: the header holds no date: taken to begin on {}",
+             DateText(std::chrono::floor<std::chrono::days>(*applanix.span.first)));
 }
 
 /// The mission of a drone: its exposures come with places.
@@ -166,7 +176,7 @@ void RunDrone(const RunRequest& request, const OutputFolder& output, const std::
               Summary& summary, Log& log) {
   EventLog eventLog = ReadDroneEvents(output.Staging(), summary, log);
   if (summary.inputs.applanix) {
-    summary.applanix = ReadApplanixFile(*summary.inputs.applanix, DateForExport(summary), log);
+    ReadExport(summary, log);
     samples = &summary.applanix->samples;
   }
   Trajectory trajectory;
@@ -189,8 +199,8 @@ void RunSensor(const RunRequest& request, const OutputFolder& output, Summary& s
   if (heartbeat) dates.heartbeat = FromFileTime(heartbeat->TimeUTC);
   const double maxGap = inputs.maxGap.value_or(kDefaultMaxGap);
   summary.trajectory = ReadTrajectory(*inputs.trajectory, dates, output.Staging(), maxGap, log);
-  WarnOfTrajectory(summary.trajectory, log);
-  if (inputs.applanix) summary.applanix = ReadApplanixFile(*inputs.applanix, DateForExport(summary), log);
+  WarnOfTrajectory(summary.trajectory, kReceiverWords, log);
+  if (inputs.applanix) ReadExport(summary, log);
 
   if (inputs.log) PlaceLog(housekeeping, summary, log);
   PlaceEvents(events, summary.trajectory, log);
@@ -225,7 +235,7 @@ Summary RunMission(const RunRequest& request, Log& log) {
 
   std::optional<PosPoints> pos;
   if (target) pos = TransformPos(*inputs.pos, *target, output.Staging(), log);
-  if (inputs.aos) summary.orientation = ReadOrientationFile(*inputs.aos, log);
+  if (inputs.aos) summary.orientation = ReadOrientationFile(*inputs.aos, output.Staging(), log);
   if (inputs.mrk) {
     RunDrone(request, output, pos ? &pos->samples : nullptr, summary, log);
   } else {

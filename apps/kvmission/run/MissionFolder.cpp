@@ -5,6 +5,7 @@
 #include "Failure.h"
 #include "System.h"
 #include "field/FileKind.h"
+#include "field/LineReader.h"
 #include "field/PhotoFolder.h"
 #include "field/TextCase.h"
 
@@ -24,13 +25,29 @@ struct Candidates {
   std::vector<fs::path> paths;
 };
 
+/// Photos, raw photos and films by their extension: too many to look into.
+bool IsPicture(const fs::path& path) {
+  constexpr std::array kExtensions{".arw", ".cr2", ".cr3", ".dng", ".heic", ".mov", ".mp4",
+                                   ".nef", ".orf", ".png", ".raf", ".rw2",  ".tif", ".tiff"};
+  const std::string extension = LowerCase(Utf8(path.extension()));
+  return HasPhotoExtension(path) || std::find(kExtensions.begin(), kExtensions.end(), extension) != kExtensions.end();
+}
+
+bool HaveSameContent(const std::vector<fs::path>& paths) {
+  const auto size = fs::file_size(paths[0]);
+  const std::string content = ReadBeginning(paths[0], size + 1);
+  return std::all_of(paths.begin() + 1, paths.end(), [&](const fs::path& path) {
+    return fs::file_size(path) == size && ReadBeginning(path, size + 1) == content;
+  });
+}
+
 /// Where an entry of the folder belongs; null when nowhere.
 class Sorter {
  public:
   Candidates* Place(const fs::directory_entry& entry, Log& log) {
     std::error_code unknown;
     if (entry.is_directory(unknown)) return PlaceFolder(LowerCase(Utf8(entry.path().filename())));
-    if (!entry.is_regular_file(unknown) || HasPhotoExtension(entry.path())) return nullptr;
+    if (!entry.is_regular_file(unknown) || IsPicture(entry.path())) return nullptr;
     try {
       return PlaceFile(KindOfFile(entry.path()));
     } catch (const Failure& failure) {
@@ -70,11 +87,13 @@ void Settle(Candidates& candidates, Settings& settings, Log& log) {
   auto& paths = candidates.paths;
   if (setting || paths.empty()) return;
   std::sort(paths.begin(), paths.end());
-  if (paths.size() > 1) {
+  if (paths.size() > 1 && !(candidates.bearer == Bearer::Any && HaveSameContent(paths))) {
     std::string names;
     for (const auto& path : paths) names += (names.empty() ? "" : ", ") + Utf8(path.filename());
-    throw Failure(fmt::format("{}: several {}: {}; choose with {}", Utf8(paths[0].parent_path()), candidates.what,
-                              names, candidates.option));
+    const std::string complaint = fmt::format("{}: several {}: {}; choose with {}", Utf8(paths[0].parent_path()),
+                                              candidates.what, names, candidates.option);
+    if (candidates.bearer != Bearer::Any) throw Failure(complaint);
+    return log.Warn("{}", complaint);  // the mission does without
   }
   log.Note("found {}", Utf8(paths[0]));
   setting = paths[0];
@@ -119,9 +138,11 @@ void FindMissionFiles(const fs::path& folder, Settings& settings, Log& log) {
   for (Candidates& candidates : sorter.All()) {
     if (candidates.bearer == bearer || candidates.bearer == Bearer::Any) {
       Settle(candidates, settings, log);
-    } else if (candidates.bearer == Bearer::Drone && !candidates.paths.empty()) {
-      log.Warn("{}: left aside: there is a trajectory or an event file", Utf8(candidates.paths[0]));
+      continue;
     }
+    for (const auto& path : candidates.paths)
+      log.Warn("{}: left aside: {}", Utf8(path),
+               bearer == Bearer::Drone ? "the mission is a drone's" : "there is a trajectory or an event file");
   }
 }
 

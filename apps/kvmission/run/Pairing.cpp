@@ -47,6 +47,11 @@ Events EventsOf(int camera, const Events& events) {
 void PairByOrder(int camera, const PhotoFolder& folder, Events& own, Log& log) {
   if (LibraryMisreads(folder.path))
     throw Failure(Utf8(folder.path) + ": a folder of photos paired by order cannot have a backslash in its name");
+  if (folder.strays > 0)
+    throw Failure(
+        fmt::format("{}: {} named .*.jpg, as a Mac puts them beside photos: pairing by order would take them for "
+                    "photos; remove them",
+                    Utf8(folder.path), Counted(folder.strays, "hidden file")));
   const std::wstring image = WidePath(folder.path), list = image + PhotoPathSeparator();
   std::wstring error;
   if (!KVUtilities::PopulatePhotoPaths(own, list, list, image, image, error))

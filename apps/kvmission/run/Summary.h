@@ -78,8 +78,9 @@ struct Summary {
   std::vector<Layer> layers;
   std::vector<std::string> warnings;
 
-  /// Nothing was dropped or left ungraded, no line of the event file was left out, the times are beyond doubt, and
-  /// every event and photo has its partner.
+  /// No event, log entry or POS sample was dropped and no photo left ungraded; no line of the event, timestamp,
+  /// orientation or POS file and no row of the export was left out; the log was read to its end; the events' times are
+  /// beyond doubt, and every orientation reading has one; every event and photo has its partner.
   bool IsComplete() const;
 };
 

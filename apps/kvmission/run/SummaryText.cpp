@@ -115,7 +115,8 @@ void PrintApplanix(const Summary& summary, Page& page) {
   if (!summary.applanix) return;
   const ApplanixFile& applanix = *summary.applanix;
   page.Line("Applanix    {}", Utf8(*summary.inputs.applanix));
-  page.Line("  {}, mapping frame {}", Counted(applanix.samples.size(), "sample"), applanix.frame);
+  page.Line("  {}, mapping frame {}", Counted(applanix.samples.size(), "sample"),
+            applanix.frame.empty() ? "unknown" : applanix.frame);
   if (!applanix.report.empty()) page.Line("  {}", applanix.report);
   PrintSpan(applanix.span, page);
   PrintBounds(applanix.bounds, page);
@@ -134,8 +135,9 @@ void PrintOrientation(const Summary& summary, Page& page) {
   if (!summary.orientation) return;
   const OrientationFile& orientation = *summary.orientation;
   page.Line("Orientation {}", Utf8(*summary.inputs.aos));
-  page.Line("  {} stamped by {}; {} skipped", Counted(orientation.readings, "reading"),
-            orientation.byMasterClock ? "the master clock" : "date", Counted(orientation.skipped, "line"));
+  page.Line("  {} stamped by {}, {} without a time; {} left out", Counted(orientation.readings, "reading"),
+            orientation.byMasterClock ? "the master clock" : "date", orientation.untimed,
+            Counted(orientation.LinesLeftOut(), "line"));
   PrintSpan(orientation.span, page);
   PrintRanges(orientation.ranges, page);
 }
@@ -192,7 +194,8 @@ bool Summary::IsComplete() const {
   if (!drops.empty() || (events && (events->LinesLeftOut() > 0 || events->timesDoubtful))) return false;
   if (log && (log->dropped > 0 || log->cutAtLine)) return false;
   if (pos && !pos->IsComplete()) return false;
-  if ((timestamps && !timestamps->skipped.empty()) || (applanix && !applanix->report.empty())) return false;
+  if ((timestamps && !timestamps->skipped.empty()) || (applanix && !applanix->HasAllRows())) return false;
+  if (orientation && (orientation->LinesLeftOut() > 0 || orientation->untimed > 0)) return false;
   return std::all_of(cameras.begin(), cameras.end(), [](const CameraSummary& camera) {
     if (camera.sharpness && !camera.sharpness->ungraded.empty()) return false;
     return camera.folder ? camera.pairing.unused.empty() : camera.read == 0;
