@@ -40,7 +40,7 @@ std::optional<std::int32_t> Week(std::wstring_view token) {
   std::array<wchar_t, kv::kLongestBoundedLine> digits;
   const auto end =
       std::copy_if(token.begin(), token.end(), digits.begin(), [](wchar_t c) { return c != L'[' && c != L']'; });
-  return kv::WholeInteger32({digits.begin(), end});
+  return kv::WholeInteger32(std::wstring_view(digits.begin(), end));
 }
 
 void ReadExposure(Tokens tokens, Exposures& exposures) {
