@@ -20,14 +20,15 @@
 
 namespace kv {
 
-/// The characters that separate fields: three at most, each below U+0040, as tab, blank and comma are. Bytes of that
-/// value are no part of any other character of an ANSI code page.
+/// The characters that separate fields, each below U+0040, as tab, blank and comma are. Bytes of that value are no part
+/// of any other character of an ANSI code page.
+template <std::size_t kCount>
 class Delimiters {
  public:
-  explicit constexpr Delimiters(std::string_view characters) {
-    for (const char c : characters) {
-      bits_ |= std::uint64_t{1} << c;
-      bytes_[count_++] = kEachByte * static_cast<std::uint64_t>(c);
+  explicit constexpr Delimiters(const char (&characters)[kCount + 1]) {
+    for (std::size_t i = 0; i < kCount; ++i) {
+      bits_ |= std::uint64_t{1} << characters[i];
+      bytes_[i] = kEachByte * static_cast<std::uint64_t>(characters[i]);
     }
   }
   constexpr bool operator()(wchar_t c) const { return c >= 0 && c < 64 && (bits_ >> c & 1) != 0; }
@@ -36,7 +37,7 @@ class Delimiters {
   /// @return            the highest bit of every byte that is a delimiter
   constexpr std::uint64_t In(std::uint64_t eightBytes) const {
     std::uint64_t found = 0;
-    for (std::size_t i = 0; i < count_; ++i) found |= ZeroBytes(eightBytes ^ bytes_[i]);
+    for (const std::uint64_t delimiter : bytes_) found |= ZeroBytes(eightBytes ^ delimiter);
     return found;
   }
 
@@ -50,15 +51,17 @@ class Delimiters {
   }
 
   std::uint64_t bits_ = 0;
-  std::array<std::uint64_t, 3> bytes_{};
-  std::size_t count_ = 0;
+  std::array<std::uint64_t, kCount> bytes_{};
 };
+template <std::size_t kSize>
+Delimiters(const char (&)[kSize]) -> Delimiters<kSize - 1>;
 
 /// Splits a line; empty fields give no token, so later tokens move forward.
 /// @param tokens  filled from the start; tokens beyond its size are dropped
 /// @return        the tokens found
-inline std::span<std::wstring_view> Tokenise(std::wstring_view line, Delimiters isDelimiter,
-                                             std::span<std::wstring_view> tokens) {
+template <std::size_t kCount>
+std::span<std::wstring_view> Tokenise(std::wstring_view line, Delimiters<kCount> isDelimiter,
+                                      std::span<std::wstring_view> tokens) {
   std::size_t count = 0;
   for (auto at = line.begin(); count < tokens.size();) {
     const auto begin = std::find_if_not(at, line.end(), isDelimiter);
@@ -70,33 +73,35 @@ inline std::span<std::wstring_view> Tokenise(std::wstring_view line, Delimiters 
 }
 
 /// The same on bytes, eight at a time.
-inline std::span<std::string_view> Tokenise(std::string_view line, Delimiters delimiters,
-                                            std::span<std::string_view> tokens) {
+template <std::size_t kCount>
+std::span<std::string_view> Tokenise(std::string_view line, Delimiters<kCount> delimiters,
+                                     std::span<std::string_view> tokens) {
   static_assert(std::endian::native == std::endian::little);
   constexpr std::size_t kBytes = sizeof(std::uint64_t);
-  const char *begin = line.data(), *end = begin + line.size();
-  std::size_t count = 0;
-  const auto take = [&](const char* tokenEnd) {
-    if (tokenEnd > begin) tokens[count++] = {begin, static_cast<std::size_t>(tokenEnd - begin)};
-    begin = tokenEnd + 1;
+  std::size_t begin = 0, count = 0;
+  const auto take = [&](std::size_t end) {
+    if (end > begin) tokens[count++] = {line.data() + begin, end - begin};
+    begin = end + 1;
     return count < tokens.size();
   };
-  const auto takeEach = [&](const char* at, std::uint64_t bytes) {
+  const auto takeEach = [&](std::size_t at, std::uint64_t bytes) {
     for (std::uint64_t found = delimiters.In(bytes); found != 0; found &= found - 1) {
-      if (!take(at + std::countr_zero(found) / 8)) return false;
+      if (!take(at + static_cast<std::size_t>(std::countr_zero(found)) / 8)) return false;
     }
     return true;
   };
-  const char* at = begin;
+  std::size_t at = 0;
   std::uint64_t bytes = 0;
-  for (; end - at >= std::ptrdiff_t{kBytes}; at += kBytes) {
-    std::memcpy(&bytes, at, kBytes);
+  for (; at + kBytes <= line.size(); at += kBytes) {
+    std::memcpy(&bytes, line.data() + at, kBytes);
     if (!takeEach(at, bytes)) return tokens;
   }
-  bytes = 0;  // NUL, behind the line's end, is no delimiter
-  std::memcpy(&bytes, at, static_cast<std::size_t>(end - at));
-  if (!takeEach(at, bytes)) return tokens;
-  take(end);
+  if (at < line.size()) {
+    bytes = 0;  // NUL, behind the line's end, is no delimiter
+    std::memcpy(&bytes, line.data() + at, line.size() - at);
+    if (!takeEach(at, bytes)) return tokens;
+  }
+  take(line.size());
   return tokens.first(count);
 }
 
@@ -117,34 +122,33 @@ void ForEachLine(std::wstring_view path, Read read) {
 }
 
 /// The same with the first `kMaxTokens` tokens of every line.
-template <std::size_t kMaxTokens, class Read>
-void ForEachLine(std::wstring_view path, Delimiters delimiters, Read read) {
+template <std::size_t kMaxTokens, std::size_t kCount, class Read>
+void ForEachLine(std::wstring_view path, Delimiters<kCount> delimiters, Read read) {
   std::array<std::wstring_view, kMaxTokens> tokens;
   ForEachLine(path, [&](std::wstring_view line) { return read(Tokenise(line, delimiters, tokens)); });
 }
 
-/// Room for the records of a file, from those that a part of it gave: a sixteenth more than the rest makes expect, so
-/// that one piece of memory serves them all. What is not needed of it is never touched.
+/// Room for the records of a file, from those that a part of it gave: a sixteenth more than the whole makes expect, so
+/// that one piece of memory serves them all. What is not needed of it is never touched; records need lines, so it stays
+/// in proportion to the file.
 inline std::size_t ExpectedRecords(std::size_t records, double partRead) {
   constexpr std::size_t kFewToJudgeBy = 4096;
   if (records < kFewToJudgeBy || partRead <= 0.0) return std::max(2 * records, kFewToJudgeBy / 16);
-  const double expected = static_cast<double>(records) / partRead;
-  return records + static_cast<std::size_t>(expected - static_cast<double>(records) + expected / 16);
+  return records + 1 + static_cast<std::size_t>(static_cast<double>(records) * (1.0625 / partRead - 1));
 }
 
 /// Reads a file that has one record a line at most.
-/// @param read  gives the record of a line's first `kMaxTokens` tokens, bytes of the file, or nothing
+/// @param read  fills in the record of a line's first `kMaxTokens` tokens, bytes of the file; false for a line without
 /// @return      the records in file order
-template <class Record, std::size_t kMaxTokens, class Read>
-std::vector<Record> ReadRecords(std::wstring_view path, Delimiters delimiters, Read read) {
+template <class Record, std::size_t kMaxTokens, std::size_t kCount, class Read>
+std::vector<Record> ReadRecords(std::wstring_view path, Delimiters<kCount> delimiters, Read read) {
   TextStream file(path);
   std::array<std::string_view, kMaxTokens> tokens;
   std::vector<Record> records;
   for (std::string_view line; file.ReadLine(line);) {
-    std::optional<Record> record = read(std::span<const std::string_view>(Tokenise(line, delimiters, tokens)));
-    if (!record) continue;
     if (records.size() == records.capacity()) records.reserve(ExpectedRecords(records.size(), file.PartRead()));
-    records.push_back(std::move(*record));
+    const std::span<const std::string_view> found = Tokenise(line, delimiters, tokens);
+    if (!read(found, records.emplace_back())) records.pop_back();
   }
   return records;
 }
@@ -179,8 +183,8 @@ inline constexpr std::size_t kLongestBoundedLine = 1023;
 
 /// Reads a bounded field file, whose bytes are one character each, not the code page's: calls `read` with every line
 /// and with all its tokens. A line that is too long ends the file.
-template <class Read>
-void ForEachBoundedLine(std::wstring_view path, Delimiters delimiters, Read read) {
+template <std::size_t kCount, class Read>
+void ForEachBoundedLine(std::wstring_view path, Delimiters<kCount> delimiters, Read read) {
   TextStream file(path);
   std::array<wchar_t, kLongestBoundedLine> line;
   std::array<std::wstring_view, (kLongestBoundedLine + 1) / 2> tokens;  // one character and a delimiter each

@@ -37,7 +37,7 @@ TimeOfDay ReadTimeOfDay(std::string_view text) {
   return {kv::TwoDigits(text, 0), kv::TwoDigits(text, 2), kv::TwoDigits(text, 4), Milliseconds(text)};
 }
 
-// Follows the date of a file whose lines carry only a time of day. The calendar is asked once for a date.
+// Follows the date of a file whose lines carry only a time of day. Calendar and leap seconds are asked once for a date.
 class RunningDate {
  public:
   explicit RunningDate(FILETIME base) { MoveTo(base); }
@@ -46,34 +46,42 @@ class RunningDate {
     if (previousHour_ == 23 && time.hour == 0) MoveTo(kv::AddTicks(base_, kTicksToNextDate));
     previousHour_ = time.hour;
     const auto field = [](int value) { return static_cast<std::uint16_t>(value); };
-    fix.SystemTimeUTC = date_;
-    fix.SystemTimeUTC.wHour = field(time.hour);
-    fix.SystemTimeUTC.wMinute = field(time.minute);
-    fix.SystemTimeUTC.wSecond = field(time.second);
-    fix.SystemTimeUTC.wMilliseconds = field(time.milliseconds);
-    fix.TimeUTC = FileTimeOf(fix.SystemTimeUTC);
+    SYSTEMTIME& calendar = fix.SystemTimeUTC = date_;
+    calendar.wHour = field(time.hour);
+    calendar.wMinute = field(time.minute);
+    calendar.wSecond = field(time.second);
+    calendar.wMilliseconds = field(time.milliseconds);
+    const bool isTimeOfDay =
+        calendar.wHour < 24 && calendar.wMinute < 60 && calendar.wSecond < 60 && calendar.wMilliseconds < 1000;
+    if (isTimeOfDay && isDate_) {
+      const int seconds = (calendar.wHour * 60 + calendar.wMinute) * 60 + calendar.wSecond;
+      fix.TimeUTC =
+          kv::AddTicks(midnight_, seconds * kv::kTicksPerSecond + calendar.wMilliseconds * kTicksPerMillisecond);
+      // A leap second comes at midnight, so a day's seconds are those of GPS.
+      fix.AdjGpsSec = gpsMidnight_ + seconds + calendar.wMilliseconds / 1000.0;
+    } else {
+      fix.TimeUTC = FILETIME{};
+      fix.AdjGpsSec = kv::AdjGpsSeconds(fix.TimeUTC);
+    }
   }
 
  private:
+  static constexpr std::int64_t kTicksPerMillisecond = kv::kTicksPerSecond / 1000;
+
   void MoveTo(FILETIME base) {
     base_ = base;
     date_ = kv::SystemTimeOrZero(base);
     date_.wHour = date_.wMinute = date_.wSecond = date_.wMilliseconds = 0;
+    isDate_ = date_.wYear != 0;
     midnight_ = kv::FileTimeOrZero(date_);
-  }
-
-  // Zero for what is no calendar time.
-  FILETIME FileTimeOf(const SYSTEMTIME& time) const {
-    const bool isTimeOfDay = time.wHour < 24 && time.wMinute < 60 && time.wSecond < 60 && time.wMilliseconds < 1000;
-    if (!isTimeOfDay || kv::Ticks(midnight_) == 0) return kv::FileTimeOrZero(time);
-    const std::int64_t milliseconds =
-        ((time.wHour * 60 + time.wMinute) * 60 + time.wSecond) * 1000 + time.wMilliseconds;
-    return kv::AddTicks(midnight_, milliseconds * (kv::kTicksPerSecond / 1000));
+    gpsMidnight_ = kv::AdjGpsSeconds(midnight_);
   }
 
   FILETIME base_;
-  SYSTEMTIME date_;
-  FILETIME midnight_;  // of the date; zero when it has none, or is that of 1601-01-01
+  SYSTEMTIME date_;  // at midnight
+  bool isDate_;
+  FILETIME midnight_;
+  double gpsMidnight_;  // adjusted GPS seconds, a whole number
   int previousHour_ = -1;
 };
 
@@ -86,19 +94,16 @@ std::vector<tagKVTrajectoryObs> KVUtilities::ScanKVTrajectoryFile(std::wstring p
   RunningDate runningDate(date);
   kv::ColumnText units;
   // The sentence identifier is not looked at: any line of enough tokens is a fix.
-  const auto readFix = [&](Tokens tokens) {
-    std::optional<tagKVTrajectoryObs> fix;
-    if (tokens.size() < kFixTokens) return fix;
-    fix.emplace();
-    runningDate.SetTime(ReadTimeOfDay(tokens[1]), *fix);
-    fix->AdjGpsSec = kv::AdjGpsSeconds(fix->TimeUTC);
-    fix->Latitude = kv::DegreesFromNmea(tokens[2], tokens[3].front());
-    fix->Longitude = kv::DegreesFromNmea(tokens[4], tokens[5].front());
+  const auto readFix = [&](Tokens tokens, tagKVTrajectoryObs& fix) {
+    if (tokens.size() < kFixTokens) return false;
+    runningDate.SetTime(ReadTimeOfDay(tokens[1]), fix);
+    fix.Latitude = kv::DegreesFromNmea(tokens[2], tokens[3].front());
+    fix.Longitude = kv::DegreesFromNmea(tokens[4], tokens[5].front());
     const double heightAboveGeoid = kv::LeadingDouble(tokens[9]);
-    fix->GeoidOffst = kv::LeadingDouble(tokens[11]);
-    fix->Altitude = heightAboveGeoid + fix->GeoidOffst;
-    fix->AltUnit = units.Of(tokens[10]);
-    return fix;
+    fix.GeoidOffst = kv::LeadingDouble(tokens[11]);
+    fix.Altitude = heightAboveGeoid + fix.GeoidOffst;
+    fix.AltUnit = units.Of(tokens[10]);
+    return true;
   };
   return kv::ReadRecords<tagKVTrajectoryObs, kFixTokens>(path, kv::Delimiters(","), readFix);
 }

@@ -165,6 +165,18 @@ TEST(TrajectoryFile, AnyLinesGiveWhatThePlainReaderGives) {
   }
 }
 
+// Room is made from what the beginning lets expect: dense, sparse and even files all give every fix.
+TEST(TrajectoryFile, LongFilesAreReadWhole) {
+  const std::string other = "$GPVTG,no fix\n";
+  for (const auto& [before, after] : {std::pair(0, 30'000), std::pair(30'000, 0), std::pair(0, 0)}) {
+    std::string content;
+    for (int i = 0; i < before; ++i) content += other;
+    for (int i = 0; i < 10'000; ++i) content += FixAt(std::to_string(100'000 + i % 60));
+    for (int i = 0; i < after; ++i) content += i % 10 ? other : kFix;
+    EXPECT_EQ(Scan(content).size(), 10'000u + static_cast<std::size_t>(after) / 10) << before;
+  }
+}
+
 TEST(TrajectoryFile, EqualUnitsShareOneText) {
   const auto fixes = Scan(kFix + kFix);
   EXPECT_EQ(fixes[0].AltUnit.GetString(), fixes[1].AltUnit.GetString());
