@@ -1,6 +1,8 @@
 #include "crs/CoordinateSystemTransformer.h"
 
+#include <algorithm>
 #include <cmath>
+#include <string_view>
 
 #include "crs/GeodeticData.h"
 #include "crs/GeoidGrids.h"
@@ -10,7 +12,7 @@
 
 namespace {
 
-constexpr const wchar_t* kOkText = L"OK";
+constexpr std::wstring_view kOkText = L"OK";
 constexpr const wchar_t* kSetFailed = L"Failed to set";
 constexpr const wchar_t* kImportReturned = L"coordinate system from WKT.\nGDAL importFromWkt() returned ";
 constexpr const wchar_t* kGetFailed = L"Error reported getting";
@@ -131,8 +133,12 @@ int CoordinateSystemTransformer::CheckVerticalClass(int slot, int datumClass) {
 int CoordinateSystemTransformer::Transform(double* x, double* y, double* z, int count) {
   if (!transformation_) return Fail(kNotSetUp, kNotReady);
   const kv::QuietErrors quiet;
+  // The call that GDAL's others end in; from there it would fetch memory twice for a point. A code is 0 for success.
+  errorCodes_.resize(static_cast<std::size_t>(count));
+  const bool isDone = transformation_->TransformWithErrorCodes(count, x, y, z, nullptr, errorCodes_.data()) == TRUE;
+  const auto isSuccess = [](int code) { return code == 0; };
   // Some transformations pass on what is no number and call it success.
-  if (transformation_->Transform(count, x, y, z, nullptr) != TRUE || !AllFinite(x, y, z, count)) {
+  if (!isDone || !std::all_of(errorCodes_.begin(), errorCodes_.end(), isSuccess) || !AllFinite(x, y, z, count)) {
     return Fail(kTransformFailed, kTransformError);
   }
   return Done();

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 /// Transforms points from a source to a target coordinate system and refuses pairs whose heights cannot be combined.
 /// Operations give 0 for success or a negative code; the text of the last result stays at hand. One thread at a time.
@@ -79,4 +80,5 @@ class CoordinateSystemTransformer {
   std::unique_ptr<OGRCoordinateTransformation, DestroyTransformation> transformation_;
   std::string projSearchPath_;
   std::wstring lastMessage_;
+  std::vector<int> errorCodes_;  // of the latest points
 };

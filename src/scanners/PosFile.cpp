@@ -1,4 +1,4 @@
-#include <optional>
+#include <array>
 #include <span>
 #include <string>
 #include <string_view>
@@ -9,13 +9,16 @@
 #include "conversions/Numbers.h"
 #include "conversions/TimeConverter.h"
 #include "crs/CoordinateSystemTransformer.h"
+#include "crs/QuietErrors.h"
+#include "platform/CodePage.h"
 #include "platform/ResourceText.h"
+#include "platform/TextStream.h"
 #include "scanners/FieldFile.h"
 #include "scanners/PosTime.h"
 
 namespace {
 
-using Tokens = std::span<const std::wstring_view>;
+using Tokens = std::span<const std::string_view>;
 using Event = tagKVPosEvent;
 
 constexpr int kSetUpFailed = 15222;
@@ -39,34 +42,51 @@ constexpr CStringW Event::*kKeptTexts[] = {&Event::Token6,  &Event::Token7,  &Ev
                                            &Event::Token14, &Event::Token15};
 static_assert(kFirstKeptToken + std::size(kKeptTexts) == kSampleTokens);
 
-// Reads what the tokens say; the target coordinates are still missing. Nothing for a line that is no sample.
-std::optional<Event> ReadSample(Tokens tokens, kv::PosClock& clock, const Event& earlier) {
-  if (tokens.size() < kSampleTokens || tokens[0] == L"%") return {};
-  const auto week = kv::WholeInteger32(tokens[0]);
-  const auto seconds = kv::WholeDouble(tokens[1]);
-  const auto latitude = kv::WholeDouble(tokens[2]);
-  const auto longitude = kv::WholeDouble(tokens[3]);
-  const auto height = kv::WholeDouble(tokens[4]);
-  if (!week || !seconds || !latitude || !longitude || !height) return {};
+// Makes samples of lines.
+class SampleReader {
+ public:
+  // Fills in what the tokens say; the target coordinates stay missing.
+  // @return false for a line that is no sample
+  bool Read(Tokens tokens, Event& event) {
+    if (tokens.size() < kSampleTokens || tokens[0] == "%") return false;
+    const auto week = kv::WholeInteger32(tokens[0]);
+    const auto seconds = kv::WholeDouble(tokens[1]);
+    const auto latitude = kv::WholeDouble(tokens[2]);
+    const auto longitude = kv::WholeDouble(tokens[3]);
+    const auto height = kv::WholeDouble(tokens[4]);
+    if (!week || !seconds || !latitude || !longitude || !height) return false;
 
-  Event event;
-  event.GpsWeekText = kv::FieldText(tokens[0], earlier.GpsWeekText);
-  event.GpsSecondsText = kv::FieldText(tokens[1]);
-  event.LatitudeText = kv::FieldText(tokens[2]);
-  event.LongitudeText = kv::FieldText(tokens[3]);
-  event.HeightText = kv::FieldText(tokens[4]);
-  event.Latitude = *latitude;
-  event.Longitude = *longitude;
-  event.Height = *height;
-  for (std::size_t i = 0; i < std::size(kKeptTexts); ++i) {
-    event.*kKeptTexts[i] = kv::FieldText(tokens[kFirstKeptToken + i], earlier.*kKeptTexts[i]);
+    event.GpsWeekText = weeks_.Of(tokens[0]);
+    event.GpsSecondsText = Text(tokens[1]);
+    event.LatitudeText = Text(tokens[2]);
+    event.LongitudeText = Text(tokens[3]);
+    event.HeightText = Text(tokens[4]);
+    event.Latitude = *latitude;
+    event.Longitude = *longitude;
+    event.Height = *height;
+    for (std::size_t i = 0; i < std::size(kKeptTexts); ++i) {
+      event.*kKeptTexts[i] = kept_[i].Of(tokens[kFirstKeptToken + i]);
+    }
+    double adjGpsSeconds = 0.0;
+    TimeConverter::GPSWkSecsToAdjGPSSecs(*week, *seconds, adjGpsSeconds);
+    clock_.SetTime(adjGpsSeconds, event);
+    return true;
   }
-  double adjGpsSeconds = 0.0;
-  TimeConverter::GPSWkSecsToAdjGPSSecs(*week, *seconds, adjGpsSeconds);
-  clock.SetTime(adjGpsSeconds, event);
-  return event;
-}
 
+ private:
+  CStringW Text(std::string_view ansi) {
+    kv::WidenAnsi(ansi, wide_);
+    return CStringW(wide_.data(), static_cast<int>(wide_.size()));
+  }
+
+  kv::PosClock clock_;
+  kv::ColumnText weeks_;
+  std::array<kv::ColumnText, std::size(kKeptTexts)> kept_;
+  std::wstring wide_;
+};
+
+// One point at a time: for many, GDAL takes the operation that suits their middle, which need not be the one that suits
+// each.
 bool Transform(CoordinateSystemTransformer& transformer, Event& event) {
   event.X = event.Longitude;
   event.Y = event.Latitude;
@@ -88,20 +108,22 @@ std::vector<tagKVPosEvent> KVUtilities::ScanKVPosFile(std::wstring posFilePath, 
     error = MHwchar(kSetUpFailed) + message;
     return {};
   }
+  const kv::QuietErrors quiet;  // once for all points
+  kv::TextStream file(posFilePath);
+  SampleReader reader;
+  std::array<std::string_view, kSampleTokens> tokens;
   std::vector<Event> events;
-  const Event none;
-  kv::PosClock clock;
-  kv::ForEachLine<kSampleTokens>(posFilePath, kv::Delimiters("\t "), [&](Tokens tokens) {
-    auto event = ReadSample(tokens, clock, events.empty() ? none : events.back());
-    if (!event) return true;
-    if (!Transform(transformer, *event)) {
+  for (std::string_view line; file.ReadLine(line);) {
+    if (events.size() == events.capacity()) events.reserve(kv::ExpectedRecords(events.size(), file.PartRead()));
+    if (!reader.Read(kv::Tokenise(line, kv::Delimiters("\t "), tokens), events.emplace_back())) {
+      events.pop_back();
+    } else if (!Transform(transformer, events.back())) {
+      events.pop_back();
       transformer.GetLastMessage(message);
       error = kTransformFailed + message;
-      return false;
+      break;
     }
-    events.push_back(std::move(*event));
-    return true;
-  });
+  }
   return events;
 } catch (...) {
   kv::Report(error, kUnexpectedError);
