@@ -1,13 +1,14 @@
 #pragma once
 
 #include <CLI/App.hpp>
+#include <string>
 
 #include "pictures/Grading.h"
 
 namespace kv::mission {
 
-inline void AddJobsOption(CLI::App& command, unsigned& jobs) {
-  command.add_option("--jobs", jobs, "photos graded at a time (default: as many as there are processors)")
+inline void AddJobsOption(CLI::App& command, unsigned& jobs, const std::string& what = "photos graded at a time") {
+  command.add_option("--jobs", jobs, what + " (default: as many as there are processors)")
       ->check(CLI::Range(1u, kMostJobs));
 }
 

@@ -4,12 +4,14 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 
 #include "Commands.h"
 #include "Failure.h"
 #include "Interrupt.h"
+#include "JobsOption.h"
 #include "Log.h"
 #include "System.h"
 #include "field/LineWriter.h"
@@ -26,40 +28,24 @@ namespace fs = std::filesystem;
 
 struct TransformOptions {
   std::string pos, target, output;
+  unsigned jobs = 0;
   bool overwrite = false, json = false, quiet = false, verbose = false;
 };
 
 int DecimalsFor(const tagKVCoordinateSystem& target) { return target.IsGeographic ? 10 : 6; }  // 10 um, 1 um
 
-/// Calls `lineDone` after the header and after each row of the table in `text`.
-template <typename LineDone>
-void WriteTable(const PosPoints& points, int decimals, std::string& text, LineDone lineDone) {
-  AppendPosCsvHeader(text);
-  for (std::size_t i = 0; i < points.samples.size(); ++i) {
-    lineDone();
-    AppendPosCsvRow(points.samples[i], i, points.lines[i], decimals, text);
-  }
-  lineDone();
-}
-
-/// Whether all of it gets there is asked at the end of the command.
-void PrintTable(const PosPoints& points, int decimals) {
-  constexpr std::size_t kBufferSize = 64 * 1024;
-  std::string text;
-  const auto flush = [&] {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    text.clear();
+/// Makes the rows of a table in the threads that make the samples.
+PosUse TableRows(const tagKVCoordinateSystem& target, std::function<void(const std::string& text)> write) {
+  PosUse use;
+  use.prepare = [decimals = DecimalsFor(target)](PosBlock& block) {
+    block.text = PosCsvRows(block, decimals);
+    block.samples = {};
   };
-  WriteTable(points, decimals, text, [&] {
-    if (text.size() >= kBufferSize) flush();
-  });
-  flush();
-}
-
-void WriteTableTo(const fs::path& path, const PosPoints& points, int decimals) {
-  LineWriter writer(path);
-  WriteTable(points, decimals, writer.Text(), [&] { writer.LineDone(); });
-  writer.Close();
+  use.take = [write = std::move(write)](PosBlock&& block) {
+    if (block.first == 0) write(PosCsvHeader());
+    write(block.text);
+  };
+  return use;
 }
 
 /// A file or layer that gets its name once it is whole.
@@ -75,14 +61,23 @@ PosSummary TransformTo(const fs::path& output, const TransformOptions& options, 
   const Results results = isLayer ? Results{{name}, {}} : Results{{}, {name}};
   RefuseResultAsInput(folder, results, options.pos);
   OutputFolder place(folder, options.overwrite, results);
-  PosPoints points = TransformPos(options.pos, target, place.Staging(), log);
+  const fs::path staging = place.Staging();
+  PosSummary summary;
   if (isLayer) {
+    PosPoints points = TransformPos(options.pos, target, staging, options.jobs, log);
     WritePosPoints(place, name.c_str(), std::move(points.samples), target.EsriWkt.GetString(), log);
+    summary = std::move(points.summary);
   } else {
-    WriteTableTo(place.Staging() / name, points, DecimalsFor(target));
+    LineWriter writer(staging / name);
+    const PosUse rows = TableRows(target, [&](const std::string& text) {
+      writer.Text() += text;
+      writer.LineDone();
+    });
+    summary = TransformPos(options.pos, target, staging, options.jobs, log, rows);
+    writer.Close();
   }
   place.Commit();
-  return points.summary;
+  return summary;
 }
 
 std::string ReportText(const PosSummary& summary) {
@@ -91,13 +86,15 @@ std::string ReportText(const PosSummary& summary) {
   return text;
 }
 
-/// Standard output has the table, the report goes beside it.
+/// Standard output has the table, the report goes beside it. Whether all of it gets there is asked at the end of the
+/// command.
 PosSummary TransformAndPrint(const TransformOptions& options, const tagKVCoordinateSystem& target, Log& log) {
   const ScratchFolder scratch(TemporaryFolder());
-  const PosPoints points = TransformPos(options.pos, target, scratch.Path(), log);
-  PrintTable(points, DecimalsFor(target));
-  if (!options.quiet) ShowText(ReportText(points.summary));
-  return points.summary;
+  const PosUse rows =
+      TableRows(target, [](const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); });
+  PosSummary summary = TransformPos(options.pos, target, scratch.Path(), options.jobs, log, rows);
+  if (!options.quiet) ShowText(ReportText(summary));
+  return summary;
 }
 
 ExitCode Transform(const TransformOptions& options) {
@@ -134,6 +131,7 @@ void AddTransformCommand(CLI::App& app, int& exitCode) {
       ->required();
   command.add_option("-o,--output", options->output, "points.shp or points.csv (default: CSV on standard output)")
       ->type_name("FILE");
+  AddJobsOption(command, options->jobs, "threads that transform samples");
   command.add_flag("--overwrite", options->overwrite, "replace the output of an earlier run");
   command.add_flag("--json", options->json, "print the report as JSON; needs --output");
   auto* quiet = command.add_flag("-q,--quiet", options->quiet, "say nothing but errors (and JSON when asked for)");

@@ -115,6 +115,34 @@ TEST_F(TransformTest, ExitCodesTellHowItWent) {
   }
 }
 
+TEST_F(TransformTest, ManyLinesAreTransformedInPiecesAndStayInOrder) {
+  std::string content;
+  for (int i = 0; i < 40'000; ++i) {
+    const std::string time = "2200 " + std::to_string(i % 7 == 0 ? 604'000 - i : i) + ".25";
+    content += i % 1000 == 0 ? "% comment\n" : time + " 48." + std::to_string(i) + " 15.5 300" + kRest;
+  }
+  temp_.Write("many.pos", content);
+  temp_.Write("broken.pos", content + "2200 1 0 105 0" + kRest + content);  // a place that has no coordinates
+  struct {
+    const char* script;
+    int code;
+    const char* said;  // part of what is on standard error
+  } const rows[] = {
+      {"awk '/^2200/ {print n++ \",\" NR \",\" $2 \",\" $3}' many.pos > rows", 0, ""},
+      {"$K transform many.pos --target EPSG:32633 --jobs 3 -o three.csv", 0, ""},
+      {"tail -n +2 three.csv | cut -d, -f1,2,6,7 | cmp - rows", 0, ""},
+      {"$K transform many.pos --target EPSG:32633 --jobs 1 | cmp - three.csv", 0, "39960 of 40000 lines"},
+      {"$K transform broken.pos --target EPSG:32633 > broken.csv || cmp broken.csv three.csv", 0,
+       "and the 39960 after"},
+      {"$K transform broken.pos --target EPSG:32633 --jobs 2 -o broken.shp", 3, "line 40001 cannot be transformed"},
+      {"test $(wc -c < broken.shx) = $((100 + 8 * 39960))", 0, ""},
+  };
+  for (const auto& [script, code, said] : rows) {
+    EXPECT_EQ(Shell(script), code) << script << Errors();
+    EXPECT_NE(Errors().find(said), std::string::npos) << script << Errors();
+  }
+}
+
 TEST_F(TransformTest, ARunBringsThePosLayer) {
   const std::string fix = ",4815.000,N,01530.000,E,4,08,0.9,260.0,M,40.0,M,,\n";
   fs::create_directory(temp_.Path() / "m");

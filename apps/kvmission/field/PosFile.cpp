@@ -2,41 +2,82 @@
 
 #include <algorithm>
 
-#include "Progress.h"
 #include "field/EventLog.h"
-#include "field/LineReader.h"
 
 namespace kv::mission {
 namespace {
 
-void Note(PosLineKind kind, PosCounts& counts) {
+void Note(PosLineKind kind, std::size_t number, PosCounts& counts) {
   const auto index = static_cast<std::size_t>(kind);
-  if (counts.kinds[index]++ == 0) counts.firstLines[index] = counts.lines;
+  ++counts.lines;
+  if (counts.kinds[index]++ == 0) counts.firstLines[index] = number;
 }
 
-void AddSample(const PosColumns& columns, PosFile& file) {
-  file.sampleLines.push_back(file.counts.lines);
-  file.firstWeek = std::min(file.firstWeek.value_or(columns.week), columns.week);
-  file.lastWeek = std::max(file.lastWeek.value_or(columns.week), columns.week);
+void AddWeek(std::int32_t week, PosFile& file) {
+  file.firstWeek = std::min(file.firstWeek.value_or(week), week);
+  file.lastWeek = std::max(file.lastWeek.value_or(week), week);
+}
+
+void AddSample(const PosColumns& columns, std::size_t number, PosFile& file) {
+  file.sampleLines.push_back(number);
+  AddWeek(columns.week, file);
   file.bounds.Add(columns.latitude, columns.longitude, columns.height);
 }
 
 }  // namespace
 
-PosFile ReadPosFile(const std::filesystem::path& path, const Log& messages,
-                    const std::function<void(std::string_view line)>& keep) {
-  PosFile file;
-  LineReader reader(path);
-  Progress progress(messages.ShowsProgress(), "reading the POS file", "lines");
-  PosColumns columns;
-  for (std::string_view line; reader.NextOfText(line); progress.Step(reader.BytesRead(), reader.FileSize())) {
-    if (++file.counts.lines == 1) line = WithoutByteOrderMark(line);
-    const PosLineKind kind = ClassifyPos(line, columns);
-    Note(kind, file.counts);
-    if (kind != PosLineKind::Sample) continue;
-    AddSample(columns, file);
-    keep(line);
+void PosFile::Append(const PosFile& next) {
+  for (std::size_t kind = 0; kind < kPosLineKinds; ++kind) {
+    if (counts.kinds[kind] == 0) counts.firstLines[kind] = next.counts.firstLines[kind];
+    counts.kinds[kind] += next.counts.kinds[kind];
   }
+  counts.lines += next.counts.lines;
+  sampleLines.insert(sampleLines.end(), next.sampleLines.begin(), next.sampleLines.end());
+  for (const auto& week : {next.firstWeek, next.lastWeek}) {
+    if (week) AddWeek(*week, *this);
+  }
+  bounds.Add(next.bounds);
+}
+
+PosReader::PosReader(const std::filesystem::path& path, const Log& messages)
+    : reader_(path), progress_(messages.ShowsProgress(), "reading the POS file", "lines") {}
+
+bool PosReader::Take(std::size_t count, PosLines& lines) {
+  lines.text.clear();
+  lines.before = given_;
+  for (std::string_view line; given_ - lines.before < count && reader_.NextOfText(line);) {
+    (lines.text += given_ == 0 ? WithoutByteOrderMark(line) : line) += '\n';
+    ++given_;
+    progress_.Step(reader_.BytesRead(), reader_.FileSize());
+  }
+  return given_ > lines.before;
+}
+
+PosFile KeepSamples(PosLines& lines) {
+  PosFile file;
+  PosColumns columns;
+  std::string& text = lines.text;
+  std::size_t kept = 0;
+  for (std::size_t begin = 0, end; begin < text.size(); begin = end) {
+    end = text.find('\n', begin) + 1;
+    const std::string_view line(text.data() + begin, end - begin);
+    const PosLineKind kind = ClassifyPos(line.substr(0, line.size() - 1), columns);
+    const std::size_t number = lines.before + file.counts.lines + 1;
+    Note(kind, number, file.counts);
+    if (kind != PosLineKind::Sample) continue;
+    AddSample(columns, number, file);
+    if (kept < begin) line.copy(text.data() + kept, line.size());
+    kept += line.size();
+  }
+  text.resize(kept);
+  return file;
+}
+
+PosFile ReadPosFile(const std::filesystem::path& path, const Log& messages) {
+  constexpr std::size_t kLinesAtOnce = 1024;
+  PosFile file;
+  PosReader reader(path, messages);
+  for (PosLines lines; reader.Take(kLinesAtOnce, lines);) file.Append(KeepSamples(lines));
   return file;
 }
 

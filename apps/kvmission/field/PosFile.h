@@ -2,12 +2,14 @@
 
 #include <array>
 #include <filesystem>
-#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Log.h"
+#include "Progress.h"
+#include "field/LineReader.h"
 #include "field/PosLine.h"
 #include "field/Trajectory.h"
 
@@ -31,13 +33,40 @@ struct PosFile {
   std::vector<std::size_t> sampleLines;             ///< number of each sample's line, from 1
   std::optional<std::int32_t> firstWeek, lastWeek;  ///< least and greatest
   Bounds bounds;                                    ///< of the samples, as they stand in the file
+
+  /// Adds what the lines behind these hold.
+  void Append(const PosFile& next);
 };
 
-/// Reads a POS file and looks at its lines as the scan will.
-/// @param keep  called with each sample's line
+/// Some lines of a POS file, each with a line feed.
+struct PosLines {
+  std::string text;
+  std::size_t before = 0;  ///< lines that stand before them in the file
+};
+
+/// Gives out the lines of a POS file, as far as the scan reads it, without byte-order mark.
+class PosReader {
+ public:
+  /// @throws Failure when the file cannot be opened
+  PosReader(const std::filesystem::path& path, const Log& messages);
+
+  /// @param count  the most lines to take
+  /// @return       false when there are none left
+  /// @throws       Failure when the file cannot be read, or the user interrupts
+  bool Take(std::size_t count, PosLines& lines);
+
+ private:
+  LineReader reader_;
+  Progress progress_;
+  std::size_t given_ = 0;
+};
+
+/// Looks at lines as the scan will, and leaves only the samples among them.
+PosFile KeepSamples(PosLines& lines);
+
+/// Looks at a whole file.
 /// @throws Failure when the file cannot be read, or the user interrupts
-PosFile ReadPosFile(const std::filesystem::path& path, const Log& messages,
-                    const std::function<void(std::string_view line)>& keep);
+PosFile ReadPosFile(const std::filesystem::path& path, const Log& messages);
 
 /// The kinds of lines that are left out, with the words for people and the key for programs.
 struct LeftOutPosLine {

@@ -29,9 +29,11 @@ bool BeginsWithDate(std::string_view token) {
 /// Whole degrees, whole minutes, seconds with a fraction. Decimal degrees have a fraction of their own.
 bool IsAngleOfThree(std::span<const std::string_view> tokens, double largestDegrees) {
   constexpr int kSixty = 60;
-  const auto degrees = Integer(tokens[0]), minutes = Integer(tokens[1]);
+  const auto degrees = Integer(tokens[0]);
+  if (!degrees) return false;  // decimal degrees
+  const auto minutes = Integer(tokens[1]);
   const auto seconds = Decimal(tokens[2]);
-  if (!degrees || !minutes || !seconds || tokens[2].find('.') == std::string_view::npos) return false;
+  if (!minutes || !seconds || tokens[2].find('.') == std::string_view::npos) return false;
   return std::abs(static_cast<double>(*degrees)) <= largestDegrees && *minutes >= 0 && *minutes < kSixty &&
          *seconds >= 0 && *seconds < kSixty;
 }
@@ -44,7 +46,8 @@ bool HasAnglesOfThree(const Tokens& tokens) {
 
 /// Between the deepest shaft at a pole and the highest balloon over the equator the Earth's centre is this far away.
 bool IsNearTheGround(double x, double y, double z) {
-  constexpr double kLeast = 6.34e6, kMost = 6.45e6;  // metres
+  constexpr double kLeast = 6.34e6, kMost = 6.45e6;                                  // metres
+  if (std::max({std::abs(x), std::abs(y), std::abs(z)}) < kLeast / 2) return false;  // nearly every line
   const double distance = std::hypot(x, y, z);
   return distance > kLeast && distance < kMost;
 }

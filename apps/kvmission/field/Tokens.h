@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string_view>
 
@@ -11,12 +12,19 @@ namespace kv::mission {
 /// The first tokens of a line; runs of separators separate as one does.
 class Tokens {
  public:
+  /// @param separators  characters below U+0040, as blank, tab, comma and semicolon are
   Tokens(std::string_view line, std::string_view separators) {
-    for (std::size_t end = 0; count_ < tokens_.size(); ++count_) {
-      const std::size_t begin = line.find_first_not_of(separators, end);
-      if (begin == std::string_view::npos) return;
-      end = std::min(line.find_first_of(separators, begin), line.size());
-      tokens_[count_] = line.substr(begin, end - begin);
+    std::uint64_t bits = 0;
+    for (const char c : separators) bits |= std::uint64_t{1} << c;
+    const auto isSeparator = [bits](char c) {
+      const auto byte = static_cast<unsigned char>(c);
+      return byte < 64 && (bits >> byte & 1) != 0;
+    };
+    for (auto at = line.begin(); count_ < tokens_.size(); ++count_) {
+      const auto begin = std::find_if_not(at, line.end(), isSeparator);
+      if (begin == line.end()) return;
+      at = std::find_if(begin, line.end(), isSeparator);
+      tokens_[count_] = {begin, at};
     }
   }
   std::size_t size() const { return count_; }

@@ -46,6 +46,12 @@ void Bounds::Add(double latitude, double longitude, double altitude) {
   lowest = std::min(lowest, altitude), highest = std::max(highest, altitude);
 }
 
+void Bounds::Add(const Bounds& other) {
+  west = std::min(west, other.west), east = std::max(east, other.east);
+  south = std::min(south, other.south), north = std::max(north, other.north);
+  lowest = std::min(lowest, other.lowest), highest = std::max(highest, other.highest);
+}
+
 Trajectory ReadTrajectory(const std::filesystem::path& path, DateSources dates, const std::filesystem::path& scratch,
                           double maxGap, Log& log) {
   const auto copy = scratch / "fixes";

@@ -19,6 +19,7 @@ struct Bounds {
   double east = -kNone, north = -kNone, highest = -kNone;
 
   void Add(double latitude, double longitude, double altitude);
+  void Add(const Bounds& other);
   bool IsEmpty() const { return west > east; }
 };
 

@@ -98,7 +98,7 @@ Json DescribeLog(const fs::path& path, double, Log& log) {
 }
 
 Json DescribePos(const fs::path& path, double, Log& log) {
-  const PosFile pos = ReadPosFile(path, log, [](std::string_view) {});
+  const PosFile pos = ReadPosFile(path, log);
   WarnOfPosLines(pos.counts, log);
   Json json = JsonOfLines(pos.counts);
   json["firstWeek"] = pos.firstWeek ? Json(*pos.firstWeek) : Json(nullptr);

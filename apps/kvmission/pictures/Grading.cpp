@@ -11,6 +11,7 @@
 #include <system_error>
 #include <thread>
 
+#include "InOrder.h"
 #include "Interrupt.h"
 #include "Progress.h"
 #include "System.h"
@@ -97,10 +98,9 @@ class Graders {
 
 std::vector<Grade> GradePhotos(const std::vector<std::wstring>& paths, unsigned jobs, const Log& log) {
   if (paths.empty()) return {};
-  const unsigned wanted = jobs > 0 ? jobs : std::max(1u, std::thread::hardware_concurrency());
   Progress progress(log.ShowsProgress(), "grading", "photos");
   Graders graders(paths);
-  graders.Start(std::min<std::size_t>(wanted, paths.size()));
+  graders.Start(std::min<std::size_t>(ThreadsFor(jobs), paths.size()));
   return graders.Finish(progress);
 }
 

@@ -15,7 +15,7 @@ struct RunRequest {
   std::filesystem::path output;
   bool overwrite = false;
   bool grade = true;  ///< the photos
-  unsigned jobs = 0;  ///< photos graded at a time, 0 for as many as there are processors
+  unsigned jobs = 0;  ///< threads for photos and samples, 0 for as many as there are processors
 };
 
 /// Turns a mission into layers and summary.json: reads, checks, places, pairs, drops, writes.

@@ -3,6 +3,7 @@
 #include <KVRecords.h>
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -32,17 +33,35 @@ struct PosSummary {
   bool IsComplete() const { return counts.Dropped() == 0 && !endedAtLine; }
 };
 
-struct PosPoints {
-  PosSummary summary;
+/// Samples that follow each other.
+struct PosBlock {
   std::vector<tagKVPosEvent> samples;  ///< with the easting, or longitude, in `X`
   std::vector<std::size_t> lines;      ///< number of each sample's line, from 1; may be more
+  std::size_t first = 0;               ///< number of the first sample, from 0
+  std::string text;                    ///< for `prepare` to fill
+};
+
+/// What becomes of the blocks.
+struct PosUse {
+  std::function<void(PosBlock&)> prepare;  ///< called in several threads at once
+  std::function<void(PosBlock&&)> take;    ///< called in the caller's thread, in the order of the file
 };
 
 /// Reads a POS file, transforms its samples, and warns of what is left out.
-/// @param scratch  folder for a copy of the samples, so that look and scan see the same lines
+/// @param scratch  folder for copies of the samples, so that look and scan see the same lines
+/// @param jobs     threads; 0 for as many as there are processors
 /// @throws Failure when no sample is left, or none can be transformed; when a file cannot be read or written, or the
 ///         user interrupts
+PosSummary TransformPos(const std::filesystem::path& path, const tagKVCoordinateSystem& target,
+                        const std::filesystem::path& scratch, unsigned jobs, Log& log, const PosUse& use);
+
+struct PosPoints {
+  PosSummary summary;
+  std::vector<tagKVPosEvent> samples;  ///< with the easting, or longitude, in `X`
+};
+
+/// The same with all samples at once.
 PosPoints TransformPos(const std::filesystem::path& path, const tagKVCoordinateSystem& target,
-                       const std::filesystem::path& scratch, Log& log);
+                       const std::filesystem::path& scratch, unsigned jobs, Log& log);
 
 }  // namespace kv::mission
