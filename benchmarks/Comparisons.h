@@ -33,8 +33,13 @@ inline constexpr auto kComparisons = std::to_array<Comparison>({
     {5, "sharpness of a 100 MP JPEG", "one-shot OpenCV", "SharpnessFile100InOneShot", "SharpnessFile100", 1.7},
     {5, "its peak memory, 24 MP", "one-shot OpenCV", "SharpnessMemory24InOneShot", "SharpnessMemory24", 1 / 0.3},
     {5, "its peak memory, 100 MP", "one-shot OpenCV", "SharpnessMemory100InOneShot", "SharpnessMemory100", 1 / 0.3},
+    {5, "grade 72 photos on two cores", "one core", "GradeOnOneCore", "GradeOnTwoCores", 1.8},
+    {6, "1,000,000 lines to UTM 33 + EGM96", "cct", "TransformPosByCct", "TransformPos", 3},
+    {6, "1,000,000 lines to UTM 33 + EGM96", "cs2cs", "TransformPosByCs2cs", "TransformPos", 3},
     {7, "pair 5,000 events with 5,000 photos", "literal double loop", "PairByTimeLiterally", "PairByTime", 500},
     {7, "pair 5,000 events with 5,000 photos", "1 us an event", "PairByTimeAllowed", "PairByTime", 1},
     {8, "stations of 20,000 events in order", "literal rule", "StationsInOrderLiterally", "StationsInOrder", 30},
     {8, "stations of 20,000 events shuffled", "literal rule", "StationsShuffledLiterally", "StationsShuffled", 60},
+    {9, "run: an hour, two cameras", "decoding photos and writing", "DecodeAndWriteAlone", "RunMission", 0.9},
+    {9, "run without grading", "10 % of the run", "TenthOfRun", "RunWithoutGrading", 1},
 });

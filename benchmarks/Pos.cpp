@@ -1,0 +1,127 @@
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <memory>
+#include <random>
+#include <string>
+
+#include "Measures.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kSamples = 1'000'000;
+
+// UTM 33 and heights on EGM96; cct and cs2cs are told the same in their own ways.
+constexpr const char* kTransform = KVMISSION_PROGRAM " transform --target EPSG:32633+5773 --quiet";
+constexpr const char* kCct =
+    "cct -d 6 -t 0 -c 4,3,5 +proj=pipeline +step +inv +proj=vgridshift +grids=egm96_15.gtx +multiplier=1 "
+    "+step +proj=utm +zone=33 +ellps=WGS84";
+constexpr const char* kCs2cs = "cs2cs -f %.6f EPSG:4979 EPSG:32633+5773";
+
+// A POS file of places anywhere around the zone, and its columns of latitude, longitude and height, which is what cs2cs
+// reads.
+class Samples {
+ public:
+  Samples() {
+    std::mt19937_64 random(1);
+    std::uniform_real_distribution<double> latitude(40, 60), longitude(12, 18), height(0, 4000);
+    const File pos(std::fopen((folder_ / "samples.pos").c_str(), "wb"), std::fclose);
+    const File places(std::fopen((folder_ / "places").c_str(), "wb"), std::fclose);
+    for (int i = 0; i < kSamples; ++i) {
+      char place[64];
+      std::snprintf(place, sizeof place, "%.9f %.9f %.4f", latitude(random), longitude(random), height(random));
+      std::fprintf(places.get(), "%s\n", place);
+      std::fprintf(pos.get(), "2200 %.3f %s 1 10 0.0035 0.0024 0.0075 -0.0009 0.0020 -0.0005 0.00 999.9\n",
+                   100 + 0.1 * i, place);
+    }
+  }
+
+  /// Gives a program a file and keeps what it prints.
+  bool Give(const char* file, const std::string& program, const char* result) const {
+    return std::system((program + " '" + Path(file) + "' > '" + Path(result) + "' 2> /dev/null").c_str()) == 0;
+  }
+  std::string Path(const char* file) const { return (folder_ / file).string(); }
+
+ private:
+  using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+
+  ScratchFolder folder_;
+};
+
+const Samples& AllSamples() {
+  static const Samples samples;
+  return samples;
+}
+
+using Place = std::array<double, 3>;
+
+// A line's coordinates behind as many commas or blanks.
+bool ReadPlace(std::ifstream& lines, int skipped, Place& place) {
+  std::string line;
+  if (!std::getline(lines, line)) return false;
+  std::replace_if(
+      line.begin(), line.end(), [](char c) { return c == ',' || c == '\t'; }, ' ');
+  const char* at = line.c_str();
+  for (int i = 0; i < skipped; ++i) at = std::strchr(at, ' ') + 1;
+  for (double& coordinate : place) {
+    char* end = nullptr;
+    coordinate = std::strtod(at, &end);
+    at = end;
+  }
+  return true;
+}
+
+// Of our coordinates and a peer's, in metres; infinite when they are not of as many places.
+double LargestDifference(const char* peersResult) {
+  constexpr int kColumnsBefore = 9;
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  std::ifstream ours(AllSamples().Path("ours")), peers(AllSamples().Path(peersResult));
+  Place our, peer;
+  ours.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+  double largest = 0;
+  for (int i = 0; i < kSamples; ++i) {
+    if (!ReadPlace(ours, kColumnsBefore, our) || !ReadPlace(peers, 0, peer)) return kInfinity;
+    for (std::size_t axis = 0; axis < our.size(); ++axis) {
+      const double difference = std::abs(our[axis] - peer[axis]);
+      if (!(difference <= largest)) largest = difference;
+    }
+  }
+  return largest;
+}
+
+void TransformPos(benchmark::State& state) {
+  AllSamples();
+  for (auto _ : state) {
+    if (!AllSamples().Give("samples.pos", kTransform, "ours")) state.SkipWithError("kvmission failed");
+  }
+}
+BENCHMARK(TransformPos)->UseRealTime()->Iterations(1);
+
+// What is faster because it is less exact would be no peer: the coordinates are compared.
+void TransformBy(benchmark::State& state, const char* name, const char* program, const char* file) {
+  constexpr double kTenthOfMillimetre = 1e-4;
+  if (!IsInstalled(name)) return state.SkipWithError((std::string(name) + " is not installed").c_str());
+  AllSamples();
+  for (auto _ : state) {
+    if (!AllSamples().Give(file, program, name)) state.SkipWithError((std::string(name) + " failed").c_str());
+  }
+  const bool areOurs = AllSamples().Give("samples.pos", kTransform, "ours");
+  const double largest = areOurs ? LargestDifference(name) : std::numeric_limits<double>::infinity();
+  if (!(largest <= kTenthOfMillimetre)) state.SkipWithError("its coordinates are not ours");
+}
+void TransformPosByCct(benchmark::State& state) { TransformBy(state, "cct", kCct, "samples.pos"); }
+void TransformPosByCs2cs(benchmark::State& state) { TransformBy(state, "cs2cs", kCs2cs, "places"); }
+BENCHMARK(TransformPosByCct)->UseRealTime()->Iterations(1);
+BENCHMARK(TransformPosByCs2cs)->UseRealTime()->Iterations(1);
+
+}  // namespace
