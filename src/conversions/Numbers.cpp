@@ -25,7 +25,7 @@ int DigitValue(wchar_t c) {
                                        0x0CE6, 0x0D66, 0x0E50, 0x0ED0, 0x0F20, 0x1040, 0x17E0, 0x1810, 0xFF10};
   for (const wchar_t zero : kZeros) {
     if (c < zero) break;
-    if (c - zero < 10) return c - zero;
+    if (const int digit = static_cast<int>(c) - static_cast<int>(zero); digit < 10) return digit;
   }
   return -1;
 }
@@ -112,7 +112,7 @@ bool StartsHexadecimal(std::string_view digits) {
 // "nan", in any case of letters, also with anything between "(" and ")" behind it.
 template <class Char>
 bool IsNan(std::basic_string_view<Char> text) {
-  const auto isLetter = [](Char c, char letter) { return c == letter || c == letter - 'a' + 'A'; };
+  const auto isLetter = [](Char c, Char letter) { return c == letter || c == static_cast<Char>(letter - 'a' + 'A'); };
   const bool isBare = text.size() == 3 || (text.size() >= 5 && text[3] == '(' && text.back() == ')');
   return isBare && isLetter(text[0], 'n') && isLetter(text[1], 'a') && isLetter(text[2], 'n');
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 
 namespace kv {
 namespace {
@@ -18,7 +19,7 @@ wchar_t Widen(unsigned char byte) {
 }
 
 char Narrow(wchar_t character) {
-  const bool isOwnByte = character >= 0 && character < 0x100;
+  const bool isOwnByte = static_cast<std::uint32_t>(character) < 0x100;
   if (isOwnByte && (character < kTableBegin || character >= kTableEnd)) return static_cast<char>(character);
   const auto found = std::find(kTable.begin(), kTable.end(), character);
   return found == kTable.end() ? '?' : static_cast<char>(kTableBegin + (found - kTable.begin()));

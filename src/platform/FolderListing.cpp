@@ -28,7 +28,7 @@ wchar_t UpperCase(wchar_t c) {
                                          {0xFF, 0xFF, -0x79},  {0x03B1, 0x03C1, 32},  {0x03C3, 0x03C9, 32},
                                          {0x0430, 0x044F, 32}, {0x0450, 0x045F, 0x50}};
   for (const Range& range : kLowerCase) {
-    if (c >= range.first && c <= range.last) return static_cast<wchar_t>(c - range.distance);
+    if (c >= range.first && c <= range.last) return static_cast<wchar_t>(static_cast<int>(c) - range.distance);
   }
   return c;
 }

@@ -31,7 +31,10 @@ class Delimiters {
       bytes_[i] = kEachByte * static_cast<std::uint64_t>(characters[i]);
     }
   }
-  constexpr bool operator()(wchar_t c) const { return c >= 0 && c < 64 && (bits_ >> c & 1) != 0; }
+  constexpr bool operator()(wchar_t c) const {
+    const auto code = static_cast<std::uint32_t>(c);
+    return code < 64 && (bits_ >> code & 1) != 0;
+  }
 
   /// @param eightBytes  of a text, the first one lowest
   /// @return            the highest bit of every byte that is a delimiter
