@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
@@ -9,12 +8,11 @@
 #include <vector>
 
 #include "KVUtilities.h"
-#include "conversions/Blanks.h"
 #include "conversions/FileTimes.h"
 #include "conversions/Numbers.h"
 #include "conversions/TimeConverter.h"
-#include "platform/CodePage.h"
 #include "platform/FileNames.h"
+#include "scanners/ApplanixHeader.h"
 #include "scanners/ByteOrderMark.h"
 #include "scanners/FieldFile.h"
 #include "scanners/PosTime.h"
@@ -22,7 +20,9 @@
 namespace {
 
 using Event = tagKVPosEvent;
+using Header = kv::ApplanixHeader;
 using Tokens = std::span<const std::wstring_view>;
+using WeekStart = kv::ApplanixHeader::WeekStart;
 
 constexpr const wchar_t* kNoDate = L"Error scanning Applanix trajectory file. The header holds no mission date.";
 constexpr const wchar_t* kMissingColumns =
@@ -65,81 +65,6 @@ constexpr TextColumn kTextColumns[] = {
     {L"EAST SD", &Event::Token9},       {L"NORTH SD", &Event::Token10},      {L"HEIGHT SD", &Event::Token11},
     {L"ROLL SD", &Event::Token12},      {L"PITCH SD", &Event::Token13},      {L"HEADING SD", &Event::Token14},
     {L"DISTANCE", &Event::Token15},
-};
-
-constexpr std::size_t kMostColumns = 64;  // later ones are not looked at
-constexpr std::size_t kMostEntries = 16;  // in a line of the header
-
-// Where the mission begins in GPS time.
-struct WeekStart {
-  std::int32_t week;
-  double secondsOfWeek;
-};
-
-// Nothing for a time that does not exist.
-std::optional<WeekStart> WeekStartOf(std::wstring_view date, std::wstring_view time) {
-  WeekStart start{-1, 0};
-  const std::wstring utc = std::wstring(date) + L' ' + std::wstring(time);
-  std::string narrow(utc.size(), '\0');
-  narrow.resize(kv::NarrowAnsi(utc, narrow));
-  TimeConverter::UTCToGPSWeekSecs(narrow, start.week, start.secondsOfWeek);
-  return start.week < 0 ? std::nullopt : std::optional(start);
-}
-
-class Header {
- public:
-  /// @return whether the line ends the header
-  bool Read(std::wstring_view line) {
-    if (kv::WithoutLeadingBlanks(line).starts_with(L"(time in Sec")) return true;
-    if (!kv::Trimmed(line).empty()) columns_ = line;
-    // One line may hold several entries, with semicolons between them.
-    std::array<std::wstring_view, kMostEntries> entries;
-    for (const std::wstring_view entry : kv::Tokenise(line, kv::Delimiters(";"), entries)) ReadEntry(entry);
-    return false;
-  }
-
-  /// Of the mission, at midnight when the time of day is none; nothing when the header has no date.
-  std::optional<WeekStart> Start() const {
-    constexpr std::size_t kDateLength = 10, kTimeLength = 8;  // YYYY-MM-DD, hh:mm:ss: a fraction changes no week
-    const std::wstring_view date = ValueOf(kDate).substr(0, kDateLength);
-    const auto start = WeekStartOf(date, ValueOf(kTime).substr(0, kTimeLength));
-    return start ? start : WeekStartOf(date, L"00:00:00");
-  }
-
-  // The names of the columns, from the last line before the end; one may be empty.
-  std::vector<std::wstring_view> Columns() const {
-    std::vector<std::wstring_view> columns;
-    std::wstring_view rest = columns_;
-    for (std::size_t length = 0; length != std::wstring_view::npos && columns.size() < kMostColumns;) {
-      length = rest.find(L',');
-      columns.push_back(kv::Trimmed(rest.substr(0, length)));
-      if (length != std::wstring_view::npos) rest.remove_prefix(length + 1);
-    }
-    while (!columns.empty() && columns.back().empty()) columns.pop_back();  // a comma behind the last name
-    return columns;
-  }
-
-  std::wstring_view Datum() const { return ValueOf(kDatum); }
-  std::wstring_view Projection() const { return ValueOf(kProjection); }
-
- private:
-  enum Entry : std::size_t { kDate, kTime, kDatum, kProjection };
-  static constexpr std::array<std::wstring_view, 4> kLabels = {L"Date of Mission", L"Start Time",
-                                                               L"Mapping frame datum", L"Mapping frame projection"};
-
-  std::wstring_view ValueOf(Entry entry) const { return values_[entry]; }
-
-  // "label: value"; of several values of one label the first counts.
-  void ReadEntry(std::wstring_view text) {
-    const std::size_t colon = text.find(L':');
-    const auto label = std::find(kLabels.begin(), kLabels.end(), kv::Trimmed(text.substr(0, colon)));
-    if (colon == std::wstring_view::npos || label == kLabels.end()) return;
-    std::wstring& value = values_[static_cast<std::size_t>(label - kLabels.begin())];
-    if (value.empty()) value = kv::Trimmed(text.substr(colon + 1));
-  }
-
-  std::wstring columns_;
-  std::array<std::wstring, kLabels.size()> values_;
 };
 
 // What has no finite value is no measurement.
@@ -273,7 +198,7 @@ std::vector<Event> Scan(const std::wstring& path, std::optional<WeekStart> start
   if (!kv::PathExists(path)) return {};
   Header header;
   std::optional<Rows> rows;
-  std::array<std::wstring_view, kMostColumns> tokens;
+  std::array<std::wstring_view, Header::kMostColumns> tokens;
   kv::ByteOrderMark mark;
   kv::ForEachLine(path, [&](std::wstring_view text) {
     const std::wstring_view line = mark.Skip(text);

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kv {
+
+/// The header of an Applanix export, which is read line by line, see docs/formats/applanix.md.
+class ApplanixHeader {
+ public:
+  /// Where the mission begins in GPS time.
+  struct WeekStart {
+    std::int32_t week;
+    double secondsOfWeek;
+  };
+
+  static constexpr std::size_t kMostColumns = 64;  ///< later ones are not looked at
+
+  /// @return whether the line ends the header
+  bool Read(std::wstring_view line);
+
+  /// Of the mission, at midnight when the time of day is none; nothing when the header has no date that exists.
+  std::optional<WeekStart> Start() const;
+
+  /// The names of the columns, from the last line before the end; one may be empty.
+  std::vector<std::wstring_view> Columns() const;
+
+  std::wstring_view Datum() const { return values_[kDatum]; }
+  std::wstring_view Projection() const { return values_[kProjection]; }
+
+ private:
+  enum Entry : std::size_t { kDate, kTime, kDatum, kProjection, kEntries };
+
+  void ReadEntry(std::wstring_view text);
+
+  std::wstring columns_;
+  std::array<std::wstring, kEntries> values_;
+};
+
+}  // namespace kv
