@@ -76,7 +76,7 @@ Exposures ReadExposures(const std::wstring& path, std::wstring& error) {
     error = kNoFile + path;
     return exposures;
   }
-  kv::ByteOrderMark mark;
+  kv::ByteOrderMark mark(kv::ByteOrderMark::Bytes::OneCharacterEach);
   constexpr kv::Delimiters kDelimiters("\t, ");
   kv::ForEachBoundedLine(path, kDelimiters, [&](std::wstring_view line, Tokens tokens) {
     const std::wstring_view text = mark.Skip(line);
