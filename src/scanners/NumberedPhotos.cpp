@@ -1,7 +1,11 @@
 #include "scanners/NumberedPhotos.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <optional>
 #include <string_view>
+#include <system_error>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -50,6 +54,11 @@ int RankOf(std::wstring_view suffix, std::wstring_view extension) {
   return 2 * (suffix.empty() ? 0 : isMain ? 1 : 2) + (isRaw ? 1 : 0);
 }
 
+bool IsRegularFile(const std::wstring& path) {
+  std::error_code unknown;
+  return std::filesystem::is_regular_file(NativePath(path), unknown);
+}
+
 }  // namespace
 
 NumberedPhotos::NumberedPhotos(const std::wstring& folder) {
@@ -65,16 +74,23 @@ NumberedPhotos::NumberedPhotos(const std::wstring& folder) {
     const auto [numbered, suffix] = SplitSuffix(name.substr(0, point));
     const auto number = NumberAtEnd(numbered);
     if (!number) continue;
-    // Among equals the first by name, which is the order of the list.
-    const Photo photo{RankOf(suffix, name.substr(point)), std::wstring(name)};
-    const auto [at, isFirst] = best_.try_emplace(*number, photo);
-    if (!isFirst && photo.rank < at->second.rank) at->second = photo;
+    photos_.push_back({*number, RankOf(suffix, name.substr(point)), std::wstring(name)});
   }
+  // Among equals the first by name, which is the order of the list.
+  std::stable_sort(photos_.begin(), photos_.end(), [](const Photo& a, const Photo& b) {
+    return std::tie(a.number, a.rank) < std::tie(b.number, b.rank);
+  });
 }
 
 std::wstring NumberedPhotos::PathOf(std::int64_t number) const {
-  const auto at = best_.find(number);
-  return at == best_.end() ? std::wstring() : folder_ + L'\\' + at->second.name;
+  const auto isBefore = [](const Photo& photo, std::int64_t sought) { return photo.number < sought; };
+  // The list has pipes and links that lead nowhere, too. To ask only of what would be taken is mostly once a number.
+  for (auto photo = std::lower_bound(photos_.begin(), photos_.end(), number, isBefore);
+       photo != photos_.end() && photo->number == number; ++photo) {
+    std::wstring path = folder_ + L'\\' + photo->name;
+    if (IsRegularFile(path)) return path;
+  }
+  return {};
 }
 
 }  // namespace kv

@@ -25,8 +25,8 @@ const char* const kExport =
     "  (time in Sec, ...)\n\n 273850.0 37.80001 -122.4 22.5\n 604799 37.8 -122.4 22.5\n 273855.0 97.8 -122.4 22.5\n"
     " 273860.0 37.80011 -122.4 22.5\n";
 
-/// A drone mission "m": exposures 1, 2, 4 and 5 before a Ctrl-Z, photos 1, 2, 5 and 9; of 4 a link that leads
-/// nowhere, and one whose name the library does not look for.
+/// A drone mission "m": exposures 1, 2, 4 and 5 before a Ctrl-Z, photos 1, 2, 5 and 9; of 1 and 4 a link that leads
+/// nowhere, of 4 one whose name the library does not look for.
 class DroneTest : public CommandTest {
  protected:
   void SetUp() override {
@@ -39,7 +39,7 @@ class DroneTest : public CommandTest {
     for (const char* name : {"DJI_0001_V", "DJI_0001_T", "._DJI_0001", "DJI_0002_V", "DJI_0005_V", "DJI_0009_V"})
       temp_.Write(std::string("m/") + name + ".JPG", "x");
     temp_.Write("m/DJI_0004_V.Jpg", "x");
-    fs::create_symlink("none", temp_.Path() / "m/DJI_0004.JPG");
+    for (const char* link : {"m/DJI_0001.JPG", "m/DJI_0004.JPG"}) fs::create_symlink("none", temp_.Path() / link);
     temp_.Write("sbet.txt", kExport);
     temp_.Write("bad.MRK", "no exposure\n");
   }

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <set>
 #include <string>
 
 #include "Failure.h"
@@ -66,17 +65,6 @@ constexpr std::array<Range, 4> kRanges{{{1, 0, 604'800},    // seconds of week
 constexpr std::size_t kWeekAt = 2;
 constexpr std::int32_t kLastWeek = 418'000;  // in the year 9990; layers have four digits for a year
 
-/// The names of a folder's pipes, links that lead nowhere, and folders. The library looks at names alone.
-std::set<std::wstring> NamesOfNoFiles(const fs::path& folder) {
-  std::set<std::wstring> names;
-  std::error_code error, unknown;
-  for (auto entry = fs::directory_iterator(folder, error); !error && entry != fs::directory_iterator();
-       entry.increment(error)) {
-    if (!entry->is_regular_file(unknown)) names.insert(WidePath(entry->path().filename()));
-  }
-  return names;
-}
-
 std::vector<tagKVSystemEvent> Scan(const fs::path& copy, const std::optional<fs::path>& photos) {
   std::wstring report;  // how many have no photo, which the pairing tells by name
   if (!photos) return KVUtilities::ScanDjiTimestampFileWithoutImages(WidePath(copy), report);
@@ -84,12 +72,10 @@ std::vector<tagKVSystemEvent> Scan(const fs::path& copy, const std::optional<fs:
     throw Failure(Utf8(*photos) + ": a folder of numbered photos cannot have a backslash in its name");
   const std::size_t nameAt = PhotoNameAt(*photos);
   auto events = KVUtilities::ScanDjiTimestampFile(WidePath(copy), WidePath(*photos), report);
-  const std::set<std::wstring> noFiles = NamesOfNoFiles(*photos);
   for (auto& event : events) {
     std::wstring photo = event.PhotoPath.GetString();
     if (photo.empty()) continue;
     photo[nameAt - 1] = PhotoPathSeparator();
-    if (noFiles.contains(photo.substr(nameAt))) photo.clear();
     event.PhotoPath = photo.c_str();
   }
   return events;
