@@ -63,7 +63,7 @@ constexpr std::array<Range, 4> kRanges{{{1, 0, 604'800},    // seconds of week
                                         {11, -360, 360},    // longitude
                                         {13, -1e5, 1e5}}};  // height
 constexpr std::size_t kWeekAt = 2;
-constexpr std::int32_t kLastWeek = 418'000;  // in the year 9990; layers have four digits for a year
+constexpr std::int32_t kLastWeek = 417'993;  // to begin in the year 9990; layers have four digits for a year
 
 std::vector<tagKVSystemEvent> Scan(const fs::path& copy, const std::optional<fs::path>& photos) {
   std::wstring report;  // how many have no photo, which the pairing tells by name

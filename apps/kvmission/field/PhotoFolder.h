@@ -33,7 +33,8 @@ struct PhotoFolder {
 /// @throws Failure when the folder cannot be listed, or the user interrupts
 PhotoFolder ReadPhotoFolder(const std::filesystem::path& path, int camera, Log& log);
 
-/// The names of a folder's JPEG photos in order, but for hidden files, which begin with a point. @throws Failure when it cannot be listed
+/// The names of a folder's JPEG photos in order, but for hidden files, which begin with a point.
+/// @throws Failure when it cannot be listed
 std::vector<std::filesystem::path> PhotosIn(const std::filesystem::path& folder);
 
 /// Where the name begins in the path of a photo that the library finds in a folder.
