@@ -68,10 +68,11 @@ Json JsonOf(const OrientationFile& orientation) {
 }
 
 Json JsonOf(const ApplanixFile& applanix) {
-  return {{"samples", applanix.samples.size()}, {"allRowsRead", applanix.report.empty()},
-          {"outOfRange", applanix.outOfRange},  {"dateInHeader", applanix.isDated},
-          {"mappingFrame", applanix.frame},     {"first", JsonOf(applanix.span.first)},
-          {"last", JsonOf(applanix.span.last)}, {"bounds", JsonOf(applanix.bounds)}};
+  return {{"samples", applanix.samples.size()},   {"allRowsRead", applanix.report.empty()},
+          {"outOfRange", applanix.outOfRange},    {"outOfOrder", applanix.outOfOrder},
+          {"dateInHeader", applanix.isDated},     {"mappingFrame", applanix.frame},
+          {"first", JsonOf(applanix.span.first)}, {"last", JsonOf(applanix.span.last)},
+          {"bounds", JsonOf(applanix.bounds)}};
 }
 
 std::string Written(const Json& json) {

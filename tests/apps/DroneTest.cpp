@@ -18,12 +18,12 @@ std::string Exposure(int number, const char* seconds, const char* latitude) {
          ",Lat\t-122.4,Lon\t20.5,Ellh\t0.1, 0.1, 0.2\t50,Q\r\n";
 }
 
-/// An export whose header has no date; 10 s between its rows, 0.00001 degrees and 2 m away from the exposures. A time
+/// An export whose header has no date; 10 s between its rows, 0.00001 degrees and 2 m away from the exposures. Two times
 /// and a latitude are garbled.
 const char* const kExport =
     " Mapping frame datum: WGS84  ; Mapping frame projection : TM;\n TIME, LATITUDE, LONGITUDE, ELLIPSOID HEIGHT\n\n"
     "  (time in Sec, ...)\n\n 273850.0 37.80001 -122.4 22.5\n 604799 37.8 -122.4 22.5\n 273855.0 97.8 -122.4 22.5\n"
-    " 273860.0 37.80011 -122.4 22.5\n";
+    " 273860.0 37.80011 -122.4 22.5\n 9e8 37.8 -122.4 99\n";
 
 /// A drone mission "m": exposures 1, 2, 4 and 5 before a Ctrl-Z, photos 1, 2, 5 and 9; of 1 and 4 a link that leads
 /// nowhere, of 4 one whose name the library does not look for.
@@ -82,11 +82,13 @@ TEST_F(DroneTest, PlacesComeFromThePostProcessedTrajectoryWhenWanted) {
     EXPECT_NEAR(summary["photos"]["bounds"]["highest"], isTaken ? 22.5 : 20.5, 1e-9);
     EXPECT_EQ(summary["dropped"].back()["photoNumber"], isTaken ? 5 : 4);
     EXPECT_EQ(summary["applanix"]["outOfRange"], 1);
-    EXPECT_NE(Errors().find("1 single sample out of the order of time"), std::string::npos) << Errors();
+    EXPECT_NE(Errors().find("2 single samples out of the order of time"), std::string::npos) << Errors();
     EXPECT_NE(Errors().find("holds no date: taken to begin on 2021-10-06"), std::string::npos) << Errors();
   }
   EXPECT_EQ(Summary()["dropped"].back()["reason"], "no place: after the last fix");
   EXPECT_EQ(Summary()["applanix"]["first"], "2021-10-06T04:03:52.000Z");
+  EXPECT_EQ(Summary()["applanix"]["last"], "2021-10-06T04:04:02.000Z");
+  EXPECT_EQ(Summary()["applanix"]["bounds"]["highest"], 22.5);
 }
 
 TEST_F(DroneTest, ExitCodesTellHowItWent) {
@@ -99,7 +101,9 @@ TEST_F(DroneTest, ExitCodesTellHowItWent) {
       {"cp m/flight.MRK alone.MRK; $K run --mrk alone.MRK -o p", 3, "stay without photos"},
       {"$K run --mrk bad.MRK -o u", 1, "bad.MRK: no exposure in 1 line"},
       {"$K run --mrk m/flight.MRK --applanix bad.MRK -o u", 1, "no sample"},
-      {"head -n 4 sbet.txt > h.txt; $K run m -o u --applanix h.txt", 1, "h.txt: no sample"},
+      {"(head -n 5 sbet.txt; echo 1 97.8 0 0; echo 2 98 0 0) > h.txt; $K run m -o u --applanix h.txt --position pos", 1,
+       "h.txt: no usable sample"},
+      {"$K run m -o o --overwrite --applanix h.txt", 3, "h.txt: no usable sample: places are not compared"},
       {"$K run m -o o --overwrite --no-sharpness --applanix sbet.txt --position pos 2> e; code=$?; cat e >&2;"
        "grep -q 'post-processed trajectory gap of 10.0 s' e && ! grep -q 'inside trajectory gaps' e && exit $code",
        3, "4 exposures outside the post-processed trajectory"},
@@ -113,10 +117,13 @@ TEST_F(DroneTest, ExitCodesTellHowItWent) {
       {"$K run m -o u --log sbet.txt", 2, "a drone mission has"},
       {"$K run --trajectory sbet.txt --photos m -o u", 2, "--mrk"},
       {"mkdir r; cp m/flight.MRK r/summary.json; $K run --mrk r/summary.json -o r --overwrite", 2, "this input has"},
-      {"echo 'mrk = \"flight.MRK\"' > m/mission.toml; $K run m -o o --overwrite --no-sharpness", 3, ""},
+      {"echo 'mrk = \"flight.MRK\"' > m/mission.toml; $K run m -o o --overwrite --no-sharpness --pair time --tolerance "
+       "1",
+       3, "without effect in a drone mission: --pair, --tolerance\n"},
       {"rm m/mission.toml; echo '$GPGGA,120000,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,' > m/log;"
        "$K run m -o o --overwrite --date 2024-05-01",
        0, "flight.MRK: left aside"},
+      {"$K run m -o o --overwrite --date 2024-05-01 --applanix h.txt", 3, "h.txt: no usable sample"},
       {"printf '2024-05-01 12:00:00,31.5,2,0,1,3,0,0\\nx\\n' > tilt;"
        "$K run m -o o --overwrite --date 2024-05-01 --aos tilt",
        3, "1 line left out, line 2: without a stamp"},

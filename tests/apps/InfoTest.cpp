@@ -62,7 +62,12 @@ TEST(Info, DescribesEveryKind) {
       {"header",
        " Mapping frame datum: WGS84  ; Mapping frame projection : TM;\n TIME, LATITUDE, LONGITUDE, ELLIPSOID HEIGHT\n"
        " (time in Sec)\n",
-       R"J({"samples": 0, "dateInHeader": false, "mappingFrame": "WGS84, TM", "last": null, "bounds": null})J"},
+       R"J({"samples": 0, "dateInHeader": false, "mappingFrame": "", "last": null, "bounds": null})J"},
+      {"framed",
+       "\xEF\xBB\xBFMapping frame datum: R\xE9seau;  Mapping frame projection : TM;\n Mapping frame epoch: "
+       "2018.597260;\n"
+       " Mapping frame datum: none;\n TIME, LATITUDE, LONGITUDE, ELLIPSOID HEIGHT\n (time in Sec)\n 5.5 48 11 500\n",
+       "{\"mappingFrame\": \"R\xC3\xA9seau, TM\"}"},
       {"empty", "", R"J({"kind": "unknown", "bytes": 0})J"},
   };
   const TempFolder folder;

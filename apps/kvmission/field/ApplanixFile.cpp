@@ -10,31 +10,18 @@
 #include "System.h"
 #include "field/LineReader.h"
 #include "field/PosLine.h"
+#include "field/PostProcessed.h"
+#include "field/Tokens.h"
 
 namespace kv::mission {
 namespace {
 
-std::string_view Trimmed(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r";
-  text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
-  return text.substr(0, text.find_last_not_of(kBlanks) + 1);
-}
-
-/// "WGS84, TM" of a line "Mapping frame datum: WGS84  ; Mapping frame projection : TM;".
-std::string FrameOf(const std::filesystem::path& path) {
-  constexpr std::string_view kFrame = "Mapping frame ";
-  std::string frame;
-  LineReader reader(path);
-  for (std::string_view line; reader.NextOfText(line) && !EndsApplanixHeader(line);) {
-    if (!Trimmed(line).starts_with(kFrame)) continue;
-    for (std::size_t colon; (colon = line.find(':')) != std::string_view::npos;) {
-      line.remove_prefix(colon + 1);
-      const std::size_t end = std::min(line.find(';'), line.size());
-      frame += fmt::format("{}{}", frame.empty() ? "" : ", ", Trimmed(line.substr(0, end)));
-      line.remove_prefix(end);
-    }
-  }
-  return frame;
+/// "WGS84, TM": what the scan found in the header and gave every sample.
+std::string FrameOf(const tagKVPosEvent& sample) {
+  std::string frame = Utf8(std::wstring(sample.Extra1.GetString()));
+  const std::string projection = Utf8(std::wstring(sample.Extra2.GetString()));
+  if (!frame.empty() && !projection.empty()) frame += ", ";
+  return frame + projection;
 }
 
 bool IsInRange(const tagKVPosEvent& sample) {
@@ -43,30 +30,33 @@ bool IsInRange(const tagKVPosEvent& sample) {
          std::abs(sample.Longitude) <= kLargestLongitude && std::abs(sample.Height) <= kLargestHeight;
 }
 
+/// The library's other reports are of rows left out.
+bool IsFailure(std::wstring_view report) { return report.starts_with(L"Error"); }
+
 }  // namespace
 
-bool EndsApplanixHeader(std::string_view line) { return Trimmed(line).starts_with("(time in Sec"); }
+bool EndsApplanixHeader(std::string_view line) { return WithoutBlanks(line).starts_with("(time in Sec"); }
 
 ApplanixFile ReadApplanixFile(const std::filesystem::path& path, Instant date, Log& log) {
   RefuseUnlessRegular(path);
   ApplanixFile file;
-  file.frame = FrameOf(path);
   std::wstring report;
   file.samples = KVUtilities::ScanApplanixPostProcessTrajectoryFile(WidePath(path), report);
-  if (file.samples.empty() && !report.empty()) {
+  if (IsFailure(report)) {
     // With a date the complaint is another one, or none, only where the header lacks a date.
     const std::wstring complaint = std::exchange(report, {});
     file.samples = KVUtilities::ScanApplanixPostProcessTrajectoryFile(ToFileTime(date), WidePath(path), report);
     file.isDated = report == complaint;
   }
-  if (file.samples.empty() && !report.empty())
-    throw Failure(fmt::format("{}: no sample: {}", Utf8(path), Utf8(report)));
+  if (IsFailure(report)) throw Failure(fmt::format("{}: no sample: {}", Utf8(path), Utf8(report)));
+  if (!file.samples.empty()) file.frame = FrameOf(file.samples.front());
   file.report = Utf8(report);
   if (!report.empty()) log.Warn("post-processed trajectory: {}", file.report);
   file.outOfRange = std::erase_if(file.samples, [](const tagKVPosEvent& sample) { return !IsInRange(sample); });
   if (file.outOfRange > 0)
     log.Warn("post-processed trajectory: {} with a time or place out of range: left out",
              Counted(file.outOfRange, "row"));
+  file.outOfOrder = LeaveOutOutliers(file.samples, log);
   for (const auto& sample : file.samples) {
     file.span.Add(FromFileTime(sample.TimeUTC));
     file.bounds.Add(sample.Latitude, sample.Longitude, sample.Height);

@@ -18,27 +18,24 @@ namespace kv::mission {
 /// Whether a line is the one that ends the header of an export.
 bool EndsApplanixHeader(std::string_view line);
 
-/// Whether a sample is of the time since GPS began; others are of garbled weeks and seconds.
-inline bool HasTime(const tagKVPosEvent& sample) {
-  constexpr double kGpsEpoch = -1e9;  // in adjusted seconds
-  return sample.AdjGpsSec >= kGpsEpoch;
-}
-
 struct ApplanixFile {
   std::vector<tagKVPosEvent> samples;
   std::string report;          ///< of rows that could not be read; empty when there are none
   std::size_t outOfRange = 0;  ///< rows of no time or no place on the Earth, not among the samples
+  std::size_t outOfOrder = 0;  ///< single rows out of the order of time, not among the samples either
   bool isDated = true;         ///< by its header
-  std::string frame;           ///< "WGS84, TM", the mapping frame's datum and projection; empty when they are not known
+  std::string
+      frame;  ///< "WGS84, TM", the mapping frame's datum and projection; empty when the header or every row lacks
   TimeSpan span;
   Bounds bounds;
 
-  bool HasAllRows() const { return report.empty() && outOfRange == 0; }
+  /// Rows are there, and none was left out.
+  bool IsComplete() const { return !samples.empty() && report.empty() && outOfRange == 0 && outOfOrder == 0; }
 };
 
-/// Reads an export, be it without rows, and warns of rows left out.
+/// Reads an export, be it without rows or with none that can be used, and warns of rows left out.
 /// @param date  UTC time at which the mission began, or midnight before it; for a header without a date
-/// @throws Failure when columns are missing, or every row is left out; when the file cannot be read
+/// @throws Failure without a header, or when it lacks columns; when the file cannot be opened
 ApplanixFile ReadApplanixFile(const std::filesystem::path& path, Instant date, Log& log);
 
 }  // namespace kv::mission

@@ -36,11 +36,6 @@ constexpr std::array<AosReading, 3> kAosReadings{{
     {{"roll", "roll"}, &tagKVAosEvent::Roll},
 }};
 
-std::string_view WithoutBlanks(std::string_view text) {
-  text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
-  return text.substr(0, text.find_last_not_of(" \t") + 1);
-}
-
 bool IsDated(std::string_view token) {
   token = WithoutBlanks(token);
   return token.size() >= 10 && Digits(token.substr(0, 1)) && token[4] == '-' && token[7] == '-';

@@ -9,6 +9,13 @@
 
 namespace kv::mission {
 
+/// A text but for the blanks at both ends, which a line end in the wrong place is, too.
+inline std::string_view WithoutBlanks(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t\r";
+  text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+  return text.substr(0, text.find_last_not_of(kBlanks) + 1);
+}
+
 /// The first tokens of a line; runs of separators separate as one does.
 class Tokens {
  public:

@@ -7,6 +7,7 @@
 #include "Failure.h"
 #include "System.h"
 #include "field/PhotoFolder.h"
+#include "field/PostProcessed.h"
 #include "run/Placing.h"
 #include "run/PositionDifferences.h"
 
@@ -57,55 +58,33 @@ void WarnOfPairing(const CameraSummary& camera, Log& log) {
              Utf8(pairing.shared[0]));
 }
 
-/// A sample between two that are in order of time while it is not, as one garbled digit makes it; so at the beginning.
-bool IsOutlier(const tagKVTrajectoryObs* before, const tagKVTrajectoryObs& sample, const tagKVTrajectoryObs& next,
-               const tagKVTrajectoryObs* afterNext) {
-  const double time = sample.AdjGpsSec;
-  if (before) return before->AdjGpsSec <= next.AdjGpsSec && (time < before->AdjGpsSec || time > next.AdjGpsSec);
-  return afterNext && next.AdjGpsSec <= afterNext->AdjGpsSec && time > next.AdjGpsSec;
-}
-
-/// @return how many were taken out
-std::size_t TakeOutOutliers(std::vector<tagKVTrajectoryObs>& observations) {
-  std::size_t kept = 0;
-  const std::size_t count = observations.size();
-  for (std::size_t i = 0; i < count; ++i) {
-    const bool isOut = i + 1 < count && IsOutlier(kept > 0 ? &observations[kept - 1] : nullptr, observations[i],
-                                                  observations[i + 1], i + 2 < count ? &observations[i + 2] : nullptr);
-    if (isOut) continue;
-    if (kept != i) observations[kept] = std::move(observations[i]);
-    ++kept;
-  }
-  observations.resize(kept);
-  return count - kept;
-}
-
-std::vector<tagKVTrajectoryObs> ObservationsOf(const std::vector<tagKVPosEvent>& samples, Log& log) {
-  std::vector<tagKVTrajectoryObs> observations;
-  observations.reserve(samples.size());
-  for (const auto& sample : samples) {
-    if (!HasTime(sample)) continue;
-    tagKVTrajectoryObs& observation = observations.emplace_back();
-    observation.TimeUTC = sample.TimeUTC, observation.SystemTimeUTC = sample.SystemTimeUTC;
-    observation.AdjGpsSec = sample.AdjGpsSec;
-    observation.Latitude = sample.Latitude, observation.Longitude = sample.Longitude;
-    observation.Altitude = sample.Height;
-  }
-  const std::size_t untimed = samples.size() - observations.size(), outliers = TakeOutOutliers(observations);
-  if (untimed > 0) log.Warn("post-processed trajectory: {} without a valid time: left out", Counted(untimed, "sample"));
-  if (outliers > 0)
-    log.Warn("post-processed trajectory: {} out of the order of time: left out", Counted(outliers, "single sample"));
-  return observations;
-}
-
-/// A folder that cannot be listed holds none; the timestamp file in it may be readable all the same.
-bool HoldsPhotos(const fs::path& folder, Log& log) {
+/// The photos are those beside the timestamp file, where there are any. A folder that cannot be listed holds none; the
+/// timestamp file in it may be readable all the same.
+void FindPhotos(Settings& settings, Log& log) {
+  constexpr const char* kEffect = "exposures stay without photos";
+  const fs::path beside = fs::absolute(*settings.mrk).parent_path();
   try {
-    return !PhotosIn(folder).empty();
+    if (!PhotosIn(beside).empty()) {
+      settings.photos = beside;
+    } else {
+      log.Warn("no photos in {}: {}", Utf8(beside), kEffect);
+    }
   } catch (const Failure& failure) {
-    log.Warn("{}", failure.what());
-    return false;
+    log.Warn("{}: {}", failure.what(), kEffect);
   }
+}
+
+/// @return what a drone mission does without, separated by commas
+std::string UselessOptions(const Settings& settings) {
+  std::string names;
+  const auto add = [&](const char* name, bool isGiven) {
+    if (isGiven) (names += names.empty() ? "" : ", ") += name;
+  };
+  add("--pair", settings.pair.has_value());
+  add("--cam1-offset", settings.camera1Offset.has_value());
+  add("--cam2-offset", settings.camera2Offset.has_value());
+  add("--tolerance", settings.tolerance.has_value());
+  return names;
 }
 
 /// One sensible set of inputs, or a sentence that says what does not go together.
@@ -128,11 +107,9 @@ void SettleDroneInputs(Settings& settings, Log& log) {
   const std::string complaint = ComplaintAbout(settings);
   if (!complaint.empty()) throw Failure(complaint, ExitCode::WrongUsage);
   if (!settings.mrk) return;
-  if (settings.pair || settings.camera1Offset || settings.camera2Offset || settings.tolerance)
-    log.Warn("--pair, --cam1-offset, --cam2-offset and --tolerance change nothing in a drone mission");
-  const fs::path beside = fs::absolute(*settings.mrk).parent_path();
-  if (!settings.photos && HoldsPhotos(beside, log)) settings.photos = beside;
-  if (!settings.photos) log.Warn("no photos in {}: exposures stay without photos", Utf8(beside));
+  if (const std::string useless = UselessOptions(settings); !useless.empty())
+    log.Warn("without effect in a drone mission: {}", useless);
+  if (!settings.photos) FindPhotos(settings, log);
   settings.camera1 = settings.photos;
 }
 
@@ -159,11 +136,18 @@ EventLog ReadDroneEvents(const fs::path& scratch, Summary& summary, Log& log) {
 Trajectory ApplyPostProcessed(const std::vector<tagKVPosEvent>& samples, std::vector<tagKVSystemEvent>& events,
                               Summary& summary, Log& log) {
   auto observations = ObservationsOf(samples, log);
-  if (observations.empty()) throw Failure("the post-processed trajectory has no sample with a valid time");
-  Trajectory trajectory = InspectedTrajectory(std::move(observations), summary.inputs.maxGap.value_or(kDefaultMaxGap));
+  const Settings& inputs = summary.inputs;
+  const bool isTaken = inputs.position == PositionSource::PostProcessed;
+  if (observations.empty()) {
+    const std::string complaint =
+        fmt::format("{}: {}", Utf8(inputs.applanix ? *inputs.applanix : *inputs.pos), kNoUsableSample);
+    if (isTaken) throw Failure(complaint);
+    log.Warn("{}: places are not compared", complaint);
+    return {};
+  }
+  Trajectory trajectory = InspectedTrajectory(std::move(observations), inputs.maxGap.value_or(kDefaultMaxGap));
   WarnOfTrajectory(trajectory, kPostProcessedWords, log);
   std::vector<tagKVSystemEvent> placed = events;
-  const bool isTaken = summary.inputs.position == PositionSource::PostProcessed;
   Log unheard(Verbosity::Quiet);  // one sentence counts gaps and ends
   PlaceEvents(placed, trajectory, unheard);
   PositionDifferences& differences = summary.positions.emplace(Compare(events, placed));

@@ -13,6 +13,9 @@
 /// Missions of a drone, whose camera events arrive with a place, and by number with a photo.
 namespace kv::mission {
 
+/// Of a post-processed trajectory with nothing to compare, behind its name.
+inline constexpr const char* kNoUsableSample = "no usable sample";
+
 /// Completes the inputs of a drone mission: photos beside the timestamp file, which become those of camera 1.
 /// @throws Failure for wrong usage when inputs do not go together
 void SettleDroneInputs(Settings& settings, Log& log);
@@ -26,7 +29,7 @@ EventLog ReadDroneEvents(const std::filesystem::path& scratch, Summary& summary,
 /// wanted, takes them over; exposures outside the trajectory then have no place.
 /// @param samples  those without a valid time, and single ones out of the order of time, are left out
 /// @return  the trajectory, without observations where the places of the timestamp file stay
-/// @throws Failure with the library's sentence
+/// @throws Failure with the library's sentence; without a usable sample when places are wanted, else that is a warning
 Trajectory ApplyPostProcessed(const std::vector<tagKVPosEvent>& samples, std::vector<tagKVSystemEvent>& events,
                               Summary& summary, Log& log);
 

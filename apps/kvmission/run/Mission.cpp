@@ -165,8 +165,7 @@ void ReadExport(Summary& summary, Log& log) {
   const Settings& inputs = summary.inputs;
   const ApplanixFile& applanix =
       summary.applanix.emplace(ReadApplanixFile(*inputs.applanix, DateForExport(summary), log));
-  if (applanix.samples.empty()) throw Failure(Utf8(*inputs.applanix) + ": no sample");
-  if (!applanix.isDated && !inputs.date)
+  if (!applanix.isDated && !inputs.date && applanix.span.first)
     log.Warn("post-processed trajectory: the header holds no date: taken to begin on {}",
              DateText(std::chrono::floor<std::chrono::days>(*applanix.span.first)));
 }
@@ -200,7 +199,10 @@ void RunSensor(const RunRequest& request, const OutputFolder& output, Summary& s
   const double maxGap = inputs.maxGap.value_or(kDefaultMaxGap);
   summary.trajectory = ReadTrajectory(*inputs.trajectory, dates, output.Staging(), maxGap, log);
   WarnOfTrajectory(summary.trajectory, kReceiverWords, log);
-  if (inputs.applanix) ReadExport(summary, log);
+  if (inputs.applanix) {
+    ReadExport(summary, log);
+    if (summary.applanix->samples.empty()) log.Warn("{}: {}", Utf8(*inputs.applanix), kNoUsableSample);
+  }
 
   if (inputs.log) PlaceLog(housekeeping, summary, log);
   PlaceEvents(events, summary.trajectory, log);

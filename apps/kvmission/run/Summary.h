@@ -79,7 +79,7 @@ struct Summary {
   std::vector<std::string> warnings;
 
   /// No event, log entry or POS sample was dropped and no photo left ungraded; no line of the event, timestamp,
-  /// orientation or POS file and no row of the export was left out; the log was read to its end; the events' times are
+  /// orientation or POS file and no row of the export was left out, and what there is to compare was compared; the log was read to its end; the events' times are
   /// beyond doubt, and every orientation reading has one; every event and photo has its partner.
   bool IsComplete() const;
 };

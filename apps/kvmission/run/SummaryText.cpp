@@ -194,7 +194,8 @@ bool Summary::IsComplete() const {
   if (!drops.empty() || (events && (events->LinesLeftOut() > 0 || events->timesDoubtful))) return false;
   if (log && (log->dropped > 0 || log->cutAtLine)) return false;
   if (pos && !pos->IsComplete()) return false;
-  if ((timestamps && !timestamps->skipped.empty()) || (applanix && !applanix->HasAllRows())) return false;
+  if ((timestamps && !timestamps->skipped.empty()) || (applanix && !applanix->IsComplete())) return false;
+  if (timestamps && (inputs.pos || inputs.applanix) && !positions) return false;
   if (orientation && (orientation->LinesLeftOut() > 0 || orientation->untimed > 0)) return false;
   return std::all_of(cameras.begin(), cameras.end(), [](const CameraSummary& camera) {
     if (camera.sharpness && !camera.sharpness->ungraded.empty()) return false;
