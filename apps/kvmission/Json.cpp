@@ -59,6 +59,8 @@ Json JsonOf(const OrientationFile& orientation) {
           {"lines", orientation.lines},
           {"linesSkipped", orientation.skipped.size()},
           {"faultyHeartbeats", orientation.faultyHeartbeats.size()},
+          {"wildTicks", orientation.wildTicks.size()},
+          {"offHeartbeats", orientation.offHeartbeats.size()},
           {"heartbeats", orientation.heartbeats},
           {"entries", orientation.readings},
           {"withoutTime", orientation.untimed},

@@ -154,6 +154,10 @@ TEST_F(DroneTest, OrientationReadingsAreSummarised) {
       {mark + clocked, 2, 0, "1 line left out, line 3"},
       {clocked + std::string("5,120002061321\n"), 2, 0, "1 heartbeat left out, line 6"},
       {std::string("4294967290,31,0,0,1,3,0,0\n") + clocked, 3, 1, "1 reading before the first heartbeat"},
+      {clocked + std::string("900000000,32,-9,0,1,3,0,0\n3000000,120003061021\n"), 2, 0,
+       "1 line left out, line 6: the tick is far"},
+      {clocked + std::string("3000000,120003061021\n4000000,120004061021\n5000000,120005061099\n"), 2, 0,
+       "1 heartbeat left out, line 8: more than 0.5 s off"},
       // The counter wraps between the heartbeats.
       {"4294000000,120000061021\n4294000000,31.5,2,0,1,3,0,0\nno reading\n532704,30,-1.25,0,1,3,0,0\n"
        "1032704,120002061021\n",

@@ -28,6 +28,9 @@ TEST(Info, DescribesEveryKind) {
     shape.append(bound, 8);
   shape.resize(100);
   const std::string fix = ",4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,\n";
+  std::string beats;
+  for (int second = 10; second < 30; ++second)
+    beats += std::to_string(second) + ",1200" + std::to_string(second) + "061021\n";
   struct {
     const char* name;
     std::string content;
@@ -56,6 +59,12 @@ TEST(Info, DescribesEveryKind) {
       {"tilt2", "0,120000061021\n5,31.5,2,0,1,3,0,0\n9,120009061021\n",
        R"J({"kind": "orientation sensor log, stamped by the master clock", "entries": 1, "heartbeats": 2,
            "first": "2021-10-06T12:00:05.000Z"})J"},
+      {"wide", "0,120000061021\n5,31,2,0,1,3,0,0,1,2,3,4,5,6,7\n9,120009061021\n",
+       R"J({"kind": "orientation sensor log, stamped by the master clock", "entries": 1, "heartbeats": 2})J"},
+      {"lost ends", "0,120000061021\n5,1,6,1,7,1,8,1\n8,1\n8,2\n9,120009061021\n",
+       R"J({"kind": "system event file", "heartbeats": 2})J"},
+      {"sparse", beats + "20,31.5,2,0,1,3,0,0\n",
+       R"J({"kind": "orientation sensor log, stamped by the master clock", "entries": 1})J"},
       {"sbet", " TIME, LATITUDE, LONGITUDE, ELLIPSOID HEIGHT\n (time in Sec)\n 5.5 48 11 500\n 6 x 11 500\n",
        R"J({"kind": "post-processed Applanix trajectory", "samples": 1, "dateInHeader": false, "first": null,
            "firstSecondsOfWeek": "5.5", "allRowsRead": false})J"},

@@ -112,11 +112,10 @@ void WarnOfLines(const char* noun, const char* fault, const LineNumbers& lines, 
 }
 
 void WarnOfWildTicks(std::vector<EventRecord> wild, Log& messages) {
-  constexpr const char* kFault = "the tick is far from those before and after";
   const auto isHeartbeat = [](auto& record) { return record.time.has_value(); };
   const auto cameraEvents = std::stable_partition(wild.begin(), wild.end(), isHeartbeat);
-  WarnOfLines("heartbeat", kFault, LinesOf({wild.begin(), cameraEvents}), messages);
-  WarnOfLines("camera event", kFault, LinesOf({cameraEvents, wild.end()}), messages);
+  WarnOfLines("heartbeat", kWildTick, LinesOf({wild.begin(), cameraEvents}), messages);
+  WarnOfLines("camera event", kWildTick, LinesOf({cameraEvents, wild.end()}), messages);
 }
 
 /// Jumps and steps back of the tick count, wraps apart.
@@ -246,7 +245,7 @@ EventLog ReadEvents(const std::filesystem::path& path, const std::filesystem::pa
   WarnOfLines("line", "no event", result.skipped, log);
   WarnOfLines("heartbeat", "no valid date and time", result.faultyHeartbeats, log);
   WarnOfWildTicks(wild, log);
-  WarnOfLines("heartbeat", "more than 0.5 s off the others", result.offHeartbeats, log);
+  WarnOfLines("heartbeat", kOffHeartbeat, result.offHeartbeats, log);
   if (result.wraps > 0)
     log.Warn("the tick counter wraps {}; events are timed across it", Counted(result.wraps, "time"));
   WarnOfTickSteps(check.agree, records, result, log);

@@ -116,6 +116,25 @@ void MarkUntimeable(Records& records, const std::vector<bool>& off) {
   for (std::size_t i = records.size(); i-- > 0;) look(i);
 }
 
+/// Follows a counter of 32 bits from tick to tick.
+class TickCounter {
+ public:
+  /// @return how often it wrapped before this tick; 0 for a tick outside its range
+  std::int64_t WrapsBefore(std::int64_t tick) {
+    const auto isLow = [](std::int64_t at) { return at < kTickRange / 4; };
+    const auto isHigh = [](std::int64_t at) { return at >= kTickRange / 4 * 3; };
+    if (!InCounterRange(tick)) return 0;
+    if (last_ && isHigh(*last_) && isLow(tick)) ++wraps_;
+    if (last_ && isLow(*last_) && isHigh(tick) && wraps_ > 0) --wraps_;  // a line from before the wrap, written late
+    last_ = tick;
+    return wraps_;
+  }
+
+ private:
+  std::optional<std::int64_t> last_;
+  std::int64_t wraps_ = 0;
+};
+
 }  // namespace
 
 LineNumbers LinesOf(const Records& records) {
@@ -127,18 +146,6 @@ LineNumbers LinesOf(const Records& records) {
 Records TakeOutWildTicks(Records& records) {
   return TakeOut(records, [&](std::size_t i) { return IsWild(records, i); });
 }
-
-std::int64_t TickCounter::WrapsBefore(std::int64_t tick) {
-  const auto isLow = [](std::int64_t at) { return at < kTickRange / 4; };
-  const auto isHigh = [](std::int64_t at) { return at >= kTickRange / 4 * 3; };
-  if (!InCounterRange(tick)) return 0;
-  if (last_ && isHigh(*last_) && isLow(tick)) ++wraps_;
-  if (last_ && isLow(*last_) && isHigh(tick) && wraps_ > 0) --wraps_;  // a line from before the wrap, written late
-  last_ = tick;
-  return wraps_;
-}
-
-std::int64_t TickCounter::Continuous(std::int64_t tick) { return tick + WrapsBefore(tick) * kTickRange; }
 
 void MakeContinuous(Records& records) {
   TickCounter counter;

@@ -26,23 +26,14 @@ inline constexpr double kLargestStep = 1e9;
 /// Seconds; heartbeats are on whole seconds.
 inline constexpr double kHeartbeatTolerance = 0.5;
 
+/// What is wrong with the records taken out below.
+inline constexpr const char* kWildTick = "the tick is far from those before and after";
+inline constexpr const char* kOffHeartbeat = "more than 0.5 s off the others";
+
 /// Takes out lines whose tick lies far from both neighbours' (1e8 ticks, at the ends 1e9), while those are near each
 /// other. At the ends only camera events are taken out: a heartbeat there may stand alone before or after an outage.
 /// @return what was taken out
 std::vector<EventRecord> TakeOutWildTicks(std::vector<EventRecord>& records);
-
-/// Follows a counter of 32 bits from tick to tick.
-class TickCounter {
- public:
-  /// @return how often it wrapped before this tick; 0 for a tick outside its range
-  std::int64_t WrapsBefore(std::int64_t tick);
-  /// The tick with 2^32 added for each wrap before it.
-  std::int64_t Continuous(std::int64_t tick);
-
- private:
-  std::optional<std::int64_t> last_;
-  std::int64_t wraps_ = 0;
-};
 
 /// Turns the counts of a 32-bit counter into continuous ones: each wrap adds 2^32.
 void MakeContinuous(std::vector<EventRecord>& records);

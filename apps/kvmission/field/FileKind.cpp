@@ -27,7 +27,7 @@ std::string_view TakeLine(std::string_view& text) {
 }
 
 struct LineCounts {
-  std::size_t lines = 0, sentences = 0, events = 0, heartbeats = 0, housekeeping = 0, pos = 0;
+  std::size_t lines = 0, sentences = 0, events = 0, heartbeats = 0, otherEvents = 0, housekeeping = 0, pos = 0;
   std::size_t exposures = 0, datedReadings = 0, clockedReadings = 0, applanixHeaders = 0;
 };
 
@@ -38,15 +38,16 @@ LineCounts CountLines(std::string_view head) {
     const std::string_view line = TakeLine(head);
     const LineKind kind = Classify(line, sentence);
     const EventKind event = ParseEventLine(line).kind;
+    const OrientationLine orientation = ClassifyOrientation(line);
     if (kind == LineKind::Blank) continue;
     ++counts.lines;
     counts.sentences += kind != LineKind::NotASentence && kind != LineKind::BadChecksum;
     counts.events += event != EventKind::Other;
     counts.heartbeats += event == EventKind::Heartbeat;
+    counts.otherEvents += event == EventKind::CameraEvent && orientation != OrientationLine::Clocked;
     counts.housekeeping += IsHousekeepingLine(line);
     counts.pos += IsPosLine(line);
     counts.exposures += ExposureNumber(line).has_value();
-    const OrientationLine orientation = ClassifyOrientation(line);
     counts.datedReadings += orientation == OrientationLine::Dated;
     counts.clockedReadings += orientation == OrientationLine::Clocked;
     counts.applanixHeaders += EndsApplanixHeader(line);
@@ -63,11 +64,15 @@ FileKind KindOfContent(std::string_view head) {
   // Logs begin with comments or half a line often enough; a tenth of the lines tells.
   const auto prevail = [&](std::size_t count) { return count > 0 && 10 * count >= counts.lines; };
   if (counts.applanixHeaders > 0) return FileKind::Applanix;
+  // Readings may be rare among heartbeats, and have as many fields as a POS line; an event file may have lost line ends.
+  const bool hasReadings = counts.clockedReadings > counts.otherEvents;
+  if (hasReadings && counts.heartbeats > 0 && prevail(counts.heartbeats + counts.clockedReadings))
+    return FileKind::ClockedOrientation;
   // A timestamp scan takes a week without brackets, too, and so most POS lines; numbers between commas may be readings.
   if (!prevail(counts.pos)) {
     if (prevail(counts.exposures)) return FileKind::DroneTimestamps;
     if (prevail(counts.datedReadings)) return FileKind::DatedOrientation;
-    if (prevail(counts.clockedReadings)) return FileKind::ClockedOrientation;
+    if (hasReadings && prevail(counts.clockedReadings)) return FileKind::ClockedOrientation;
   }
   if (prevail(counts.sentences)) return FileKind::Trajectory;
   if (counts.heartbeats > 0 && prevail(counts.events)) return FileKind::Events;

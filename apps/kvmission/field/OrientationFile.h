@@ -26,17 +26,21 @@ struct OrientationFile {
   std::size_t lines = 0;
   LineNumbers skipped;           ///< neither blank, a reading nor a heartbeat
   LineNumbers faultyHeartbeats;  ///< without a valid date and time
-  std::size_t heartbeats = 0;
+  LineNumbers wildTicks;         ///< readings and heartbeats with a tick far from those beside them
+  LineNumbers offHeartbeats;     ///< off the line of time over ticks that the others are on
+  std::size_t heartbeats = 0;    ///< that are not left out
   std::size_t readings = 0, untimed = 0;
   TimeSpan span;                     ///< of the readings with a time
   std::vector<ReadingRange> ranges;  ///< board temperature, pitch and roll
 
-  std::size_t LinesLeftOut() const { return skipped.size() + faultyHeartbeats.size(); }
+  std::size_t LinesLeftOut() const {
+    return skipped.size() + faultyHeartbeats.size() + wildTicks.size() + offHeartbeats.size();
+  }
 };
 
 /// Reads an orientation sensor file of either kind and warns of what it lacks. The scan places a reading from before
-/// the first heartbeat after it, and misreads wraps of the tick counter; here the former has no time, and the ticks are
-/// continuous.
+/// the first heartbeat after it, misreads wraps of the tick counter, and believes every tick and the last heartbeat; here
+/// the first has no time, the ticks are continuous, and stamps that contradict the others are left out.
 /// @param scratch  folder for the checked copy
 /// @throws Failure without a reading; when a file cannot be read or written, or the user interrupts
 OrientationFile ReadOrientationFile(const std::filesystem::path& path, const std::filesystem::path& scratch, Log& log);
