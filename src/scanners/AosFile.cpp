@@ -61,7 +61,7 @@ std::uint16_t Milliseconds(std::wstring_view time) {
   int scale = 100;
   for (const wchar_t c : kv::Piece(time, 20, 3)) {
     if (!IsDigit(c)) break;
-    milliseconds += scale * (c - L'0');
+    milliseconds += scale * (static_cast<int>(c) - '0');
     scale /= 10;
   }
   return static_cast<std::uint16_t>(milliseconds);

@@ -22,7 +22,8 @@ std::optional<Instant> StampAt(std::wstring_view name, std::size_t begin) {
   const std::wstring_view stamp = name.substr(begin, kStampForm.size());
   const auto fits = [](wchar_t c, wchar_t form) { return form == L'd' ? IsDigit(c) : c == form; };
   if (!std::equal(stamp.begin(), stamp.end(), kStampForm.begin(), fits)) return std::nullopt;
-  const auto pair = [&](std::size_t at) { return (stamp[at] - L'0') * 10 + (stamp[at + 1] - L'0'); };
+  const auto digit = [&](std::size_t at) { return static_cast<int>(stamp[at]) - '0'; };
+  const auto pair = [&](std::size_t at) { return digit(at) * 10 + digit(at + 1); };
   return FromFields(2000 + pair(0), pair(2), pair(4), pair(7), pair(9), pair(11));
 }
 

@@ -66,7 +66,7 @@ PosFile KeepSamples(PosLines& lines) {
     Note(kind, number, file.counts);
     if (kind != PosLineKind::Sample) continue;
     AddSample(columns, number, file);
-    if (kept < begin) line.copy(text.data() + kept, line.size());
+    if (kept < begin) std::copy(line.begin(), line.end(), text.begin() + static_cast<std::ptrdiff_t>(kept));
     kept += line.size();
   }
   text.resize(kept);
