@@ -1,5 +1,4 @@
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -10,6 +9,7 @@
 #include "conversions/Numbers.h"
 #include "conversions/TimeConverter.h"
 #include "conversions/TimeStamps.h"
+#include "platform/FileTime.h"
 #include "scanners/FieldFile.h"
 
 namespace {
@@ -72,8 +72,8 @@ class RunningDate {
     base_ = base;
     date_ = kv::SystemTimeOrZero(base);
     date_.wHour = date_.wMinute = date_.wSecond = date_.wMilliseconds = 0;
-    isDate_ = date_.wYear != 0;
-    midnight_ = kv::FileTimeOrZero(date_);
+    midnight_ = {};
+    isDate_ = kv::ToFileTime(date_, midnight_);
     gpsMidnight_ = kv::AdjGpsSeconds(midnight_);
   }
 

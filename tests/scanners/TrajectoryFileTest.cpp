@@ -64,7 +64,9 @@ TEST(TrajectoryFile, TimeOfDayIsReadByPosition) {
   const auto impossible = Scan(FixAt("235960"))[0];  // no calendar time: the file time stays zero
   EXPECT_EQ(impossible.SystemTimeUTC.wSecond, 60);
   EXPECT_EQ(kv::Ticks(impossible.TimeUTC), 0u);
-  EXPECT_EQ(kv::Ticks(Scan(kFix, kv::FileTimeFromTicks(~0ull))[0].TimeUTC), 0u);
+  for (const std::uint64_t noDate : {~0ull, (1ull << 63) - 1}) {  // the second is of a year beyond the last
+    EXPECT_EQ(kv::Ticks(Scan(kFix, kv::FileTimeFromTicks(noDate))[0].TimeUTC), 0u);
+  }
 }
 
 TEST(TrajectoryFile, TheDateFollowsMidnightUnlessItBeganExactlyThere) {
