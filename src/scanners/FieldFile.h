@@ -14,6 +14,7 @@
 
 #include "KVPlatform.h"
 #include "platform/CodePage.h"
+#include "platform/LargePages.h"
 #include "platform/TextStream.h"
 
 namespace kv {
@@ -129,13 +130,18 @@ void ForEachLine(std::wstring_view path, Delimiters<kCount> delimiters, Read rea
   ForEachLine(path, [&](std::wstring_view line) { return read(Tokenise(line, delimiters, tokens)); });
 }
 
-/// Room for the records of a file, from those that a part of it gave: a sixteenth more than the whole makes expect, so
-/// that one piece of memory serves them all. What is not needed of it is never touched; records need lines, so it stays
-/// in proportion to the file.
-inline std::size_t ExpectedRecords(std::size_t records, double partRead) {
+/// Makes room for more records of a file, if there is none: for a sixteenth more than what a part of the file gave makes
+/// expect of the whole, so that one piece of memory serves them all. What is not needed of it is never touched; records
+/// need lines, so it stays in proportion to the file.
+template <class Record>
+void MakeRoom(std::vector<Record>& records, double partRead) {
   constexpr std::size_t kFewToJudgeBy = 4096;
-  if (records < kFewToJudgeBy || partRead <= 0.0) return std::max(2 * records, kFewToJudgeBy / 16);
-  return records + 1 + static_cast<std::size_t>(static_cast<double>(records) * (1.0625 / partRead - 1));
+  const std::size_t count = records.size();
+  if (count < records.capacity()) return;
+  if (count < kFewToJudgeBy || partRead <= 0.0) return records.reserve(std::max(2 * count, kFewToJudgeBy / 16));
+  const auto expected = static_cast<std::size_t>(static_cast<double>(count) / partRead);
+  records.reserve(expected + expected / 16 + 1);
+  PreferLargePages(records.data(), expected * sizeof(Record));
 }
 
 /// Reads a file that has one record a line at most.
@@ -147,7 +153,7 @@ std::vector<Record> ReadRecords(std::wstring_view path, Delimiters<kCount> delim
   std::array<std::string_view, kMaxTokens> tokens;
   std::vector<Record> records;
   for (std::string_view line; file.ReadLine(line);) {
-    if (records.size() == records.capacity()) records.reserve(ExpectedRecords(records.size(), file.PartRead()));
+    MakeRoom(records, file.PartRead());
     const std::span<const std::string_view> found = Tokenise(line, delimiters, tokens);
     if (!read(found, records.emplace_back())) records.pop_back();
   }

@@ -114,7 +114,7 @@ std::vector<tagKVPosEvent> KVUtilities::ScanKVPosFile(std::wstring posFilePath, 
   std::array<std::string_view, kSampleTokens> tokens;
   std::vector<Event> events;
   for (std::string_view line; file.ReadLine(line);) {
-    if (events.size() == events.capacity()) events.reserve(kv::ExpectedRecords(events.size(), file.PartRead()));
+    kv::MakeRoom(events, file.PartRead());
     if (!reader.Read(kv::Tokenise(line, kv::Delimiters("\t "), tokens), events.emplace_back())) {
       events.pop_back();
     } else if (!Transform(transformer, events.back())) {
