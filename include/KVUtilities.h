@@ -5,8 +5,8 @@
 /// Operations keep no state between calls and may run in several threads at once on different data. An operation with
 /// an error text empties it on entry; after a failure it holds a fixed English sentence, where the operation has one. A
 /// text that stands in `error` beside a result of true is a report, not a failure. What is set for the whole process:
-/// photo batches switch OpenCV's optimised code on; `ScanKVPosFile` and `DescribeCoordinateSystem` set the data folders
-/// and options of GDAL and PROJ.
+/// photo batches switch OpenCV's optimised code on; `ScanKVPosFile`, `ScanKVPosText` and `DescribeCoordinateSystem`
+/// set the data folders and options of GDAL and PROJ.
 
 #include "KVPlatform.h"
 #include "KVRecords.h"
@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 class KVUTILITIES_API KVUtilities {
@@ -92,6 +93,9 @@ class KVUTILITIES_API KVUtilities {
   /// @see     docs/formats/pos.md, docs/geodetic-data.md; sets options of GDAL and PROJ for the whole process
   static std::vector<tagKVPosEvent> ScanKVPosFile(std::wstring posFilePath, std::wstring targetWkt,
                                                   std::wstring& error);
+
+  /// The same from the text of such a file, or of a part of it: threads can share a long one.
+  static std::vector<tagKVPosEvent> ScanKVPosText(std::string_view text, std::wstring targetWkt, std::wstring& error);
 
   /// Reads the timestamp file of a drone's camera: one located camera event of camera 1 for each exposure.
   /// @param path  lines of photo number, GPS seconds of week, week in brackets, offsets, latitude, longitude, height

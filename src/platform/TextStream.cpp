@@ -17,6 +17,13 @@ TextStream::TextStream(std::wstring_view path) : file_(OpenFile(path, "rb")) {
   if (file_) fileBytes_ = FileSize(path).value_or(0);
 }
 
+TextStream::TextStream(std::string_view text)
+    : bytes_(text.data()),
+      end_(std::min(text.find(kEndOfFile), text.size())),
+      bytesRead_(end_),
+      fileBytes_(end_),
+      atEnd_(true) {}
+
 bool TextStream::ReadLine(std::string_view& line, std::size_t longest) {
   if (!TakeLine(line, longest)) return false;
   if (line.size() <= longest) return true;
@@ -28,7 +35,7 @@ bool TextStream::ReadLine(std::string_view& line, std::size_t longest) {
 // A line that is too long need not be whole.
 bool TextStream::TakeLine(std::string_view& line, std::size_t longest) {
   for (std::size_t searched = 0;;) {
-    const char* begin = buffer_.data() + begin_;
+    const char* begin = bytes_ + begin_;
     const std::size_t available = end_ - begin_;
     if (const void* found =
             available > searched ? std::memchr(begin + searched, '\n', available - searched) : nullptr) {
@@ -40,7 +47,7 @@ bool TextStream::TakeLine(std::string_view& line, std::size_t longest) {
     searched = available;
     const bool mayFit = searched <= longest || searched - longest == 1;  // one more: the CR of a CR LF
     if (mayFit && Fill()) continue;
-    line = {buffer_.data() + begin_, end_ - begin_};
+    line = {bytes_ + begin_, end_ - begin_};
     begin_ = end_;
     return !line.empty();
   }
@@ -53,6 +60,7 @@ bool TextStream::Fill() {
   begin_ = 0;
   if (buffer_.size() < kept + kBlockBytes)
     buffer_.resize(kept < kBlockBytes ? 2 * kBlockBytes : 2 * kept + kBlockBytes);
+  bytes_ = buffer_.data();
   char* block = buffer_.data() + kept;
   std::size_t read = std::fread(block, 1, kBlockBytes, file_.get());
   atEnd_ = read < kBlockBytes;

@@ -15,6 +15,8 @@ namespace kv {
 class TextStream {
  public:
   explicit TextStream(std::wstring_view path);
+  /// Reads a text in memory as if it were a file's; it must outlive the stream.
+  explicit TextStream(std::string_view text);
 
   /// @param line     receives the next line without its end; valid until the next call
   /// @param longest  bytes that a line may have; a longer one ends the file, as it ends a stream that reads into a
@@ -30,8 +32,9 @@ class TextStream {
   bool Fill();
 
   FilePtr file_;
-  std::vector<char> buffer_;  // grows only for a line longer than itself
-  std::size_t begin_ = 0;     // first byte not yet given out
+  std::vector<char> buffer_;     // grows only for a line longer than itself
+  const char* bytes_ = nullptr;  // of the buffer, or of the text in memory
+  std::size_t begin_ = 0;        // first byte not yet given out
   std::size_t end_ = 0;
   std::uint64_t bytesRead_ = 0;  // of the file; up to end_
   std::uint64_t fileBytes_ = 0;

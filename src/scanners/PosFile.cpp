@@ -27,7 +27,7 @@ constexpr const wchar_t* kTransformFailed = L"Error transforming POS point to ta
 constexpr const wchar_t* kUnexpectedError = L"Unexpected error scanning POS file.";
 
 // WGS 84 with heights above the ellipsoid (vertical datum class 2002).
-constexpr const wchar_t* kSourceWkt =
+constexpr const wchar_t* kWgs84Wkt =
     LR"wkt(COMPD_CS["WGS 84 + Ellipsoid(Meters)",GEOGCS["WGS 84",DATUM["WGS_1984",SPHEROID["WGS 84",6378137,)wkt"
     LR"wkt(298.257223563,AUTHORITY["EPSG","7030"]],AUTHORITY["EPSG","6326"]],PRIMEM["Greenwich",0,)wkt"
     LR"wkt(AUTHORITY["EPSG","8901"]],UNIT["degree",0.0174532925199433,AUTHORITY["EPSG","9122"]],)wkt"
@@ -94,27 +94,26 @@ bool Transform(CoordinateSystemTransformer& transformer, Event& event) {
   return transformer.Transform(&event.X, &event.Y, &event.Z, 1) == CoordinateSystemTransformer::kOk;
 }
 
-}  // namespace
-
-std::vector<tagKVPosEvent> KVUtilities::ScanKVPosFile(std::wstring posFilePath, std::wstring targetWkt,
-                                                      std::wstring& error) try {
+// @param source  path of a file, or a text
+template <class Source>
+std::vector<Event> Scan(Source source, const std::wstring& targetWkt, std::wstring& error) try {
   error.clear();
   TimeConverter::Init();
   CoordinateSystemTransformer transformer;
-  const std::wstring source = transformer.PrepareVerticalWkt(kSourceWkt);
-  const std::wstring target = transformer.PrepareVerticalWkt(targetWkt);
+  const std::wstring sourceWkt = transformer.PrepareVerticalWkt(kWgs84Wkt);
   std::wstring message;
-  if (transformer.Setup(source, target, message) != CoordinateSystemTransformer::kOk) {
+  if (transformer.Setup(sourceWkt, transformer.PrepareVerticalWkt(targetWkt), message) !=
+      CoordinateSystemTransformer::kOk) {
     error = MHwchar(kSetUpFailed) + message;
     return {};
   }
   const kv::QuietErrors quiet;  // once for all points
-  kv::TextStream file(posFilePath);
+  kv::TextStream stream(source);
   SampleReader reader;
   std::array<std::string_view, kSampleTokens> tokens;
   std::vector<Event> events;
-  for (std::string_view line; file.ReadLine(line);) {
-    kv::MakeRoom(events, file.PartRead());
+  for (std::string_view line; stream.ReadLine(line);) {
+    kv::MakeRoom(events, stream.PartRead());
     if (!reader.Read(kv::Tokenise(line, kv::Delimiters("\t "), tokens), events.emplace_back())) {
       events.pop_back();
     } else if (!Transform(transformer, events.back())) {
@@ -128,4 +127,16 @@ std::vector<tagKVPosEvent> KVUtilities::ScanKVPosFile(std::wstring posFilePath, 
 } catch (...) {
   kv::Report(error, kUnexpectedError);
   return {};
+}
+
+}  // namespace
+
+std::vector<tagKVPosEvent> KVUtilities::ScanKVPosFile(std::wstring posFilePath, std::wstring targetWkt,
+                                                      std::wstring& error) {
+  return Scan(std::wstring_view(posFilePath), targetWkt, error);
+}
+
+std::vector<tagKVPosEvent> KVUtilities::ScanKVPosText(std::string_view text, std::wstring targetWkt,
+                                                      std::wstring& error) {
+  return Scan(text, targetWkt, error);
 }

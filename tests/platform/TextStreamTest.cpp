@@ -9,8 +9,10 @@
 
 namespace {
 
-std::vector<std::string> Lines(const std::wstring& path) {
-  kv::TextStream file(path);
+/// @param source  path of a file, or a text
+template <class Source>
+std::vector<std::string> Lines(const Source& source) {
+  kv::TextStream file(source);
   std::vector<std::string> lines;
   for (std::string_view line; file.ReadLine(line);) lines.emplace_back(line);
   return lines;
@@ -39,8 +41,10 @@ TEST(TextStream, LinesEndAsInTextMode) {
       {block.substr(2) + "\r\n", {block.substr(2)}},
   };
   const TempFolder folder;
-  for (const auto& [content, lines] : rows)
+  for (const auto& [content, lines] : rows) {
     EXPECT_TRUE(Lines(folder.Write("file", content)) == lines) << content.size();
+    EXPECT_TRUE(Lines(content) == lines) << content.size();
+  }
 }
 
 TEST(TextStream, ALineBeyondTheBoundEndsTheFile) {
@@ -75,7 +79,7 @@ TEST(TextStream, WhatCannotBeReadHasNoLines) {
   const TempFolder folder;
   EXPECT_TRUE(Lines(folder.Wide("missing")).empty());
   EXPECT_TRUE(Lines(folder.Wide()).empty());
-  EXPECT_TRUE(Lines(L"").empty());
+  EXPECT_TRUE(Lines(std::wstring()).empty());
 }
 
 }  // namespace

@@ -21,7 +21,11 @@ const std::string kRest = " 1 2 3 4 5 6 7 8 9 10\n";
 class PosFile : public testing::Test {
  protected:
   const std::vector<tagKVPosEvent>& Scan(std::string_view content, const std::string& target = kGeographic) {
-    return events = KVUtilities::ScanKVPosFile(folder.Write("a.pos", content), kv::WideFromUtf8(target), error);
+    events = KVUtilities::ScanKVPosFile(folder.Write("a.pos", content), kv::WideFromUtf8(target), error);
+    std::wstring errorOfText = L"left over";
+    EXPECT_EQ(KVUtilities::ScanKVPosText(content, kv::WideFromUtf8(target), errorOfText).size(), events.size());
+    EXPECT_EQ(errorOfText, error);
+    return events;
   }
 
   const TempFolder folder;
