@@ -1,11 +1,9 @@
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <limits>
@@ -22,11 +20,12 @@ namespace fs = std::filesystem;
 constexpr int kSamples = 1'000'000;
 
 // UTM 33 and heights on EGM96; cct and cs2cs are told the same in their own ways.
-constexpr const char* kTransform = KVMISSION_PROGRAM " transform --target EPSG:32633+5773 --quiet";
+constexpr const char* kTransform =
+    KVMISSION_PROGRAM " transform --target EPSG:32633+5773 --quiet --overwrite --output ours.xyz samples.pos";
 constexpr const char* kCct =
     "cct -d 6 -t 0 -c 4,3,5 +proj=pipeline +step +inv +proj=vgridshift +grids=egm96_15.gtx +multiplier=1 "
-    "+step +proj=utm +zone=33 +ellps=WGS84";
-constexpr const char* kCs2cs = "cs2cs -f %.6f EPSG:4979 EPSG:32633+5773";
+    "+step +proj=utm +zone=33 +ellps=WGS84 samples.pos";
+constexpr const char* kCs2cs = "cs2cs -f %.6f EPSG:4979 EPSG:32633+5773 places";
 
 // A POS file of places anywhere around the zone, and its columns of latitude, longitude and height, which is what cs2cs
 // reads.
@@ -46,9 +45,9 @@ class Samples {
     }
   }
 
-  /// Gives a program a file and keeps what it prints.
-  bool Give(const char* file, const std::string& program, const char* result) const {
-    return std::system((program + " '" + Path(file) + "' > '" + Path(result) + "' 2> /dev/null").c_str()) == 0;
+  /// Runs a command among the files and keeps what it prints in one of that name.
+  bool Run(const std::string& command, const char* printed) const {
+    return std::system(("cd '" + Path("") + "' && " + command + " > " + printed + " 2> /dev/null").c_str()) == 0;
   }
   std::string Path(const char* file) const { return (folder_ / file).string(); }
 
@@ -65,14 +64,11 @@ const Samples& AllSamples() {
 
 using Place = std::array<double, 3>;
 
-// A line's coordinates behind as many commas or blanks.
-bool ReadPlace(std::ifstream& lines, int skipped, Place& place) {
+// The coordinates that a line begins with.
+bool ReadPlace(std::ifstream& lines, Place& place) {
   std::string line;
   if (!std::getline(lines, line)) return false;
-  std::replace_if(
-      line.begin(), line.end(), [](char c) { return c == ',' || c == '\t'; }, ' ');
   const char* at = line.c_str();
-  for (int i = 0; i < skipped; ++i) at = std::strchr(at, ' ') + 1;
   for (double& coordinate : place) {
     char* end = nullptr;
     coordinate = std::strtod(at, &end);
@@ -83,14 +79,12 @@ bool ReadPlace(std::ifstream& lines, int skipped, Place& place) {
 
 // Of our coordinates and a peer's, in metres; infinite when they are not of as many places.
 double LargestDifference(const char* peersResult) {
-  constexpr int kColumnsBefore = 9;
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
-  std::ifstream ours(AllSamples().Path("ours")), peers(AllSamples().Path(peersResult));
+  std::ifstream ours(AllSamples().Path("ours.xyz")), peers(AllSamples().Path(peersResult));
   Place our, peer;
-  ours.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
   double largest = 0;
   for (int i = 0; i < kSamples; ++i) {
-    if (!ReadPlace(ours, kColumnsBefore, our) || !ReadPlace(peers, 0, peer)) return kInfinity;
+    if (!ReadPlace(ours, our) || !ReadPlace(peers, peer)) return kInfinity;
     for (std::size_t axis = 0; axis < our.size(); ++axis) {
       const double difference = std::abs(our[axis] - peer[axis]);
       if (!(difference <= largest)) largest = difference;
@@ -102,25 +96,25 @@ double LargestDifference(const char* peersResult) {
 void TransformPos(benchmark::State& state) {
   AllSamples();
   for (auto _ : state) {
-    if (!AllSamples().Give("samples.pos", kTransform, "ours")) state.SkipWithError("kvmission failed");
+    if (!AllSamples().Run(kTransform, "nothing")) state.SkipWithError("kvmission failed");
   }
 }
 BENCHMARK(TransformPos)->UseRealTime()->Iterations(1);
 
 // What is faster because it is less exact would be no peer: the coordinates are compared.
-void TransformBy(benchmark::State& state, const char* name, const char* program, const char* file) {
+void TransformBy(benchmark::State& state, const char* name, const char* command) {
   constexpr double kTenthOfMillimetre = 1e-4;
   if (!IsInstalled(name)) return state.SkipWithError((std::string(name) + " is not installed").c_str());
   AllSamples();
   for (auto _ : state) {
-    if (!AllSamples().Give(file, program, name)) state.SkipWithError((std::string(name) + " failed").c_str());
+    if (!AllSamples().Run(command, name)) state.SkipWithError((std::string(name) + " failed").c_str());
   }
-  const bool areOurs = AllSamples().Give("samples.pos", kTransform, "ours");
+  const bool areOurs = AllSamples().Run(kTransform, "nothing");
   const double largest = areOurs ? LargestDifference(name) : std::numeric_limits<double>::infinity();
   if (!(largest <= kTenthOfMillimetre)) state.SkipWithError("its coordinates are not ours");
 }
-void TransformPosByCct(benchmark::State& state) { TransformBy(state, "cct", kCct, "samples.pos"); }
-void TransformPosByCs2cs(benchmark::State& state) { TransformBy(state, "cs2cs", kCs2cs, "places"); }
+void TransformPosByCct(benchmark::State& state) { TransformBy(state, "cct", kCct); }
+void TransformPosByCs2cs(benchmark::State& state) { TransformBy(state, "cs2cs", kCs2cs); }
 BENCHMARK(TransformPosByCct)->UseRealTime()->Iterations(1);
 BENCHMARK(TransformPosByCs2cs)->UseRealTime()->Iterations(1);
 

@@ -1,9 +1,11 @@
 #pragma once
 
-#include <atomic>
-#include <cstddef>
+#include <condition_variable>
 #include <exception>
 #include <future>
+#include <mutex>
+#include <optional>
+#include <queue>
 #include <system_error>
 #include <thread>
 #include <type_traits>
@@ -18,32 +20,75 @@ inline unsigned ThreadsFor(unsigned jobs) {
   return jobs > 0 ? jobs : processors > 0 ? processors : 1;
 }
 
-/// Makes things in several threads and hands them over in the order of their numbers.
-/// @param make  called with 0 to `count` - 1, in any thread
-/// @param take  called in this thread with what `make` returned, in order; false ends it all, what is made by then is
-///              dropped
-/// @throws what either of them throws
-template <typename Make, typename Take>
-void MakeInOrder(std::size_t count, unsigned threads, Make make, Take take) {
-  using Thing = std::invoke_result_t<Make, std::size_t>;
-  std::vector<std::promise<Thing>> things(count);
-  std::atomic<std::size_t> next = 0;
+/// Calls at the end of its scope.
+template <typename Call>
+struct AtExit {
+  ~AtExit() { call(); }
+  Call call;
+};
+
+/// Makes things in several threads and hands them over in the order of what they are made of. Threads run ahead of
+/// `take` by a few things only.
+/// @param next  gives an optional: what the next thing is made of, nothing at the end; called in one thread at a time
+/// @param make  makes a thing of it; called in several threads at once
+/// @param take  called in this thread with each thing; false ends it all, what is made by then is dropped
+/// @throws what one of them throws
+template <typename Next, typename Make, typename Take>
+void MakeInOrder(unsigned threads, Next next, Make make, Take take) {
+  using Material = typename std::invoke_result_t<Next>::value_type;
+  using Thing = std::invoke_result_t<Make, Material>;
+  constexpr unsigned kAheadOfEach = 4;
+
+  std::mutex mutex;  // of all that follows
+  std::condition_variable changed;
+  std::queue<std::future<Thing>> begun;
+  bool isEnd = false;
+
+  const auto begin = [&](std::promise<Thing>& thing) -> std::optional<Material> {
+    std::unique_lock lock(mutex);
+    changed.wait(lock, [&] { return isEnd || begun.size() < kAheadOfEach * threads; });
+    std::optional<Material> material;
+    try {
+      if (!isEnd) material = next();
+      if (material) begun.push(thing.get_future());
+    } catch (...) {
+      thing.set_exception(std::current_exception());
+      begun.push(thing.get_future());
+    }
+    isEnd = !material;
+    changed.notify_all();
+    return material;
+  };
   const auto work = [&]() noexcept {
-    for (std::size_t i = next++; i < count; i = next++) {
+    for (;;) {
+      std::promise<Thing> thing;
+      std::optional<Material> material = begin(thing);
+      if (!material) return;
       try {
-        things[i].set_value(make(i));
+        thing.set_value(make(*std::move(material)));
       } catch (...) {
-        things[i].set_exception(std::current_exception());
+        thing.set_exception(std::current_exception());
       }
     }
   };
+  const auto oldest = [&]() -> std::future<Thing> {
+    std::unique_lock lock(mutex);
+    changed.wait(lock, [&] { return isEnd || !begun.empty(); });
+    if (begun.empty()) return {};
+    std::future<Thing> thing = std::move(begun.front());
+    begun.pop();
+    changed.notify_all();
+    return thing;
+  };
+
   std::vector<std::jthread> workers;
-  const struct End {
-    ~End() { number = count; }
-    std::atomic<std::size_t>& number;
-    std::size_t count;
-  } end{next, count};  // goes before the workers, which then stop after what they have begun
-  for (unsigned i = 0; i < threads && i < count; ++i) {
+  const auto end = [&] {
+    const std::lock_guard lock(mutex);
+    isEnd = true;
+    changed.notify_all();
+  };
+  const AtExit<decltype(end)> ending{end};  // before the workers: they stop after what they have begun
+  for (unsigned i = 0; i < threads; ++i) {
     try {
       workers.emplace_back(work);
     } catch (const std::system_error&) {  // fewer do as well
@@ -51,8 +96,8 @@ void MakeInOrder(std::size_t count, unsigned threads, Make make, Take take) {
       break;
     }
   }
-  for (auto& thing : things) {
-    if (!take(thing.get_future().get())) return;
+  for (std::future<Thing> thing; (thing = oldest()).valid();) {
+    if (!take(thing.get())) return;
   }
 }
 

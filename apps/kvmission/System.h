@@ -39,6 +39,10 @@ bool FlushToDisk(std::FILE* file);
 /// Tells this process from others that run at the same time.
 unsigned long ProcessId();
 
+/// Memory that was freed serves the next piece of work. Giving it back to the system and fetching it anew for each would
+/// take a good part of the time.
+void KeepFreedMemory();
+
 /// Heartbeats pass through the C library's local calendar; in UTC nothing in them can shift.
 void UseUtcCalendar();
 

@@ -6,8 +6,13 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <limits>
 
 #include "System.h"
+
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
 
 namespace kv::mission {
 namespace {
@@ -102,6 +107,20 @@ bool StandardInputIsTerminal() { return ::isatty(STDIN_FILENO) == 1; }
 bool FlushToDisk(std::FILE* file) { return std::fflush(file) == 0 && ::fsync(::fileno(file)) == 0; }
 
 unsigned long ProcessId() { return static_cast<unsigned long>(::getpid()); }
+
+#if defined(__GLIBC__)
+
+void KeepFreedMemory() {
+  constexpr int kLargestOfHeap = 32 * 1024 * 1024;  // the most that the C library takes
+  ::mallopt(M_MMAP_THRESHOLD, kLargestOfHeap);
+  ::mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
+}
+
+#else
+
+void KeepFreedMemory() {}
+
+#endif
 
 void UseUtcCalendar() {
   ::setenv("TZ", "UTC0", 1);

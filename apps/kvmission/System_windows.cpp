@@ -54,6 +54,8 @@ bool FlushToDisk(std::FILE* file) { return std::fflush(file) == 0 && _commit(_fi
 
 unsigned long ProcessId() { return GetCurrentProcessId(); }
 
+void KeepFreedMemory() {}  // its heap does
+
 void UseUtcCalendar() {
   _putenv_s("TZ", "UTC0");
   _tzset();

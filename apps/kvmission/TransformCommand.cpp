@@ -4,9 +4,9 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "Commands.h"
 #include "Failure.h"
@@ -17,8 +17,8 @@
 #include "field/LineWriter.h"
 #include "field/TextCase.h"
 #include "run/Layers.h"
-#include "transform/PosCsv.h"
 #include "transform/PosReport.h"
+#include "transform/PosRows.h"
 #include "transform/TargetSystem.h"
 
 namespace kv::mission {
@@ -34,18 +34,24 @@ struct TransformOptions {
 
 int DecimalsFor(const tagKVCoordinateSystem& target) { return target.IsGeographic ? 10 : 6; }  // 10 um, 1 um
 
-/// Makes the rows of a table in the threads that make the samples.
-PosUse TableRows(const tagKVCoordinateSystem& target, std::function<void(const std::string& text)> write) {
+/// Makes the rows of a text in the threads that make the samples.
+template <typename Rows, typename Write>
+PosUse TextOfSamples(std::string header, Rows rows, const tagKVCoordinateSystem& target, Write write) {
   PosUse use;
-  use.prepare = [decimals = DecimalsFor(target)](PosBlock& block) {
-    block.text = PosCsvRows(block, decimals);
+  use.prepare = [rows, decimals = DecimalsFor(target)](PosBlock& block) {
+    block.text = rows(block, decimals);
     block.samples = {};
   };
-  use.take = [write = std::move(write)](PosBlock&& block) {
-    if (block.first == 0) write(PosCsvHeader());
+  use.take = [header = std::move(header), write](PosBlock&& block) {
+    if (block.first == 0) write(header);
     write(block.text);
   };
   return use;
+}
+
+template <typename Write>
+PosUse CsvOfSamples(const tagKVCoordinateSystem& target, Write write) {
+  return TextOfSamples(PosCsvHeader(), PosCsvRows, target, write);
 }
 
 /// A file or layer that gets its name once it is whole.
@@ -53,27 +59,28 @@ PosSummary TransformTo(const fs::path& output, const TransformOptions& options, 
                        Log& log) {
   const std::string extension = LowerCase(Utf8(output.extension()));
   const bool isLayer = extension == ".shp";
-  if (!isLayer && extension != ".csv")
-    throw Failure(Utf8(output) + ": the output must end in .shp or .csv", ExitCode::WrongUsage);
+  if (!isLayer && extension != ".csv" && extension != ".xyz")
+    throw Failure(Utf8(output) + ": the output must end in .shp, .csv or .xyz", ExitCode::WrongUsage);
   if (LibraryMisreads(output)) throw Failure(Utf8(output) + ": an output cannot have a backslash in its name");
   const fs::path folder = output.has_parent_path() ? output.parent_path() : ".";
   const std::string name = (isLayer ? output.stem() : output.filename()).string();
   const Results results = isLayer ? Results{{name}, {}} : Results{{}, {name}};
   RefuseResultAsInput(folder, results, options.pos);
   OutputFolder place(folder, options.overwrite, results);
-  const fs::path staging = place.Staging();
   PosSummary summary;
   if (isLayer) {
-    PosPoints points = TransformPos(options.pos, target, staging, options.jobs, log);
+    PosPoints points = TransformPos(options.pos, target, options.jobs, log);
     WritePosPoints(place, name.c_str(), std::move(points.samples), target.EsriWkt.GetString(), log);
     summary = std::move(points.summary);
   } else {
-    LineWriter writer(staging / name);
-    const PosUse rows = TableRows(target, [&](const std::string& text) {
+    LineWriter writer(place.Staging() / name);
+    const auto write = [&](const std::string& text) {
       writer.Text() += text;
       writer.LineDone();
-    });
-    summary = TransformPos(options.pos, target, staging, options.jobs, log, rows);
+    };
+    summary =
+        TransformPos(options.pos, target, options.jobs, log,
+                     extension == ".csv" ? CsvOfSamples(target, write) : TextOfSamples("", PosXyzRows, target, write));
     writer.Close();
   }
   place.Commit();
@@ -89,10 +96,8 @@ std::string ReportText(const PosSummary& summary) {
 /// Standard output has the table, the report goes beside it. Whether all of it gets there is asked at the end of the
 /// command.
 PosSummary TransformAndPrint(const TransformOptions& options, const tagKVCoordinateSystem& target, Log& log) {
-  const ScratchFolder scratch(TemporaryFolder());
-  const PosUse rows =
-      TableRows(target, [](const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); });
-  PosSummary summary = TransformPos(options.pos, target, scratch.Path(), options.jobs, log, rows);
+  const auto write = [](const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); };
+  PosSummary summary = TransformPos(options.pos, target, options.jobs, log, CsvOfSamples(target, write));
   if (!options.quiet) ShowText(ReportText(summary));
   return summary;
 }
@@ -129,7 +134,7 @@ void AddTransformCommand(CLI::App& app, int& exitCode) {
   command.add_option("--target", options->target, "coordinate system: WKT, a file with it, or codes")
       ->type_name("WKT|FILE|EPSG:n[+m]")
       ->required();
-  command.add_option("-o,--output", options->output, "points.shp or points.csv (default: CSV on standard output)")
+  command.add_option("-o,--output", options->output, "points.shp, .csv or .xyz (default: CSV on standard output)")
       ->type_name("FILE");
   AddJobsOption(command, options->jobs, "threads that transform samples");
   command.add_flag("--overwrite", options->overwrite, "replace the output of an earlier run");

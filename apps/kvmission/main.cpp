@@ -51,6 +51,7 @@ int Flushed(int exitCode) {
 
 int main(int argc, char** argv) {
   kv::mission::SecureStandardStreams();
+  kv::mission::KeepFreedMemory();
   kv::mission::UseUtcCalendar();
   try {
     return Flushed(Run(argc, argv));

@@ -26,12 +26,16 @@ void AddSample(const PosColumns& columns, std::size_t number, PosFile& file) {
 
 }  // namespace
 
-void PosFile::Append(const PosFile& next) {
+void PosCounts::Append(const PosCounts& next) {
   for (std::size_t kind = 0; kind < kPosLineKinds; ++kind) {
-    if (counts.kinds[kind] == 0) counts.firstLines[kind] = next.counts.firstLines[kind];
-    counts.kinds[kind] += next.counts.kinds[kind];
+    if (kinds[kind] == 0) firstLines[kind] = next.firstLines[kind];
+    kinds[kind] += next.kinds[kind];
   }
-  counts.lines += next.counts.lines;
+  lines += next.lines;
+}
+
+void PosFile::Append(const PosFile& next) {
+  counts.Append(next.counts);
   sampleLines.insert(sampleLines.end(), next.sampleLines.begin(), next.sampleLines.end());
   for (const auto& week : {next.firstWeek, next.lastWeek}) {
     if (week) AddWeek(*week, *this);

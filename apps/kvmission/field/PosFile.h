@@ -26,6 +26,8 @@ struct PosCounts {
   std::size_t Dropped() const {
     return lines - Of(PosLineKind::Sample) - Of(PosLineKind::Comment) - Of(PosLineKind::Blank);
   }
+  /// Adds what the lines behind these count.
+  void Append(const PosCounts& next);
 };
 
 struct PosFile {

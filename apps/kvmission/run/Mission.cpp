@@ -236,7 +236,7 @@ Summary RunMission(const RunRequest& request, Log& log) {
   OutputFolder output(request.output, request.overwrite);
 
   std::optional<PosPoints> pos;
-  if (target) pos = TransformPos(*inputs.pos, *target, output.Staging(), request.jobs, log);
+  if (target) pos = TransformPos(*inputs.pos, *target, request.jobs, log);
   if (inputs.aos) summary.orientation = ReadOrientationFile(*inputs.aos, output.Staging(), log);
   if (inputs.mrk) {
     RunDrone(request, output, pos ? &pos->samples : nullptr, summary, log);

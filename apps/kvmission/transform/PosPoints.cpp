@@ -5,16 +5,14 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <future>
 #include <iterator>
-#include <mutex>
+#include <optional>
 #include <utility>
 
 #include "Failure.h"
 #include "InOrder.h"
 #include "Interrupt.h"
 #include "System.h"
-#include "field/LineWriter.h"
 #include "transform/TargetSystem.h"
 
 namespace kv::mission {
@@ -25,49 +23,35 @@ namespace fs = std::filesystem;
 /// A scan of so many takes far longer than its set-up, and its samples take little memory.
 constexpr std::size_t kLinesOfPiece = 1 << 14;
 
-/// Some lines of a POS file and a copy of the samples among them.
+/// The samples among some lines of a POS file.
 struct Piece {
-  fs::path copy;
-  PosFile content;
-  std::size_t first = 0;  // number of the first sample, from 0
+  std::string text;
+  std::vector<std::size_t> lines;  // number of each sample's line, from 1
+  std::size_t first = 0;           // number of the first sample, from 0
 };
 
-/// Threads take the next lines in turn.
-std::vector<Piece> CopySamples(const fs::path& path, const fs::path& scratch, unsigned threads, const Log& log) {
-  PosReader reader(path, log);
-  std::vector<Piece> pieces;
-  std::mutex mutex;  // of both
-  const auto work = [&] {
-    for (PosLines lines;;) {
-      std::unique_lock lock(mutex);
-      if (!reader.Take(kLinesOfPiece, lines)) return;
-      const std::size_t number = pieces.size();
-      pieces.emplace_back();
-      lock.unlock();
-      Piece piece{scratch / fmt::format("pos{}", number), KeepSamples(lines)};
-      LineWriter writer(piece.copy);
-      writer.Text() = std::move(lines.text);
-      writer.Close();
-      lock.lock();
-      pieces[number] = std::move(piece);
-    }
-  };
-  std::vector<std::future<void>> workers;
-  for (unsigned i = 0; i < threads; ++i) workers.push_back(std::async(work));
-  for (auto& worker : workers) worker.get();
-  return pieces;
-}
+/// Gives out a POS file in pieces, and counts what they hold.
+class Pieces {
+ public:
+  Pieces(const fs::path& path, const Log& log) : reader_(path, log) {}
 
-/// What the pieces hold together; gives them the numbers of their first samples and drops those without any.
-PosCounts Count(std::vector<Piece>& pieces) {
-  PosFile whole;
-  for (Piece& piece : pieces) {
-    piece.first = whole.sampleLines.size();
-    whole.Append(piece.content);
+  /// Nothing at the end; every piece has a sample.
+  std::optional<Piece> Next() {
+    for (PosLines lines; reader_.Take(kLinesOfPiece, lines);) {
+      PosFile content = KeepSamples(lines);
+      const std::size_t first = counts_.Of(PosLineKind::Sample);
+      counts_.Append(content.counts);
+      if (!content.sampleLines.empty()) return Piece{std::move(lines.text), std::move(content.sampleLines), first};
+    }
+    return std::nullopt;
   }
-  std::erase_if(pieces, [](const Piece& piece) { return piece.content.sampleLines.empty(); });
-  return whole.counts;
-}
+
+  const PosCounts& Counts() const { return counts_; }
+
+ private:
+  PosReader reader_;
+  PosCounts counts_;
+};
 
 /// The library's sentences have line ends in them.
 std::string OneLine(const std::wstring& text) {
@@ -99,14 +83,12 @@ struct Scanned {
   std::wstring error;
 };
 
-Scanned Scan(Piece& piece, const tagKVCoordinateSystem& target, const PosUse& use) {
+Scanned Scan(Piece piece, const tagKVCoordinateSystem& target, const PosUse& use) {
   ThrowIfInterrupted();
   Scanned scanned;
   PosBlock& block = scanned.block;
-  block.lines = std::move(piece.content.sampleLines), block.first = piece.first;
-  block.samples = KVUtilities::ScanKVPosFile(WidePath(piece.copy), target.Wkt.GetString(), scanned.error);
-  std::error_code ignored;
-  fs::remove(piece.copy, ignored);  // their sum is as large as the file
+  block.lines = std::move(piece.lines), block.first = piece.first;
+  block.samples = KVUtilities::ScanKVPosText(piece.text, target.Wkt.GetString(), scanned.error);
   scanned.points = block.samples.size();
   if (scanned.points < block.lines.size()) scanned.endedAtLine = block.lines[scanned.points];
   if (target.IsNorthingFirst) PutEastingsOnX(block.samples);
@@ -131,45 +113,54 @@ void CheckEnd(const PosSummary& summary, const std::wstring& error) {
   if (summary.endedAtLine && error.empty()) throw Failure(Utf8(summary.file) + ": the samples could not be read back");
 }
 
-PosSummary SummaryBefore(const fs::path& path, const tagKVCoordinateSystem& target, const PosCounts& counts) {
+PosSummary SummaryBefore(const fs::path& path, const tagKVCoordinateSystem& target) {
   PosSummary summary;
-  summary.file = path, summary.counts = counts;
+  summary.file = path;
   summary.system = TextOf(target.Name), summary.isGeographic = target.IsGeographic;
   summary.heights = HeightsText(target), summary.geoidGrid = TextOf(target.GeoidGrid);
-  if (counts.Of(PosLineKind::Sample) > 0) return summary;
+  return summary;
+}
+
+void RefuseWithoutSample(const PosSummary& summary) {
+  const PosCounts& counts = summary.counts;
+  if (counts.Of(PosLineKind::Sample) > 0) return;
   const std::string leftOut = LeftOutText(counts);
-  throw Failure(fmt::format("{}: no sample in {}{}{}", Utf8(path), Counted(counts.lines, "line"),
+  throw Failure(fmt::format("{}: no sample in {}{}{}", Utf8(summary.file), Counted(counts.lines, "line"),
                             leftOut.empty() ? "" : ": ", leftOut));
 }
 
 }  // namespace
 
-PosSummary TransformPos(const fs::path& path, const tagKVCoordinateSystem& target, const fs::path& scratch,
-                        unsigned jobs, Log& log, const PosUse& use) {
-  const unsigned threads = ThreadsFor(jobs);
-  std::vector<Piece> pieces = CopySamples(path, scratch, threads, log);
-  PosSummary summary = SummaryBefore(path, target, Count(pieces));
-  WarnOfPosLines(summary.counts, log);
+PosSummary TransformPos(const fs::path& path, const tagKVCoordinateSystem& target, unsigned jobs, Log& log,
+                        const PosUse& use) {
+  Pieces pieces(path, log);
+  PosSummary summary = SummaryBefore(path, target);
   WarnOfEllipsoid(target, log);
-  const auto scan = [&](std::size_t number) { return Scan(pieces[number], target, use); };
-  MakeInOrder(pieces.size(), threads, scan, [&](Scanned scanned) {
+  std::wstring error;
+  const auto next = [&] { return pieces.Next(); };
+  const auto scan = [&](Piece piece) { return Scan(std::move(piece), target, use); };
+  MakeInOrder(ThreadsFor(jobs), next, scan, [&](Scanned scanned) {
     ThrowIfInterrupted();
     Add(scanned, summary);
-    CheckEnd(summary, scanned.error);
+    error = std::move(scanned.error);
+    CheckEnd(summary, error);
     if (scanned.points > 0) use.take(std::move(scanned.block));
-    if (summary.endedAtLine) WarnOfEnd(summary, OneLine(scanned.error), log);
     return !summary.endedAtLine;
   });
+  while (pieces.Next()) continue;  // what is left is counted
+  summary.counts = pieces.Counts();
+  RefuseWithoutSample(summary);
+  WarnOfPosLines(summary.counts, log);
+  if (summary.endedAtLine) WarnOfEnd(summary, OneLine(error), log);
   return summary;
 }
 
-PosPoints TransformPos(const fs::path& path, const tagKVCoordinateSystem& target, const fs::path& scratch,
-                       unsigned jobs, Log& log) {
+PosPoints TransformPos(const fs::path& path, const tagKVCoordinateSystem& target, unsigned jobs, Log& log) {
   PosPoints points;
   const auto collect = [&](PosBlock&& block) {
     std::move(block.samples.begin(), block.samples.end(), std::back_inserter(points.samples));
   };
-  points.summary = TransformPos(path, target, scratch, jobs, log, {{}, collect});
+  points.summary = TransformPos(path, target, jobs, log, {{}, collect});
   return points;
 }
 

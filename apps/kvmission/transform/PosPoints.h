@@ -48,12 +48,11 @@ struct PosUse {
 };
 
 /// Reads a POS file, transforms its samples, and warns of what is left out.
-/// @param scratch  folder for copies of the samples, so that look and scan see the same lines
-/// @param jobs     threads; 0 for as many as there are processors
-/// @throws Failure when no sample is left, or none can be transformed; when a file cannot be read or written, or the
-///         user interrupts
-PosSummary TransformPos(const std::filesystem::path& path, const tagKVCoordinateSystem& target,
-                        const std::filesystem::path& scratch, unsigned jobs, Log& log, const PosUse& use);
+/// @param jobs  threads; 0 for as many as there are processors
+/// @throws Failure when no sample is left, or none can be transformed; when the file cannot be read, or the user
+///         interrupts
+PosSummary TransformPos(const std::filesystem::path& path, const tagKVCoordinateSystem& target, unsigned jobs, Log& log,
+                        const PosUse& use);
 
 struct PosPoints {
   PosSummary summary;
@@ -61,7 +60,6 @@ struct PosPoints {
 };
 
 /// The same with all samples at once.
-PosPoints TransformPos(const std::filesystem::path& path, const tagKVCoordinateSystem& target,
-                       const std::filesystem::path& scratch, unsigned jobs, Log& log);
+PosPoints TransformPos(const std::filesystem::path& path, const tagKVCoordinateSystem& target, unsigned jobs, Log& log);
 
 }  // namespace kv::mission

@@ -1,4 +1,4 @@
-#include "transform/PosCsv.h"
+#include "transform/PosRows.h"
 
 #include <fmt/format.h>
 
@@ -7,6 +7,9 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
+#include <iterator>
+#include <string>
 #include <string_view>
 
 #include "Csv.h"
@@ -18,11 +21,15 @@ namespace {
 
 using Sample = tagKVPosEvent;
 
+constexpr int kDecimals = 6;  // micrometres, microseconds
+
 constexpr CStringW Sample::*kTextsOfFile[] = {&Sample::GpsWeekText, &Sample::GpsSecondsText, &Sample::LatitudeText,
                                               &Sample::LongitudeText, &Sample::HeightText};
 constexpr CStringW Sample::*kKeptTexts[] = {&Sample::Token6,  &Sample::Token7,  &Sample::Token8,  &Sample::Token9,
                                             &Sample::Token10, &Sample::Token11, &Sample::Token12, &Sample::Token13,
                                             &Sample::Token14, &Sample::Token15};
+
+constexpr std::size_t kMostDigits = 20;  // of 64 bits
 
 /// A text that grows at its end in small pieces.
 class Text {
@@ -32,7 +39,6 @@ class Text {
   void Append(char c) { *Room(1) = c, ++size_; }
   void Append(std::string_view piece) { size_ += piece.copy(Room(piece.size()), piece.size()); }
   void Append(std::uint64_t number) {
-    constexpr std::size_t kMostDigits = 20;
     char* begin = Room(kMostDigits);
     size_ += static_cast<std::size_t>(std::to_chars(begin, begin + kMostDigits, number).ptr - begin);
   }
@@ -42,6 +48,9 @@ class Text {
     return characters_.data() + size_;
   }
   void Grow(std::size_t length) { size_ += length; }
+
+  std::size_t Size() const { return size_; }
+  std::string_view From(std::size_t begin) const { return {characters_.data() + begin, size_ - begin}; }
 
   std::string Take() {
     characters_.resize(size_);
@@ -67,10 +76,14 @@ void AppendDecimal(double value, int decimals, Text& text) {
   if (!(product < kLastMiddle) || part == 0.5) return text.Append(fmt::format("{:.{}f}", value, decimals));
   const std::uint64_t units = static_cast<std::uint64_t>(whole) + (part > 0.5);
   if (std::signbit(value)) text.Append('-');
-  text.Append(units / one);
-  char* point = text.Room(0);
-  text.Append(one + units % one);  // a one before the decimals keeps their zeros and makes room for the point
+  // Below one, a one before the decimals keeps their zeros until it is the zero before the point.
+  char* begin = text.Room(kMostDigits + 1);
+  char* end = std::to_chars(begin, begin + kMostDigits, units < one ? one + units : units).ptr;
+  if (units < one) *begin = '0';
+  char* point = end - decimals;
+  std::memmove(point + 1, point, static_cast<std::size_t>(decimals));
   *point = '.';
+  text.Grow(static_cast<std::size_t>(end + 1 - begin));
 }
 
 void AppendAnyField(std::wstring_view field, Text& text) {
@@ -92,6 +105,22 @@ void AppendField(const CStringW& field, Text& text) {
   }
   isPlain ? text.Grow(wide.size()) : AppendAnyField(wide, text);
 }
+
+/// A column whose texts repeat: what shares its buffer with the text before needs no second look.
+class Column {
+ public:
+  void Append(const CStringW& field, Text& text) {
+    if (field.GetString() == buffer_) return text.Append(std::string_view(narrow_));
+    const std::size_t begin = text.Size();
+    AppendField(field, text);
+    narrow_ = text.From(begin);
+    buffer_ = field.GetString();
+  }
+
+ private:
+  const wchar_t* buffer_ = nullptr;
+  std::string narrow_;
+};
 
 /// Times as `IsoText` gives them; the date is worked out once a day.
 class IsoTimes {
@@ -132,10 +161,10 @@ std::string PosCsvHeader() {
 }
 
 std::string PosCsvRows(const PosBlock& block, int decimals) {
-  constexpr std::size_t kUsualRow = 256;
-  constexpr int kDecimals = 6;  // micrometres, microseconds
+  constexpr std::size_t kUsualRow = 224;
   Text text(block.samples.size() * kUsualRow);
   IsoTimes times;
+  std::array<Column, std::size(kKeptTexts)> kept;
   for (std::size_t i = 0; i < block.samples.size(); ++i) {
     const Sample& sample = block.samples[i];
     text.Append(std::uint64_t{block.first + i});
@@ -150,7 +179,23 @@ std::string PosCsvRows(const PosBlock& block, int decimals) {
       text.Append(',');
       AppendDecimal(value, places, text);
     }
-    for (const auto field : kKeptTexts) AppendField(sample.*field, text);
+    for (std::size_t column = 0; column < kept.size(); ++column) {
+      kept[column].Append(sample.*kKeptTexts[column], text);
+    }
+    text.Append('\n');
+  }
+  return text.Take();
+}
+
+std::string PosXyzRows(const PosBlock& block, int decimals) {
+  constexpr std::size_t kUsualRow = 48;
+  Text text(block.samples.size() * kUsualRow);
+  for (const Sample& sample : block.samples) {
+    AppendDecimal(sample.X, decimals, text);
+    text.Append(' ');
+    AppendDecimal(sample.Y, decimals, text);
+    text.Append(' ');
+    AppendDecimal(sample.Z, kDecimals, text);
     text.Append('\n');
   }
   return text.Take();
