@@ -9,6 +9,7 @@
 #include "baseline/TrajectoryPoints.h"
 #include "conversions/FileTimes.h"
 #include "support/TempFolder.h"
+#include "support/TestSize.h"
 #include "support/Times.h"
 
 namespace {
@@ -86,7 +87,7 @@ class Layers : public testing::Test {
 };
 
 TEST_F(Layers, TrajectoryPointsAreThoseOfPlainShapelib) {
-  auto trajectory = Trajectory(5000);
+  auto trajectory = Trajectory(TestSize<std::size_t>(5'000, 1'000'000));
   std::vector<PlainRecord> plain;
   for (auto& fix : trajectory) {
     const auto& [unit, unitBytes] = kTexts[values_.Choice(std::size(kTexts))];
@@ -98,7 +99,7 @@ TEST_F(Layers, TrajectoryPointsAreThoseOfPlainShapelib) {
 }
 
 TEST_F(Layers, TrajectoryLineIsThatOfPlainShapelib) {
-  for (const std::size_t count : {std::size_t{1}, std::size_t{20'000}}) {
+  for (const std::size_t count : {std::size_t{1}, TestSize<std::size_t>(20'000, 1'000'000)}) {
     const auto trajectory = Trajectory(count);
     const auto &first = trajectory.front(), &last = trajectory.back();
     PlainRecord plain{{},
@@ -113,7 +114,7 @@ TEST_F(Layers, TrajectoryLineIsThatOfPlainShapelib) {
 }
 
 TEST_F(Layers, PhotosAreThoseOfPlainShapelib) {
-  std::vector<tagKVSystemEvent> events(3000);
+  std::vector<tagKVSystemEvent> events(TestSize<std::size_t>(3'000, 300'000));
   std::vector<PlainRecord> plain;
   for (auto& event : events) {
     event.Type = static_cast<int>(values_.Choice(4));
@@ -160,7 +161,7 @@ TEST_F(Layers, PhotosAreThoseOfPlainShapelib) {
 }
 
 TEST_F(Layers, LogPointsAreThoseOfPlainShapelib) {
-  std::vector<tagKVLogEvent> events(3000);
+  std::vector<tagKVLogEvent> events(TestSize<std::size_t>(3'000, 300'000));
   std::vector<PlainRecord> plain;
   for (auto& event : events) {
     event.SystemTimeUTC = values_.Choice(9) ? Calendar(2023, 5, 1, 10, static_cast<int>(values_.Choice(60)), 7, 999)
@@ -207,7 +208,7 @@ TEST_F(Layers, LogPointsAreThoseOfPlainShapelib) {
 }
 
 TEST_F(Layers, StationsAreThoseOfPlainShapelib) {
-  std::vector<tagKVExposureStation> stations(2000);
+  std::vector<tagKVExposureStation> stations(TestSize<std::size_t>(2'000, 200'000));
   std::vector<PlainRecord> plain;
   for (auto& station : stations) {
     station.TimeUTC = values_.Time();

@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "KVUtilities.h"
 #include "baseline/Sharpness.h"
 #include "photos/Pictures.h"
 #include "support/TempFolder.h"
+#include "support/TestSize.h"
 
 namespace {
 
@@ -31,7 +34,12 @@ TEST(Sharpness, BandsEqualTheWholePictureToTheLastBit) {
       }
     }
   }
-  const cv::Mat large = Noise(4000, 3000, CV_8UC3);
+  std::mt19937 random(5);
+  for (int round = TestSize(30, 3'000); round > 0; --round) {
+    const cv::Mat picture = Noise(1 + static_cast<int>(random() % 3000), 1 + static_cast<int>(random() % 500), CV_8UC3);
+    ASSERT_EQ(kv::SharpnessOf(picture), baseline::SharpnessOf(picture)) << picture.cols << " x " << picture.rows;
+  }
+  const cv::Mat large = Noise(TestSize(4000, 12'000), TestSize(3000, 8'500), CV_8UC3);
   EXPECT_EQ(kv::SharpnessOf(large), baseline::SharpnessOf(large));
   EXPECT_EQ(kv::SharpnessOf(large.colRange(5, 600)),
             baseline::SharpnessOf(large.colRange(5, 600)));  // rows that lie apart
