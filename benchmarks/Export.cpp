@@ -52,13 +52,13 @@ void ExportPointsByShapelib(benchmark::State& state) {
 BENCHMARK(ExportPointsByShapelib)->UseRealTime()->Iterations(1);
 
 void ExportPointsByOgr(benchmark::State& state) {
-  if (!IsInstalled("ogr2ogr")) return state.SkipWithError("ogr2ogr is not installed");
+  if (!HasProgram("ogr2ogr", state)) return;
   const ScratchFolder folder;
   ExportTo(folder / "points.shp");
   const std::string command =
       "ogr2ogr -f 'ESRI Shapefile' '" + (folder / "ogr").string() + "' '" + (folder / "points.shp").string() + "'";
   for (auto _ : state) {
-    if (!RunsQuietly(command)) state.SkipWithError("ogr2ogr failed");
+    if (!RunsQuietly(command)) state.SkipWithError("FAILED: ogr2ogr");
   }
 }
 BENCHMARK(ExportPointsByOgr)->UseRealTime()->Iterations(1);

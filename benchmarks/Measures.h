@@ -1,10 +1,13 @@
 #pragma once
 
+#include <benchmark/benchmark.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <random>
 #include <string>
+#include <string_view>
 
 #if defined(__GLIBC__)
 #include <malloc.h>
@@ -34,7 +37,19 @@ inline bool RunsQuietly(const std::string& command) {
   return std::system(("( " + command + " ) > /dev/null 2>&1").c_str()) == 0;
 }
 
-inline bool IsInstalled(const std::string& program) { return RunsQuietly("command -v " + program); }
+/// How the reasons begin why something cannot be measured on a machine. What ends with any other reason has failed.
+inline constexpr std::string_view kSkipped = "skipped: ";
+
+inline void Skip(benchmark::State& state, const std::string& reason) {
+  state.SkipWithError((std::string(kSkipped) + reason).c_str());
+}
+
+/// @return whether a program is installed; else the benchmark is skipped
+inline bool HasProgram(const std::string& program, benchmark::State& state) {
+  const bool isInstalled = RunsQuietly("command -v " + program);
+  if (!isInstalled) Skip(state, program + " is not installed");
+  return isInstalled;
+}
 
 /// Bytes of resident memory that a call needs at its peak, beyond what is resident before it. Linux alone counts them;
 /// 0 elsewhere.

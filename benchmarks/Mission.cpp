@@ -79,11 +79,11 @@ const Mission& ShortMission() {
 
 template <int kJobs>
 void Grade(benchmark::State& state) {
-  if (std::thread::hardware_concurrency() < 2) return state.SkipWithError("there is one processor only");
+  if (std::thread::hardware_concurrency() < 2) return Skip(state, "there is one processor only");
   std::string command = kProgram + " grade -q --jobs " + std::to_string(kJobs);
   for (const auto& photo : ShortMission().Photos()) command += " '" + photo + "'";
   for (auto _ : state) {
-    if (!RunsQuietly(command)) state.SkipWithError("kvmission failed");
+    if (!RunsQuietly(command)) state.SkipWithError("FAILED: kvmission");
   }
 }
 void GradeOnOneCore(benchmark::State& state) { Grade<1>(state); }
@@ -91,7 +91,7 @@ void GradeOnTwoCores(benchmark::State& state) { Grade<2>(state); }
 BENCHMARK(GradeOnOneCore)->UseRealTime()->Iterations(1);
 BENCHMARK(GradeOnTwoCores)->UseRealTime()->Iterations(1);
 
-// An hour of fixes at 10 Hz and 3,600 photos; none are taken in turns.
+// An hour of fixes at 10 Hz and some 3,600 photos; none are taken in turns.
 const Mission& HourOfMission() {
   static const Mission mission("--minutes 60 --rate 10 --interval 1.53 --photo-size 1280x960");
   return mission;
@@ -130,7 +130,7 @@ void TenthOfRun(benchmark::State& state) {
 }
 void RunWithoutGrading(benchmark::State& state) {
   for (auto _ : state) {
-    if (!HourOfMission().Run("--no-sharpness")) state.SkipWithError("kvmission failed");
+    if (!HourOfMission().Run("--no-sharpness")) state.SkipWithError("FAILED: kvmission");
   }
 }
 BENCHMARK(DecodeAndWriteAlone)->Iterations(1);

@@ -96,7 +96,7 @@ double LargestDifference(const char* peersResult) {
 void TransformPos(benchmark::State& state) {
   AllSamples();
   for (auto _ : state) {
-    if (!AllSamples().Run(kTransform, "nothing")) state.SkipWithError("kvmission failed");
+    if (!AllSamples().Run(kTransform, "nothing")) state.SkipWithError("FAILED: kvmission");
   }
 }
 BENCHMARK(TransformPos)->UseRealTime()->Iterations(1);
@@ -104,14 +104,14 @@ BENCHMARK(TransformPos)->UseRealTime()->Iterations(1);
 // What is faster because it is less exact would be no peer: the coordinates are compared.
 void TransformBy(benchmark::State& state, const char* name, const char* command) {
   constexpr double kTenthOfMillimetre = 1e-4;
-  if (!IsInstalled(name)) return state.SkipWithError((std::string(name) + " is not installed").c_str());
+  if (!HasProgram(name, state)) return;
   AllSamples();
   for (auto _ : state) {
-    if (!AllSamples().Run(command, name)) state.SkipWithError((std::string(name) + " failed").c_str());
+    if (!AllSamples().Run(command, name)) state.SkipWithError(("FAILED: " + std::string(name)).c_str());
   }
   const bool areOurs = AllSamples().Run(kTransform, "nothing");
   const double largest = areOurs ? LargestDifference(name) : std::numeric_limits<double>::infinity();
-  if (!(largest <= kTenthOfMillimetre)) state.SkipWithError("its coordinates are not ours");
+  if (!(largest <= kTenthOfMillimetre)) state.SkipWithError("FAILED: its coordinates are not ours");
 }
 void TransformPosByCct(benchmark::State& state) { TransformBy(state, "cct", kCct); }
 void TransformPosByCs2cs(benchmark::State& state) { TransformBy(state, "cs2cs", kCs2cs); }

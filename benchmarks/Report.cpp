@@ -6,6 +6,8 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "Measures.h"
+
 namespace {
 
 constexpr double kLongSeconds = 10;  // what takes longer is run once
@@ -24,11 +26,13 @@ void Figures::ReportRuns(const std::vector<Run>& runs) {
   for (const Run& run : runs) {
     const std::string& name = run.run_name.function_name;
     if (run.error_occurred) {
-      skipped_[name] = run.error_message;
+      reasons_[name] = run.error_message;
       continue;
     }
     const auto bytes = run.counters.find("bytes"), seconds = run.counters.find("seconds");
-    if (bytes != run.counters.end()) {
+    if (bytes != run.counters.end() && bytes->second == 0) {
+      reasons_[name] = std::string(kSkipped) + "memory cannot be counted";
+    } else if (bytes != run.counters.end()) {
       memory_[name] = true;
       figures_[name].push_back(bytes->second);
     } else if (seconds != run.counters.end()) {
@@ -40,14 +44,14 @@ void Figures::ReportRuns(const std::vector<Run>& runs) {
 }
 
 bool Figures::IsSettled(const std::string& name) const {
-  if (skipped_.contains(name)) return true;
+  if (reasons_.contains(name)) return true;
   const auto found = figures_.find(name);
   return found != figures_.end() && !IsMemory(name) && found->second.front() > kLongSeconds;
 }
 
-std::string Figures::WhySkipped(const std::string& name) const {
-  if (const auto found = skipped_.find(name); found != skipped_.end()) return found->second;
-  return figures_.contains(name) ? "" : "no such benchmark: " + name;
+std::string Figures::WhyNone(const std::string& name) const {
+  if (const auto found = reasons_.find(name); found != reasons_.end()) return found->second;
+  return figures_.contains(name) ? "" : "FAILED: no benchmark " + name;
 }
 
 double Figures::Median(const std::string& name) const {
@@ -64,10 +68,12 @@ bool Report(const std::vector<Comparison>& comparisons, const Figures& figures, 
   nlohmann::json rows = nlohmann::json::array();
   for (const auto& [row, what, peerName, peer, ours, goal] : comparisons) {
     nlohmann::json line{{"row", row}, {"case", what}, {"peer", peerName}, {"goal", goal}};
-    const std::string reason = figures.WhySkipped(ours) + figures.WhySkipped(peer);
+    std::string reason = figures.WhyNone(ours);
+    if (reason.empty()) reason = figures.WhyNone(peer);
     if (!reason.empty()) {
-      fmt::print("| {:>2} | {:44} | {:40} | skipped: {}\n", row, what, peerName, reason);
-      line["skipped"] = reason;
+      areAllMet = areAllMet && reason.starts_with(kSkipped);
+      fmt::print("| {:>2} | {:44} | {:40} | {}\n", row, what, peerName, reason);
+      line["noFigure"] = reason;
     } else {
       const double peerFigure = figures.Median(peer), ourFigure = figures.Median(ours);
       const double ratio = peerFigure / ourFigure;

@@ -18,16 +18,16 @@ class Figures : public benchmark::BenchmarkReporter {
   bool IsSettled(const std::string& name) const;
 
   bool IsMemory(const std::string& name) const { return memory_.contains(name); }
-  /// Why there is no figure; empty when there is one.
-  std::string WhySkipped(const std::string& name) const;
+  /// Why there is no figure; empty when there is one. What cannot be measured here begins with `kSkipped`.
+  std::string WhyNone(const std::string& name) const;
   double Median(const std::string& name) const;
 
  private:
   std::map<std::string, std::vector<double>> figures_;  // seconds or bytes
-  std::map<std::string, std::string> skipped_;
+  std::map<std::string, std::string> reasons_;          // of those without a figure
   std::map<std::string, bool> memory_;
 };
 
 /// Prints the comparisons of which there are figures as a table, and writes them as JSON when a file is named.
-/// @return whether all goals that could be measured were met
+/// @return whether nothing failed, and all goals that can be measured here were met
 bool Report(const std::vector<Comparison>& comparisons, const Figures& figures, const std::string& jsonFile);

@@ -4,9 +4,7 @@
 #include <exception>
 #include <future>
 #include <mutex>
-#include <optional>
 #include <queue>
-#include <system_error>
 #include <thread>
 #include <type_traits>
 #include <utility>
@@ -20,84 +18,84 @@ inline unsigned ThreadsFor(unsigned jobs) {
   return jobs > 0 ? jobs : processors > 0 ? processors : 1;
 }
 
-/// Calls at the end of its scope.
-template <typename Call>
-struct AtExit {
-  ~AtExit() { call(); }
-  Call call;
+/// Threads that take up work in the order in which it is given to them. What is not begun at their end is dropped.
+template <typename Thing>
+class Workers {
+ public:
+  /// The first thread must start; fewer than wanted then do as well.
+  explicit Workers(unsigned count) {
+    for (unsigned i = 0; i < count; ++i) {
+      try {
+        threads_.emplace_back([this] { Work(); });
+      } catch (const std::exception&) {
+        if (threads_.empty()) throw;
+        return;
+      }
+    }
+  }
+  ~Workers() {
+    const std::lock_guard lock(mutex_);
+    isEnd_ = true;
+    changed_.notify_all();
+  }
+  Workers(const Workers&) = delete;
+  Workers& operator=(const Workers&) = delete;
+
+  std::future<Thing> Begin(std::packaged_task<Thing()> task) {
+    std::future<Thing> thing = task.get_future();
+    const std::lock_guard lock(mutex_);
+    tasks_.push(std::move(task));
+    changed_.notify_one();
+    return thing;
+  }
+
+ private:
+  void Work() {
+    for (;;) {
+      std::unique_lock lock(mutex_);
+      changed_.wait(lock, [this] { return isEnd_ || !tasks_.empty(); });
+      if (isEnd_) return;
+      std::packaged_task<Thing()> task = std::move(tasks_.front());
+      tasks_.pop();
+      lock.unlock();
+      task();  // what it throws, the future passes on
+    }
+  }
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::queue<std::packaged_task<Thing()>> tasks_;
+  bool isEnd_ = false;
+  std::vector<std::jthread> threads_;  // last: they end before the rest does
 };
 
-/// Makes things in several threads and hands them over in the order of what they are made of. Threads run ahead of
-/// `take` by a few things only.
-/// @param next  gives an optional: what the next thing is made of, nothing at the end; called in one thread at a time
+/// Makes things in several threads and hands them over in the order of what they are made of. At most four things a
+/// thread are begun or wait.
+/// @param next  gives an optional: what the next thing is made of, nothing at the end; called in this thread, so that an
+///              interrupt ends a read that waits
 /// @param make  makes a thing of it; called in several threads at once
 /// @param take  called in this thread with each thing; false ends it all, what is made by then is dropped
 /// @throws what one of them throws
 template <typename Next, typename Make, typename Take>
 void MakeInOrder(unsigned threads, Next next, Make make, Take take) {
-  using Material = typename std::invoke_result_t<Next>::value_type;
-  using Thing = std::invoke_result_t<Make, Material>;
-  constexpr unsigned kAheadOfEach = 4;
-
-  std::mutex mutex;  // of all that follows
-  std::condition_variable changed;
+  using Thing = std::invoke_result_t<Make, typename std::invoke_result_t<Next>::value_type>;
+  const std::size_t most = std::size_t{4} * threads;
   std::queue<std::future<Thing>> begun;
-  bool isEnd = false;
-
-  const auto begin = [&](std::promise<Thing>& thing) -> std::optional<Material> {
-    std::unique_lock lock(mutex);
-    changed.wait(lock, [&] { return isEnd || begun.size() < kAheadOfEach * threads; });
-    std::optional<Material> material;
-    try {
-      if (!isEnd) material = next();
-      if (material) begun.push(thing.get_future());
-    } catch (...) {
-      thing.set_exception(std::current_exception());
-      begun.push(thing.get_future());
+  Workers<Thing> workers(threads);
+  for (bool isEnd = false;;) {
+    if (!isEnd && begun.size() < most) {
+      auto material = next();
+      isEnd = !material;
+      if (isEnd) continue;
+      begun.push(workers.Begin(std::packaged_task<Thing()>(
+          [&make, material = *std::move(material)]() mutable { return make(std::move(material)); })));
+    } else if (begun.empty()) {
+      return;
+    } else {
+      std::future<Thing> oldest = std::move(begun.front());
+      begun.pop();
+      if (!take(oldest.get())) return;
     }
-    isEnd = !material;
-    changed.notify_all();
-    return material;
-  };
-  const auto work = [&]() noexcept {
-    for (;;) {
-      std::promise<Thing> thing;
-      std::optional<Material> material = begin(thing);
-      if (!material) return;
-      try {
-        thing.set_value(make(*std::move(material)));
-      } catch (...) {
-        thing.set_exception(std::current_exception());
-      }
-    }
-  };
-  const auto oldest = [&]() -> std::future<Thing> {
-    std::unique_lock lock(mutex);
-    changed.wait(lock, [&] { return isEnd || !begun.empty(); });
-    if (begun.empty()) return {};
-    std::future<Thing> thing = std::move(begun.front());
-    begun.pop();
-    changed.notify_all();
-    return thing;
-  };
-
-  std::vector<std::jthread> workers;
-  const auto end = [&] {
-    const std::lock_guard lock(mutex);
-    isEnd = true;
-    changed.notify_all();
-  };
-  const AtExit<decltype(end)> ending{end};  // before the workers: they stop after what they have begun
-  for (unsigned i = 0; i < threads; ++i) {
-    try {
-      workers.emplace_back(work);
-    } catch (const std::system_error&) {  // fewer do as well
-      if (workers.empty()) throw;
-      break;
-    }
-  }
-  for (std::future<Thing> thing; (thing = oldest()).valid();) {
-    if (!take(thing.get())) return;
   }
 }
 

@@ -27,6 +27,12 @@ void SetProjSearchPath(const std::string& path) {
   OSRSetPROJSearchPaths(paths);
 }
 
+// Only what differs: GDAL hands out pointers to the values in force, in other threads too.
+void SetOption(const char* name, const std::string& value) {
+  const char* const inForce = CPLGetConfigOption(name, nullptr);
+  if (!inForce || inForce != value) CPLSetConfigOption(name, value.c_str());
+}
+
 }  // namespace
 
 std::wstring GeodeticDataRoot() {
@@ -50,10 +56,10 @@ std::string SetUpGeodeticData(const std::wstring& dataRoot) {
   const std::lock_guard lock(oneAtATime);
   std::string projFolder = GeodeticPath(ProjFolder(dataRoot));
   GDALAllRegister();
-  CPLSetConfigOption("GDAL_FIX_ESRI_WKT", "YES");
-  CPLSetConfigOption("GDAL_DATA", GeodeticPath(dataRoot + L"gdal-data").c_str());
-  CPLSetConfigOption("PROJ_LIB", projFolder.c_str());
-  CPLSetConfigOption("OSR_WKT_FORMAT", "WKT1");
+  SetOption("GDAL_FIX_ESRI_WKT", "YES");
+  SetOption("GDAL_DATA", GeodeticPath(dataRoot + L"gdal-data"));
+  SetOption("PROJ_LIB", projFolder);
+  SetOption("OSR_WKT_FORMAT", "WKT1");
   SetProjSearchPath(projFolder);
   return projFolder;
 }

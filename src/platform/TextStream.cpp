@@ -73,9 +73,9 @@ bool TextStream::Fill() {
   return read > 0;
 }
 
-double TextStream::PartRead() const {
-  if (fileBytes_ == 0) return 0.0;
-  return std::min(1.0, static_cast<double>(bytesRead_ - (end_ - begin_)) / static_cast<double>(fileBytes_));
+std::uint64_t TextStream::BytesLeft() const {
+  const std::uint64_t given = bytesRead_ - (end_ - begin_);
+  return fileBytes_ > given ? fileBytes_ - given : 0;
 }
 
 }  // namespace kv

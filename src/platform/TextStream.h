@@ -24,8 +24,8 @@ class TextStream {
   /// @return         false at the end
   bool ReadLine(std::string_view& line, std::size_t longest = std::string_view::npos);
 
-  /// How much of the file the lines so far are, 0 to 1; 0 when its size is not known.
-  double PartRead() const;
+  /// Bytes behind the lines so far; 0 when the file's size is not known.
+  std::uint64_t BytesLeft() const;
 
  private:
   bool TakeLine(std::string_view& line, std::size_t longest);

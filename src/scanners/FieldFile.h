@@ -130,32 +130,32 @@ void ForEachLine(std::wstring_view path, Delimiters<kCount> delimiters, Read rea
   ForEachLine(path, [&](std::wstring_view line) { return read(Tokenise(line, delimiters, tokens)); });
 }
 
-/// Makes room for more records of a file, if there is none: for a sixteenth more than what a part of the file gave makes
-/// expect of the whole, so that one piece of memory serves them all. What is not needed of it is never touched; records
-/// need lines, so it stays in proportion to the file.
+/// Makes room for the record of a line, and, if there is none, for an eighth more than as many as there would be if all
+/// that is left of the file were such lines: one piece of memory serves them all as long as lines do not become much
+/// shorter. What is not needed of it is never touched, and it stays in proportion to the file.
 template <class Record>
-void MakeRoom(std::vector<Record>& records, double partRead) {
-  constexpr std::size_t kFewToJudgeBy = 4096;
+void MakeRoom(std::vector<Record>& records, std::string_view line, std::uint64_t bytesLeft) {
   const std::size_t count = records.size();
   if (count < records.capacity()) return;
-  if (count < kFewToJudgeBy || partRead <= 0.0) return records.reserve(std::max(2 * count, kFewToJudgeBy / 16));
-  const auto expected = static_cast<std::size_t>(static_cast<double>(count) / partRead);
-  records.reserve(expected + expected / 16 + 1);
-  PreferLargePages(records.data(), expected * sizeof(Record));
+  const double linesLeft = static_cast<double>(bytesLeft) / static_cast<double>(line.size() + 1);
+  const std::size_t expected = count + 1 + static_cast<std::size_t>(linesLeft);
+  records.reserve(std::max(expected + expected / 8, count + count / 2));
+  PreferLargePages(records.data(), (expected - expected / 8) * sizeof(Record));
 }
 
-/// Reads a file that has one record a line at most.
-/// @param read  fills in the record of a line's first `kMaxTokens` tokens, bytes of the file; false for a line without
+/// Reads a file in which every line of enough tokens is a record.
+/// @param read  fills in the record of a line's first `kTokens` tokens, bytes of the file
 /// @return      the records in file order
-template <class Record, std::size_t kMaxTokens, std::size_t kCount, class Read>
+template <class Record, std::size_t kTokens, std::size_t kCount, class Read>
 std::vector<Record> ReadRecords(std::wstring_view path, Delimiters<kCount> delimiters, Read read) {
   TextStream file(path);
-  std::array<std::string_view, kMaxTokens> tokens;
+  std::array<std::string_view, kTokens> tokens;
   std::vector<Record> records;
   for (std::string_view line; file.ReadLine(line);) {
-    MakeRoom(records, file.PartRead());
     const std::span<const std::string_view> found = Tokenise(line, delimiters, tokens);
-    if (!read(found, records.emplace_back())) records.pop_back();
+    if (found.size() < kTokens) continue;
+    MakeRoom(records, line, file.BytesLeft());
+    read(found, records.emplace_back());
   }
   return records;
 }

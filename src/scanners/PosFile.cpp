@@ -45,10 +45,10 @@ static_assert(kFirstKeptToken + std::size(kKeptTexts) == kSampleTokens);
 // Makes samples of lines.
 class SampleReader {
  public:
-  // Fills in what the tokens say; the target coordinates stay missing.
+  // Fills in what a line of enough tokens says; the target coordinates stay missing.
   // @return false for a line that is no sample
   bool Read(Tokens tokens, Event& event) {
-    if (tokens.size() < kSampleTokens || tokens[0] == "%") return false;
+    if (tokens[0] == "%") return false;
     const auto week = kv::WholeInteger32(tokens[0]);
     const auto seconds = kv::WholeDouble(tokens[1]);
     const auto latitude = kv::WholeDouble(tokens[2]);
@@ -113,8 +113,10 @@ std::vector<Event> Scan(Source source, const std::wstring& targetWkt, std::wstri
   std::array<std::string_view, kSampleTokens> tokens;
   std::vector<Event> events;
   for (std::string_view line; stream.ReadLine(line);) {
-    kv::MakeRoom(events, stream.PartRead());
-    if (!reader.Read(kv::Tokenise(line, kv::Delimiters("\t "), tokens), events.emplace_back())) {
+    const Tokens found = kv::Tokenise(line, kv::Delimiters("\t "), tokens);
+    if (found.size() < kSampleTokens) continue;
+    kv::MakeRoom(events, line, stream.BytesLeft());
+    if (!reader.Read(found, events.emplace_back())) {
       events.pop_back();
     } else if (!Transform(transformer, events.back())) {
       events.pop_back();

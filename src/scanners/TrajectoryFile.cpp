@@ -95,7 +95,6 @@ std::vector<tagKVTrajectoryObs> KVUtilities::ScanKVTrajectoryFile(std::wstring p
   kv::ColumnText units;
   // The sentence identifier is not looked at: any line of enough tokens is a fix.
   const auto readFix = [&](Tokens tokens, tagKVTrajectoryObs& fix) {
-    if (tokens.size() < kFixTokens) return false;
     runningDate.SetTime(ReadTimeOfDay(tokens[1]), fix);
     fix.Latitude = kv::DegreesFromNmea(tokens[2], tokens[3].front());
     fix.Longitude = kv::DegreesFromNmea(tokens[4], tokens[5].front());
@@ -103,7 +102,6 @@ std::vector<tagKVTrajectoryObs> KVUtilities::ScanKVTrajectoryFile(std::wstring p
     fix.GeoidOffst = kv::LeadingDouble(tokens[11]);
     fix.Altitude = heightAboveGeoid + fix.GeoidOffst;
     fix.AltUnit = units.Of(tokens[10]);
-    return true;
   };
   return kv::ReadRecords<tagKVTrajectoryObs, kFixTokens>(path, kv::Delimiters(","), readFix);
 }

@@ -55,7 +55,7 @@ TEST(MakeInOrder, PassesOnWhatAnyPartThrows) {
       {{.count = 50, .failsInNext = 20}, "next"},
       {{.count = 50, .failsInMake = 20}, "make"},
       {{.count = 50, .failsInTake = 20}, "take"},
-      {{.count = 50, .failsInNext = 21, .failsInMake = 20}, "make"},  // the first in order
+      {{.count = 50, .failsInMake = 20, .failsInTake = 19}, "take"},
   };
   for (const auto& [squares, who] : rows) {
     for (const unsigned threads : {1u, 3u}) {
