@@ -69,8 +69,8 @@ class Workers {
   std::vector<std::jthread> threads_;  // last: they end before the rest does
 };
 
-/// Makes things in several threads and hands them over in the order of what they are made of. At most four things a
-/// thread are begun or wait.
+/// Makes things in several threads and hands them over in the order of what they are made of. At most a thing for each
+/// thread and four more are begun or wait.
 /// @param next  gives an optional: what the next thing is made of, nothing at the end; called in this thread, so that an
 ///              interrupt ends a read that waits
 /// @param make  makes a thing of it; called in several threads at once
@@ -79,7 +79,7 @@ class Workers {
 template <typename Next, typename Make, typename Take>
 void MakeInOrder(unsigned threads, Next next, Make make, Take take) {
   using Thing = std::invoke_result_t<Make, typename std::invoke_result_t<Next>::value_type>;
-  const std::size_t most = std::size_t{4} * threads;
+  const std::size_t most = std::size_t{4} + threads;
   std::queue<std::future<Thing>> begun;
   Workers<Thing> workers(threads);
   for (bool isEnd = false;;) {

@@ -82,6 +82,9 @@ TEST_F(TransformTest, PrintsEastingsFirst) {
 }
 
 TEST_F(TransformTest, ExitCodesTellHowItWent) {
+  // Of two returns at the end of a line one is its last column.
+  const std::string fourteen = "2200 345600 48.25 15.5 300 6 7 8 9 10 11 12 13 14";
+  temp_.Write("returns.pos", fourteen + " 5\n" + fourteen + " \r\r\n" + fourteen + " \r");
   temp_.Write("ecef.pos", "2200 345600 -3963426.7841 3350882.1503 3694865.5306" + kRest);
   temp_.Write("mixed.pos", temp_.Read("a.pos") + "2024/06/24 08:20:00 35.13 136.97 104.8\n1917,26,22.4\n");
   // The transverse Mercator projection has no place for the point 90 degrees from its meridian on the equator.
@@ -99,6 +102,7 @@ TEST_F(TransformTest, ExitCodesTellHowItWent) {
       {"$K transform far.pos --target EPSG:32633 -o p.csv --overwrite", 3, "line 4 cannot be transformed"},
       {"wc -l < p.csv >&2; cat p.csv | $K transform /dev/stdin --target EPSG:32633", 1, "no sample in 3 lines"},
       {"$K transform a.pos --target EPSG:31468+5773 -o q.csv", 0, "not above GRS80"},
+      {"$K transform returns.pos --target EPSG:32633 -o r.csv && test $(grep -c ,14, r.csv) = 3", 0, ""},
       {"$K transform a.pos --target EPSG:25832+7837", 1, "grid is not there"},
       {"$K transform a.pos --target a.pos", 1, "a.pos: This is no coordinate system with a horizontal part."},
       {"$K transform a.pos --target EPSG:999999", 2, "neither a file nor a coordinate system"},

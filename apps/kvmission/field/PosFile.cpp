@@ -47,10 +47,13 @@ PosReader::PosReader(const std::filesystem::path& path, const Log& messages)
     : reader_(path), progress_(messages.ShowsProgress(), "reading the POS file", "lines") {}
 
 bool PosReader::Take(std::size_t count, PosLines& lines) {
+  constexpr std::size_t kManyBytes = 4 * 1024 * 1024;
   lines.text.clear();
   lines.before = given_;
-  for (std::string_view line; given_ - lines.before < count && reader_.NextOfText(line);) {
-    (lines.text += given_ == 0 ? WithoutByteOrderMark(line) : line) += '\n';
+  const auto isFull = [&] { return given_ - lines.before == count || lines.text.size() >= kManyBytes; };
+  for (std::string_view line; !isFull() && reader_.NextOfText(line);) {
+    lines.text += given_ == 0 ? WithoutByteOrderMark(line) : line;
+    lines.text += line.ends_with('\r') ? "\r\n" : "\n";  // the line keeps its CR where the scan takes one away
     ++given_;
     progress_.Step(reader_.BytesRead(), reader_.FileSize());
   }
@@ -65,7 +68,8 @@ PosFile KeepSamples(PosLines& lines) {
   for (std::size_t begin = 0, end; begin < text.size(); begin = end) {
     end = text.find('\n', begin) + 1;
     const std::string_view line(text.data() + begin, end - begin);
-    const PosLineKind kind = ClassifyPos(line.substr(0, line.size() - 1), columns);
+    const std::size_t lineEnd = line.ends_with("\r\n") ? 2 : 1;
+    const PosLineKind kind = ClassifyPos(line.substr(0, line.size() - lineEnd), columns);
     const std::size_t number = lines.before + file.counts.lines + 1;
     Note(kind, number, file.counts);
     if (kind != PosLineKind::Sample) continue;

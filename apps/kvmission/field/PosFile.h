@@ -40,7 +40,7 @@ struct PosFile {
   void Append(const PosFile& next);
 };
 
-/// Some lines of a POS file, each with a line feed.
+/// Some lines of a POS file, each with a line end.
 struct PosLines {
   std::string text;
   std::size_t before = 0;  ///< lines that stand before them in the file
@@ -52,7 +52,7 @@ class PosReader {
   /// @throws Failure when the file cannot be opened
   PosReader(const std::filesystem::path& path, const Log& messages);
 
-  /// @param count  the most lines to take
+  /// @param count  the most lines to take; fewer when they are long
   /// @return       false when there are none left
   /// @throws       Failure when the file cannot be read, or the user interrupts
   bool Take(std::size_t count, PosLines& lines);

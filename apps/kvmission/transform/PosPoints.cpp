@@ -149,6 +149,7 @@ PosSummary TransformPos(const fs::path& path, const tagKVCoordinateSystem& targe
   });
   while (pieces.Next()) continue;  // what is left is counted
   summary.counts = pieces.Counts();
+  ThrowIfInterrupted();
   RefuseWithoutSample(summary);
   WarnOfPosLines(summary.counts, log);
   if (summary.endedAtLine) WarnOfEnd(summary, OneLine(error), log);
