@@ -131,16 +131,15 @@ void ForEachLine(std::wstring_view path, Delimiters<kCount> delimiters, Read rea
 }
 
 /// Makes room for the record of a line, and, if there is none, for an eighth more than as many as there would be if all
-/// that is left of the file were such lines: a large file's records are moved while they are few, then no more unless
-/// lines become much shorter. It is never much more than sixteen times the records so far, and what is not needed of it
-/// is never touched.
+/// that is left of the file were such lines: one piece of memory serves them all as long as lines do not become much
+/// shorter. What is not needed of it is never touched. Beyond 256 MiB it is no more than sixteen times the records.
 template <class Record>
 void MakeRoom(std::vector<Record>& records, std::string_view line, std::uint64_t bytesLeft) {
-  constexpr std::size_t kFew = 256;
+  constexpr std::size_t kAtOnce = 256 * 1024 * 1024 / sizeof(Record);
   const std::size_t count = records.size();
   if (count < records.capacity()) return;
   const double linesLeft = static_cast<double>(bytesLeft) / static_cast<double>(line.size() + 1);
-  const std::size_t most = 16 * count + kFew;
+  const std::size_t most = std::max(16 * count, kAtOnce);
   const std::size_t expected = count + 1 + static_cast<std::size_t>(std::min(linesLeft, static_cast<double>(most)));
   records.reserve(std::max(expected + expected / 8, count + count / 2));
   PreferLargePages(records.data(), (expected - expected / 8) * sizeof(Record));
