@@ -1,6 +1,7 @@
 #include "export/ShapefileSet.h"
 
 #include <cstdio>
+#include <cstring>
 #include <utility>
 
 #include "export/ShapelibHooks.h"
@@ -67,6 +68,24 @@ void ShapefileSet::FindLimitedFile() {
 
 bool ShapefileSet::IsOverLimit() const {
   return (limitedFile_ ? FileBehind(limitedFile_).Size() : limitedSize_) > largestBytes_;
+}
+
+// A row behind the last one goes the way it goes in DBFWriteTuple, but for two loops there over every single byte: the
+// last row and the end mark go to the file, and the new one waits in the table's own buffer, which closing writes.
+bool ShapefileSet::WriteRow(int number, char* row) {
+  DBFInfo& table = *table_;
+  const bool isNext = number > 0 && number == table.nRecords && number == table.nCurrentRecord + 1;
+  if (!isNext) return DBFWriteTuple(&table, number, row) != 0;  // the first one: the header goes before it
+  const auto bytes = static_cast<SAOffset>(table.nRecordLength);
+  const auto begin = static_cast<SAOffset>(table.nHeaderLength) + bytes * static_cast<SAOffset>(table.nCurrentRecord);
+  char endMark = 0x1A;
+  table.sHooks.FSeek(table.fp, begin, SEEK_SET);
+  if (table.sHooks.FWrite(table.pszCurrentRecord, bytes, 1, table.fp) != 1) return false;
+  if (table.sHooks.FWrite(&endMark, 1, 1, table.fp) != 1) return false;
+  std::memcpy(table.pszCurrentRecord, row, bytes);
+  table.nCurrentRecord = number;
+  table.nRecords = number + 1;
+  return true;
 }
 
 bool ShapefileSet::Close() {

@@ -46,7 +46,7 @@ class ShapefileSet {
   bool IsOverLimit() const;
 
   /// @param row  bytes of the record, the deletion mark first
-  bool WriteRow(int number, char* row) { return DBFWriteTuple(table_.get(), number, row) != 0; }
+  bool WriteRow(int number, char* row);
 
   /// @return false when anything since the constructor did not reach the disk
   bool Close();
