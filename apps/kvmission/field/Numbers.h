@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <optional>
 #include <string_view>
 
@@ -28,8 +29,31 @@ std::optional<Number> WholeNumber(std::string_view text) {
   return value;
 }
 
+/// Digits with one point among them, 15 at the most: a whole number and a power of ten that are both exact, so that
+/// their quotient is the nearest double. Nothing for any other text.
+inline std::optional<double> ShortDecimal(std::string_view text) {
+  static constexpr double kPowersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                            1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+  if (text.empty() || text.size() > std::size(kPowersOfTen)) return std::nullopt;
+  std::int64_t number = 0;
+  std::size_t point = text.size();
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const int digit = text[i] - '0';
+    if (digit >= 0 && digit <= 9) {
+      number = number * 10 + digit;
+    } else if (text[i] == '.' && point == text.size() && text.size() > 1) {
+      point = i;
+    } else {
+      return std::nullopt;
+    }
+  }
+  const std::size_t decimals = point == text.size() ? 0 : text.size() - point - 1;
+  return static_cast<double>(number) / kPowersOfTen[decimals];
+}
+
 /// A finite decimal number, with one sign at most.
 inline std::optional<double> Decimal(std::string_view text) {
+  if (const auto value = ShortDecimal(text)) return value;
   const auto value = WholeNumber<double>(text);
   return value && std::isfinite(*value) ? value : std::nullopt;
 }
