@@ -18,21 +18,12 @@ inline unsigned ThreadsFor(unsigned jobs) {
   return jobs > 0 ? jobs : processors > 0 ? processors : 1;
 }
 
-/// Threads that take up work in the order in which it is given to them. What is not begun at their end is dropped.
+/// Threads that take up work in the order in which it is given to them, started as it comes. What is not begun at their
+/// end is dropped.
 template <typename Thing>
 class Workers {
  public:
-  /// The first thread must start; fewer than wanted then do as well.
-  explicit Workers(unsigned count) {
-    for (unsigned i = 0; i < count; ++i) {
-      try {
-        threads_.emplace_back([this] { Work(); });
-      } catch (const std::exception&) {
-        if (threads_.empty()) throw;
-        return;
-      }
-    }
-  }
+  explicit Workers(unsigned most) : most_(most) {}
   ~Workers() {
     const std::lock_guard lock(mutex_);
     isEnd_ = true;
@@ -42,6 +33,7 @@ class Workers {
   Workers& operator=(const Workers&) = delete;
 
   std::future<Thing> Begin(std::packaged_task<Thing()> task) {
+    if (threads_.size() < most_) StartOne();
     std::future<Thing> thing = task.get_future();
     const std::lock_guard lock(mutex_);
     tasks_.push(std::move(task));
@@ -50,6 +42,15 @@ class Workers {
   }
 
  private:
+  /// The first thread must start; fewer than wanted then do as well.
+  void StartOne() {
+    try {
+      threads_.emplace_back([this] { Work(); });
+    } catch (const std::exception&) {
+      if (threads_.empty()) throw;
+    }
+  }
+
   void Work() {
     for (;;) {
       std::unique_lock lock(mutex_);
@@ -62,6 +63,7 @@ class Workers {
     }
   }
 
+  const unsigned most_;
   std::mutex mutex_;
   std::condition_variable changed_;
   std::queue<std::packaged_task<Thing()>> tasks_;
