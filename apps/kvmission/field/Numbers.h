@@ -29,8 +29,8 @@ std::optional<Number> WholeNumber(std::string_view text) {
   return value;
 }
 
-/// Digits with one point among them, 15 at the most: a whole number and a power of ten that are both exact, so that
-/// their quotient is the nearest double. Nothing for any other text.
+/// Digits with at most one point among them, 16 characters at the most: the quotient of a whole number and a power of ten,
+/// rounded once and so the nearest double. Nothing for any other text.
 inline std::optional<double> ShortDecimal(std::string_view text) {
   static constexpr double kPowersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                             1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
