@@ -12,6 +12,8 @@
 #include <vector>
 
 #include "Measures.h"
+#include "photos/PictureFile.h"
+#include "platform/FileNames.h"
 
 namespace {
 
@@ -48,8 +50,8 @@ class Mission {
     for (auto& thread : threads) {
       thread = std::jthread([&] {
         for (std::size_t i = next++; i < end; i = next++) {
-          const cv::Mat picture = cv::imread(photos_[i], cv::IMREAD_COLOR | cv::IMREAD_IGNORE_ORIENTATION);
-          benchmark::DoNotOptimize(picture.data);
+          constexpr int kFlags = cv::IMREAD_COLOR | cv::IMREAD_IGNORE_ORIENTATION;
+          benchmark::DoNotOptimize(kv::ReadPicture(kv::WidePath(photos_[i]), kFlags).data);
         }
       });
     }

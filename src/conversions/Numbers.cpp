@@ -1,6 +1,7 @@
 #include "conversions/Numbers.h"
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <iterator>
@@ -9,6 +10,7 @@
 #include <string>
 
 #include "conversions/Blanks.h"
+#include "conversions/EightBytes.h"
 #include "platform/CodePage.h"
 
 namespace kv {
@@ -69,6 +71,67 @@ constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7
 constexpr std::ptrdiff_t kMostDigits = std::size(kPowersOfTen) - 1;
 constexpr std::uint64_t kLargestExact = std::uint64_t{1} << 53;  // of whole numbers that are doubles
 
+// The values of eight characters, each 0-9 if it is a digit.
+constexpr std::uint64_t DigitValues(std::uint64_t characters) { return characters ^ '0' * kEachByte; }
+
+// The highest bit of every byte that is no value of a digit; behind the first of them any bits.
+constexpr std::uint64_t OtherThanDigits(std::uint64_t values) {
+  return ((values + (0x7F - 9) * kEachByte) | values) & 0x80 * kEachByte;
+}
+
+// The number of eight digits, by their values: pairs, fours, all.
+constexpr std::uint64_t NumberOf(std::uint64_t values) {
+  values = (values * 10 + (values >> 8)) & 0x00FF'00FF'00FF'00FF;
+  values = (values * 100 + (values >> 16)) & 0x0000'FFFF'0000'FFFF;
+  return (values * 10'000 + (values >> 32)) & 0xFFFF'FFFF;
+}
+
+// Digits, a point and digits.
+struct DecimalParts {
+  std::uint64_t whole, fraction;
+  std::size_t decimals;
+};
+
+// Up to seven digits, a point and digits, sixteen characters at most: most numbers of a field file. Nothing for any other
+// text.
+std::optional<DecimalParts> SplitShort(std::string_view text) {
+  constexpr std::size_t kWord = sizeof(std::uint64_t), kHalf = kWord / 2;
+  const std::size_t size = text.size();
+  if (size < kHalf || size > 2 * kWord) return std::nullopt;
+  const char *begin = text.data(), *end = begin + size;
+  // The first and the last eight bytes, which may be the same ones. A shorter text comes in two halves, as it must not
+  // be read beyond its ends.
+  std::uint64_t first, last;
+  if (size >= kWord) {
+    first = LoadBytes(begin);
+    last = LoadBytes(end - kWord);
+  } else {
+    first = LoadBytes(begin, kHalf) | LoadBytes(end - kHalf, kHalf) << 8 * (size - kHalf);
+    last = first << 8 * (kWord - size);
+  }
+  const std::uint64_t firstValues = DigitValues(first);
+  const std::size_t point = FirstByte(OtherThanDigits(firstValues));
+  const std::size_t decimals = size - point - 1;
+  if (point == 0 || point >= kWord || decimals == 0 || decimals > 2 * kWord || begin[point] != '.') return std::nullopt;
+
+  const std::size_t others = 8 * (kWord - std::min(decimals, kWord));  // bits in front of the fraction
+  const std::uint64_t lastDecimals = DigitValues(last) >> others << others;
+  if (OtherThanDigits(lastDecimals) != 0) return std::nullopt;
+  std::uint64_t fraction = NumberOf(lastDecimals);
+  if (decimals > kWord) {  // the others, all in the first word
+    const std::uint64_t firstDecimals = firstValues >> 8 * (point + 1) << 8 * (2 * kWord - decimals);
+    if (OtherThanDigits(firstDecimals) != 0) return std::nullopt;
+    fraction += NumberOf(firstDecimals) * 100'000'000;
+  }
+  return DecimalParts{NumberOf(firstValues << 8 * (kWord - point)), fraction, decimals};
+}
+
+// The sum and both its terms are whole numbers below 10^15.
+double Nearest(const DecimalParts& parts) {
+  const double power = kPowersOfTen[parts.decimals];
+  return (static_cast<double>(parts.whole) * power + static_cast<double>(parts.fraction)) / power;
+}
+
 // The common case of a number, digits with at most one point: a whole mantissa and a power of ten that are both exact
 // in a double, so that their quotient is the nearest double to the text. Nothing for any other text.
 template <class Char>
@@ -87,6 +150,11 @@ std::optional<double> ShortDecimal(std::basic_string_view<Char> text) {
   }
   if (digits == 0 || digits > kMostDigits || mantissa > kLargestExact) return std::nullopt;
   return static_cast<double>(mantissa) / kPowersOfTen[decimals];
+}
+
+std::optional<double> ShortDecimal(std::string_view text) {
+  if (const auto parts = SplitShort(text)) return Nearest(*parts);
+  return ShortDecimal<char>(text);
 }
 
 // The characters that a number can consist of, up to the first other one, as bytes.
@@ -141,9 +209,9 @@ std::optional<double> UnsignedDouble(std::basic_string_view<Char> text) {
   return IsTooSmall(number) ? std::optional(0.0) : std::nullopt;
 }
 
+// Of a magnitude without a sign.
 double WithSign(double magnitude, bool negative) {
-  constexpr double kSigns[] = {1.0, -1.0};
-  return std::copysign(magnitude, kSigns[negative]);
+  return std::bit_cast<double>(std::bit_cast<std::uint64_t>(magnitude) | std::uint64_t{negative} << 63);
 }
 
 template <class Char>
@@ -204,6 +272,9 @@ std::optional<double> WholeDouble(std::wstring_view text) { return ToDouble(text
 std::optional<double> WholeDouble(std::string_view ansi) { return ToDouble(ansi); }
 
 std::optional<PlainDecimal> SplitDecimal(std::string_view ansi) {
+  if (const auto parts = SplitShort(ansi)) {
+    return PlainDecimal{parts->whole, static_cast<double>(parts->fraction) / kPowersOfTen[parts->decimals]};
+  }
   const char *begin = ansi.data(), *end = begin + ansi.size();
   const auto [point, whole] = TakeDigits(begin, end);
   if (ansi.size() > kMostDigits + 1 || point == begin || end - point < 2 || *point != '.') return std::nullopt;

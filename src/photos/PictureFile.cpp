@@ -19,7 +19,7 @@ using namespace std::string_view_literals;
 
 constexpr std::string_view kStartOfJpeg = "\xFF\xD8\xFF"sv;
 constexpr std::string_view kEndOfJpeg = "\xFF\xD9"sv;
-constexpr int kMarker = 0xFF, kStartOfScan = 0xDA;
+constexpr int kMarker = 0xFF, kStartOfScan = 0xDA, kEndOfBytes = -1;
 
 // The kinds that OpenCV encodes in memory. Others go through a file in the temporary folder, and when that is full,
 // what comes back is cut off without a word; what is not in this list is only checked once more.
@@ -29,58 +29,42 @@ constexpr std::string_view kEncodedInMemory[] = {".jpg", ".JPG",  ".jpeg", ".JPE
 // The reason is for the debugger's reader: callers say one sentence for all.
 [[noreturn]] void Fail(const char* reason) { throw std::runtime_error(reason); }
 
-// @param count  bytes that stand there
-std::string ReadAt(std::FILE* file, std::uint64_t offset, std::uint64_t count) {
-  std::string bytes(count, '\0');
-  if (!SeekFile(file, offset) || std::fread(bytes.data(), 1, count, file) != count) Fail("file not read");
+std::string ReadAll(std::FILE* file, std::uint64_t size) {
+  if (size > std::numeric_limits<int>::max()) Fail("file too large");
+  std::string bytes(size, '\0');
+  if (!SeekFile(file, 0) || std::fread(bytes.data(), 1, size, file) != size) Fail("file not read");
   return bytes;
 }
 
-// Moves to the pixels of a JPEG, behind its leading segments, each a two-byte marker and a length that counts itself.
-// One of them may hold a preview, a whole JPEG with an end of its own.
-void SkipSegments(std::FILE* file) {
-  bool isMarker = false;
-  for (int byte; (byte = std::getc(file)) != EOF;) {
+bool IsJpeg(std::FILE* file) {
+  std::array<char, kStartOfJpeg.size()> start;
+  return std::string_view(start.data(), std::fread(start.data(), 1, start.size(), file)) == kStartOfJpeg;
+}
+
+// What follows a JPEG's leading segments, each a two-byte marker and a length that counts itself: pixels. One of the
+// segments may hold a preview, a whole JPEG with an end of its own.
+std::string_view BehindSegments(std::string_view jpeg) {
+  std::size_t at = kStartOfJpeg.size() - 1;
+  const auto next = [&] { return at < jpeg.size() ? static_cast<unsigned char>(jpeg[at++]) : kEndOfBytes; };
+  for (bool isMarker = false;;) {
+    const int byte = next();
+    if (byte == kEndOfBytes || (isMarker && byte == kStartOfScan)) break;
     if (!isMarker || byte == kMarker) {
       isMarker = byte == kMarker;  // stray bytes, and fill bytes before a marker
-    } else if (byte == kStartOfScan) {
-      return;
     } else {
-      const int high = std::getc(file), low = std::getc(file);
-      if (low == EOF || std::fseek(file, high * 256L + low - 2, SEEK_CUR) != 0) return;
+      const int high = next(), low = next();
+      if (low == kEndOfBytes) break;
+      at = at - 2 + static_cast<std::size_t>(high * 256 + low);
       isMarker = false;
     }
   }
+  return jpeg.substr(std::min(at, jpeg.size()));
 }
 
-bool HoldsEnd(std::FILE* file) {
-  std::array<char, 1 << 16> block;
-  char last = 0;
-  while (const std::size_t count = std::fread(block.data(), 1, block.size(), file)) {
-    const std::string_view bytes(block.data(), count);
-    if ((last == kEndOfJpeg[0] && bytes[0] == kEndOfJpeg[1]) || bytes.find(kEndOfJpeg) != std::string_view::npos)
-      return true;
-    last = bytes.back();
-  }
-  return false;
-}
-
-// A JPEG without its end was cut off. It would decode with gray rows and be graded by them; no answer is better, so it
-// is refused. Other data may follow the end; only then the whole file is looked through.
-bool IsCutOff(std::FILE* file, std::uint64_t size) {
-  if (size < kStartOfJpeg.size() || ReadAt(file, 0, kStartOfJpeg.size()) != kStartOfJpeg) return false;
-  if (ReadAt(file, size - kEndOfJpeg.size(), kEndOfJpeg.size()) == kEndOfJpeg) return false;
-  if (!SeekFile(file, kStartOfJpeg.size() - 1)) Fail("file not read");
-  SkipSegments(file);
-  return !HoldsEnd(file);
-}
-
-// By name where that always works: the file's bytes and the picture need not be in memory together.
-cv::Mat Decoded(std::wstring_view path, std::FILE* file, std::uint64_t size, int flags) {
-  if (kNarrowNamesSpellAll) return cv::imread(NativePath(path).string(), flags);
-  if (size > std::numeric_limits<int>::max()) Fail("file too large");
-  std::string bytes = ReadAt(file, 0, size);
-  return cv::imdecode(cv::Mat(1, static_cast<int>(size), CV_8UC1, bytes.data()), flags);
+// A JPEG without its end was cut off. It would decode with made-up rows and be graded by them; no answer is better, so
+// it is refused. Other data may follow the end; only then the whole file is looked through.
+bool IsCutOff(std::string_view jpeg) {
+  return !jpeg.ends_with(kEndOfJpeg) && BehindSegments(jpeg).find(kEndOfJpeg) == std::string_view::npos;
 }
 
 bool IsWhole(const std::vector<unsigned char>& bytes, const cv::Mat& picture) {
@@ -89,12 +73,20 @@ bool IsWhole(const std::vector<unsigned char>& bytes, const cv::Mat& picture) {
 
 }  // namespace
 
+// A JPEG, small beside its picture, decodes faster from memory, where its decoder never stops for the next 4 KiB. Other
+// files are read by name where that always works: bytes and picture need not be in memory together.
 cv::Mat ReadPicture(std::wstring_view path, int flags) {
   const FilePtr file = OpenFile(path, "rb");
   const std::uint64_t size = FileSize(path).value_or(0);
   if (!file || size == 0) Fail("no readable file");
-  if (IsCutOff(file.get(), size)) Fail("JPEG cut off");
-  cv::Mat picture = Decoded(path, file.get(), size, flags);
+  cv::Mat picture;
+  if (const bool isJpeg = IsJpeg(file.get()); isJpeg || !kNarrowNamesSpellAll) {
+    std::string bytes = ReadAll(file.get(), size);
+    if (isJpeg && IsCutOff(bytes)) Fail("JPEG cut off");
+    picture = cv::imdecode(cv::Mat(1, static_cast<int>(size), CV_8UC1, bytes.data()), flags);
+  } else {
+    picture = cv::imread(NativePath(path).string(), flags);
+  }
   if (picture.empty()) Fail("no picture");
   return picture;
 }

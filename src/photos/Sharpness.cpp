@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <numeric>
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
@@ -34,10 +35,7 @@ struct LaplacianSums {
   std::int64_t sum = 0;
   std::int64_t squares = 0;
 
-  void Add(int laplacian) {
-    sum += laplacian;
-    squares += std::int64_t{laplacian} * laplacian;
-  }
+  void AddSquare(int laplacian) { squares += std::int64_t{laplacian} * laplacian; }
 };
 
 struct RowTriple {
@@ -52,31 +50,36 @@ struct RowTriple {
 
 // A fixed number of pixels, none at the picture's left or right edge, in a form that compilers turn into vector code:
 // the products of 16-bit numbers.
-void AddBlock(const RowTriple& rows, int first, LaplacianSums& sums) {
+std::int32_t SquaresOfBlock(const RowTriple& rows, int first) {
   const std::uint8_t* above = rows.above + first;
   const std::uint8_t* left = rows.row + first - 1;
   const std::uint8_t* centre = rows.row + first;
   const std::uint8_t* right = rows.row + first + 1;
   const std::uint8_t* below = rows.below + first;
-  std::int32_t sum = 0;
   std::int32_t squares = 0;
   for (int i = 0; i < kBlockPixels; ++i) {
     const auto laplacian = static_cast<std::int16_t>(above[i] + below[i] + left[i] + right[i] - 4 * centre[i]);
-    sum += laplacian;
     squares += laplacian * laplacian;
   }
-  sums.sum += sum;
-  sums.squares += squares;
+  return squares;
 }
 
+// Of a row's second differences only the steps beyond its two ends remain in their sum; a column's are its picture's.
 void AddRow(const RowTriple& rows, int columns, LaplacianSums& sums) {
   const int last = columns - 1;
   const int besideEdge = std::min(1, last);  // what stands for the pixel beyond an edge; in one column the pixel itself
-  sums.Add(rows.Laplacian(0, besideEdge, besideEdge));
+  sums.sum += (rows.row[besideEdge] - rows.row[0]) + (rows.row[last - besideEdge] - rows.row[last]);
+  sums.AddSquare(rows.Laplacian(0, besideEdge, besideEdge));
   int column = 1;
-  for (; column + kBlockPixels <= last; column += kBlockPixels) AddBlock(rows, column, sums);
-  for (; column < last; ++column) sums.Add(rows.Laplacian(column, column - 1, column + 1));
-  if (last > 0) sums.Add(rows.Laplacian(last, last - besideEdge, last - besideEdge));
+  for (; column + kBlockPixels <= last; column += kBlockPixels) sums.squares += SquaresOfBlock(rows, column);
+  for (; column < last; ++column) sums.AddSquare(rows.Laplacian(column, column - 1, column + 1));
+  if (last > 0) sums.AddSquare(rows.Laplacian(last, last - besideEdge, last - besideEdge));
+}
+
+// From one row to another.
+std::int64_t Step(const std::uint8_t* from, const std::uint8_t* to, int columns) {
+  const auto total = [&](const std::uint8_t* row) { return std::accumulate(row, row + columns, std::int64_t{0}); };
+  return total(to) - total(from);
 }
 
 // Row `row` of a picture of `rows` rows, where the border reflects.
@@ -136,7 +139,12 @@ double kv::SharpnessOf(const cv::Mat& picture) {
   for (int first = 0, end = 0; first < picture.rows; first = end) {
     end = std::min(first + bandRows, picture.rows);
     band.MoveTo(first, end);
-    for (int row = first; row < end; ++row) AddRow(band.Around(row), picture.cols, sums);
+    for (int row = first; row < end; ++row) {
+      const RowTriple rows = band.Around(row);
+      AddRow(rows, picture.cols, sums);
+      if (row == 0) sums.sum += Step(rows.row, rows.above, picture.cols);
+      if (row == picture.rows - 1) sums.sum += Step(rows.row, rows.below, picture.cols);
+    }
   }
   return SquareOfDeviation(sums, static_cast<double>(picture.total()));
 }

@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <span>
 #include <string>
 #include <string_view>
@@ -13,6 +11,7 @@
 #include <vector>
 
 #include "KVPlatform.h"
+#include "conversions/EightBytes.h"
 #include "platform/CodePage.h"
 #include "platform/LargePages.h"
 #include "platform/TextStream.h"
@@ -44,14 +43,6 @@ class Delimiters {
   }
 
  private:
-  static constexpr std::uint64_t kEachByte = 0x0101'0101'0101'0101;
-
-  // No byte's sum carries into the next: exact for every one of them.
-  static constexpr std::uint64_t ZeroBytes(std::uint64_t bytes) {
-    constexpr std::uint64_t kLowBits = 0x7F * kEachByte;
-    return ~(((bytes & kLowBits) + kLowBits) | bytes | kLowBits);
-  }
-
   std::uint64_t bits_ = 0;
   std::array<std::uint64_t, kCount> bytes_{};
 };
@@ -78,33 +69,27 @@ std::span<std::wstring_view> Tokenise(std::wstring_view line, Delimiters<kCount>
 template <std::size_t kCount>
 std::span<std::string_view> Tokenise(std::string_view line, Delimiters<kCount> delimiters,
                                      std::span<std::string_view> tokens) {
-  static_assert(std::endian::native == std::endian::little);
-  constexpr std::size_t kBytes = sizeof(std::uint64_t);
-  std::size_t begin = 0, count = 0;
-  const auto take = [&](std::size_t end) {
-    if (end > begin) tokens[count++] = {line.data() + begin, end - begin};
-    begin = end + 1;
-    return count < tokens.size();
-  };
-  const auto takeEach = [&](std::size_t at, std::uint64_t bytes) {
+  const char *at = line.data(), *begin = at, *const end = at + line.size();
+  std::string_view *token = tokens.data(), *const last = token + tokens.size();
+  const auto takeEach = [&](std::uint64_t bytes) {
     for (std::uint64_t found = delimiters.In(bytes); found != 0; found &= found - 1) {
-      if (!take(at + static_cast<std::size_t>(std::countr_zero(found)) / 8)) return false;
+      const char* const delimiter = at + FirstByte(found);
+      if (begin != delimiter) {
+        *token++ = {begin, delimiter};
+        if (token == last) return false;
+      }
+      begin = delimiter + 1;
     }
     return true;
   };
-  std::size_t at = 0;
-  std::uint64_t bytes = 0;
-  for (; at + kBytes <= line.size(); at += kBytes) {
-    std::memcpy(&bytes, line.data() + at, kBytes);
-    if (!takeEach(at, bytes)) return tokens;
+  constexpr std::ptrdiff_t kBytes = sizeof(std::uint64_t);
+  for (; end - at >= kBytes; at += kBytes) {
+    if (!takeEach(LoadBytes(at))) return tokens;
   }
-  if (at < line.size()) {
-    bytes = 0;  // NUL, behind the line's end, is no delimiter
-    std::memcpy(&bytes, line.data() + at, line.size() - at);
-    if (!takeEach(at, bytes)) return tokens;
-  }
-  take(line.size());
-  return tokens.first(count);
+  // NUL, behind the line's end, is no delimiter.
+  if (at != end && !takeEach(LoadBytes(at, static_cast<std::size_t>(end - at)))) return tokens;
+  if (begin < end) *token++ = {begin, end};
+  return {tokens.data(), token};
 }
 
 /// Reads a field file: calls `read` with every line in code-page text, which lives until the call returns. A `read`

@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 #include "baseline/StrictNumbers.h"
 #include "platform/CodePage.h"
@@ -273,7 +274,8 @@ TEST(Numbers, BytesOfTheCodePageReadAsTheirWideText) {
     std::string bytes(text.size(), ' ');
     kv::NarrowAnsi(text, bytes);
     kv::WidenAnsi(bytes, text);
-    const std::string_view ansi = bytes;
+    const std::vector<char> exact(bytes.begin(), bytes.end());  // no byte more to read
+    const std::string_view ansi(exact.data(), exact.size());
     const std::wstring_view wide = text;
     ASSERT_EQ(Bits(kv::WholeDouble(ansi)), Bits(kv::WholeDouble(wide))) << bytes;
     ASSERT_EQ(kv::WholeInteger(ansi), kv::WholeInteger(wide)) << bytes;
