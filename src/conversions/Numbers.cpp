@@ -133,35 +133,39 @@ double Nearest(const DecimalParts& parts) {
 }
 
 // The common case of a number, digits with at most one point: a whole mantissa and a power of ten that are both exact
-// in a double, so that their quotient is the nearest double to the text. Nothing for any other text.
+// in a double, so that their quotient is the nearest double to the text. False for any other text.
 template <class Char>
-std::optional<double> ShortDecimal(std::basic_string_view<Char> text) {
-  const Char *begin = text.data(), *end = begin + text.size();
-  auto [at, mantissa] = TakeDigits(begin, end);
+bool ReadShortDecimal(std::basic_string_view<Char> text, double& number) {
+  const Char *begin = text.data(), *at = begin, *end = begin + text.size();
+  std::uint64_t mantissa = 0;
+  // One by one: in front of the point there are few.
+  for (; at != end && IsDigit(*at); ++at) mantissa = mantissa * 10 + static_cast<std::uint64_t>(*at - '0');
   std::ptrdiff_t digits = at - begin, decimals = 0;
   if (at != end) {
-    if (*at != '.') return std::nullopt;
+    if (*at != '.') return false;
     const Char* fraction = at + 1;
     const Digits decimalsTaken = TakeDigits(fraction, end, mantissa);
-    if (decimalsTaken.end != end) return std::nullopt;
+    if (decimalsTaken.end != end) return false;
     mantissa = decimalsTaken.number;
     decimals = end - fraction;
     digits += decimals;
   }
-  if (digits == 0 || digits > kMostDigits || mantissa > kLargestExact) return std::nullopt;
-  return static_cast<double>(mantissa) / kPowersOfTen[decimals];
+  if (digits == 0 || digits > kMostDigits || mantissa > kLargestExact) return false;
+  number = static_cast<double>(mantissa) / kPowersOfTen[decimals];
+  return true;
 }
 
-std::optional<double> ShortDecimal(std::string_view text) {
-  if (const auto parts = SplitShort(text)) return Nearest(*parts);
-  return ShortDecimal<char>(text);
+bool ReadShortDecimal(std::string_view text, double& number) {
+  const auto parts = SplitShort(text);
+  if (!parts) return ReadShortDecimal<char>(text, number);
+  number = Nearest(*parts);
+  return true;
 }
 
 // The characters that a number can consist of, up to the first other one, as bytes.
-template <class Char>
-std::string_view NumberCharacters(std::basic_string_view<Char> text, std::string& buffer) {
+std::string_view NumberCharacters(std::wstring_view text, std::string& buffer) {
   static constexpr std::string_view kAlphabet = "0123456789.+-abcdefxpintyABCDEFXPINTY";
-  const auto isOther = [](Char c) {
+  const auto isOther = [](wchar_t c) {
     return c <= 0 || c >= 0x80 || kAlphabet.find(static_cast<char>(c)) == std::string_view::npos;
   };
   buffer.clear();
@@ -178,11 +182,10 @@ bool StartsHexadecimal(std::string_view digits) {
 }
 
 // "nan", in any case of letters, also with anything between "(" and ")" behind it.
-template <class Char>
-bool IsNan(std::basic_string_view<Char> text) {
-  const auto isLetter = [](Char c, Char letter) { return c == letter || c == static_cast<Char>(letter - 'a' + 'A'); };
-  const bool isBare = text.size() == 3 || (text.size() >= 5 && text[3] == '(' && text.back() == ')');
-  return isBare && isLetter(text[0], 'n') && isLetter(text[1], 'a') && isLetter(text[2], 'n');
+bool IsNan(std::wstring_view text) {
+  const auto isLetter = [](wchar_t c, wchar_t letter) { return c == letter || c == letter - L'a' + L'A'; };
+  const bool isBare = text.size() == 3 || (text.size() >= 5 && text[3] == L'(' && text.back() == L')');
+  return isBare && isLetter(text[0], L'n') && isLetter(text[1], L'a') && isLetter(text[2], L'n');
 }
 
 // Whether a decimal number beyond the range of a double is too small for it rather than too large: its first
@@ -197,8 +200,7 @@ bool IsTooSmall(std::string_view number) {
 }
 
 // A number or infinity without a sign that is the whole of the text.
-template <class Char>
-std::optional<double> UnsignedDouble(std::basic_string_view<Char> text) {
+std::optional<double> UnsignedDouble(std::wstring_view text) {
   std::string buffer;
   const std::string_view number = NumberCharacters(text, buffer);
   if (number.size() != text.size() || number.starts_with('-')) return std::nullopt;
@@ -214,27 +216,26 @@ double WithSign(double magnitude, bool negative) {
   return std::bit_cast<double>(std::bit_cast<std::uint64_t>(magnitude) | std::uint64_t{negative} << 63);
 }
 
-template <class Char>
-std::optional<double> ToDouble(std::basic_string_view<Char> text) {
-  const auto [negative, rest] = TakeSign(text);
-  if (const auto magnitude = ShortDecimal(rest)) return WithSign(*magnitude, negative);
-  const auto magnitude = IsNan(rest) ? std::numeric_limits<double>::quiet_NaN() : UnsignedDouble(rest);
-  if (!magnitude) return std::nullopt;
-  return WithSign(*magnitude, negative);
+// A text that is no short decimal.
+bool ReadOtherDouble(std::wstring_view text, bool negative, double& number) {
+  const auto magnitude = IsNan(text) ? std::numeric_limits<double>::quiet_NaN() : UnsignedDouble(text);
+  if (magnitude) number = WithSign(*magnitude, negative);
+  return magnitude.has_value();
 }
 
 template <class Char>
-std::optional<std::int64_t> ToInteger(std::basic_string_view<Char> text) {
+bool ReadInteger(std::basic_string_view<Char> text, std::int64_t& number) {
   constexpr std::ptrdiff_t kMost = 19;  // digits; more are beyond 64 bits
   const auto [negative, digits] = TakeSign(text);
   const Char *at = digits.data(), *end = at + digits.size();
-  if (at == end) return std::nullopt;
+  if (at == end) return false;
   if (end - at > kMost) at = std::find_if(at, end, [](Char c) { return c != '0'; });
   const std::uint64_t largest = std::uint64_t{std::numeric_limits<std::int64_t>::max()} + (negative ? 1 : 0);
-  if (end - at > kMost) return std::nullopt;
+  if (end - at > kMost) return false;
   const auto [digitsEnd, magnitude] = TakeDigits(at, end);
-  if (digitsEnd != end || magnitude > largest) return std::nullopt;
-  return static_cast<std::int64_t>(negative ? 0 - magnitude : magnitude);
+  if (digitsEnd != end || magnitude > largest) return false;
+  number = static_cast<std::int64_t>(negative ? 0 - magnitude : magnitude);
+  return true;
 }
 
 std::wstring Widened(std::string_view bytes) {
@@ -265,11 +266,24 @@ int LeadingInteger(std::string_view ansi) {
   return isShort ? static_cast<int>(number) : LeadingInteger(std::wstring_view(Widened(ansi)));
 }
 
-std::optional<std::int64_t> WholeInteger(std::wstring_view text) { return ToInteger(text); }
-std::optional<std::int64_t> WholeInteger(std::string_view ansi) { return ToInteger(ansi); }
+bool ReadWhole(std::wstring_view text, std::int64_t& number) { return ReadInteger(text, number); }
+bool ReadWhole(std::string_view ansi, std::int64_t& number) { return ReadInteger(ansi, number); }
 
-std::optional<double> WholeDouble(std::wstring_view text) { return ToDouble(text); }
-std::optional<double> WholeDouble(std::string_view ansi) { return ToDouble(ansi); }
+bool ReadWhole(std::wstring_view text, double& number) {
+  const auto [negative, rest] = TakeSign(text);
+  double magnitude = 0.0;
+  if (!ReadShortDecimal(rest, magnitude)) return ReadOtherDouble(rest, negative, number);
+  number = WithSign(magnitude, negative);
+  return true;
+}
+
+bool ReadWhole(std::string_view ansi, double& number) {
+  const auto [negative, rest] = TakeSign(ansi);
+  double magnitude = 0.0;
+  if (!ReadShortDecimal(rest, magnitude)) return ReadOtherDouble(Widened(rest), negative, number);
+  number = WithSign(magnitude, negative);
+  return true;
+}
 
 std::optional<PlainDecimal> SplitDecimal(std::string_view ansi) {
   if (const auto parts = SplitShort(ansi)) {
@@ -285,12 +299,12 @@ std::optional<PlainDecimal> SplitDecimal(std::string_view ansi) {
 
 double LeadingDouble(std::wstring_view text) {
   const auto [negative, rest] = TakeSign(WithoutLeadingBlanks(text));
-  if (const auto magnitude = ShortDecimal(rest)) return WithSign(*magnitude, negative);
+  double value = 0.0;
+  if (ReadShortDecimal(rest, value)) return WithSign(value, negative);
   std::string buffer;
   std::string_view digits = NumberCharacters(rest, buffer);
   if (digits.starts_with('-') || digits.starts_with('+')) digits = {};  // a second sign
 
-  double value = 0.0;
   const bool hexadecimal = StartsHexadecimal(digits);
   if (hexadecimal) digits.remove_prefix(2);
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value,
@@ -302,7 +316,8 @@ double LeadingDouble(std::wstring_view text) {
 
 double LeadingDouble(std::string_view ansi) {
   const auto [negative, rest] = TakeSign(ansi);
-  if (const auto magnitude = ShortDecimal(rest)) return WithSign(*magnitude, negative);
+  double magnitude = 0.0;
+  if (ReadShortDecimal(rest, magnitude)) return WithSign(magnitude, negative);
   return LeadingDouble(std::wstring_view(Widened(ansi)));
 }
 

@@ -13,9 +13,24 @@ namespace kv {
 int LeadingInteger(std::wstring_view text);
 int LeadingInteger(std::string_view ansi);
 
+/// What `WholeInteger` and `WholeDouble` below ask, which are inline: an optional handed back by a call is written and
+/// read in pieces of different size, and the processor waits.
+/// @param number  unchanged where there is none
+/// @return        whether there is one
+bool ReadWhole(std::wstring_view text, std::int64_t& number);
+bool ReadWhole(std::string_view ansi, std::int64_t& number);
+bool ReadWhole(std::wstring_view text, double& number);
+bool ReadWhole(std::string_view ansi, double& number);
+
+template <class Number, class Text>
+std::optional<Number> Whole(Text text) {
+  Number number{};
+  return ReadWhole(text, number) ? std::optional(number) : std::nullopt;
+}
+
 /// Strict: the whole text is a decimal integer of 64 bits with at most one sign; else nothing.
-std::optional<std::int64_t> WholeInteger(std::wstring_view text);
-std::optional<std::int64_t> WholeInteger(std::string_view ansi);
+inline std::optional<std::int64_t> WholeInteger(std::wstring_view text) { return Whole<std::int64_t>(text); }
+inline std::optional<std::int64_t> WholeInteger(std::string_view ansi) { return Whole<std::int64_t>(ansi); }
 
 /// What fits 32 bits, else nothing.
 constexpr std::optional<std::int32_t> Within32Bits(std::optional<std::int64_t> value) {
@@ -30,8 +45,8 @@ inline std::optional<std::int32_t> WholeInteger32(std::string_view ansi) { retur
 /// Strict: the whole text is a decimal number with at most one sign, digits on one side of the point at least, and an
 /// exponent that has digits; or "inf", "infinity", "nan", "nan(anything)" in any case of letters; else nothing. The
 /// nearest double; what is too small becomes zero, what is too large is no number.
-std::optional<double> WholeDouble(std::wstring_view text);
-std::optional<double> WholeDouble(std::string_view ansi);
+inline std::optional<double> WholeDouble(std::wstring_view text) { return Whole<double>(text); }
+inline std::optional<double> WholeDouble(std::string_view ansi) { return Whole<double>(ansi); }
 
 /// A text of digits, a point and digits, of 18 digits at the most.
 struct PlainDecimal {
