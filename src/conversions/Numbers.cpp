@@ -92,8 +92,8 @@ struct DecimalParts {
   std::size_t decimals;
 };
 
-// Up to seven digits, a point and digits, sixteen characters at most: most numbers of a field file. Nothing for any other
-// text.
+// Up to seven digits, a point and digits, four to sixteen characters: most numbers of a field file. Nothing for any
+// other text.
 std::optional<DecimalParts> SplitShort(std::string_view text) {
   constexpr std::size_t kWord = sizeof(std::uint64_t), kHalf = kWord / 2;
   const std::size_t size = text.size();

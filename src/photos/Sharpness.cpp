@@ -64,7 +64,8 @@ std::int32_t SquaresOfBlock(const RowTriple& rows, int first) {
   return squares;
 }
 
-// Of a row's second differences only the steps beyond its two ends remain in their sum; a column's are its picture's.
+// Adds a row's squares. Of second differences along a line only the steps beyond its two ends remain in their sum: the
+// row's are added here, those of all columns at the picture's first and last row.
 void AddRow(const RowTriple& rows, int columns, LaplacianSums& sums) {
   const int last = columns - 1;
   const int besideEdge = std::min(1, last);  // what stands for the pixel beyond an edge; in one column the pixel itself

@@ -65,7 +65,7 @@ std::span<std::wstring_view> Tokenise(std::wstring_view line, Delimiters<kCount>
   return tokens.first(count);
 }
 
-/// The same on bytes, eight at a time.
+/// The same on bytes, eight at a time; there is room for one token at least.
 template <std::size_t kCount>
 std::span<std::string_view> Tokenise(std::string_view line, Delimiters<kCount> delimiters,
                                      std::span<std::string_view> tokens) {

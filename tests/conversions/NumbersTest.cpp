@@ -195,7 +195,7 @@ TEST(Numbers, WholeDouble) {
 class Tokens {
  public:
   std::wstring Next() {
-    static constexpr std::wstring_view kCharacters = L"0123456789.+-eE infatyINFATY()xX,\x0661\x00A0\0";
+    static constexpr std::wstring_view kCharacters = L"0123456789/:.+-eE infatyINFATY()xX,\x0661\x00A0\0";
     static const std::wstring kStarts[] = {L"",
                                            L"2178",
                                            L"48.11750000",
