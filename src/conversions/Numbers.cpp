@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <bit>
 #include <charconv>
-#include <cmath>
 #include <iterator>
 #include <limits>
 #include <stdexcept>
@@ -216,11 +215,30 @@ double WithSign(double magnitude, bool negative) {
   return std::bit_cast<double>(std::bit_cast<std::uint64_t>(magnitude) | std::uint64_t{negative} << 63);
 }
 
+std::wstring Widened(std::string_view bytes) {
+  std::wstring wide;
+  WidenAnsi(bytes, wide);
+  return wide;
+}
+
 // A text that is no short decimal.
 bool ReadOtherDouble(std::wstring_view text, bool negative, double& number) {
   const auto magnitude = IsNan(text) ? std::numeric_limits<double>::quiet_NaN() : UnsignedDouble(text);
   if (magnitude) number = WithSign(*magnitude, negative);
   return magnitude.has_value();
+}
+
+bool ReadOtherDouble(std::string_view ansi, bool negative, double& number) {
+  return ReadOtherDouble(std::wstring_view(Widened(ansi)), negative, number);
+}
+
+template <class Char>
+bool ReadDouble(std::basic_string_view<Char> text, double& number) {
+  const auto [negative, rest] = TakeSign(text);
+  double magnitude = 0.0;
+  if (!ReadShortDecimal(rest, magnitude)) return ReadOtherDouble(rest, negative, number);
+  number = WithSign(magnitude, negative);
+  return true;
 }
 
 template <class Char>
@@ -236,12 +254,6 @@ bool ReadInteger(std::basic_string_view<Char> text, std::int64_t& number) {
   if (digitsEnd != end || magnitude > largest) return false;
   number = static_cast<std::int64_t>(negative ? 0 - magnitude : magnitude);
   return true;
-}
-
-std::wstring Widened(std::string_view bytes) {
-  std::wstring wide;
-  WidenAnsi(bytes, wide);
-  return wide;
 }
 
 }  // namespace
@@ -269,21 +281,8 @@ int LeadingInteger(std::string_view ansi) {
 bool ReadWhole(std::wstring_view text, std::int64_t& number) { return ReadInteger(text, number); }
 bool ReadWhole(std::string_view ansi, std::int64_t& number) { return ReadInteger(ansi, number); }
 
-bool ReadWhole(std::wstring_view text, double& number) {
-  const auto [negative, rest] = TakeSign(text);
-  double magnitude = 0.0;
-  if (!ReadShortDecimal(rest, magnitude)) return ReadOtherDouble(rest, negative, number);
-  number = WithSign(magnitude, negative);
-  return true;
-}
-
-bool ReadWhole(std::string_view ansi, double& number) {
-  const auto [negative, rest] = TakeSign(ansi);
-  double magnitude = 0.0;
-  if (!ReadShortDecimal(rest, magnitude)) return ReadOtherDouble(Widened(rest), negative, number);
-  number = WithSign(magnitude, negative);
-  return true;
-}
+bool ReadWhole(std::wstring_view text, double& number) { return ReadDouble(text, number); }
+bool ReadWhole(std::string_view ansi, double& number) { return ReadDouble(ansi, number); }
 
 std::optional<PlainDecimal> SplitDecimal(std::string_view ansi) {
   if (const auto parts = SplitShort(ansi)) {
