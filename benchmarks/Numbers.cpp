@@ -1,4 +1,4 @@
-#include "conversions/Numbers.h"
+#include "text/Numbers.h"
 
 #include <benchmark/benchmark.h>
 

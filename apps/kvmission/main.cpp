@@ -9,10 +9,10 @@
 #include <sstream>
 #include <system_error>
 
-#include "Commands.h"
-#include "Failure.h"
-#include "Log.h"
-#include "System.h"
+#include "base/Failure.h"
+#include "base/Log.h"
+#include "commands/Commands.h"
+#include "platform/System.h"
 
 namespace {
 

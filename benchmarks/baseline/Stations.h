@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "KVRecords.h"
-#include "conversions/FileTimes.h"
+#include "time/FileTimes.h"
 
 /// The rule of exposure stations word by word. `MasterTick` numbers the events, from 1.
 namespace baseline {

@@ -7,7 +7,7 @@
 
 #include "KVRecords.h"
 #include "baseline/PlainShapefile.h"
-#include "conversions/FileTimes.h"
+#include "time/FileTimes.h"
 
 /// The layer of trajectory points, its texts by the C library's calendar and printf.
 namespace baseline {

@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "KVUtilities.h"
-#include "conversions/FileTimes.h"
-#include "conversions/TimeConverter.h"
+#include "time/FileTimes.h"
+#include "time/TimeConverter.h"
 
 /// Trajectory lines, for ASCII, as two plain readers read them.
 namespace baseline {

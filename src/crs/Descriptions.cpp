@@ -7,7 +7,7 @@
 #include <string>
 
 #include "KVUtilities.h"
-#include "conversions/ErrorText.h"
+#include "base/ErrorText.h"
 #include "crs/CoordinateSystemTransformer.h"
 #include "crs/GeodeticData.h"
 #include "crs/GeoidGrids.h"

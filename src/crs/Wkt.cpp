@@ -4,8 +4,8 @@
 
 #include <memory>
 
-#include "conversions/Numbers.h"
 #include "platform/FileNames.h"
+#include "text/Numbers.h"
 
 namespace kv {
 namespace {

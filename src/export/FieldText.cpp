@@ -6,8 +6,8 @@
 #include <limits>
 #include <optional>
 
-#include "conversions/FileTimes.h"
 #include "platform/CodePage.h"
+#include "time/FileTimes.h"
 
 namespace kv {
 namespace {

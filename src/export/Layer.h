@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "conversions/ErrorText.h"
+#include "base/ErrorText.h"
 #include "export/FieldText.h"
 #include "export/Shape.h"
 #include "export/ShapefileSet.h"

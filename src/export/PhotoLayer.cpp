@@ -1,6 +1,6 @@
 #include "KVUtilities.h"
-#include "conversions/EventTypes.h"
 #include "export/Layer.h"
+#include "georef/EventTypes.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "KVUtilities.h"
-#include "conversions/FileTimes.h"
 #include "export/Layer.h"
+#include "time/FileTimes.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include <vector>
 
 #include "KVUtilities.h"
-#include "conversions/EventTypes.h"
+#include "georef/EventTypes.h"
 #include "georef/Interpolation.h"
 
 namespace {

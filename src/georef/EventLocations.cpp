@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "KVUtilities.h"
-#include "conversions/ErrorText.h"
+#include "base/ErrorText.h"
 #include "georef/Interpolation.h"
 #include "georef/TrajectoryIndex.h"
 

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "KVUtilities.h"
-#include "conversions/ErrorText.h"
-#include "conversions/EventTypes.h"
-#include "conversions/FileTimes.h"
+#include "base/ErrorText.h"
+#include "georef/EventTypes.h"
+#include "time/FileTimes.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "KVUtilities.h"
-#include "conversions/FileTimes.h"
+#include "time/FileTimes.h"
 
 namespace kv {
 namespace {

@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "KVUtilities.h"
-#include "conversions/EventTypes.h"
-#include "conversions/FileTimes.h"
+#include "georef/EventTypes.h"
 #include "platform/FileNames.h"
 #include "platform/FolderListing.h"
+#include "time/FileTimes.h"
 
 namespace {
 

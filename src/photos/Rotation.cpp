@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "KVUtilities.h"
-#include "conversions/ErrorText.h"
-#include "conversions/EventTypes.h"
+#include "base/ErrorText.h"
+#include "georef/EventTypes.h"
 #include "photos/PictureFile.h"
 #include "platform/FileNames.h"
 

@@ -3,8 +3,8 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "field/DroneTimestamps.h"
-#include "field/PhotoFolder.h"
+#include "mission/inputs/TimestampFile.h"
+#include "photos/PhotoFolder.h"
 #include "support/CommandTest.h"
 
 namespace {

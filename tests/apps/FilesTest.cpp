@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
-#include "Failure.h"
-#include "Log.h"
-#include "System.h"
-#include "field/LineReader.h"
-#include "field/Times.h"
+#include "base/Failure.h"
+#include "base/Log.h"
+#include "platform/System.h"
+#include "readers/LineReader.h"
 #include "support/TempFolder.h"
+#include "time/Instants.h"
 
 namespace kv::mission {
 namespace {

@@ -1,4 +1,4 @@
-#include "InOrder.h"
+#include "base/InOrder.h"
 
 #include <gtest/gtest.h>
 

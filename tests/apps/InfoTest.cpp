@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "Failure.h"
-#include "info/InfoReport.h"
+#include "base/Failure.h"
+#include "report/FileReport.h"
 #include "support/TempFolder.h"
 
 namespace kv::mission {

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cmath>
 
-#include "Failure.h"
-#include "field/EventLog.h"
-#include "field/FileKind.h"
-#include "field/HousekeepingLog.h"
-#include "run/MissionFolder.h"
+#include "base/Failure.h"
+#include "mission/MissionFolder.h"
+#include "mission/inputs/EventFile.h"
+#include "mission/inputs/FileKind.h"
+#include "mission/inputs/HousekeepingLog.h"
 #include "support/TempFolder.h"
 
 namespace kv::mission {

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "field/MissionDate.h"
-#include "field/NmeaLog.h"
-#include "field/NmeaSentence.h"
+#include "mission/inputs/MissionDate.h"
+#include "mission/inputs/NmeaLog.h"
+#include "readers/NmeaSentence.h"
 #include "support/TempFolder.h"
 
 namespace kv::mission {

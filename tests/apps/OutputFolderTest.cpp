@@ -1,8 +1,8 @@
-#include "run/OutputFolder.h"
+#include "mission/OutputFolder.h"
 
 #include <gtest/gtest.h>
 
-#include "Failure.h"
+#include "base/Failure.h"
 #include "support/TempFolder.h"
 
 namespace kv::mission {

@@ -1,11 +1,11 @@
 #include <KVUtilities.h>
 #include <gtest/gtest.h>
 
-#include "field/EventLog.h"
-#include "field/JpegHeader.h"
-#include "field/PhotoFolder.h"
-#include "field/PhotoTimes.h"
-#include "run/Pairing.h"
+#include "mission/Pairing.h"
+#include "mission/inputs/EventFile.h"
+#include "photos/JpegHeader.h"
+#include "photos/PhotoFolder.h"
+#include "photos/PhotoTimes.h"
 #include "support/TempFolder.h"
 
 namespace kv::mission {

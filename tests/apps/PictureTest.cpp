@@ -4,13 +4,13 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "Failure.h"
-#include "Log.h"
-#include "field/JpegHeader.h"
-#include "pictures/ExifCorrection.h"
-#include "pictures/Grading.h"
-#include "pictures/JpegDamage.h"
-#include "pictures/JpegMetadata.h"
+#include "base/Failure.h"
+#include "base/Log.h"
+#include "photos/ExifCorrection.h"
+#include "photos/Grading.h"
+#include "photos/JpegDamage.h"
+#include "photos/JpegHeader.h"
+#include "photos/JpegMetadata.h"
 #include "support/CommandTest.h"
 
 namespace kv::mission {

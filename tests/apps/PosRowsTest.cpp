@@ -1,4 +1,4 @@
-#include "transform/PosRows.h"
+#include "report/PosRows.h"
 
 #include <gtest/gtest.h>
 

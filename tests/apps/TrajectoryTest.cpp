@@ -1,9 +1,9 @@
-#include "field/Trajectory.h"
+#include "mission/inputs/Trajectory.h"
 
 #include <gtest/gtest.h>
 
-#include "field/EventLog.h"
-#include "run/Placing.h"
+#include "mission/Placing.h"
+#include "mission/inputs/EventFile.h"
 #include "support/TempFolder.h"
 
 namespace kv::mission {

@@ -3,8 +3,8 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "field/FileKind.h"
-#include "field/PosLine.h"
+#include "mission/inputs/FileKind.h"
+#include "readers/PosLine.h"
 #include "support/CommandTest.h"
 
 namespace kv::mission {

@@ -7,10 +7,10 @@
 
 #include "KVUtilities.h"
 #include "baseline/TrajectoryPoints.h"
-#include "conversions/FileTimes.h"
 #include "support/TempFolder.h"
 #include "support/TestSize.h"
 #include "support/Times.h"
+#include "time/FileTimes.h"
 
 namespace {
 

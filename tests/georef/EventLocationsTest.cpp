@@ -9,8 +9,8 @@
 
 #include "KVUtilities.h"
 #include "baseline/Locations.h"
-#include "conversions/FileTimes.h"
 #include "support/TestSize.h"
+#include "time/FileTimes.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <tuple>
 
 #include "KVPlatform.h"
-#include "conversions/FileTimes.h"
+#include "time/FileTimes.h"
 
 /// Short forms for rows of tests.
 inline SYSTEMTIME Calendar(int year, int month, int day, int hour = 0, int minute = 0, int second = 0,

@@ -1,0 +1,40 @@
+#include "simulation/OutputFile.h"
+
+#include <cerrno>
+#include <system_error>
+
+#include "platform/System.h"
+
+namespace kv::simulation {
+
+OutputFile::OutputFile(std::filesystem::path path) : path_(std::move(path)) {
+  file_.rdbuf()->pubsetbuf(nullptr, 0);  // buffer_ is the buffer
+  errno = 0;
+  file_.open(path_, std::ios::binary | std::ios::trunc);
+  if (!file_) Fail();
+}
+
+void OutputFile::Write(std::span<const unsigned char> bytes) {
+  buffer_.append(bytes.data(), bytes.data() + bytes.size());
+  if (buffer_.size() >= kBufferSize) Flush();
+}
+
+void OutputFile::Close() {
+  Flush();
+  file_.close();
+  if (!file_) Fail();
+}
+
+void OutputFile::Flush() {
+  errno = 0;
+  file_.write(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
+  if (!file_) Fail();
+  buffer_.clear();
+}
+
+void OutputFile::Fail() const {
+  const std::error_code reason(errno ? errno : EIO, std::generic_category());
+  throw std::system_error(reason, "cannot write " + mission::Utf8(path_));
+}
+
+}  // namespace kv::simulation

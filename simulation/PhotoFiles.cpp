@@ -1,0 +1,77 @@
+#include "simulation/PhotoFiles.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "base/Interrupt.h"
+#include "simulation/ExifTime.h"
+#include "simulation/GroundTexture.h"
+#include "simulation/JpegEncoder.h"
+#include "simulation/OutputFile.h"
+#include "simulation/TruthFile.h"
+
+namespace kv::simulation {
+namespace {
+
+constexpr double kPixelsPerMetre = 4.0;
+constexpr int kCamera2OffsetPixels = 400;  // it looks to the side
+
+/// The texture's column or row under the vehicle; the texture repeats in both directions.
+std::size_t TexturePixel(double metres, int offset) {
+  constexpr auto side = static_cast<std::int64_t>(GroundTexture::kSide);
+  const std::int64_t pixel = (std::llround(metres * kPixelsPerMetre) + offset) % side;
+  return static_cast<std::size_t>((pixel + side) % side);
+}
+
+class Photographer {
+ public:
+  explicit Photographer(const MissionOptions& options)
+      : options_(options),
+        sharp_(Random(options.seed, Stream::Ground)),
+        blurred_(sharp_.Blurred()),
+        encoder_(options.photoWidth, options.photoHeight) {}
+
+  void Write(const std::filesystem::path& path, const Exposure& exposure, const LocalPosition& place) {
+    const GroundTexture& texture = exposure.blurred ? blurred_ : sharp_;
+    const std::size_t x = TexturePixel(place.east, exposure.camera == 1 ? 0 : kCamera2OffsetPixels);
+    const std::size_t y = TexturePixel(-place.north, 0);
+    const auto rows = [&](int number, std::span<unsigned char> row) {
+      texture.CopyRow(x, y + static_cast<std::size_t>(number), row);
+    };
+    OutputFile file(path);
+    file.Write(encoder_.Encode(rows, Metadata(exposure)));
+    file.Close();
+  }
+
+ private:
+  std::vector<unsigned char> Metadata(const Exposure& exposure) const {
+    if (options_.names != PhotoNames::Exif) return {};
+    return ExifSegment(options_.start + exposure.time, options_.photoWidth, options_.photoHeight);
+  }
+
+  const MissionOptions& options_;
+  GroundTexture sharp_, blurred_;
+  JpegEncoder encoder_;
+};
+
+}  // namespace
+
+void WritePhotos(const std::filesystem::path& mission, const MissionOptions& options, const FlightPath& flight,
+                 std::span<const Exposure> exposures, mission::Progress& progress) {
+  const auto hasPhoto = [](const Exposure& exposure) { return !exposure.photo.empty(); };
+  const auto all = static_cast<std::size_t>(std::count_if(exposures.begin(), exposures.end(), hasPhoto));
+  if (all == 0) return;
+
+  Photographer photographer(options);
+  std::size_t done = 0;
+  for (const Exposure& exposure : exposures) {
+    if (!hasPhoto(exposure)) continue;
+    const LocalPosition place = flight.At(static_cast<double>(exposure.time.count()) * 1e-6);
+    const std::filesystem::path folder = options.drone ? mission : CameraFolder(mission, exposure.camera);
+    photographer.Write(folder / exposure.photo, exposure, place);
+    progress.Step(++done, all);
+    mission::ThrowIfInterrupted();
+  }
+}
+
+}  // namespace kv::simulation

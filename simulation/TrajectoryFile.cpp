@@ -1,0 +1,167 @@
+#include "simulation/TrajectoryFile.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numbers>
+#include <span>
+#include <string>
+
+#include "base/Interrupt.h"
+#include "simulation/MissionTime.h"
+#include "simulation/OutputFile.h"
+#include "simulation/Receiver.h"
+
+namespace kv::simulation {
+namespace {
+
+constexpr FlightPath::Span kGapInTurn{4.0, 7.5};  // seconds from the start of the turn
+constexpr int kSkyViewSeconds = 5;                // from one set of GSV sentences to the next
+constexpr double kMetresPerSecondInKnots = 3600.0 / 1852.0;
+constexpr double kCourseFromKnots = 0.5;  // slower than this a receiver gives no course
+
+struct Satellite {
+  int number;               // as in NMEA: GLONASS counts from 65
+  int elevation, azimuth;   // degrees at the start of the mission
+  int signal;               // dB-Hz
+  double degreesPerMinute;  // of azimuth
+};
+constexpr auto kGps = std::to_array<Satellite>({{2, 71, 41, 48, 0.6},
+                                                {5, 55, 203, 46, -0.4},
+                                                {7, 48, 118, 45, 0.5},
+                                                {9, 33, 301, 43, 0.3},
+                                                {13, 29, 67, 41, -0.3},
+                                                {16, 24, 250, 40, 0.4},
+                                                {20, 18, 332, 38, -0.2},
+                                                {27, 15, 161, 37, 0.2},
+                                                {29, 11, 22, 34, 0.3},
+                                                {30, 8, 279, 31, -0.3}});
+constexpr auto kGlonass = std::to_array<Satellite>({{66, 62, 88, 47, 0.5},
+                                                    {67, 44, 190, 44, -0.5},
+                                                    {74, 37, 310, 42, 0.4},
+                                                    {75, 22, 15, 39, 0.3},
+                                                    {82, 17, 140, 36, -0.4},
+                                                    {83, 10, 235, 33, 0.2}});
+constexpr std::size_t kSatellitesPerSentence = 4;
+constexpr std::size_t kActiveSlots = 12;  // of a GSA sentence
+
+/// Metres from ellipsoid to geoid: a plane, slightly tilted.
+double GeoidSeparation(const GeodeticPosition& position, const MissionOptions& options) {
+  return 47.3 + 0.6 * (position.latitude - options.latitude) -
+         0.4 * std::remainder(position.longitude - options.longitude, 360.0);
+}
+
+/// ddmm.mmmmmmmm or dddmm.mmmmmmmm, and the hemisphere.
+std::string Angle(double degrees, int degreeDigits, std::string_view hemispheres) {
+  constexpr std::int64_t kUnit = 100'000'000;  // of the last digit in a minute
+  const std::int64_t total = std::llround(std::abs(degrees) * 60.0 * kUnit);
+  const std::int64_t minutes = total / kUnit;
+  return fmt::format("{:0{}}{:02}.{:08},{}", minutes / 60, degreeDigits, minutes % 60, total % kUnit,
+                     hemispheres[degrees < 0.0 ? 1 : 0]);
+}
+std::string Latitude(const Fix& fix) { return Angle(fix.position.latitude, 2, "NS"); }
+std::string Longitude(const Fix& fix) { return Angle(fix.position.longitude, 3, "EW"); }
+
+std::string TimeOfDay(const CivilTime& time) {
+  return fmt::format("{:02}{:02}{:02}.{:02}", time.hour, time.minute, time.second, time.microsecond / 10'000);
+}
+
+class SentenceFile {
+ public:
+  explicit SentenceFile(const std::filesystem::path& path) : file_(path) {}
+
+  /// Writes "$", the sentence, "*" and the exclusive or of the sentence's characters.
+  void Write(std::string_view sentence) {
+    unsigned checksum = 0;
+    for (const char c : sentence) checksum ^= static_cast<unsigned char>(c);
+    file_.Print("${}*{:02X}\r\n", sentence, checksum);
+  }
+  void Close() { file_.Close(); }
+
+ private:
+  OutputFile file_;
+};
+
+std::string Gga(const Fix& fix, const CivilTime& time, const MissionOptions& options) {
+  if (fix.quality == 0) return fmt::format("{}GGA,{},,,,,0,00,{:.2f},,,,,,", fix.talker, TimeOfDay(time), fix.hdop);
+  const double separation = GeoidSeparation(fix.position, options);
+  const std::string_view correction = fix.quality == 1 ? "," : "1.0,0133";  // age in seconds, reference station
+  return fmt::format("{}GGA,{},{},{},{},{:02},{:.1f},{:.3f},M,{:.3f},M,{}", fix.talker, TimeOfDay(time), Latitude(fix),
+                     Longitude(fix), fix.quality, fix.satellites, fix.hdop, fix.position.height - separation,
+                     separation, correction);
+}
+
+std::string Rmc(const Fix& fix, const CivilTime& time) {
+  const std::string date = fmt::format("{:02}{:02}{:02}", time.day, time.month, time.year % 100);
+  if (fix.quality == 0) return fmt::format("{}RMC,{},V,,,,,,,{},,,N,V", fix.talker, TimeOfDay(time), date);
+
+  const auto& [east, north, up] = fix.velocity;
+  const double knots = std::hypot(east, north) * kMetresPerSecondInKnots;
+  const double course = std::fmod(std::atan2(east, north) * 180.0 / std::numbers::pi + 360.0, 360.0);
+  const std::string courseText = knots < kCourseFromKnots ? "" : fmt::format("{:.2f}", course);
+  const char mode = fix.quality == 1 ? 'A' : fix.quality == 5 ? 'F' : 'R';
+  return fmt::format("{}RMC,{},A,{},{},{:.3f},{},{},,,{},V", fix.talker, TimeOfDay(time), Latitude(fix), Longitude(fix),
+                     knots, courseText, date, mode);
+}
+
+std::string Gsa(const Fix& fix, std::span<const Satellite> satellites) {
+  std::string sentence = fmt::format("{}GSA,A,{}", fix.talker, fix.quality == 0 ? 1 : 3);
+  for (std::size_t slot = 0; slot < kActiveSlots; ++slot) {
+    const bool used = fix.quality != 0 && slot < satellites.size();
+    sentence += used ? fmt::format(",{:02}", satellites[slot].number) : ",";
+  }
+  const double pdop = std::min(1.7 * fix.hdop, kNoDop), vdop = std::min(1.4 * fix.hdop, kNoDop);
+  return sentence + fmt::format(",{:.2f},{:.2f},{:.2f}", pdop, fix.hdop, vdop);
+}
+
+void WriteSkyView(SentenceFile& file, std::string_view talker, std::span<const Satellite> satellites, double seconds) {
+  const std::size_t count = (satellites.size() + kSatellitesPerSentence - 1) / kSatellitesPerSentence;
+  for (std::size_t i = 0; i < satellites.size(); i += kSatellitesPerSentence) {
+    std::string sentence =
+        fmt::format("{}GSV,{},{},{:02}", talker, count, i / kSatellitesPerSentence + 1, satellites.size());
+    for (const Satellite& s : satellites.subspan(i, std::min(kSatellitesPerSentence, satellites.size() - i))) {
+      const auto azimuth = (std::llround(s.azimuth + s.degreesPerMinute * seconds / 60.0) % 360 + 360) % 360;
+      sentence += fmt::format(",{:02},{:02},{:03},{:02}", s.number, s.elevation, azimuth, s.signal);
+    }
+    file.Write(sentence);
+  }
+}
+
+/// What comes with the fix at a whole second.
+void WriteSecond(SentenceFile& file, const Fix& fix, const CivilTime& time, std::int64_t second) {
+  file.Write(Rmc(fix, time));
+  file.Write(Gsa(fix, kGps));
+  if (fix.talker == "GN") file.Write(Gsa(fix, kGlonass));
+  if (second % kSkyViewSeconds != 0) return;
+  WriteSkyView(file, "GP", kGps, static_cast<double>(second));
+  WriteSkyView(file, "GL", kGlonass, static_cast<double>(second));
+}
+
+}  // namespace
+
+FlightPath::Span TrajectoryGap(const MissionOptions& options, const FlightPath& flight) {
+  if (!options.faults || flight.Turns().empty()) return {0.0, 0.0};
+  const double turn = flight.Turns().front().begin;
+  return {turn + kGapInTurn.begin, turn + kGapInTurn.end};
+}
+
+void WriteTrajectoryFile(const std::filesystem::path& path, const MissionOptions& options, const FlightPath& flight) {
+  Receiver receiver(options, flight, Random(options.seed, Stream::Receiver));
+  const FlightPath::Span gap = TrajectoryGap(options, flight);
+  SentenceFile file(path);
+  const std::int64_t epochs = options.duration.count() * options.rate;
+  for (std::int64_t epoch = 0; epoch <= epochs; ++epoch) {
+    const std::chrono::microseconds sinceStart(epoch * 1'000'000 / options.rate);
+    const double seconds = static_cast<double>(sinceStart.count()) * 1e-6;
+    const Fix fix = receiver.Next(seconds);
+    mission::ThrowIfInterrupted();
+    if (seconds >= gap.begin && seconds < gap.end) continue;
+
+    const CivilTime time = ToCivil(options.start + sinceStart);
+    file.Write(Gga(fix, time, options));
+    if (epoch % options.rate == 0) WriteSecond(file, fix, time, epoch / options.rate);
+  }
+  file.Close();
+}
+
+}  // namespace kv::simulation

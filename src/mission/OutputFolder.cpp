@@ -1,0 +1,162 @@
+#include "mission/OutputFolder.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <system_error>
+
+#include "base/Failure.h"
+#include "base/Interrupt.h"
+#include "platform/System.h"
+
+namespace kv::mission {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A layer is there for other programs once its .shp is: that one is renamed last.
+constexpr std::array kLayerExtensions{".prj", ".dbf", ".shx", ".shp"};
+/// Made by other programs for an earlier layer, and wrong for a new one.
+constexpr std::array kCompanionExtensions{".cpg", ".qix", ".sbn", ".sbx"};
+
+std::vector<std::string> ResultNames(const Results& results) {
+  std::vector<std::string> names;
+  for (const auto& layer : results.layers) {
+    for (const char* extension : kLayerExtensions) names.push_back(layer + extension);
+  }
+  names.insert(names.end(), results.files.begin(), results.files.end());
+  return names;
+}
+
+/// Every name that an earlier run and its companions can have.
+std::vector<std::string> EarlierNames(const Results& results) {
+  std::vector<std::string> names;
+  for (const auto& layer : results.layers) {
+    for (const char* extension : kCompanionExtensions) names.push_back(layer + extension);
+  }
+  const auto own = ResultNames(results);
+  names.insert(names.end(), own.begin(), own.end());
+  return names;
+}
+
+[[noreturn]] void FailAt(const fs::path& path, const std::error_code& error) {
+  throw Failure(fmt::format("{}: cannot be written: {}", Utf8(path), error.message()));
+}
+
+void RefuseResults(const fs::path& folder, const Results& results, bool overwrite) {
+  for (const auto& name : EarlierNames(results)) {
+    std::error_code error;
+    const auto status = fs::symlink_status(folder / name, error);
+    if (fs::is_directory(status)) throw Failure(Utf8(folder / name) + ": a folder stands in the way");
+    if (fs::exists(status) && !overwrite)
+      throw Failure(Utf8(folder / name) + " exists; --overwrite replaces the results of an earlier run");
+  }
+}
+
+const fs::path& Usable(const fs::path& path, const Results& results, bool overwrite) {
+  if (LibraryMisreads(path)) throw Failure(Utf8(path) + ": an output folder cannot have a backslash in its name");
+  RefuseResults(path, results, overwrite);
+  return path;
+}
+
+/// Renames, which can be taken back.
+class Renames {
+ public:
+  /// A file that is not there is left out. @throws Failure
+  void Make(const fs::path& from, const fs::path& to) {
+    std::error_code error;
+    if (fs::symlink_status(from, error).type() == fs::file_type::not_found) return;
+    made_.push_back({from, to});
+    fs::rename(from, to, error);
+    if (!error) return;
+    made_.pop_back();
+    FailAt(to, error);
+  }
+
+  /// The last one first. @return whether all went back
+  bool TakeBack() {
+    bool all = true;
+    for (; !made_.empty(); made_.pop_back()) {
+      std::error_code error;
+      fs::rename(made_.back().to, made_.back().from, error);
+      all = all && !error;
+    }
+    return all;
+  }
+
+ private:
+  struct Rename {
+    fs::path from, to;
+  };
+  std::vector<Rename> made_;
+};
+
+/// The .shp of a layer is the first name to go and the last one to come.
+void Exchange(const fs::path& folder, const fs::path& staging, const Results& results, Renames& renames) {
+  auto names = EarlierNames(results);
+  std::reverse(names.begin(), names.end());
+  for (const auto& name : names) renames.Make(folder / name, staging / (name + ".earlier"));
+  for (const auto& name : ResultNames(results)) renames.Make(staging / name, folder / name);
+}
+
+}  // namespace
+
+Results RunResults() { return {{kLayerNames.begin(), kLayerNames.end()}, {kSummaryFile}}; }
+
+void RefuseResultAsInput(const fs::path& folder, const Results& results, const fs::path& input) {
+  for (const auto& name : EarlierNames(results)) {
+    std::error_code notThere;
+    if (fs::equivalent(folder / name, input, notThere))
+      throw Failure(Utf8(input) + ": this input has the place of a result in the output folder", ExitCode::WrongUsage);
+  }
+}
+
+void RefuseResultsAsInputs(const fs::path& folder, const Settings& inputs) {
+  for (const auto* input :
+       {&inputs.trajectory, &inputs.events, &inputs.log, &inputs.pos, &inputs.mrk, &inputs.aos, &inputs.applanix}) {
+    if (*input) RefuseResultAsInput(folder, RunResults(), **input);
+  }
+}
+
+NewFolders::NewFolders(const fs::path& path) {
+  fs::path folder;
+  for (const auto& name : path) {
+    folder /= name;
+    std::error_code error;
+    if (fs::is_directory(folder, error)) continue;
+    if (fs::create_directory(folder, error)) made_.push_back(folder);
+    if (!error) continue;
+    Remove();
+    FailAt(path, error);
+  }
+}
+
+NewFolders::~NewFolders() { Remove(); }
+
+void NewFolders::Remove() {
+  std::error_code notEmpty;
+  for (; !made_.empty(); made_.pop_back()) fs::remove(made_.back(), notEmpty);
+}
+
+OutputFolder::OutputFolder(const fs::path& path, bool overwrite, Results results)
+    : path_(Usable(path, results, overwrite)),
+      results_(std::move(results)),
+      overwrite_(overwrite),
+      folders_(path),
+      staging_(path) {}
+
+void OutputFolder::Commit() {
+  ThrowIfInterrupted();
+  RefuseResults(path_, results_, overwrite_);
+  Renames renames;
+  try {
+    Exchange(path_, Staging(), results_, renames);
+  } catch (const std::exception& failure) {
+    if (renames.TakeBack()) throw;
+    staging_.Keep();
+    throw Failure(fmt::format("{}; what could not be put back is in {}", failure.what(), Utf8(Staging())));
+  }
+  folders_.Keep();
+}
+
+}  // namespace kv::mission

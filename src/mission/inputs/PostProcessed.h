@@ -1,0 +1,27 @@
+#pragma once
+
+#include <KVRecords.h>
+
+#include <cstddef>
+#include <vector>
+
+#include "base/Log.h"
+
+/// Trajectories from post-processing, be they POS files or Applanix exports: which of their samples may be believed.
+namespace kv::mission {
+
+/// Whether a sample is of the time since GPS began; others are of garbled weeks and seconds.
+inline bool HasTime(const tagKVPosEvent& sample) {
+  constexpr double kGpsEpoch = -1e9;  // in adjusted seconds
+  return sample.AdjGpsSec >= kGpsEpoch;
+}
+
+/// Takes out single samples whose time is out of order while those beside them are in order, as one garbled digit makes
+/// it, and a last one more than a week away from that before; warns of them.
+/// @return how many
+std::size_t LeaveOutOutliers(std::vector<tagKVPosEvent>& samples, Log& log);
+
+/// The samples as what events are placed on. Those without a time are left out, and the same outliers, with warnings.
+std::vector<tagKVTrajectoryObs> ObservationsOf(const std::vector<tagKVPosEvent>& samples, Log& log);
+
+}  // namespace kv::mission

@@ -1,0 +1,323 @@
+#include "text/Numbers.h"
+
+#include <algorithm>
+#include <bit>
+#include <charconv>
+#include <iterator>
+#include <limits>
+#include <stdexcept>
+#include <string>
+
+#include "platform/CodePage.h"
+#include "text/Blanks.h"
+#include "text/EightBytes.h"
+
+namespace kv {
+namespace {
+
+template <class Char>
+bool IsDigit(Char c) {
+  return c >= '0' && c <= '9';
+}
+
+// 0-9 for a decimal digit of any script the platform's conversion knows, else -1.
+int DigitValue(wchar_t c) {
+  static constexpr wchar_t kZeros[] = {L'0',   0x0660, 0x06F0, 0x0966, 0x09E6, 0x0A66, 0x0AE6, 0x0B66, 0x0C66,
+                                       0x0CE6, 0x0D66, 0x0E50, 0x0ED0, 0x0F20, 0x1040, 0x17E0, 0x1810, 0xFF10};
+  for (const wchar_t zero : kZeros) {
+    if (c < zero) break;
+    if (const int digit = static_cast<int>(c) - static_cast<int>(zero); digit < 10) return digit;
+  }
+  return -1;
+}
+
+template <class Char>
+struct Signed {
+  bool negative;
+  std::basic_string_view<Char> rest;
+};
+
+template <class Char>
+Signed<Char> TakeSign(std::basic_string_view<Char> text) {
+  const Char first = text.empty() ? Char{} : text.front();
+  const bool isMinus = first == '-', isPlus = first == '+';
+  text.remove_prefix(std::size_t{isMinus} + std::size_t{isPlus});
+  return {isMinus, text};
+}
+
+template <class Char>
+struct Digits {
+  const Char* end;
+  std::uint64_t number;
+};
+
+// The digits that a text starts with, behind those of a number; the number wraps beyond 19 of them. Four at a time do
+// not wait for each other.
+template <class Char>
+Digits<Char> TakeDigits(const Char* at, const Char* end, std::uint64_t number = 0) {
+  const auto digit = [&at](int i) { return static_cast<std::uint32_t>(at[i]) - '0'; };
+  for (; end - at >= 4; at += 4) {
+    const std::uint32_t a = digit(0), b = digit(1), c = digit(2), d = digit(3);
+    if ((a > 9) | (b > 9) | (c > 9) | (d > 9)) break;
+    number = number * 10'000 + (a * 1000 + b * 100 + c * 10 + d);
+  }
+  for (; at != end && digit(0) <= 9; ++at) number = number * 10 + digit(0);
+  return {at, number};
+}
+
+constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8, 1e9,
+                                   1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18};
+constexpr std::ptrdiff_t kMostDigits = std::size(kPowersOfTen) - 1;
+constexpr std::uint64_t kLargestExact = std::uint64_t{1} << 53;  // of whole numbers that are doubles
+
+// The values of eight characters, each 0-9 if it is a digit.
+constexpr std::uint64_t DigitValues(std::uint64_t characters) { return characters ^ '0' * kEachByte; }
+
+// The highest bit of every byte that is no value of a digit; behind the first of them any bits.
+constexpr std::uint64_t OtherThanDigits(std::uint64_t values) {
+  return ((values + (0x7F - 9) * kEachByte) | values) & 0x80 * kEachByte;
+}
+
+// The number of eight digits, by their values: pairs, fours, all.
+constexpr std::uint64_t NumberOf(std::uint64_t values) {
+  values = (values * 10 + (values >> 8)) & 0x00FF'00FF'00FF'00FF;
+  values = (values * 100 + (values >> 16)) & 0x0000'FFFF'0000'FFFF;
+  return (values * 10'000 + (values >> 32)) & 0xFFFF'FFFF;
+}
+
+// Digits, a point and digits.
+struct DecimalParts {
+  std::uint64_t whole, fraction;
+  std::size_t decimals;
+};
+
+// Up to seven digits, a point and digits, four to sixteen characters: most numbers of a field file. Nothing for any
+// other text.
+std::optional<DecimalParts> SplitShort(std::string_view text) {
+  constexpr std::size_t kWord = sizeof(std::uint64_t), kHalf = kWord / 2;
+  const std::size_t size = text.size();
+  if (size < kHalf || size > 2 * kWord) return std::nullopt;
+  const char *begin = text.data(), *end = begin + size;
+  // The first and the last eight bytes, which may be the same ones. A shorter text comes in two halves, as it must not
+  // be read beyond its ends.
+  std::uint64_t first, last;
+  if (size >= kWord) {
+    first = LoadBytes(begin);
+    last = LoadBytes(end - kWord);
+  } else {
+    first = LoadBytes(begin, kHalf) | LoadBytes(end - kHalf, kHalf) << 8 * (size - kHalf);
+    last = first << 8 * (kWord - size);
+  }
+  const std::uint64_t firstValues = DigitValues(first);
+  const std::size_t point = FirstByte(OtherThanDigits(firstValues));
+  const std::size_t decimals = size - point - 1;
+  if (point == 0 || point >= kWord || decimals == 0 || decimals > 2 * kWord || begin[point] != '.') return std::nullopt;
+
+  const std::size_t others = 8 * (kWord - std::min(decimals, kWord));  // bits in front of the fraction
+  const std::uint64_t lastDecimals = DigitValues(last) >> others << others;
+  if (OtherThanDigits(lastDecimals) != 0) return std::nullopt;
+  std::uint64_t fraction = NumberOf(lastDecimals);
+  if (decimals > kWord) {  // the others, all in the first word
+    const std::uint64_t firstDecimals = firstValues >> 8 * (point + 1) << 8 * (2 * kWord - decimals);
+    if (OtherThanDigits(firstDecimals) != 0) return std::nullopt;
+    fraction += NumberOf(firstDecimals) * 100'000'000;
+  }
+  return DecimalParts{NumberOf(firstValues << 8 * (kWord - point)), fraction, decimals};
+}
+
+// The sum and both its terms are whole numbers below 10^15.
+double Nearest(const DecimalParts& parts) {
+  const double power = kPowersOfTen[parts.decimals];
+  return (static_cast<double>(parts.whole) * power + static_cast<double>(parts.fraction)) / power;
+}
+
+// The common case of a number, digits with at most one point: a whole mantissa and a power of ten that are both exact
+// in a double, so that their quotient is the nearest double to the text. False for any other text.
+template <class Char>
+bool ReadShortDecimal(std::basic_string_view<Char> text, double& number) {
+  const Char *begin = text.data(), *at = begin, *end = begin + text.size();
+  std::uint64_t mantissa = 0;
+  // One by one: in front of the point there are few.
+  for (; at != end && IsDigit(*at); ++at) mantissa = mantissa * 10 + static_cast<std::uint64_t>(*at - '0');
+  std::ptrdiff_t digits = at - begin, decimals = 0;
+  if (at != end) {
+    if (*at != '.') return false;
+    const Char* fraction = at + 1;
+    const Digits decimalsTaken = TakeDigits(fraction, end, mantissa);
+    if (decimalsTaken.end != end) return false;
+    mantissa = decimalsTaken.number;
+    decimals = end - fraction;
+    digits += decimals;
+  }
+  if (digits == 0 || digits > kMostDigits || mantissa > kLargestExact) return false;
+  number = static_cast<double>(mantissa) / kPowersOfTen[decimals];
+  return true;
+}
+
+bool ReadShortDecimal(std::string_view text, double& number) {
+  const auto parts = SplitShort(text);
+  if (!parts) return ReadShortDecimal<char>(text, number);
+  number = Nearest(*parts);
+  return true;
+}
+
+// The characters that a number can consist of, up to the first other one, as bytes.
+std::string_view NumberCharacters(std::wstring_view text, std::string& buffer) {
+  static constexpr std::string_view kAlphabet = "0123456789.+-abcdefxpintyABCDEFXPINTY";
+  const auto isOther = [](wchar_t c) {
+    return c <= 0 || c >= 0x80 || kAlphabet.find(static_cast<char>(c)) == std::string_view::npos;
+  };
+  buffer.clear();
+  for (auto at = text.begin(); at != text.end() && !isOther(*at); ++at) buffer += static_cast<char>(*at);
+  return buffer;
+}
+
+bool StartsHexadecimal(std::string_view digits) {
+  if (digits.size() < 3 || digits[0] != '0' || (digits[1] != 'x' && digits[1] != 'X')) return false;
+  const auto isHexDigit = [](char c) {
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+  };
+  return isHexDigit(digits[2]) || (digits[2] == '.' && digits.size() > 3 && isHexDigit(digits[3]));
+}
+
+// "nan", in any case of letters, also with anything between "(" and ")" behind it.
+bool IsNan(std::wstring_view text) {
+  const auto isLetter = [](wchar_t c, wchar_t letter) { return c == letter || c == letter - L'a' + L'A'; };
+  const bool isBare = text.size() == 3 || (text.size() >= 5 && text[3] == L'(' && text.back() == L')');
+  return isBare && isLetter(text[0], L'n') && isLetter(text[1], L'a') && isLetter(text[2], L'n');
+}
+
+// Whether a decimal number beyond the range of a double is too small for it rather than too large: its first
+// significant digit tells.
+bool IsTooSmall(std::string_view number) {
+  const std::size_t mantissaEnd = std::min(number.find_first_of("eE"), number.size());
+  const std::string_view mantissa = number.substr(0, mantissaEnd);
+  const std::string_view exponent = number.substr(std::min(mantissaEnd + 1, number.size()));
+  const auto point = static_cast<std::int64_t>(std::min(mantissa.find('.'), mantissa.size()));
+  const auto firstDigit = static_cast<std::int64_t>(mantissa.find_first_of("123456789"));
+  return point - firstDigit + LeadingInteger(exponent) < 0;
+}
+
+// A number or infinity without a sign that is the whole of the text.
+std::optional<double> UnsignedDouble(std::wstring_view text) {
+  std::string buffer;
+  const std::string_view number = NumberCharacters(text, buffer);
+  if (number.size() != text.size() || number.starts_with('-')) return std::nullopt;
+  double value = 0.0;
+  const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
+  if (error == std::errc::invalid_argument || end != number.data() + number.size()) return std::nullopt;
+  if (error == std::errc()) return value;
+  return IsTooSmall(number) ? std::optional(0.0) : std::nullopt;
+}
+
+// Of a magnitude without a sign.
+double WithSign(double magnitude, bool negative) {
+  return std::bit_cast<double>(std::bit_cast<std::uint64_t>(magnitude) | std::uint64_t{negative} << 63);
+}
+
+std::wstring Widened(std::string_view bytes) {
+  std::wstring wide;
+  WidenAnsi(bytes, wide);
+  return wide;
+}
+
+// A text that is no short decimal.
+bool ReadOtherDouble(std::wstring_view text, bool negative, double& number) {
+  const auto magnitude = IsNan(text) ? std::numeric_limits<double>::quiet_NaN() : UnsignedDouble(text);
+  if (magnitude) number = WithSign(*magnitude, negative);
+  return magnitude.has_value();
+}
+
+bool ReadOtherDouble(std::string_view ansi, bool negative, double& number) {
+  return ReadOtherDouble(std::wstring_view(Widened(ansi)), negative, number);
+}
+
+template <class Char>
+bool ReadDouble(std::basic_string_view<Char> text, double& number) {
+  const auto [negative, rest] = TakeSign(text);
+  double magnitude = 0.0;
+  if (!ReadShortDecimal(rest, magnitude)) return ReadOtherDouble(rest, negative, number);
+  number = WithSign(magnitude, negative);
+  return true;
+}
+
+template <class Char>
+bool ReadInteger(std::basic_string_view<Char> text, std::int64_t& number) {
+  constexpr std::ptrdiff_t kMost = 19;  // digits; more are beyond 64 bits
+  const auto [negative, digits] = TakeSign(text);
+  const Char *at = digits.data(), *end = at + digits.size();
+  if (at == end) return false;
+  if (end - at > kMost) at = std::find_if(at, end, [](Char c) { return c != '0'; });
+  const std::uint64_t largest = std::uint64_t{std::numeric_limits<std::int64_t>::max()} + (negative ? 1 : 0);
+  if (end - at > kMost) return false;
+  const auto [digitsEnd, magnitude] = TakeDigits(at, end);
+  if (digitsEnd != end || magnitude > largest) return false;
+  number = static_cast<std::int64_t>(negative ? 0 - magnitude : magnitude);
+  return true;
+}
+
+}  // namespace
+
+int LeadingInteger(std::wstring_view text) {
+  const auto [negative, digits] = TakeSign(WithoutLeadingBlanks(text));
+  constexpr std::int64_t kLargest = std::numeric_limits<int>::max();
+  std::int64_t magnitude = 0;
+  for (const wchar_t c : digits) {
+    const int digit = DigitValue(c);
+    if (digit < 0) break;
+    magnitude = std::min(magnitude * 10 + digit, kLargest + 1);
+  }
+  return static_cast<int>(negative ? -magnitude : std::min(magnitude, kLargest));
+}
+
+int LeadingInteger(std::string_view ansi) {
+  constexpr std::size_t kMost = std::numeric_limits<int>::digits10;
+  const char* end = ansi.data() + ansi.size();
+  const auto [digitsEnd, number] = TakeDigits(ansi.data(), end);
+  const bool isShort = digitsEnd == end && ansi.size() <= kMost;
+  return isShort ? static_cast<int>(number) : LeadingInteger(std::wstring_view(Widened(ansi)));
+}
+
+bool ReadWhole(std::wstring_view text, std::int64_t& number) { return ReadInteger(text, number); }
+bool ReadWhole(std::string_view ansi, std::int64_t& number) { return ReadInteger(ansi, number); }
+
+bool ReadWhole(std::wstring_view text, double& number) { return ReadDouble(text, number); }
+bool ReadWhole(std::string_view ansi, double& number) { return ReadDouble(ansi, number); }
+
+std::optional<PlainDecimal> SplitDecimal(std::string_view ansi) {
+  if (const auto parts = SplitShort(ansi)) {
+    return PlainDecimal{parts->whole, static_cast<double>(parts->fraction) / kPowersOfTen[parts->decimals]};
+  }
+  const char *begin = ansi.data(), *end = begin + ansi.size();
+  const auto [point, whole] = TakeDigits(begin, end);
+  if (ansi.size() > kMostDigits + 1 || point == begin || end - point < 2 || *point != '.') return std::nullopt;
+  const auto [fractionEnd, fraction] = TakeDigits(point + 1, end);
+  if (fractionEnd != end || fraction > kLargestExact) return std::nullopt;
+  return PlainDecimal{whole, static_cast<double>(fraction) / kPowersOfTen[end - point - 1]};
+}
+
+double LeadingDouble(std::wstring_view text) {
+  const auto [negative, rest] = TakeSign(WithoutLeadingBlanks(text));
+  double value = 0.0;
+  if (ReadShortDecimal(rest, value)) return WithSign(value, negative);
+  std::string buffer;
+  std::string_view digits = NumberCharacters(rest, buffer);
+  if (digits.starts_with('-') || digits.starts_with('+')) digits = {};  // a second sign
+
+  const bool hexadecimal = StartsHexadecimal(digits);
+  if (hexadecimal) digits.remove_prefix(2);
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value,
+                                            hexadecimal ? std::chars_format::hex : std::chars_format::general);
+  if (error == std::errc::invalid_argument) throw std::invalid_argument("invalid stod argument");
+  if (error != std::errc()) throw std::out_of_range("stod argument out of range");
+  return WithSign(value, negative);
+}
+
+double LeadingDouble(std::string_view ansi) {
+  const auto [negative, rest] = TakeSign(ansi);
+  double magnitude = 0.0;
+  if (ReadShortDecimal(rest, magnitude)) return WithSign(magnitude, negative);
+  return LeadingDouble(std::wstring_view(Widened(ansi)));
+}
+
+}  // namespace kv

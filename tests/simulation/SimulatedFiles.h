@@ -1,0 +1,92 @@
+#pragma once
+
+#include <charconv>
+#include <string>
+#include <vector>
+
+#include <KVUtilities.h>
+#include <gtest/gtest.h>
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+#include "base/Failure.h"
+#include "commands/Commands.h"
+#include "support/TempFolder.h"
+
+/// A mission made by the command, read back.
+namespace simulated {
+
+using Words = std::vector<std::string>;
+
+inline Words Split(const std::string& text, char separator) {
+  Words words(1);
+  for (const char c : text) c == separator ? words.emplace_back() : words.back() += c;
+  return words;
+}
+
+inline Words Lines(const std::string& text) {
+  Words lines = Split(text, '\n');
+  EXPECT_EQ(lines.back(), "") << "the last line has no end";
+  lines.pop_back();
+  return lines;
+}
+
+inline double Number(const std::string& text) {
+  double value = 0.0;
+  std::from_chars(text.data(), text.data() + text.size(), value);
+  return value;
+}
+
+/// Runs the command on the folder's "mission". @return its exit code; what fails otherwise is thrown
+inline int Simulate(const TempFolder& folder, const std::string& options) {
+  CLI::App app;
+  int exitCode = -1;
+  AddSimulateCommand(app, exitCode);
+  Words words{"kvmission", "simulate", "-q", (folder.Path() / "mission").string()};
+  for (const std::string& word : Split(options, ' ')) {
+    if (!word.empty()) words.push_back(word);
+  }
+  std::vector<const char*> arguments;
+  for (const std::string& word : words) arguments.push_back(word.c_str());
+  try {
+    app.parse(static_cast<int>(arguments.size()), arguments.data());
+  } catch (const CLI::ParseError&) {
+    return 2;
+  } catch (const kv::mission::Failure& failure) {
+    return static_cast<int>(failure.Code());
+  }
+  return exitCode;
+}
+
+struct Truth {
+  int camera;
+  double tick, adjGpsSeconds, latitude, longitude, height;
+  std::string utc, photo;
+  bool blurred;
+  std::string fault, station;
+};
+
+inline std::vector<Truth> ReadTruth(const TempFolder& folder) {
+  const Words lines = Lines(folder.Read("mission/truth.csv"));
+  EXPECT_EQ(lines[0], "camera,master_tick,utc,adj_gps_seconds,latitude,longitude,height,photo,blurred,fault,station");
+  std::vector<Truth> rows;
+  for (std::size_t i = 1; i < lines.size(); ++i) {
+    const Words f = Split(lines[i], ',');
+    rows.push_back({f[0] == "1" ? 1 : 2, Number(f[1]), Number(f[3]), Number(f[4]), Number(f[5]), Number(f[6]), f[2],
+                    f[7], f[8] == "1", f[9], f[10]});
+  }
+  return rows;
+}
+
+/// The camera events, timed by the library, and the time of the first heartbeat.
+inline std::vector<tagKVSystemEvent> CameraEvents(const TempFolder& folder, FILETIME& start) {
+  std::wstring error;
+  std::vector<tagKVSystemEvent> events = KVUtilities::ScanKVSystemEventFile(folder.Wide("mission/events.txt"), error);
+  EXPECT_EQ(error, L"");
+  start = events.at(0).TimeUTC;
+  std::erase_if(events, [](const tagKVSystemEvent& event) { return event.Type != 2; });
+  return events;
+}
+
+}  // namespace simulated
