@@ -10,15 +10,10 @@
 namespace kv::simulation {
 namespace {
 
-using namespace std::chrono_literals;
-
-constexpr auto kGpsBeforeAdjusted = 1'000'000'000s;
-
-LocalPosition WithError(const LocalPosition& place, double noise, Random& random) {
+LocalPosition Error(double noise, Random& random) {
   const double alongAxis = noise / std::sqrt(3.0);
   const auto error = [&] { return random.Uniform(-alongAxis, alongAxis); };
-  const double east = error(), north = error(), up = error();
-  return {place.east + east, place.north + north, place.up + up};
+  return {error(), error(), error()};  // a braced list is evaluated from left to right
 }
 
 }  // namespace
@@ -30,10 +25,10 @@ void WriteDroneTimestamps(const std::filesystem::path& path, const MissionOption
   OutputFile file(path);
   for (const Exposure& exposure : exposures) {
     if (exposure.fault == kTimestampMissing) continue;
-    const auto gps = AdjustedGpsTime(options.start + exposure.time) + kGpsBeforeAdjusted;
+    const auto gps = GpsTime(options.start + exposure.time);
     const auto week = std::chrono::floor<std::chrono::weeks>(gps);
-    const LocalPosition place = flight.At(static_cast<double>(exposure.time.count()) * 1e-6);
-    const GeodeticPosition seen = frame.ToGeodetic(WithError(place, options.noise, random));
+    const LocalPosition place = flight.At(ToSeconds(exposure.time));
+    const GeodeticPosition seen = frame.ToGeodetic(place + Error(options.noise, random));
     file.Print(
         "{}\t{}\t[{}]\t    -4,N\t    12,E\t   190,V\t{:.8f},Lat\t{:.8f},Lon\t{:.3f},Ellh\t{:.6f}, {:.6f}, "
         "{:.6f}\t50,Q\r\n",

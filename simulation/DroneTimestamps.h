@@ -9,8 +9,8 @@
 
 namespace kv::simulation {
 
-/// Writes a drone's timestamp file: a line for each exposure that has not lost it, with a place no further from the
-/// truth than the mission's noise.
+/// Writes a drone's timestamp file: a line for each exposure whose timestamp is not missing. Each position is within
+/// the mission's noise of the truth.
 /// @throws std::system_error when the file cannot be written
 void WriteDroneTimestamps(const std::filesystem::path& path, const MissionOptions& options, const FlightPath& flight,
                           std::span<const Exposure> exposures);

@@ -19,10 +19,9 @@ void WriteEventFile(const std::filesystem::path& path, const MissionOptions& opt
     for (; exposure != exposures.end() && exposure->time < second; ++exposure) {
       file.Print("{},{}\r\n", clock.TickAt(exposure->time), exposure->camera);
     }
-    const CivilTime t = ToCivil(options.start + second);
     const auto jitter = static_cast<std::int64_t>(random.Uniform(-kHeartbeatJitter, kHeartbeatJitter));
-    file.Print("{},{:02}{:02}{:02}{:02}{:02}{:02}\r\n", clock.TickAt(second + std::chrono::microseconds(jitter)),
-               t.hour, t.minute, t.second, t.day, t.month, t.year % 100);
+    file.Print("{},{:%H%M%S%d%m%y}\r\n", clock.TickAt(second + std::chrono::microseconds(jitter)),
+               Calendar(options.start + second));
   }
   file.Close();
 }

@@ -9,7 +9,7 @@
 
 namespace kv::simulation {
 
-/// Writes the master clock's stream: a heartbeat "tick,hhmmssDDMMYY" at every second of UTC, its tick latched up to 3
+/// Writes the system event file: a heartbeat "tick,hhmmssDDMMYY" at every second of UTC, its tick latched up to 3
 /// microseconds early or late, and a line "tick,camera" per exposure.
 /// @throws std::system_error when the file cannot be written
 void WriteEventFile(const std::filesystem::path& path, const MissionOptions& options, const MasterClock& clock,

@@ -7,7 +7,7 @@
 #include <span>
 #include <string>
 
-#include <fmt/format.h>
+#include <fmt/chrono.h>
 #include <libexif/exif-data.h>
 
 namespace kv::simulation {
@@ -28,7 +28,7 @@ Owned<T> Require(T* made) {
   return Owned<T>(made);
 }
 
-/// @param units  how many values of the format the entry holds
+/// @param units  number of values that the entry holds
 void AddEntry(ExifData& data, ExifTag tag, ExifFormat format, unsigned long units,
               std::span<const unsigned char> bytes) {
   const Owned<ExifMem> memory = Require(exif_mem_new_default());
@@ -59,10 +59,8 @@ void AddNumber(ExifData& data, ExifTag tag, int number) {
 std::vector<unsigned char> ExifSegment(UtcTime time, int width, int height) {
   const Owned<ExifData> data = Require(exif_data_new());
   exif_data_set_byte_order(data.get(), EXIF_BYTE_ORDER_INTEL);
-  const CivilTime t = ToCivil(time);
-  AddText(*data, EXIF_TAG_DATE_TIME_ORIGINAL,
-          fmt::format("{:04}:{:02}:{:02} {:02}:{:02}:{:02}", t.year, t.month, t.day, t.hour, t.minute, t.second));
-  AddText(*data, EXIF_TAG_SUB_SEC_TIME_ORIGINAL, fmt::format("{:03}", t.microsecond / 1000));
+  AddText(*data, EXIF_TAG_DATE_TIME_ORIGINAL, fmt::format("{:%Y:%m:%d %H:%M:%S}", Calendar(time)));
+  AddText(*data, EXIF_TAG_SUB_SEC_TIME_ORIGINAL, fmt::format("{:03}", Microsecond(time) / 1000));
   AddText(*data, EXIF_TAG_OFFSET_TIME_ORIGINAL, "+00:00");
   AddNumber(*data, EXIF_TAG_PIXEL_X_DIMENSION, width);
   AddNumber(*data, EXIF_TAG_PIXEL_Y_DIMENSION, height);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include <fmt/format.h>
+#include <fmt/chrono.h>
 
 #include "simulation/MissionTime.h"
 #include "simulation/Receiver.h"
@@ -14,21 +14,21 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::microseconds;
 
-constexpr double kStripMargin = 1.0;  // seconds without exposures at both ends of a strip
+constexpr double kStripMargin = 1.0;  // seconds without exposures at each end of a strip
 constexpr double kIntervalSpread = 0.02;
 constexpr double kBlurredShare = 0.03;
 
 microseconds FromSeconds(double seconds) { return microseconds(static_cast<std::int64_t>(seconds * 1e6)); }
 
-/// Moves a camera 1 exposure on so that neither camera fires within 5 ms of a half second, where a stamp of whole
-/// seconds could be rounded either way and the neighbour's photo would be as near.
+/// Delays a camera 1 exposure so that neither camera fires within 5 ms of a half second. There a stamp of whole seconds
+/// could round either way, and a neighbour's photo would be as close.
 microseconds ClearOfHalfSecond(microseconds time) {
   const microseconds fraction = time % 1s;
   const bool unclear = fraction > 495ms - kCamera2Delay && fraction < 505ms;
   return unclear ? time - fraction + 505ms : time;
 }
 
-/// Camera 1's exposures; two of them are never nearer than the interval.
+/// Returns the times of camera 1's exposures, at least the interval apart.
 std::vector<microseconds> PlanStations(const MissionOptions& options, const FlightPath& path, Random& random) {
   std::vector<microseconds> stations;
   for (const auto& [begin, end] : path.Strips()) {
@@ -44,18 +44,15 @@ std::vector<microseconds> PlanStations(const MissionOptions& options, const Flig
 }
 
 std::string StampName(UtcTime time) {
-  const CivilTime c = ToCivil(std::chrono::floor<std::chrono::seconds>(time + 500ms));
-  return fmt::format("{:02}{:02}{:02}_{:02}{:02}{:02}.jpg", c.year % 100, c.month, c.day, c.hour, c.minute, c.second);
+  return fmt::format("{:%y%m%d_%H%M%S}.jpg", Calendar(time + 500ms));  // to the nearest second
 }
 
 std::string DronePhotoName(UtcTime time, int number) {
-  const CivilTime c = ToCivil(time);
-  return fmt::format("DJI_{:04}{:02}{:02}{:02}{:02}{:02}_{:04}_V.JPG", c.year, c.month, c.day, c.hour, c.minute,
-                     c.second, number);
+  return fmt::format("DJI_{:%Y%m%d%H%M%S}_{:04}_V.JPG", Calendar(time), number);
 }
 
 void NamePhotos(std::vector<Exposure>& exposures, const MissionOptions& options) {
-  const int digits = exposures.size() < 10'000 ? 4 : 5;  // of equal length, so that names sort in the order of exposure
+  const int digits = exposures.size() < 10'000 ? 4 : 5;  // all of one width, so that names sort by time
   int counts[2] = {};
   for (Exposure& exposure : exposures) {
     const int number = ++counts[exposure.camera - 1];
@@ -64,16 +61,19 @@ void NamePhotos(std::vector<Exposure>& exposures, const MissionOptions& options)
   }
 }
 
-/// @param stations  how many there are; the last 2 * stations exposures are theirs, the cameras in turn
+void LosePhoto(Exposure& exposure) {
+  exposure.fault = kPhotoMissing;
+  exposure.photo.clear();
+}
+
+/// @param stations  their number; the last 2 * stations exposures belong to them, the cameras alternating
 void LosePhotos(std::vector<Exposure>& exposures, std::size_t stations, Random& random) {
   if (stations < 2) return;
   const std::size_t first = exposures.size() - 2 * stations;
   const std::size_t lost = random.Index(stations);
   const std::size_t otherLost = (lost + 1 + random.Index(stations - 1)) % stations;
-  for (const std::size_t index : {first + 2 * lost, first + 2 * otherLost + 1}) {
-    exposures[index].fault = kPhotoMissing;
-    exposures[index].photo.clear();
-  }
+  LosePhoto(exposures[first + 2 * lost]);
+  LosePhoto(exposures[first + 2 * otherLost + 1]);
 }
 
 void BlurPhotos(std::vector<Exposure>& exposures, Random& random) {
@@ -110,27 +110,29 @@ std::vector<Exposure> PlanExposures(const MissionOptions& options, const FlightP
 }
 
 std::vector<Exposure> PlanDroneExposures(const MissionOptions& options, const FlightPath& path, Random random) {
-  constexpr std::size_t kFewest = 4;  // for one fault each
+  constexpr std::size_t kFewest = 4;  // enough to give each exposure one fault at most
   const std::vector<microseconds> times = PlanStations(options, path, random);
   const bool hasFaults = options.faults && times.size() >= kFewest;
   const std::size_t leftOut = hasFaults ? 1 + random.Index(times.size() - 1) : times.size();
   std::vector<Exposure> exposures;
   for (std::size_t i = 0; i < times.size(); ++i) {
     const int number = static_cast<int>(i + 1 + (i >= leftOut));
-    exposures.push_back({times[i], 1, 0, DronePhotoName(options.start + times[i], number), false, {}, number});
+    const std::string photo = options.photos ? DronePhotoName(options.start + times[i], number) : std::string();
+    exposures.push_back({times[i], 1, 0, photo, false, {}, number});
   }
   if (hasFaults) {
     const std::size_t lost = random.Index(times.size());
-    exposures[lost].fault = kPhotoMissing;
-    exposures[lost].photo.clear();
+    LosePhoto(exposures[lost]);
     exposures[(lost + 1 + random.Index(times.size() - 1)) % times.size()].fault = kTimestampMissing;
   }
-  if (options.photos) {
-    BlurPhotos(exposures, random);
-  } else {
-    for (Exposure& exposure : exposures) exposure.photo.clear();
-  }
+  if (options.photos) BlurPhotos(exposures, random);
   return exposures;
+}
+
+std::size_t CountPhotos(std::span<const Exposure> exposures) {
+  const auto count =
+      std::count_if(exposures.begin(), exposures.end(), [](const Exposure& e) { return !e.photo.empty(); });
+  return static_cast<std::size_t>(count);
 }
 
 }  // namespace kv::simulation

@@ -16,17 +16,17 @@ constexpr double kStripSeconds = 60.0;
 constexpr double kStripClimb = 0.1;  // metres per second, up on one strip and down on the next
 constexpr double kStripSpacing = 60.0;
 constexpr std::size_t kStripsPerBlock = 10;
-constexpr double kBlockClimb = 20.0;  // metres between one cover of the block and the next
+constexpr double kBlockClimb = 20.0;  // metres between one pass over the block and the next
 constexpr double kTurnSeconds = 14.0;
 
-/// One oscillation of the antenna about its way, the same for each axis but for its phase.
+/// One oscillation of the antenna about its path. The axes differ only in phase.
 struct Oscillation {
   double metres, period;  // amplitude, seconds
 };
 constexpr auto kSway = std::to_array<Oscillation>({{0.05, 7.0}, {0.08, 11.0}});
 
-/// The quintic with the given positions and speeds at both ends, where it has no acceleration.
-/// @param u  0 at the start to 1 at the end of a leg of `duration` seconds
+/// Evaluates the quintic that has the given positions and speeds, and zero acceleration, at both ends.
+/// @param u  from 0 at the start to 1 at the end of a leg of `duration` seconds
 double MinimumJerk(double from, double fromSpeed, double to, double toSpeed, double duration, double u) {
   const double distance = to - from - fromSpeed * duration;
   const double turn = (toSpeed - fromSpeed) * duration;

@@ -6,9 +6,13 @@
 
 namespace kv::simulation {
 
-/// Metres from the place where the mission starts.
+/// Metres from the start of the mission.
 struct LocalPosition {
   double east, north, up;
+
+  friend LocalPosition operator+(const LocalPosition& a, const LocalPosition& b) {
+    return {a.east + b.east, a.north + b.north, a.up + b.up};
+  }
 };
 
 /// Metres per second.
@@ -16,9 +20,9 @@ struct LocalVelocity {
   double east, north, up;
 };
 
-/// The antenna's way as a function of time: parked, take-off, then level strips and climbing turns up and down over a
-/// block. Its acceleration is continuous, below 3 m/s2 in turns and 0.12 m/s2 on strips, so that a straight line
-/// between two fixes 0.1 s apart stays within 4 mm of it, and on strips within 15 mm even between fixes 1 s apart.
+/// The antenna's path as a function of time: parked, take-off, then strips over a block with turns between them. The
+/// acceleration is continuous and stays below 3 m/s2 in turns and 0.12 m/s2 on strips. A straight line between fixes
+/// 0.1 s apart is therefore within 4 mm of the path; on strips, a line between fixes 1 s apart is within 15 mm.
 class FlightPath {
  public:
   /// Seconds from the start of the mission.
@@ -31,17 +35,17 @@ class FlightPath {
   LocalPosition At(double seconds) const;
   LocalVelocity VelocityAt(double seconds) const;
 
-  /// The straight stretches, in time order; the last ends with the mission.
+  /// The straight stretches in time order; a strip that the mission cuts short ends with it.
   const std::vector<Span>& Strips() const { return strips_; }
-  /// The turns between them.
+  /// The turns that end within the mission.
   const std::vector<Span>& Turns() const { return turns_; }
 
   static constexpr double kParkedSeconds = 15.0;
 
  private:
   struct Motion {
-    double along, across, up;    // metres in the block's own axes
-    double alongSpeed, upSpeed;  // metres per second; none across where legs meet
+    double along, across, up;    // metres along the block's own axes
+    double alongSpeed, upSpeed;  // metres per second; where legs meet, the speed across is zero
   };
   struct Leg {
     double begin, duration;

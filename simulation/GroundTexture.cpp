@@ -15,9 +15,9 @@ struct Octave {
   int amplitude;     // of 255
 };
 constexpr auto kRelief = std::to_array<Octave>({{128, 60}, {32, 50}, {8, 40}, {2, 60}, {1, 30}});
-constexpr auto kSoil = std::to_array<Octave>({{256, 140}, {64, 100}});  // how much of the ground is bare
+constexpr auto kSoil = std::to_array<Octave>({{256, 140}, {64, 100}});  // where the ground is bare
 
-/// Adds an octave of values around zero; in whole numbers, so that it is the same on every processor.
+/// Adds an octave of values around zero. Integer arithmetic makes it identical on every processor.
 void AddOctave(std::vector<int>& field, const Octave& octave, Random& random) {
   const std::size_t cells = kSide / octave.cell;
   const int cell = static_cast<int>(octave.cell);
@@ -47,7 +47,7 @@ std::vector<int> Field(const std::array<Octave, N>& octaves, Random& random) {
 
 unsigned char Byte(int value) { return static_cast<unsigned char>(std::clamp(value, 0, 255)); }
 
-/// Replaces each of kSide bytes, `stride` apart, by the mean of itself and its neighbours; the line is closed.
+/// Replaces each of kSide bytes, `stride` apart, by the mean of itself and its neighbours; the ends are neighbours too.
 void BlurLine(unsigned char* first, std::size_t stride) {
   std::array<int, kSide> line;
   for (std::size_t k = 0; k < kSide; ++k) line[k] = first[k * stride];
@@ -63,7 +63,7 @@ void BlurLine(unsigned char* first, std::size_t stride) {
 GroundTexture::GroundTexture(Random random) : pixels_(kSide * kSide * kChannels) {
   const std::vector<int> relief = Field(kRelief, random), soil = Field(kSoil, random);
   for (std::size_t i = 0; i < relief.size(); ++i) {
-    const int bare = std::clamp(soil[i] + 64, 0, 128);  // of 128: grass to soil
+    const int bare = std::clamp(soil[i] + 64, 0, 128);  // from 0, grass, to 128, soil
     unsigned char* pixel = &pixels_[i * kChannels];
     pixel[0] = Byte(80 + relief[i] + bare * 5 / 8);
     pixel[1] = Byte(115 + relief[i]);

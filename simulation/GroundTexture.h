@@ -8,9 +8,8 @@
 
 namespace kv::simulation {
 
-/// A picture of the ground, red, green and blue bytes, that repeats in both directions: bare soil, growth and grain, so
-/// that a photo cut out of it has detail at every scale. The blurred form is the same place seen by a lens out of
-/// focus.
+/// A picture of the ground in red, green and blue bytes that repeats in both directions. Soil, growth and grain give a
+/// photo cut from it detail at every scale. The blurred form shows the same ground out of focus.
 class GroundTexture {
  public:
   static constexpr std::size_t kSide = 1024;  // pixels; a power of two
@@ -20,7 +19,7 @@ class GroundTexture {
 
   GroundTexture Blurred() const;
 
-  /// Copies the pixels (x, y), (x + 1, y) and so on into `row`, whose size is a multiple of three.
+  /// Copies pixels from (x, y) to the right until `row`, whose size is a multiple of three, is full.
   void CopyRow(std::size_t x, std::size_t y, std::span<unsigned char> row) const;
 
  private:

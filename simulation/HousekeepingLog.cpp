@@ -21,24 +21,24 @@ constexpr seconds kSwitchOn{-static_cast<std::int64_t>(SensorReadings::kSwitched
 constexpr seconds kControlUnitPeriod{10}, kPowerPeriod{10}, kOrientationPeriod{2}, kCapacityPeriod{60};
 constexpr seconds kPowerPhase{5};  // after switching on
 constexpr seconds kOrientationPhase{1};
-constexpr seconds kSensorError{40};  // of the orientation sensor; the time of one of its readings
+constexpr seconds kSensorError{40};  // the orientation sensor fails at this reading
 static_assert((kSensorError - kSwitchOn - kOrientationPhase) % kOrientationPeriod == seconds(0));
 constexpr int kSensorRuns = 5, kSensorFailed = 1;  // system status of the orientation sensor
-constexpr int kSensorTimeout = 7;                  // its system error
+constexpr int kSensorTimeout = 7;                  // system error of the orientation sensor
 constexpr double kPhotoGigabytes = 0.0016, kGigabytesPerHour = 0.12;
 constexpr double kCameraCapacity = 64.0, kUnitCapacity = 240.0;  // gigabytes, free when switched on
 
 struct Entry {
   seconds time;  // since the start of the mission
   std::string_view severity;
-  std::string content;  // device and what it says
+  std::string content;  // device and message
 };
 
 struct FixedEntry {
   std::int64_t second;  // since the start of the mission
   std::string_view severity, content;
 };
-// The control unit's texts have two fields: with one, a text would be taken for its temperature.
+// The control unit's messages have two fields: a single field would be read as its temperature.
 constexpr auto kFixedEntries = std::to_array<FixedEntry>({
     {kSwitchOn.count(), "INFO", "CCU,Self test,passed"},
     {-24, "INFO", "POWER,Battery connected"},
@@ -68,7 +68,7 @@ class LogBuilder {
       : options_(options), flight_(flight), exposures_(exposures) {}
 
   std::vector<Entry> Build() {
-    Add(kSwitchOn, "INFO", std::string(FirmwareText(options_.firmware)));  // first: it tells how to read the others
+    Add(kSwitchOn, "INFO", std::string(FirmwareText(options_.firmware)));  // first: it decides how the rest is read
     for (const auto& [second, severity, content] : kFixedEntries) Add(seconds(second), severity, std::string(content));
     AddReadings();
     AddCapacities();
@@ -159,8 +159,7 @@ void WriteHousekeepingLog(const std::filesystem::path& path, const MissionOption
   OutputFile file(path);
   for (std::size_t i = 0; i < entries.size(); ++i) {
     const auto& [time, severity, content] = entries[i];
-    const CivilTime t = ToCivil(options.start + time);
-    file.Print("{},{:04}-{:02}-{:02} {:02}:{:02}:{:02}", severity, t.year, t.month, t.day, t.hour, t.minute, t.second);
+    file.Print("{},{:%Y-%m-%d %H:%M:%S}", severity, Calendar(options.start + time));
     if (options.firmware == Firmware::V2_1_0) file.Print(",{:06}", i + 1);
     file.Print(",{}\r\n", content);
   }

@@ -9,9 +9,9 @@
 
 namespace kv::simulation {
 
-/// Writes the control unit's log, from when it is switched on, before the mission starts: lines
-/// "severity,YYYY-MM-DD hh:mm:ss,device,content", with the number of the entry before the device in newer firmware.
-/// With faults, some of them are errors.
+/// Writes the control unit's housekeeping log, which begins when the unit is switched on, before the mission starts.
+/// Lines are "severity,YYYY-MM-DD hh:mm:ss,device,content"; newer firmware puts the entry's number before the device.
+/// With faults, some entries are errors.
 /// @throws std::system_error when the file cannot be written
 /// @see    docs/simulation.md
 void WriteHousekeepingLog(const std::filesystem::path& path, const MissionOptions& options, const FlightPath& flight,

@@ -45,7 +45,7 @@ std::span<const unsigned char> JpegEncoder::Encode(const RowSource& source, std:
   return {output_, outputSize_};
 }
 
-/// Holds no object with a destructor: an error of the compressor jumps out of it.
+/// Must hold no object with a destructor: an error in the compressor jumps out with longjmp.
 bool JpegEncoder::Compress(const RowSource& source, std::span<const unsigned char> exif) {
   if (setjmp(errors_.escape)) {
     jpeg_abort_compress(&compressor_);

@@ -6,11 +6,11 @@
 #include <span>
 #include <vector>
 
-#include <jpeglib.h>  // takes FILE and size_t from above
+#include <jpeglib.h>  // needs FILE and size_t from the headers above
 
 namespace kv::simulation {
 
-/// Encodes pictures of one size, one after another, with one compressor.
+/// Encodes pictures of one size one after another, reusing the compressor.
 class JpegEncoder {
  public:
   JpegEncoder(int width, int height);
@@ -18,17 +18,17 @@ class JpegEncoder {
   JpegEncoder(const JpegEncoder&) = delete;
   JpegEncoder& operator=(const JpegEncoder&) = delete;
 
-  /// Fills the row with the given number with red, green and blue bytes. Must not throw.
+  /// Fills row `number`, counted from 0, with red, green and blue bytes. Must not throw.
   using RowSource = std::function<void(int number, std::span<unsigned char> row)>;
 
-  /// @param exif  content of the EXIF segment, empty for none
-  /// @return      the file, valid until the next call
+  /// @param exif  content of the EXIF segment; empty for a file without one
+  /// @return      the file's bytes, valid until the next call
   /// @throws      std::runtime_error with the compressor's message
   std::span<const unsigned char> Encode(const RowSource& source, std::span<const unsigned char> exif);
 
  private:
   struct ErrorHandler {
-    jpeg_error_mgr base;  // first, so that the compressor's pointer to it is one to the whole
+    jpeg_error_mgr base;  // first: OnError casts the compressor's pointer to it
     std::jmp_buf escape;
     char text[JMSG_LENGTH_MAX];
   };

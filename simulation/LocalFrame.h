@@ -12,8 +12,8 @@ struct GeodeticPosition {
   double height;               // metres above the ellipsoid
 };
 
-/// Local metres to WGS 84 degrees by the ellipsoid's radii of curvature at the place where the mission starts. Held
-/// fixed for the whole mission, so that a straight line in metres is one in degrees.
+/// Converts local metres to WGS 84 degrees by the ellipsoid's radii of curvature at the start of the mission. The radii
+/// stay fixed, so a straight line in metres is a straight line in degrees.
 class LocalFrame {
  public:
   LocalFrame(double latitude, double longitude) : latitude_(latitude), longitude_(longitude) {

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "simulation/MissionTime.h"
+
 namespace kv::simulation {
 namespace {
 
@@ -22,7 +24,7 @@ MasterClock::MasterClock(std::chrono::seconds missionDuration, Random random) {
 }
 
 std::uint32_t MasterClock::TickAt(std::chrono::microseconds time) const {
-  const double seconds = static_cast<double>(time.count()) * 1e-6;
+  const double seconds = ToSeconds(time);
   const double wander = kWanderSeconds * std::sin(2.0 * std::numbers::pi * seconds / kWanderPeriod + wanderPhase_);
   return static_cast<std::uint32_t>(firstTick_ + ticksPerSecond_ * (seconds + wander));
 }

@@ -7,14 +7,14 @@
 
 namespace kv::simulation {
 
-/// The control unit's free-running 32-bit tick counter, near 1 MHz, or 100 kHz for missions of more than an hour so
-/// that it never wraps. Its oscillator is off by up to 20 parts in a million and wanders by up to 50 microseconds about
-/// that rate.
+/// The control unit's free-running 32-bit tick counter. It runs near 1 MHz, or near 100 kHz in missions of more than an
+/// hour so that it never wraps. Its rate is off by up to 20 parts per million, and it wanders about that rate by up to
+/// 50 microseconds.
 class MasterClock {
  public:
   MasterClock(std::chrono::seconds missionDuration, Random random);
 
-  /// @param time  since the start of the mission
+  /// @param time  from the start of the mission
   std::uint32_t TickAt(std::chrono::microseconds time) const;
 
  private:

@@ -3,7 +3,7 @@
 #include <array>
 #include <charconv>
 
-#include <fmt/format.h>
+#include <fmt/chrono.h>
 
 namespace kv::simulation {
 namespace {
@@ -17,7 +17,7 @@ struct LeapStep {
   seconds gpsMinusUtc;
 };
 
-/// IERS Bulletin C; none has been announced after the last row.
+/// From IERS Bulletin C; no leap second has been announced since the last row.
 constexpr auto kLeapSteps = std::to_array<LeapStep>({
     {2000y / January / 1, 13s},
     {2006y / January / 1, 14s},
@@ -36,7 +36,7 @@ bool Matches(std::string_view text, std::string_view pattern) {
   return true;
 }
 
-/// Digits whose presence has been checked.
+/// Reads digits; `Matches` has made sure that they are there.
 int Number(std::string_view text, std::size_t position, std::size_t length) {
   int value = 0;
   std::from_chars(text.data() + position, text.data() + position + length, value);
@@ -45,18 +45,9 @@ int Number(std::string_view text, std::size_t position, std::size_t length) {
 
 }  // namespace
 
-CivilTime ToCivil(UtcTime time) {
-  const sys_days day = floor<days>(time);
-  const year_month_day date(day);
-  const hh_mm_ss clock(time - day);
-  return {static_cast<int>(date.year()),
-          static_cast<int>(static_cast<unsigned>(date.month())),
-          static_cast<int>(static_cast<unsigned>(date.day())),
-          static_cast<int>(clock.hours().count()),
-          static_cast<int>(clock.minutes().count()),
-          static_cast<int>(clock.seconds().count()),
-          static_cast<int>(clock.subseconds().count())};
-}
+std::tm Calendar(UtcTime time) { return fmt::gmtime(floor<seconds>(time).time_since_epoch().count()); }
+
+int Microsecond(UtcTime time) { return static_cast<int>((time - floor<seconds>(time)).count()); }
 
 std::optional<sys_seconds> ParseStart(std::string_view text) {
   std::string full(text);
@@ -81,9 +72,9 @@ seconds LeapSeconds(UtcTime time) {
   return offset;
 }
 
-microseconds AdjustedGpsTime(UtcTime time) {
+microseconds GpsTime(UtcTime time) {
   constexpr sys_days gpsEpoch = 1980y / January / 6;
-  return time - gpsEpoch + LeapSeconds(time) - 1'000'000'000s;
+  return time - gpsEpoch + LeapSeconds(time);
 }
 
 std::string SecondsText(microseconds time) {

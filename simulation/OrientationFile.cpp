@@ -19,11 +19,11 @@ void WriteOrientationFile(const std::filesystem::path& path, const MissionOption
   SensorReadings sensors(flight, Random(options.seed, Stream::Orientation));
   OutputFile file(path);
   for (milliseconds time{0}; time <= options.duration; time += kInterval) {
-    const CivilTime t = ToCivil(options.start + time);
+    const UtcTime utc = options.start + time;
     const OrientationReading reading = sensors.Orientation(static_cast<double>(time.count()) * 1e-3);
-    file.Print("{:04}-{:02}-{:02} {:02}:{:02}:{:02}.{:03},{:.1f},{:.1f},{:.1f},{:.1f},{},{},0\r\n", t.year, t.month,
-               t.day, t.hour, t.minute, t.second, t.microsecond / 1000, reading.boardTemperature, reading.pitch,
-               reading.roll, reading.heading, reading.calibration, kRunning);
+    file.Print("{:%Y-%m-%d %H:%M:%S}.{:03},{:.1f},{:.1f},{:.1f},{:.1f},{},{},0\r\n", Calendar(utc),
+               Microsecond(utc) / 1000, reading.boardTemperature, reading.pitch, reading.roll, reading.heading,
+               reading.calibration, kRunning);
   }
   file.Close();
 }

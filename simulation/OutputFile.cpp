@@ -1,9 +1,8 @@
 #include "simulation/OutputFile.h"
 
 #include <cerrno>
+#include <string>
 #include <system_error>
-
-#include "platform/System.h"
 
 namespace kv::simulation {
 
@@ -34,7 +33,8 @@ void OutputFile::Flush() {
 
 void OutputFile::Fail() const {
   const std::error_code reason(errno ? errno : EIO, std::generic_category());
-  throw std::system_error(reason, "cannot write " + mission::Utf8(path_));
+  const std::u8string name = path_.u8string();
+  throw std::system_error(reason, "cannot write " + std::string(name.begin(), name.end()));
 }
 
 }  // namespace kv::simulation

@@ -7,11 +7,12 @@
 #include <string_view>
 #include <utility>
 
+#include <fmt/chrono.h>
 #include <fmt/format.h>
 
 namespace kv::simulation {
 
-/// A file written through a buffer. A failure is thrown as std::system_error with the file's name and the system's
+/// A file written through a buffer. A failed operation throws std::system_error with the file's name and the system's
 /// reason.
 class OutputFile {
  public:
@@ -24,7 +25,7 @@ class OutputFile {
   }
   void Write(std::span<const unsigned char> bytes);
 
-  /// Writes what is left. A file that is not closed stays cut short.
+  /// Writes the rest of the buffer. Without this call the file is incomplete.
   void Close();
 
  private:

@@ -1,12 +1,11 @@
 #include "simulation/PhotoFiles.h"
 
-#include <algorithm>
 #include <cmath>
 
-#include "base/Interrupt.h"
 #include "simulation/ExifTime.h"
 #include "simulation/GroundTexture.h"
 #include "simulation/JpegEncoder.h"
+#include "simulation/MissionTime.h"
 #include "simulation/OutputFile.h"
 #include "simulation/TruthFile.h"
 
@@ -14,9 +13,9 @@ namespace kv::simulation {
 namespace {
 
 constexpr double kPixelsPerMetre = 4.0;
-constexpr int kCamera2OffsetPixels = 400;  // it looks to the side
+constexpr int kCamera2OffsetPixels = 400;  // camera 2 looks to the side
 
-/// The texture's column or row under the vehicle; the texture repeats in both directions.
+/// Returns the texture's column or row below the vehicle; the texture repeats in both directions.
 std::size_t TexturePixel(double metres, int offset) {
   constexpr auto side = static_cast<std::int64_t>(GroundTexture::kSide);
   const std::int64_t pixel = (std::llround(metres * kPixelsPerMetre) + offset) % side;
@@ -56,22 +55,20 @@ class Photographer {
 
 }  // namespace
 
-void WritePhotos(const std::filesystem::path& mission, const MissionOptions& options, const FlightPath& flight,
-                 std::span<const Exposure> exposures, mission::Progress& progress) {
-  const auto hasPhoto = [](const Exposure& exposure) { return !exposure.photo.empty(); };
-  const auto all = static_cast<std::size_t>(std::count_if(exposures.begin(), exposures.end(), hasPhoto));
-  if (all == 0) return;
+bool WritePhotos(const std::filesystem::path& mission, const MissionOptions& options, const FlightPath& flight,
+                 std::span<const Exposure> exposures, const Progress& progress) {
+  const std::size_t all = CountPhotos(exposures);
+  if (all == 0) return true;
 
   Photographer photographer(options);
   std::size_t done = 0;
   for (const Exposure& exposure : exposures) {
-    if (!hasPhoto(exposure)) continue;
-    const LocalPosition place = flight.At(static_cast<double>(exposure.time.count()) * 1e-6);
+    if (exposure.photo.empty()) continue;
     const std::filesystem::path folder = options.drone ? mission : CameraFolder(mission, exposure.camera);
-    photographer.Write(folder / exposure.photo, exposure, place);
-    progress.Step(++done, all);
-    mission::ThrowIfInterrupted();
+    photographer.Write(folder / exposure.photo, exposure, flight.At(ToSeconds(exposure.time)));
+    if (!progress(++done, all)) return false;
   }
+  return true;
 }
 
 }  // namespace kv::simulation

@@ -6,8 +6,8 @@
 
 namespace kv::simulation {
 
-/// What a stream of random numbers is for. Each has its own, so that an option that changes one file leaves the rest of
-/// the mission as it was.
+/// The purpose of a stream of random numbers. Separate streams keep an option that changes one file from changing the
+/// rest of the mission.
 enum class Stream : std::uint64_t {
   Flight = 1,
   Receiver,
@@ -20,8 +20,8 @@ enum class Stream : std::uint64_t {
   Orientation
 };
 
-/// The same numbers for a seed everywhere: the standard fixes the engine's bits but not what its distributions make of
-/// them, and the shapes below are made with exact arithmetic alone.
+/// Gives the same numbers for a seed on every platform. The standard defines the engine's bits but not the results of
+/// its distributions, so the distributions below use exact arithmetic.
 class Random {
  public:
   Random(std::uint64_t seed, Stream stream)
@@ -29,13 +29,13 @@ class Random {
 
   std::uint64_t Bits() { return bits_(); }
 
-  /// Evenly spread in [from, to).
+  /// Uniformly distributed in [from, to).
   double Uniform(double from, double to) { return from + (to - from) * (static_cast<double>(Bits() >> 11) * 0x1p-53); }
 
   /// A whole number in [0, count).
   std::size_t Index(std::size_t count) { return Bits() % count; }
 
-  /// Mean 0, standard deviation 1, as the sum of twelve even spreads; never beyond 6.
+  /// Mean 0, standard deviation 1: the sum of twelve uniform numbers, so the magnitude never exceeds 6.
   double Normal() {
     double sum = -6.0;
     for (int i = 0; i < 12; ++i) sum += Uniform(0.0, 1.0);

@@ -11,7 +11,7 @@ namespace {
 constexpr double kCorrelationSeconds = 10.0;
 constexpr double kDeviationsInNoise = 3.0;
 
-/// How the receiver settles; the last row holds from before take-off to the end.
+/// How the receiver settles. The last phase begins before take-off and lasts to the end.
 struct Phase {
   double until;  // seconds from the start of the mission
   int quality;
@@ -50,8 +50,7 @@ LocalPosition Receiver::NextError(double limit) {
 Fix Receiver::Next(double seconds) {
   const Phase& phase =
       *std::find_if(kPhases.begin(), kPhases.end(), [&](const Phase& candidate) { return seconds < candidate.until; });
-  const LocalPosition antenna = path_.At(seconds), error = NextError(noise_ * phase.noiseFactor);
-  const LocalPosition seen{antenna.east + error.east, antenna.north + error.north, antenna.up + error.up};
+  const LocalPosition seen = path_.At(seconds) + NextError(noise_ * phase.noiseFactor);
   return {
       phase.quality, phase.talker, phase.satellites, phase.hdop, frame_.ToGeodetic(seen), path_.VelocityAt(seconds)};
 }

@@ -9,9 +9,9 @@
 
 namespace kv::simulation {
 
-/// What the receiver has to say at one epoch.
+/// What the receiver reports at one epoch.
 struct Fix {
-  int quality;  ///< as in GGA sentences: 0 none, 1 autonomous, 5 float, 4 fixed ambiguities
+  int quality;  ///< as in GGA sentences: 0 no fix, 1 autonomous, 4 fixed ambiguities, 5 float
   std::string_view talker;
   int satellites;
   double hdop;
@@ -19,20 +19,22 @@ struct Fix {
   LocalVelocity velocity;
 };
 
-/// What a receiver without a fix gives as its dilution of precision.
+/// The dilution of precision that a receiver without a fix reports.
 inline constexpr double kNoDop = 99.99;
 
 /// Seconds from the start of the mission to the first fix.
 inline constexpr double kFirstFixSeconds = 4.0;
 
-/// A GNSS receiver that is switched on at the start of the mission and settles while the vehicle is still parked. Its
-/// error wanders with a correlation time of 10 s. Once settled, its length never exceeds the mission's noise, of which
-/// its standard deviation along each axis is a third; before that it is larger by a factor for the quality.
+/// A GNSS receiver that is switched on at the start of the mission and settles while the vehicle is parked. Its error
+/// has a correlation time of 10 s. Once the receiver has settled, the error's standard deviation along each axis is a
+/// third of the mission's noise, and its length never exceeds the noise. Before that, both are larger by a factor that
+/// depends on the quality.
 class Receiver {
  public:
   Receiver(const MissionOptions& options, const FlightPath& path, Random random);
 
-  /// Of the epochs in order, each at a time since the start of the mission.
+  /// Makes the fix of the next epoch.
+  /// @param seconds  from the start of the mission, later than in the call before
   Fix Next(double seconds);
 
  private:
@@ -42,7 +44,7 @@ class Receiver {
   LocalFrame frame_;
   Random random_;
   double noise_;                       // metres
-  double memory_;                      // share of the error that one epoch leaves to the next
+  double memory_;                      // share of the error that carries over to the next epoch
   double state_[3] = {0.0, 0.0, 0.0};  // error in standard deviations
 };
 

@@ -9,18 +9,19 @@ namespace {
 
 constexpr double kDegree = std::numbers::pi / 180.0;
 constexpr double kGravity = 9.81;        // metres per second squared
-constexpr double kSwingDegrees = 0.4;    // of a temperature about its drift
+constexpr double kSwingDegrees = 0.4;    // amplitude of a temperature about its trend
 constexpr double kSwingPeriod = 900.0;   // seconds
-constexpr double kPercentPerHour = 7.5;  // lasts for the longest mission
+constexpr double kPercentPerHour = 7.5;  // low enough for the longest mission
 constexpr double kEmptyVoltage = 13.8;   // without load
 constexpr double kVoltsPerPercent = 0.028;
 constexpr double kBatteryOhms = 0.03;
 constexpr double kIdleAmperes = 2.6, kCameraAmperes = 0.9;
 constexpr double kSecondsPerCalibrationStep = 12.0;
-constexpr double kCourseFrom = FlightPath::kParkedSeconds + 5.0;  // before it, the vehicle points where it will go
+constexpr double kCourseFrom = FlightPath::kParkedSeconds + 5.0;  // until then the vehicle points where it will go
 constexpr double kMountedPitch = 0.5;                             // degrees
 
-/// To a whole number of steps; never a negative zero, which would show in the text.
+/// Rounds to a whole number of steps. Adding zero turns a negative zero, which would print as "-0.0", into a positive
+/// one.
 double Rounded(double value, double stepsPerUnit) { return std::round(value * stepsPerUnit) / stepsPerUnit + 0.0; }
 
 double Speed(const LocalVelocity& velocity) { return std::hypot(velocity.east, velocity.north); }
@@ -51,14 +52,14 @@ PowerReading SensorReadings::Power(double seconds) {
           Rounded(current, 100.0), Rounded(percent, 10.0)};
 }
 
-/// Degrees from north over east.
+/// Returns degrees clockwise from north.
 double SensorReadings::Course(double seconds) const {
   const LocalVelocity velocity = flight_.VelocityAt(std::max(seconds, kCourseFrom));
   return std::atan2(velocity.east, velocity.north) / kDegree;
 }
 
 OrientationReading SensorReadings::Orientation(double seconds) {
-  constexpr double kHalfStep = 0.5;  // seconds, of the rate of turn
+  constexpr double kHalfStep = 0.5;  // seconds; the rate of turn is measured over twice this
   const double sinceStart = std::max(seconds, 0.0);
   const LocalVelocity velocity = flight_.VelocityAt(sinceStart);
   const double turn = std::remainder(Course(sinceStart + kHalfStep) - Course(sinceStart - kHalfStep), 360.0);

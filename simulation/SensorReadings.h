@@ -8,7 +8,7 @@ namespace kv::simulation {
 struct PowerReading {
   double boardTemperature, batteryTemperature;  ///< degrees Celsius
   double voltage, current;                      ///< volts, amperes
-  double percent;                               ///< of the charge
+  double percent;                               ///< charge left
 };
 
 struct OrientationReading {
@@ -17,14 +17,14 @@ struct OrientationReading {
   int calibration;              ///< 0 to 3
 };
 
-/// The sensors of the unit's housekeeping. Temperatures rise from the air's towards an end of their own, the battery
-/// empties by a few percent an hour, and the orientation follows the vehicle's way. Readings have the sensors'
-/// resolution and a little noise.
+/// The sensors behind the housekeeping log and the orientation file. Each temperature rises from the air's towards its
+/// own limit, the battery drains by a few percent an hour, and the orientation follows the vehicle's path. Readings
+/// have the sensors' resolution and a little noise.
 class SensorReadings {
  public:
   SensorReadings(const FlightPath& flight, Random random);
 
-  /// All take seconds since the start of the mission, from -kSwitchedOnBefore on.
+  /// All three take seconds from the start of the mission, no earlier than -kSwitchedOnBefore.
   double ControlUnitTemperature(double seconds);
   PowerReading Power(double seconds);
   OrientationReading Orientation(double seconds);
@@ -33,8 +33,8 @@ class SensorReadings {
 
  private:
   struct Warming {
-    double rise;      // degrees
-    double constant;  // seconds until two thirds of it
+    double rise;      // degrees Celsius
+    double constant;  // time constant in seconds
   };
   static constexpr Warming kControlUnit{19.0, 420.0}, kPowerBoard{11.0, 600.0}, kBattery{7.5, 1500.0},
       kOrientationBoard{8.0, 300.0};
@@ -47,7 +47,7 @@ class SensorReadings {
   Random random_;
   double airTemperature_;  // degrees Celsius
   double swingPhase_;      // radians
-  double fullPercent_;     // when switched on
+  double fullPercent_;     // charge when switched on
 };
 
 }  // namespace kv::simulation

@@ -11,20 +11,24 @@
 namespace kv::simulation {
 namespace {
 
-void WriteSensorFiles(const std::filesystem::path& folder, const MissionOptions& options, const FlightPath& flight,
-                      const MasterClock& clock, const std::vector<Exposure>& exposures) {
+/// @return false if `progress` stopped it
+bool WriteSensorFiles(const std::filesystem::path& folder, const MissionOptions& options, const FlightPath& flight,
+                      const MasterClock& clock, const std::vector<Exposure>& exposures, const Progress& progress) {
   WriteEventFile(folder / kEventsName, options, clock, exposures);
-  WriteTrajectoryFile(folder / kTrajectoryName, options, flight);
+  const auto goesOn = [&progress, photos = CountPhotos(exposures)] { return progress(0, photos); };
+  if (!WriteTrajectoryFile(folder / kTrajectoryName, options, flight, goesOn)) return false;
   WriteHousekeepingLog(folder / kHousekeepingName, options, flight, exposures);
   WriteOrientationFile(folder / kOrientationName, options, flight);
-  if (!options.photos) return;
-  for (const int camera : {1, 2}) std::filesystem::create_directories(CameraFolder(folder, camera));
+  if (options.photos) {
+    for (const int camera : {1, 2}) std::filesystem::create_directories(CameraFolder(folder, camera));
+  }
+  return true;
 }
 
 }  // namespace
 
-std::vector<Exposure> WriteMission(const std::filesystem::path& folder, const MissionOptions& options,
-                                   mission::Progress& progress) {
+std::optional<std::vector<Exposure>> WriteMission(const std::filesystem::path& folder, const MissionOptions& options,
+                                                  const Progress& progress) {
   const FlightPath flight(static_cast<double>(options.duration.count()), Random(options.seed, Stream::Flight));
   const MasterClock clock(options.duration, Random(options.seed, Stream::Clock));
   const auto plan = options.drone ? PlanDroneExposures : PlanExposures;
@@ -33,13 +37,13 @@ std::vector<Exposure> WriteMission(const std::filesystem::path& folder, const Mi
   const std::filesystem::path truth = folder / "truth.csv";
   std::filesystem::create_directories(folder);
   RemoveMissionOfTruthFile(truth);
-  WriteTruthFile(truth, options, flight, clock, exposures);  // first, so that it names every photo that there may be
+  WriteTruthFile(truth, options, flight, clock, exposures);  // before the photos: it must name all of them
   if (options.drone) {
     WriteDroneTimestamps(folder / kTimestampsName, options, flight, exposures);
-  } else {
-    WriteSensorFiles(folder, options, flight, clock, exposures);
+  } else if (!WriteSensorFiles(folder, options, flight, clock, exposures, progress)) {
+    return {};
   }
-  WritePhotos(folder, options, flight, exposures, progress);
+  if (!WritePhotos(folder, options, flight, exposures, progress)) return {};
   return exposures;
 }
 

@@ -1,21 +1,24 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <vector>
 
-#include "base/Progress.h"
 #include "simulation/Exposures.h"
 #include "simulation/MissionOptions.h"
+#include "simulation/PhotoFiles.h"
 
 namespace kv::simulation {
 
-/// Writes a mission into a folder, made when it is not there: trajectory.nmea, events.txt, housekeeping.log,
-/// orientation.txt, truth.csv and the photos in cam1 and cam2; that of a drone: flight.MRK, truth.csv and photos. An
-/// earlier mission in the folder, photos that its truth.csv names included, is replaced.
-/// @param progress  takes a step per photo
-/// @return          the exposures as truth.csv lists them
-/// @throws          std::system_error when a file or folder cannot be written, kv::mission::Failure after an interrupt
-std::vector<Exposure> WriteMission(const std::filesystem::path& folder, const MissionOptions& options,
-                                   mission::Progress& progress);
+/// Writes a mission into a folder, which is made if it does not exist: trajectory.nmea, events.txt, housekeeping.log,
+/// orientation.txt, truth.csv and photos in cam1 and cam2. A drone's mission has flight.MRK, truth.csv and photos. An
+/// earlier mission in the folder is replaced, including the photos that its truth.csv names.
+/// @param progress  called after each photo, and with 0 photos done while the trajectory is written
+/// @return          the exposures in the order of truth.csv; nothing if `progress` stopped it, which leaves an
+///                  incomplete mission
+/// @throws          std::system_error when a file or folder cannot be written, std::runtime_error when a photo cannot
+///                  be encoded
+std::optional<std::vector<Exposure>> WriteMission(const std::filesystem::path& folder, const MissionOptions& options,
+                                                  const Progress& progress);
 
 }  // namespace kv::simulation

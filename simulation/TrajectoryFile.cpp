@@ -7,7 +7,6 @@
 #include <span>
 #include <string>
 
-#include "base/Interrupt.h"
 #include "simulation/MissionTime.h"
 #include "simulation/OutputFile.h"
 #include "simulation/Receiver.h"
@@ -16,12 +15,12 @@ namespace kv::simulation {
 namespace {
 
 constexpr FlightPath::Span kGapInTurn{4.0, 7.5};  // seconds from the start of the turn
-constexpr int kSkyViewSeconds = 5;                // from one set of GSV sentences to the next
+constexpr int kSkyViewSeconds = 5;                // between sets of GSV sentences
 constexpr double kMetresPerSecondInKnots = 3600.0 / 1852.0;
-constexpr double kCourseFromKnots = 0.5;  // slower than this a receiver gives no course
+constexpr double kCourseFromKnots = 0.5;  // a slower receiver reports no course
 
 struct Satellite {
-  int number;               // as in NMEA: GLONASS counts from 65
+  int number;               // as in NMEA; GLONASS starts at 65
   int elevation, azimuth;   // degrees at the start of the mission
   int signal;               // dB-Hz
   double degreesPerMinute;  // of azimuth
@@ -45,15 +44,15 @@ constexpr auto kGlonass = std::to_array<Satellite>({{66, 62, 88, 47, 0.5},
 constexpr std::size_t kSatellitesPerSentence = 4;
 constexpr std::size_t kActiveSlots = 12;  // of a GSA sentence
 
-/// Metres from ellipsoid to geoid: a plane, slightly tilted.
+/// Returns the geoid separation in metres: a slightly tilted plane.
 double GeoidSeparation(const GeodeticPosition& position, const MissionOptions& options) {
   return 47.3 + 0.6 * (position.latitude - options.latitude) -
          0.4 * std::remainder(position.longitude - options.longitude, 360.0);
 }
 
-/// ddmm.mmmmmmmm or dddmm.mmmmmmmm, and the hemisphere.
+/// Formats "ddmm.mmmmmmmm,h" or "dddmm.mmmmmmmm,h", with h for the hemisphere.
 std::string Angle(double degrees, int degreeDigits, std::string_view hemispheres) {
-  constexpr std::int64_t kUnit = 100'000'000;  // of the last digit in a minute
+  constexpr std::int64_t kUnit = 100'000'000;  // units of the last digit in a minute
   const std::int64_t total = std::llround(std::abs(degrees) * 60.0 * kUnit);
   const std::int64_t minutes = total / kUnit;
   return fmt::format("{:0{}}{:02}.{:08},{}", minutes / 60, degreeDigits, minutes % 60, total % kUnit,
@@ -62,15 +61,15 @@ std::string Angle(double degrees, int degreeDigits, std::string_view hemispheres
 std::string Latitude(const Fix& fix) { return Angle(fix.position.latitude, 2, "NS"); }
 std::string Longitude(const Fix& fix) { return Angle(fix.position.longitude, 3, "EW"); }
 
-std::string TimeOfDay(const CivilTime& time) {
-  return fmt::format("{:02}{:02}{:02}.{:02}", time.hour, time.minute, time.second, time.microsecond / 10'000);
+std::string TimeOfDay(UtcTime time) {
+  return fmt::format("{:%H%M%S}.{:02}", Calendar(time), Microsecond(time) / 10'000);
 }
 
 class SentenceFile {
  public:
   explicit SentenceFile(const std::filesystem::path& path) : file_(path) {}
 
-  /// Writes "$", the sentence, "*" and the exclusive or of the sentence's characters.
+  /// Writes the sentence between "$" and "*", then its checksum, the exclusive or of its characters.
   void Write(std::string_view sentence) {
     unsigned checksum = 0;
     for (const char c : sentence) checksum ^= static_cast<unsigned char>(c);
@@ -82,7 +81,7 @@ class SentenceFile {
   OutputFile file_;
 };
 
-std::string Gga(const Fix& fix, const CivilTime& time, const MissionOptions& options) {
+std::string Gga(const Fix& fix, UtcTime time, const MissionOptions& options) {
   if (fix.quality == 0) return fmt::format("{}GGA,{},,,,,0,00,{:.2f},,,,,,", fix.talker, TimeOfDay(time), fix.hdop);
   const double separation = GeoidSeparation(fix.position, options);
   const std::string_view correction = fix.quality == 1 ? "," : "1.0,0133";  // age in seconds, reference station
@@ -91,8 +90,8 @@ std::string Gga(const Fix& fix, const CivilTime& time, const MissionOptions& opt
                      separation, correction);
 }
 
-std::string Rmc(const Fix& fix, const CivilTime& time) {
-  const std::string date = fmt::format("{:02}{:02}{:02}", time.day, time.month, time.year % 100);
+std::string Rmc(const Fix& fix, UtcTime time) {
+  const std::string date = fmt::format("{:%d%m%y}", Calendar(time));
   if (fix.quality == 0) return fmt::format("{}RMC,{},V,,,,,,,{},,,N,V", fix.talker, TimeOfDay(time), date);
 
   const auto& [east, north, up] = fix.velocity;
@@ -127,8 +126,8 @@ void WriteSkyView(SentenceFile& file, std::string_view talker, std::span<const S
   }
 }
 
-/// What comes with the fix at a whole second.
-void WriteSecond(SentenceFile& file, const Fix& fix, const CivilTime& time, std::int64_t second) {
+/// Writes the sentences that follow GGA at a whole second.
+void WriteSecond(SentenceFile& file, const Fix& fix, UtcTime time, std::int64_t second) {
   file.Write(Rmc(fix, time));
   file.Write(Gsa(fix, kGps));
   if (fix.talker == "GN") file.Write(Gsa(fix, kGlonass));
@@ -145,23 +144,25 @@ FlightPath::Span TrajectoryGap(const MissionOptions& options, const FlightPath& 
   return {turn + kGapInTurn.begin, turn + kGapInTurn.end};
 }
 
-void WriteTrajectoryFile(const std::filesystem::path& path, const MissionOptions& options, const FlightPath& flight) {
+bool WriteTrajectoryFile(const std::filesystem::path& path, const MissionOptions& options, const FlightPath& flight,
+                         const std::function<bool()>& goesOn) {
   Receiver receiver(options, flight, Random(options.seed, Stream::Receiver));
   const FlightPath::Span gap = TrajectoryGap(options, flight);
   SentenceFile file(path);
   const std::int64_t epochs = options.duration.count() * options.rate;
   for (std::int64_t epoch = 0; epoch <= epochs; ++epoch) {
     const std::chrono::microseconds sinceStart(epoch * 1'000'000 / options.rate);
-    const double seconds = static_cast<double>(sinceStart.count()) * 1e-6;
+    const double seconds = ToSeconds(sinceStart);
     const Fix fix = receiver.Next(seconds);
-    mission::ThrowIfInterrupted();
+    if (!goesOn()) return false;
     if (seconds >= gap.begin && seconds < gap.end) continue;
 
-    const CivilTime time = ToCivil(options.start + sinceStart);
+    const UtcTime time = options.start + sinceStart;
     file.Write(Gga(fix, time, options));
     if (epoch % options.rate == 0) WriteSecond(file, fix, time, epoch / options.rate);
   }
   file.Close();
+  return true;
 }
 
 }  // namespace kv::simulation

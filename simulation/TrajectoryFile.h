@@ -1,17 +1,22 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 
 #include "simulation/FlightPath.h"
 #include "simulation/MissionOptions.h"
 
 namespace kv::simulation {
 
-/// The part of the mission without sentences, in the first turn, where no camera fires; empty when there is none.
+/// Returns the part of the mission without sentences. It lies in the first turn, where no camera fires; it is empty if
+/// the mission has no faults or no turn.
 FlightPath::Span TrajectoryGap(const MissionOptions& options, const FlightPath& flight);
 
-/// Writes the NMEA sentences that the receiver sends: GGA at every epoch, RMC and GSA every second, GSV every five.
-/// @throws std::system_error when the file cannot be written, kv::mission::Failure after an interrupt
-void WriteTrajectoryFile(const std::filesystem::path& path, const MissionOptions& options, const FlightPath& flight);
+/// Writes the receiver's NMEA sentences: GGA at every epoch, RMC and GSA every second, GSV every five seconds.
+/// @param goesOn  asked at every epoch
+/// @return        false if `goesOn` stopped it
+/// @throws        std::system_error when the file cannot be written
+bool WriteTrajectoryFile(const std::filesystem::path& path, const MissionOptions& options, const FlightPath& flight,
+                         const std::function<bool()>& goesOn);
 
 }  // namespace kv::simulation

@@ -8,7 +8,7 @@
 #include "simulation/MasterClock.h"
 #include "simulation/MissionOptions.h"
 
-/// truth.csv: what every exposure of a simulated mission really was.
+/// truth.csv: the true time, position and fault of every exposure of a simulated mission.
 /// @see docs/simulation.md
 namespace kv::simulation {
 
@@ -16,17 +16,17 @@ namespace kv::simulation {
 void WriteTruthFile(const std::filesystem::path& path, const MissionOptions& options, const FlightPath& flight,
                     const MasterClock& clock, std::span<const Exposure> exposures);
 
-/// Removes the mission that a truth file tells of: the files beside it and the photos that it names. Does nothing when
-/// there is no such file.
+/// Removes the mission that a truth file describes: the files next to it and the photos that it names. Does nothing if
+/// `path` is not a truth file.
 void RemoveMissionOfTruthFile(const std::filesystem::path& path);
 
-/// The folder of a camera's photos within the mission.
+/// Returns the folder of a camera's photos in a mission.
 std::filesystem::path CameraFolder(const std::filesystem::path& mission, int camera);
 
 inline constexpr const char* kTrajectoryName = "trajectory.nmea";
 inline constexpr const char* kEventsName = "events.txt";
 inline constexpr const char* kHousekeepingName = "housekeeping.log";
 inline constexpr const char* kOrientationName = "orientation.txt";
-inline constexpr const char* kTimestampsName = "flight.MRK";  ///< beside the photos
+inline constexpr const char* kTimestampsName = "flight.MRK";  ///< a drone's
 
 }  // namespace kv::simulation

@@ -42,4 +42,12 @@ src/crs        gdal|ogr_|cpl_|proj\.h
 src/mission    toml
 apps/kvmission CLI/
 ROWS
+
+# The simulation is an independent witness: it shares no code with what reads its files.
+while IFS=: read -r file _ line; do
+  fail "$file: $line; simulation may include its own headers, the standard library, fmt, libjpeg and libexif"
+done < <(grep -rnE '^ *# *include' simulation | grep -vE 'include ("simulation/|<([a-z_]+|fmt/.*|jpeglib\.h|libexif/.*)>)' || true)
+while IFS=: read -r file _ line; do
+  fail "$file: $line; simulation belongs to the command and to tests"
+done < <(grep -rnE '^ *# *include ["<]([^">]*/)?simulation/' include src || true)
 exit "$failures"

@@ -2,9 +2,11 @@
 #include <cmath>
 #include <map>
 #include <numbers>
+#include <set>
 #include <system_error>
 
 #include "SimulatedFiles.h"
+#include "simulation/SimulatedMission.h"
 
 namespace {
 
@@ -167,6 +169,27 @@ TEST(Simulation, ExitCodes) {
               {"--minutes 1 --no-photos --overwrite", 0}};
   const TempFolder folder;
   for (const auto& [options, exitCode] : rows) EXPECT_EQ(Simulate(folder, options), exitCode) << options;
+}
+
+/// A refused step ends the mission there: no photo follows it, and nothing is returned.
+TEST(Simulation, StopsAtTheStepThatIsRefused) {
+  for (const std::size_t refused : {0u, 1u, 5u}) {
+    const TempFolder folder;
+    kv::simulation::MissionOptions options;
+    options.photoWidth = options.photoHeight = 16;
+    std::set<std::size_t> totals;
+    const auto exposures = WriteMission(folder.Path() / "mission", options, [&](std::size_t done, std::size_t of) {
+      totals.insert(of);
+      return done < refused;
+    });
+    EXPECT_FALSE(exposures) << refused;
+    const auto truth = ReadTruth(folder);
+    const auto planned = std::count_if(truth.begin(), truth.end(), [](const Truth& row) { return !row.photo.empty(); });
+    EXPECT_EQ(totals, std::set{static_cast<std::size_t>(planned)});
+    std::size_t photos = 0;
+    for (const auto& [name, content] : Content(folder)) photos += name.ends_with(".jpg");
+    EXPECT_EQ(photos, refused);
+  }
 }
 
 TEST(Simulation, OverwritingSparesWhatIsNotTheMissions) {

@@ -29,10 +29,10 @@ using kv::simulation::Firmware;
 using kv::simulation::MissionOptions;
 using kv::simulation::PhotoNames;
 
-constexpr double kLongestMinutes = 600.0;                   // the tick counter lasts for 11.9 hours at 100 kHz
+constexpr double kLongestMinutes = 600.0;                   // at 100 kHz the tick counter wraps after 11.9 hours
 constexpr int kSmallestPhoto = 16, kLargestPhoto = 20'000;  // pixels
 
-/// The options as they are typed.
+/// The options as typed.
 struct Arguments {
   std::string folder;
   std::string start = "2025-06-18 09:30:00";
@@ -48,7 +48,7 @@ struct Arguments {
   MissionOptions mission;
 };
 
-/// @return false for a text that is not two sizes in range with an "x" between
+/// Reads WIDTHxHEIGHT. @return false if the text has another form or a size is out of range
 bool ParsePhotoSize(std::string_view text, MissionOptions& mission) {
   const char* const end = text.data() + text.size();
   const auto width = std::from_chars(text.data(), end, mission.photoWidth);
@@ -65,12 +65,14 @@ void ReadStart(const Arguments& arguments, MissionOptions& mission) {
     throw CLI::ValidationError("--start", "not a time YYYY-MM-DD hh:mm:ss of the years 2000-2079: " + arguments.start);
   }
   mission.start = *start;
-  const auto end = mission.start + mission.duration;
+  const std::chrono::sys_seconds end = mission.start + mission.duration;
   if (kv::simulation::LeapSeconds(mission.start) != kv::simulation::LeapSeconds(end)) {
     throw CLI::ValidationError("--start", "a leap second falls into the mission");
   }
-  if (kv::simulation::ToCivil(end).year > kv::simulation::kLastYear)
+  if (std::chrono::year_month_day(std::chrono::floor<std::chrono::days>(end)).year() >
+      std::chrono::year(kv::simulation::kLastYear)) {
     throw CLI::ValidationError("--start", "the mission ends after 2079");
+  }
 }
 
 void ReadSeed(const Arguments& arguments, MissionOptions& mission) {
@@ -108,10 +110,10 @@ void CheckFolder(const std::filesystem::path& folder, bool overwrite) {
 
 void PrintResult(const std::filesystem::path& folder, const std::vector<Exposure>& exposures) {
   const auto count = [&](auto condition) { return std::count_if(exposures.begin(), exposures.end(), condition); };
-  fmt::print(
-      "{}: {} exposures, {} photos, {} of them blurred, {} faults\n", kv::mission::Visible(kv::mission::Utf8(folder)),
-      exposures.size(), count([](const Exposure& e) { return !e.photo.empty(); }),
-      count([](const Exposure& e) { return e.blurred; }), count([](const Exposure& e) { return !e.fault.empty(); }));
+  fmt::print("{}: {} exposures, {} photos, {} of them blurred, {} faults\n",
+             kv::mission::Visible(kv::mission::Utf8(folder)), exposures.size(), kv::simulation::CountPhotos(exposures),
+             count([](const Exposure& e) { return e.blurred; }),
+             count([](const Exposure& e) { return !e.fault.empty(); }));
 }
 
 void Simulate(const Arguments& arguments) {
@@ -121,11 +123,16 @@ void Simulate(const Arguments& arguments) {
   kv::mission::CatchInterrupts();
   const kv::mission::Log log(arguments.quiet ? kv::mission::Verbosity::Quiet : kv::mission::Verbosity::Normal);
   kv::mission::Progress progress(log.ShowsProgress(), "simulate", "photos");
-  const std::vector<Exposure> exposures = WriteMission(folder, mission, progress);
-  if (!arguments.quiet) PrintResult(folder, exposures);
+  const auto report = [&progress](std::size_t done, std::size_t of) {
+    if (done > 0) progress.Step(done, of);
+    return !kv::mission::Interrupted();
+  };
+  const auto exposures = WriteMission(folder, mission, report);
+  if (!exposures) throw Failure("interrupted", ExitCode::Interrupted);
+  if (!arguments.quiet) PrintResult(folder, *exposures);
 }
 
-/// Numbers as the other commands take them. Those of the command line's own reading may be no number at all.
+/// Accepts numbers as the other commands do. CLI11 alone would also take "nan".
 CLI::Validator InRange(double least, double most) {
   const auto check = [=](const std::string& text) {
     const auto number = kv::mission::Decimal(text);
