@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "platform/LocalCalendar.h"
+#include "support/Environment.h"
 #include "support/Times.h"
 
 namespace {
@@ -64,6 +65,36 @@ TEST(FileTime, CalendarFormTruncatesToMillisecondsAndKnowsTheDayOfWeek) {
     EXPECT_EQ(kv::ToSystemTime(kv::FileTimeFromTicks(ticks), result), accepted);
     EXPECT_TRUE(SameInstant(result, time)) << ticks;
     EXPECT_EQ(result.wDayOfWeek, time.wDayOfWeek) << ticks;
+  }
+}
+
+// UTC has no hour that a change of clocks skips. The local calendar shows what the rest has to be: its own time zone set
+// to UTC, the C library's arithmetic is the witness.
+TEST(LocalCalendar, UtcStandsStillWhateverTheTimeZone) {
+  const SYSTEMTIME times[] = {
+      Calendar(2024, 3, 31, 2, 30),
+      Calendar(2024, 4, 31, 23, 59, 59),
+      Calendar(2023, 2, 31),
+      Calendar(2024, 2, 30, 12),
+      Calendar(2099, 11, 31, 5, 6, 7),
+      Calendar(1970, 1, 1),
+      Calendar(2016, 12, 31, 23, 59, 60),
+      Calendar(1969, 6, 15, 1, 2, 3),
+      Calendar(9999, 12, 31, 23, 59, 59),
+      Calendar(2024, 1, 1, 12, 0, 0, 999),
+      Calendar(0, 0, 0),
+      Calendar(1601, 1, 1),
+  };
+  for (const SYSTEMTIME& time : times) {
+    SYSTEMTIME expected = time, actual = time;
+    {
+      const TimeZone utc("UTC0");
+      ASSERT_TRUE(kv::NormaliseInLocalCalendar(expected));
+    }
+    const TimeZone berlin("CET-1CEST,M3.5.0,M10.5.0/3");
+    EXPECT_TRUE(kv::LocalCalendar(kv::Calendar::Utc).Normalise(actual));
+    EXPECT_TRUE(SameInstant(actual, expected)) << time.wYear << '-' << time.wMonth << '-' << time.wDay;
+    EXPECT_EQ(actual.wDayOfWeek, expected.wDayOfWeek);
   }
 }
 
