@@ -256,6 +256,19 @@ bool ReadInteger(std::basic_string_view<Char> text, std::int64_t& number) {
   return true;
 }
 
+// Of the number that the text starts with, which has no sign.
+double LeadingMagnitude(std::string_view text) {
+  if (text.starts_with('-')) text = {};
+  const bool hexadecimal = StartsHexadecimal(text);
+  if (hexadecimal) text.remove_prefix(2);
+  double value = 0.0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value,
+                                            hexadecimal ? std::chars_format::hex : std::chars_format::general);
+  if (error == std::errc::invalid_argument) throw std::invalid_argument("invalid stod argument");
+  if (error != std::errc()) throw std::out_of_range("stod argument out of range");
+  return value;
+}
+
 }  // namespace
 
 int LeadingInteger(std::wstring_view text) {
@@ -298,26 +311,21 @@ std::optional<PlainDecimal> SplitDecimal(std::string_view ansi) {
 
 double LeadingDouble(std::wstring_view text) {
   const auto [negative, rest] = TakeSign(WithoutLeadingBlanks(text));
-  double value = 0.0;
-  if (ReadShortDecimal(rest, value)) return WithSign(value, negative);
+  double magnitude = 0.0;
+  if (ReadShortDecimal(rest, magnitude)) return WithSign(magnitude, negative);
   std::string buffer;
-  std::string_view digits = NumberCharacters(rest, buffer);
-  if (digits.starts_with('-') || digits.starts_with('+')) digits = {};  // a second sign
-
-  const bool hexadecimal = StartsHexadecimal(digits);
-  if (hexadecimal) digits.remove_prefix(2);
-  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value,
-                                            hexadecimal ? std::chars_format::hex : std::chars_format::general);
-  if (error == std::errc::invalid_argument) throw std::invalid_argument("invalid stod argument");
-  if (error != std::errc()) throw std::out_of_range("stod argument out of range");
-  return WithSign(value, negative);
+  return WithSign(LeadingMagnitude(NumberCharacters(rest, buffer)), negative);
 }
 
 double LeadingDouble(std::string_view ansi) {
   const auto [negative, rest] = TakeSign(ansi);
   double magnitude = 0.0;
   if (ReadShortDecimal(rest, magnitude)) return WithSign(magnitude, negative);
-  return LeadingDouble(std::wstring_view(Widened(ansi)));
+  ansi.remove_prefix(std::min(ansi.find_first_not_of("\t\n\v\f\r "), ansi.size()));
+  const bool isAscii = ansi.empty() || static_cast<unsigned char>(ansi.front()) < 0x80;
+  if (!isAscii) return LeadingDouble(std::wstring_view(Widened(ansi)));  // perhaps a blank of the code page
+  const auto [isNegative, digits] = TakeSign(ansi);
+  return WithSign(LeadingMagnitude(digits), isNegative);
 }
 
 }  // namespace kv

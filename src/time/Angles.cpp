@@ -3,9 +3,7 @@
 #include <cmath>
 #include <limits>
 #include <stdexcept>
-#include <string>
 
-#include "platform/CodePage.h"
 #include "text/Numbers.h"
 
 namespace kv {
@@ -30,23 +28,24 @@ double Angle(int wholeDegreesAndMinutes, double minuteFraction) {
   return minutes / 60 + degrees;
 }
 
-}  // namespace
-
-double DegreesFromNmea(std::wstring_view text, wchar_t hemisphere) {
-  const std::size_t point = text.find(L'.');
+template <class Char>
+double DegreesFromAnyText(std::basic_string_view<Char> text, Char hemisphere) {
+  const std::size_t point = text.find(Char{'.'});
   if (point == text.npos) throw std::out_of_range("invalid string position");
   const int wholeDegreesAndMinutes = TruncatedToInt(LeadingDouble(text.substr(0, point)));
   return Signed(Angle(wholeDegreesAndMinutes, LeadingDouble(text.substr(point))), hemisphere);
 }
+
+}  // namespace
+
+double DegreesFromNmea(std::wstring_view text, wchar_t hemisphere) { return DegreesFromAnyText(text, hemisphere); }
 
 double DegreesFromNmea(std::string_view ansi, char hemisphere) {
   const auto decimal = SplitDecimal(ansi);
   if (decimal && decimal->whole <= std::uint64_t{std::numeric_limits<int>::max()}) {
     return Signed(Angle(static_cast<int>(decimal->whole), decimal->fraction), hemisphere);
   }
-  std::wstring wide;
-  WidenAnsi(ansi, wide);
-  return DegreesFromNmea(wide, static_cast<wchar_t>(hemisphere));
+  return DegreesFromAnyText(ansi, hemisphere);
 }
 
 }  // namespace kv

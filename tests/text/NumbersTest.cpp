@@ -15,6 +15,7 @@
 #include "platform/CodePage.h"
 #include "support/TestSize.h"
 #include "support/ThrownText.h"
+#include "time/Angles.h"
 
 namespace {
 
@@ -260,9 +261,9 @@ TEST(Numbers, StrictNumbersAreThoseOfTheConversionThatNamesTheRule) {
 }
 
 // A number, or why there is none.
-template <class Text>
-std::string LeadingDoubleOf(Text text) try {
-  return std::to_string(std::bit_cast<std::int64_t>(kv::LeadingDouble(text)));
+template <class Read>
+std::string OutcomeOf(Read read) try {
+  return std::to_string(std::bit_cast<std::int64_t>(read()));
 } catch (const std::exception& thrown) {
   return thrown.what();
 }
@@ -270,7 +271,7 @@ std::string LeadingDoubleOf(Text text) try {
 TEST(Numbers, BytesOfTheCodePageReadAsTheirWideText) {
   Tokens tokens;
   for (int i = TestSize(100'000, 2'000'000); i > 0; --i) {
-    std::wstring text = tokens.Next();
+    std::wstring text = i % 8 ? tokens.Next() : L" \t" + tokens.Next();
     std::string bytes(text.size(), ' ');
     kv::NarrowAnsi(text, bytes);
     kv::WidenAnsi(bytes, text);
@@ -281,7 +282,11 @@ TEST(Numbers, BytesOfTheCodePageReadAsTheirWideText) {
     ASSERT_EQ(kv::WholeInteger(ansi), kv::WholeInteger(wide)) << bytes;
     ASSERT_EQ(kv::WholeInteger32(ansi), kv::WholeInteger32(wide)) << bytes;
     ASSERT_EQ(kv::LeadingInteger(ansi), kv::LeadingInteger(wide)) << bytes;
-    ASSERT_EQ(LeadingDoubleOf(ansi), LeadingDoubleOf(wide)) << bytes;
+    ASSERT_EQ(OutcomeOf([&] { return kv::LeadingDouble(ansi); }), OutcomeOf([&] { return kv::LeadingDouble(wide); }))
+        << bytes;
+    ASSERT_EQ(OutcomeOf([&] { return kv::DegreesFromNmea(ansi, 'S'); }),
+              OutcomeOf([&] { return kv::DegreesFromNmea(wide, L'S'); }))
+        << bytes;
   }
 }
 
