@@ -108,11 +108,12 @@ void ForEachLine(std::wstring_view path, Read read) {
   }
 }
 
-/// The same with the first `kMaxTokens` tokens of every line.
+/// Calls `read` with the first `kMaxTokens` tokens of every line, bytes of the file.
 template <std::size_t kMaxTokens, std::size_t kCount, class Read>
 void ForEachLine(std::wstring_view path, Delimiters<kCount> delimiters, Read read) {
-  std::array<std::wstring_view, kMaxTokens> tokens;
-  ForEachLine(path, [&](std::wstring_view line) { return read(Tokenise(line, delimiters, tokens)); });
+  TextStream file(path);
+  std::array<std::string_view, kMaxTokens> tokens;
+  for (std::string_view line; file.ReadLine(line);) read(Tokenise(line, delimiters, tokens));
 }
 
 /// Makes room for the record of a line, and, if there is none, for an eighth more than as many as there would be if all

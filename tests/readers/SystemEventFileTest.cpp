@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "KVUtilities.h"
+#include "readers/EventLine.h"
 #include "support/Environment.h"
 #include "support/TempFolder.h"
 #include "support/Times.h"
@@ -98,6 +99,27 @@ TEST(SystemEventFile, AHeartbeatOutOfRangeAbortsTheScan) {
   for (const char* heartbeat : {"240000010124", "126000010124", "120060010124", "120000000124", "120000320124",
                                 "120000010024", "120000011324"}) {
     EXPECT_THROW(Scan(std::string("1,1\n2,") + heartbeat + "\n3,1\n"), std::out_of_range) << heartbeat;
+  }
+}
+
+// For callers that want a faulty heartbeat as a value and a calendar that no machine changes.
+TEST(EventLine, UtcKeepsTheHourThatAChangeOfClocksSkips) {
+  const TimeZone berlin("CET-1CEST,M3.5.0,M10.5.0/3");
+  kv::LocalCalendar calendar(kv::Calendar::Utc);
+  struct {
+    std::string_view code;
+    FILETIME time;  // zero of a faulty one
+  } const rows[] = {
+      {"020000310324", UtcTime(2024, 3, 31, 2)},
+      {"023059310424", UtcTime(2024, 5, 1, 2, 30, 59)},  // day 31 of April
+      {"240000310324", {}},
+  };
+  for (const auto& [code, time] : rows) {
+    const std::string_view tokens[] = {"5000", code};
+    const auto line = kv::ReadEventLine(tokens, calendar);
+    ASSERT_TRUE(line && line->heartbeat) << code;
+    EXPECT_EQ(line->heartbeat->isValid, kv::Ticks(time) != 0) << code;
+    EXPECT_EQ(kv::Ticks(line->heartbeat->time), kv::Ticks(time)) << code;
   }
 }
 

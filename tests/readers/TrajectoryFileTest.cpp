@@ -2,12 +2,14 @@
 
 #include <bit>
 #include <cmath>
+#include <cstdio>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "KVUtilities.h"
 #include "baseline/TrajectoryReaders.h"
+#include "readers/Fix.h"
 #include "support/TempFolder.h"
 #include "support/TestSize.h"
 #include "support/ThrownText.h"
@@ -166,6 +168,23 @@ TEST(TrajectoryFile, AnyLinesGiveWhatThePlainReaderGives) {
     ASSERT_EQ(OutcomeOf([&] { return KVUtilities::ScanKVTrajectoryFile(path, date, error); }), rule) << content;
     if (rule == "no number" || rule == "out of range") continue;  // strtod does not tell
     ASSERT_EQ(OutcomeOf([&] { return baseline::ScanByStrtod(file, date); }), rule) << content;
+  }
+}
+
+// A caller that knows the date of every fix gets what a scan of that date gives, bit for bit.
+TEST(TrajectoryFile, AFixByItsDateAndHundredthsIsTheScannedOne) {
+  const kv::DayClock day(UtcTime(2016, 12, 31, 7));  // a leap second ends it
+  for (const int hundredths : {0, 5, 4'531'999, 8'639'999}) {
+    const auto [hour, minute, second, milliseconds] = kv::TimeOfDayAt(hundredths);
+    char time[16];
+    std::snprintf(time, sizeof time, "%02d%02d%02d.%02d", hour, minute, second, milliseconds / 10);
+    const std::string_view tokens[] = {"GPGGA", time, "4807.038", "N",     "01131.000", "E",
+                                       "1",     "08", "0.9",      "545.4", "M",         "46.9"};
+    std::vector<tagKVTrajectoryObs> fixes(1);
+    kv::ColumnText units;
+    day.SetTime(kv::TimeOfDayAt(hundredths), fixes[0]);
+    kv::SetPlace(tokens, units, fixes[0]);
+    EXPECT_EQ(Outcome(fixes), Outcome(Scan(FixAt(time), UtcTime(2016, 12, 31, 12)))) << time;
   }
 }
 

@@ -1,0 +1,64 @@
+#include "readers/Fix.h"
+
+#include <cstdint>
+
+#include "platform/FileTime.h"
+#include "text/Numbers.h"
+#include "time/Angles.h"
+#include "time/FileTimes.h"
+#include "time/TimeStamps.h"
+
+namespace kv {
+namespace {
+
+constexpr std::int64_t kTicksPerMillisecond = kTicksPerSecond / 1000;
+
+int Milliseconds(std::string_view text) {
+  char digits[3];
+  std::size_t length = Piece(text, 7, 2).copy(digits, 2);
+  digits[length++] = '0';
+  return LeadingInteger(std::string_view(digits, length));
+}
+
+}  // namespace
+
+TimeOfDay TimeOfDayIn(std::string_view token) {
+  return {TwoDigits(token, 0), TwoDigits(token, 2), TwoDigits(token, 4), Milliseconds(token)};
+}
+
+DayClock::DayClock(FILETIME within) : date_(SystemTimeOrZero(within)) {
+  date_.wHour = date_.wMinute = date_.wSecond = date_.wMilliseconds = 0;
+  isDate_ = ToFileTime(date_, midnight_);
+  gpsMidnight_ = AdjGpsSeconds(midnight_);
+}
+
+void DayClock::SetTime(const TimeOfDay& time, tagKVTrajectoryObs& fix) const {
+  const auto field = [](int value) { return static_cast<std::uint16_t>(value); };
+  SYSTEMTIME& calendar = fix.SystemTimeUTC = date_;
+  calendar.wHour = field(time.hour);
+  calendar.wMinute = field(time.minute);
+  calendar.wSecond = field(time.second);
+  calendar.wMilliseconds = field(time.milliseconds);
+  const bool isTimeOfDay =
+      calendar.wHour < 24 && calendar.wMinute < 60 && calendar.wSecond < 60 && calendar.wMilliseconds < 1000;
+  if (isTimeOfDay && isDate_) {
+    const int seconds = (calendar.wHour * 60 + calendar.wMinute) * 60 + calendar.wSecond;
+    fix.TimeUTC = AddTicks(midnight_, seconds * kTicksPerSecond + calendar.wMilliseconds * kTicksPerMillisecond);
+    // A leap second comes at midnight, so a day's seconds are those of GPS.
+    fix.AdjGpsSec = gpsMidnight_ + seconds + calendar.wMilliseconds / 1000.0;
+  } else {
+    fix.TimeUTC = FILETIME{};
+    fix.AdjGpsSec = AdjGpsSeconds(fix.TimeUTC);
+  }
+}
+
+void SetPlace(std::span<const std::string_view> tokens, ColumnText& units, tagKVTrajectoryObs& fix) {
+  fix.Latitude = DegreesFromNmea(tokens[2], tokens[3].front());
+  fix.Longitude = DegreesFromNmea(tokens[4], tokens[5].front());
+  const double heightAboveGeoid = LeadingDouble(tokens[9]);
+  fix.GeoidOffst = LeadingDouble(tokens[11]);
+  fix.Altitude = heightAboveGeoid + fix.GeoidOffst;
+  fix.AltUnit = units.Of(tokens[10]);
+}
+
+}  // namespace kv
