@@ -5,12 +5,13 @@
 /// Operations keep no state between calls and may run in several threads at once on different data. An operation with
 /// an error text empties it on entry; after a failure it holds a fixed English sentence, where the operation has one. A
 /// text that stands in `error` beside a result of true is a report, not a failure. What is set for the whole process:
-/// photo batches switch OpenCV's optimised code on; `ScanKVPosFile`, `ScanKVPosText` and `DescribeCoordinateSystem`
-/// set the data folders and options of GDAL and PROJ.
+/// photo batches switch OpenCV's optimised code on; `ScanKVPosFile`, `ScanKVPosText`, `TransformPosEvents` and
+/// `DescribeCoordinateSystem` set the data folders and options of GDAL and PROJ.
 
 #include "KVPlatform.h"
 #include "KVRecords.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -260,6 +261,16 @@ class KVUTILITIES_API KVUtilities {
                                       std::wstring& error);
 
   // ---- Coordinate systems --------------------------------------------------------------------------------------
+
+  /// Transforms positions from WGS 84 to a target coordinate system, as `ScanKVPosFile` does: fills `X`, `Y` and `Z` of
+  /// samples that have a latitude, longitude and height. The order of the samples plays no part, so threads can share a
+  /// long list, each with samples of its own.
+  /// @param targetWkt    as for `ScanKVPosFile`
+  /// @param transformed  receives how many samples were transformed, from the first one on; the others are untouched
+  /// @return true; false when the system cannot be used or a position cannot be transformed, in the words of
+  ///         `ScanKVPosFile`, or with "Unexpected error transforming POS events." after an exception
+  static bool TransformPosEvents(std::vector<tagKVPosEvent>& samples, std::wstring targetWkt, std::size_t& transformed,
+                                 std::wstring& error);
 
   /// What a coordinate system is, and its WKT as `ScanKVPosFile` takes it.
   /// @param definition  WKT1, WKT2 or ESRI's dialect; or codes of a registry, horizontal first: "EPSG:32633",

@@ -8,24 +8,25 @@
 
 namespace kv {
 
-/// Takes the mark that editors put before UTF-8 text off a file's first line, whose bytes are characters by then. One
-/// serves one file.
+/// Takes the mark that editors put before UTF-8 text off the first line of a file. Use one per file.
 class ByteOrderMark {
  public:
-  /// How the bytes of the file became characters.
-  enum class Bytes { CodePage, OneCharacterEach };
-
-  explicit ByteOrderMark(Bytes bytes = Bytes::CodePage) : mark_(L"\u00EF\u00BB\u00BF") {
-    if (bytes == Bytes::CodePage) WidenAnsi("\xEF\xBB\xBF", mark_);
+  std::string_view Skip(std::string_view line) {
+    const bool isMarked = std::exchange(isFirst_, false) && line.starts_with(kMark);
+    return isMarked ? line.substr(kMark.size()) : line;
   }
 
+  /// The same on a line that was widened from the code page.
   std::wstring_view Skip(std::wstring_view line) {
-    const bool isMarked = std::exchange(isFirst_, false) && line.starts_with(mark_);
-    return isMarked ? line.substr(mark_.size()) : line;
+    if (!std::exchange(isFirst_, false)) return line;
+    std::wstring mark;
+    WidenAnsi(kMark, mark);
+    return line.starts_with(mark) ? line.substr(mark.size()) : line;
   }
 
  private:
-  std::wstring mark_;
+  static constexpr std::string_view kMark = "\xEF\xBB\xBF";
+
   bool isFirst_ = true;
 };
 

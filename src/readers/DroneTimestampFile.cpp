@@ -1,25 +1,20 @@
-#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
-#include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "KVUtilities.h"
-#include "georef/EventTypes.h"
 #include "platform/FileNames.h"
+#include "platform/TextStream.h"
 #include "readers/ByteOrderMark.h"
+#include "readers/DroneExposure.h"
 #include "readers/FieldFile.h"
 #include "readers/NumberedPhotos.h"
-#include "text/Numbers.h"
-#include "time/FileTimes.h"
 #include "time/TimeConverter.h"
 
 namespace {
-
-using Tokens = std::span<std::wstring_view>;
 
 // The path follows.
 constexpr const wchar_t* kNoFile = L"Error scanning Timestamp file. File does not exist.\n\n";
@@ -27,45 +22,10 @@ constexpr const wchar_t* kOneWithoutPhoto = L"There was one Timestamp without a 
 constexpr const wchar_t* kSomeWithoutPhotos =
     L" Timestamps without matching Images.";  // after "There were" and a number
 
-constexpr std::size_t kFewestTokens = 14;
-constexpr std::int32_t kOnlyCamera = 1;
-
 struct Exposures {
   std::vector<tagKVSystemEvent> events;
   std::vector<std::int32_t> photoNumbers;  // of the events
 };
-
-// The week stands in brackets.
-std::optional<std::int32_t> Week(std::wstring_view token) {
-  std::array<wchar_t, kv::kLongestBoundedLine> digits;
-  const auto end =
-      std::copy_if(token.begin(), token.end(), digits.begin(), [](wchar_t c) { return c != L'[' && c != L']'; });
-  return kv::WholeInteger32(std::wstring_view(digits.begin(), end));
-}
-
-void ReadExposure(Tokens tokens, Exposures& exposures) {
-  if (tokens.size() < kFewestTokens) return;
-  const auto number = kv::WholeInteger32(tokens[0]);
-  const auto seconds = kv::WholeDouble(tokens[1]);
-  const auto week = Week(tokens[2]);
-  const auto latitude = kv::WholeDouble(tokens[9]);
-  const auto longitude = kv::WholeDouble(tokens[11]);
-  const auto height = kv::WholeDouble(tokens[13]);
-  if (!number || !seconds || !week || !latitude || !longitude || !height) return;
-
-  exposures.photoNumbers.push_back(*number);
-  tagKVSystemEvent& event = exposures.events.emplace_back();
-  TimeConverter::GPSWkSecsToAdjGPSSecs(*week, *seconds, event.AdjGpsSec);
-  std::int64_t ticks = 0;
-  TimeConverter::AdjGPSSecsToWindowsFiletime(event.AdjGpsSec, ticks);
-  event.TimeUTC = kv::FileTimeFromTicks(static_cast<std::uint64_t>(ticks));
-  event.SystemTimeUTC = kv::SystemTimeOrZero(event.TimeUTC);
-  event.Type = kv::kCameraEvent;
-  event.CameraID = kOnlyCamera;
-  event.Latitude = *latitude;
-  event.Longitude = *longitude;
-  event.Altitude = *height;
-}
 
 Exposures ReadExposures(const std::wstring& path, std::wstring& error) {
   error.clear();
@@ -76,13 +36,15 @@ Exposures ReadExposures(const std::wstring& path, std::wstring& error) {
     error = kNoFile + path;
     return exposures;
   }
-  kv::ByteOrderMark mark(kv::ByteOrderMark::Bytes::OneCharacterEach);
-  constexpr kv::Delimiters kDelimiters("\t, ");
-  kv::ForEachBoundedLine(path, kDelimiters, [&](std::wstring_view line, Tokens tokens) {
-    const std::wstring_view text = mark.Skip(line);
-    if (text.size() < line.size()) tokens = kv::Tokenise(text, kDelimiters, tokens);
-    ReadExposure(tokens, exposures);
-  });
+  kv::ByteOrderMark mark;
+  std::array<std::string_view, kv::kDroneTokens> tokens;
+  kv::TextStream file(path);
+  for (std::string_view line; file.ReadLine(line, kv::kLongestBoundedLine);) {
+    const auto exposure = kv::ReadDroneExposure(kv::Tokenise(mark.Skip(line), kv::kDroneDelimiters, tokens));
+    if (!exposure) continue;
+    exposures.photoNumbers.push_back(exposure->photoNumber);
+    exposures.events.push_back(kv::EventOf(*exposure));
+  }
   return exposures;
 }
 

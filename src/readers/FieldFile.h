@@ -173,22 +173,8 @@ inline CStringW FieldText(std::wstring_view text, const CStringW& earlier = {}) 
   return CStringW(text.data(), static_cast<int>(text.size()));
 }
 
-/// The longest line of a bounded field file, in characters.
+/// The longest line of a bounded field file, in bytes, each of which is one character whatever the code page. A longer
+/// line ends the file.
 inline constexpr std::size_t kLongestBoundedLine = 1023;
-
-/// Reads a bounded field file, whose bytes are one character each, not the code page's: calls `read` with every line
-/// and with all its tokens. A line that is too long ends the file.
-template <std::size_t kCount, class Read>
-void ForEachBoundedLine(std::wstring_view path, Delimiters<kCount> delimiters, Read read) {
-  TextStream file(path);
-  std::array<wchar_t, kLongestBoundedLine> line;
-  std::array<std::wstring_view, (kLongestBoundedLine + 1) / 2> tokens;  // one character and a delimiter each
-  for (std::string_view bytes; file.ReadLine(bytes, kLongestBoundedLine);) {
-    std::transform(bytes.begin(), bytes.end(), line.begin(),
-                   [](char byte) { return wchar_t{static_cast<unsigned char>(byte)}; });
-    const std::wstring_view characters(line.data(), bytes.size());
-    read(characters, Tokenise(characters, delimiters, tokens));
-  }
-}
 
 }  // namespace kv

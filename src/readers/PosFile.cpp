@@ -1,4 +1,5 @@
 #include <array>
+#include <cstddef>
 #include <span>
 #include <string>
 #include <string_view>
@@ -8,23 +9,21 @@
 #include "base/ErrorText.h"
 #include "crs/CoordinateSystemTransformer.h"
 #include "crs/QuietErrors.h"
-#include "platform/CodePage.h"
 #include "platform/ResourceText.h"
 #include "platform/TextStream.h"
 #include "readers/FieldFile.h"
-#include "readers/PosTime.h"
-#include "text/Numbers.h"
+#include "readers/PosSamples.h"
 #include "time/TimeConverter.h"
 
 namespace {
 
-using Tokens = std::span<const std::string_view>;
 using Event = tagKVPosEvent;
 
 constexpr int kSetUpFailed = 15222;
 // What the transformer says follows at once.
 constexpr const wchar_t* kTransformFailed = L"Error transforming POS point to target SRS.";
 constexpr const wchar_t* kUnexpectedError = L"Unexpected error scanning POS file.";
+constexpr const wchar_t* kUnexpectedTransformError = L"Unexpected error transforming POS events.";
 
 // WGS 84 with heights above the ellipsoid (vertical datum class 2002).
 constexpr const wchar_t* kWgs84Wkt =
@@ -35,97 +34,63 @@ constexpr const wchar_t* kWgs84Wkt =
     LR"wkt(VERT_CS["Ellipsoid(Meters)",VERT_DATUM["Ellipsoid",2002],UNIT["metre",1,AUTHORITY["EPSG","9001"]],)wkt"
     LR"wkt(AXIS["Up",UP]]])wkt";
 
-constexpr std::size_t kSampleTokens = 15;
-constexpr std::size_t kFirstKeptToken = 5;
-constexpr CStringW Event::*kKeptTexts[] = {&Event::Token6,  &Event::Token7,  &Event::Token8,  &Event::Token9,
-                                           &Event::Token10, &Event::Token11, &Event::Token12, &Event::Token13,
-                                           &Event::Token14, &Event::Token15};
-static_assert(kFirstKeptToken + std::size(kKeptTexts) == kSampleTokens);
-
-// Makes samples of lines.
-class SampleReader {
+// Takes positions from WGS 84 to the target, one point at a time: for many, GDAL takes the operation that suits their
+// middle, which need not be the one that suits each.
+class Transformation {
  public:
-  // Fills in what a line of enough tokens says; the target coordinates stay missing.
-  // @return false for a line that is no sample
-  bool Read(Tokens tokens, Event& event) {
-    if (tokens[0] == "%") return false;
-    const auto week = kv::WholeInteger32(tokens[0]);
-    const auto seconds = kv::WholeDouble(tokens[1]);
-    const auto latitude = kv::WholeDouble(tokens[2]);
-    const auto longitude = kv::WholeDouble(tokens[3]);
-    const auto height = kv::WholeDouble(tokens[4]);
-    if (!week || !seconds || !latitude || !longitude || !height) return false;
+  // @return false when the target cannot be used; `error` says why
+  bool SetUp(const std::wstring& targetWkt, std::wstring& error) {
+    std::wstring message;
+    const std::wstring sourceWkt = transformer_.PrepareVerticalWkt(kWgs84Wkt);
+    const int result = transformer_.Setup(sourceWkt, transformer_.PrepareVerticalWkt(targetWkt), message);
+    if (result == CoordinateSystemTransformer::kOk) return true;
+    error = MHwchar(kSetUpFailed) + message;
+    return false;
+  }
 
-    event.GpsWeekText = weeks_.Of(tokens[0]);
-    event.GpsSecondsText = Text(tokens[1]);
-    event.LatitudeText = Text(tokens[2]);
-    event.LongitudeText = Text(tokens[3]);
-    event.HeightText = Text(tokens[4]);
-    event.Latitude = *latitude;
-    event.Longitude = *longitude;
-    event.Height = *height;
-    for (std::size_t i = 0; i < std::size(kKeptTexts); ++i) {
-      event.*kKeptTexts[i] = kept_[i].Of(tokens[kFirstKeptToken + i]);
+  // @return false when the position cannot be transformed; the sample is untouched then, and `error` says why
+  bool Apply(Event& sample, std::wstring& error) {
+    double x = sample.Longitude, y = sample.Latitude, z = sample.Height;
+    if (transformer_.Transform(&x, &y, &z, 1) != CoordinateSystemTransformer::kOk) {
+      std::wstring message;
+      transformer_.GetLastMessage(message);
+      error = kTransformFailed + message;
+      return false;
     }
-    double adjGpsSeconds = 0.0;
-    TimeConverter::GPSWkSecsToAdjGPSSecs(*week, *seconds, adjGpsSeconds);
-    clock_.SetTime(adjGpsSeconds, event);
+    sample.X = x;
+    sample.Y = y;
+    sample.Z = z;
     return true;
   }
 
  private:
-  CStringW Text(std::string_view ansi) {
-    kv::WidenAnsi(ansi, wide_);
-    return CStringW(wide_.data(), static_cast<int>(wide_.size()));
-  }
-
-  kv::PosClock clock_;
-  kv::ColumnText weeks_;
-  std::array<kv::ColumnText, std::size(kKeptTexts)> kept_;
-  std::wstring wide_;
+  CoordinateSystemTransformer transformer_;
 };
-
-// One point at a time: for many, GDAL takes the operation that suits their middle, which need not be the one that suits
-// each.
-bool Transform(CoordinateSystemTransformer& transformer, Event& event) {
-  event.X = event.Longitude;
-  event.Y = event.Latitude;
-  event.Z = event.Height;
-  return transformer.Transform(&event.X, &event.Y, &event.Z, 1) == CoordinateSystemTransformer::kOk;
-}
 
 // @param source  path of a file, or a text
 template <class Source>
 std::vector<Event> Scan(Source source, const std::wstring& targetWkt, std::wstring& error) try {
   error.clear();
   TimeConverter::Init();
-  CoordinateSystemTransformer transformer;
-  const std::wstring sourceWkt = transformer.PrepareVerticalWkt(kWgs84Wkt);
-  std::wstring message;
-  if (transformer.Setup(sourceWkt, transformer.PrepareVerticalWkt(targetWkt), message) !=
-      CoordinateSystemTransformer::kOk) {
-    error = MHwchar(kSetUpFailed) + message;
-    return {};
-  }
+  Transformation transformation;
+  if (!transformation.SetUp(targetWkt, error)) return {};
   const kv::QuietErrors quiet;  // once for all points
   kv::TextStream stream(source);
-  SampleReader reader;
-  std::array<std::string_view, kSampleTokens> tokens;
-  std::vector<Event> events;
+  kv::PosSampleReader reader;
+  std::array<std::string_view, kv::kPosTokens> tokens;
+  kv::PosNumbers numbers;
+  std::vector<Event> samples;
   for (std::string_view line; stream.ReadLine(line);) {
-    const Tokens found = kv::Tokenise(line, kv::Delimiters("\t "), tokens);
-    if (found.size() < kSampleTokens) continue;
-    kv::MakeRoom(events, line, stream.BytesLeft());
-    if (!reader.Read(found, events.emplace_back())) {
-      events.pop_back();
-    } else if (!Transform(transformer, events.back())) {
-      events.pop_back();
-      transformer.GetLastMessage(message);
-      error = kTransformFailed + message;
-      break;
-    }
+    const std::span<const std::string_view> found = kv::Tokenise(line, kv::kPosDelimiters, tokens);
+    if (found.size() < kv::kPosTokens || !kv::ReadPosNumbers(found, numbers)) continue;
+    kv::MakeRoom(samples, line, stream.BytesLeft());
+    Event& sample = samples.emplace_back();
+    reader.Read(found, numbers, sample);
+    if (transformation.Apply(sample, error)) continue;
+    samples.pop_back();
+    break;
   }
-  return events;
+  return samples;
 } catch (...) {
   kv::Report(error, kUnexpectedError);
   return {};
@@ -141,4 +106,18 @@ std::vector<tagKVPosEvent> KVUtilities::ScanKVPosFile(std::wstring posFilePath, 
 std::vector<tagKVPosEvent> KVUtilities::ScanKVPosText(std::string_view text, std::wstring targetWkt,
                                                       std::wstring& error) {
   return Scan(text, targetWkt, error);
+}
+
+bool KVUtilities::TransformPosEvents(std::vector<tagKVPosEvent>& samples, std::wstring targetWkt,
+                                     std::size_t& transformed, std::wstring& error) try {
+  error.clear();
+  transformed = 0;
+  Transformation transformation;
+  if (!transformation.SetUp(targetWkt, error)) return false;
+  const kv::QuietErrors quiet;  // once for all points
+  while (transformed < samples.size() && transformation.Apply(samples[transformed], error)) ++transformed;
+  return transformed == samples.size();
+} catch (...) {
+  kv::Report(error, kUnexpectedTransformError);
+  return false;
 }

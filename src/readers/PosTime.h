@@ -7,10 +7,12 @@
 
 namespace kv {
 
-/// Gives samples their UTC times. One clock serves one file.
+/// Gives samples their UTC times. Use one clock per file.
 class PosClock {
  public:
-  /// The whole second passes through the local calendar; the fraction is added to the tick. The milliseconds of
+  explicit PosClock(Calendar calendar) : calendar_(calendar) {}
+
+  /// The whole second passes through the calendar; the fraction is added to the tick. The milliseconds of
   /// `SystemTimeUTC` are the fraction rounded, and 1000 from 0.9995 on, on purpose: the seconds stay those of the file
   /// time. Times outside the years 1601-9999 count from the file time zero.
   void SetTime(double adjGpsSeconds, tagKVPosEvent& sample);

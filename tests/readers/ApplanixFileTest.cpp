@@ -12,6 +12,7 @@
 #include "KVUtilities.h"
 #include "crs/CoordinateSystemTransformer.h"
 #include "platform/FileNames.h"
+#include "readers/ApplanixSamples.h"
 #include "support/Environment.h"
 #include "support/GeodeticFolder.h"
 #include "support/TempFolder.h"
@@ -131,6 +132,19 @@ TEST_F(ApplanixFile, ADateCanBeGiven) {
   EXPECT_EQ(error, L"");
   ASSERT_EQ(events.size(), 1u);
   EXPECT_TRUE(SameInstant(events[0].SystemTimeUTC, Calendar(2022, 3, 12, 23, 0, 0, 250)));
+}
+
+TEST(ApplanixReader, ADateCanBeGivenOnceTheHeaderTurnsOutToLackOne) {
+  const TimeZone berlin("CET-1CEST,M3.5.0,M10.5.0/3");  // skips 02:00 to 03:00 on 2022-03-27
+  const std::string row = "7218.25" + kRow;
+  kv::ApplanixReader reader(kv::Calendar::Utc);
+  std::vector<tagKVPosEvent> samples;
+  for (const std::string& line : {kColumns, std::string("(time in Sec)"), row}) reader.Read(line, samples);
+  EXPECT_TRUE(samples.empty() && reader.IsInRows() && !reader.IsDated() && !reader.IsReadable());
+  reader.BeginAt(UtcTime(2022, 3, 27));
+  reader.Read(row, samples);
+  ASSERT_EQ(samples.size(), 1u);
+  EXPECT_TRUE(SameInstant(samples[0].SystemTimeUTC, Calendar(2022, 3, 27, 2, 0, 0, 250)));
 }
 
 // Seconds since the start of the sample's GPS week, in which GPS was 15 s ahead of UTC.

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "KVUtilities.h"
+#include "readers/HousekeepingEntry.h"
 #include "support/TempFolder.h"
 #include "support/Times.h"
 
@@ -80,6 +81,33 @@ TEST(LogFile, ReadingsFillTheirFieldsInOrder) {
   EXPECT_EQ(odd.Desc, L"AOS Event");
   EXPECT_EQ((std::vector{odd.AOSBrdTemp, odd.AOSPitch, odd.AOSRoll, odd.AOSHeading}), std::vector(4, 0.0));
   EXPECT_EQ((std::vector{odd.AOSCalStat, odd.AOSSysStat, odd.AOSSysError}), (std::vector{0, 0, 6}));
+}
+
+TEST(LogFile, DescriptionsOfReadingLinesShareOneTextPerDevice) {
+  const auto events = Scan(kOld + "CCU,1\n" + kOld + "POWER,1,2,3,4,5\n" + kOld + "CCU,2\n").events;
+  ASSERT_EQ(events.size(), 3u);
+  EXPECT_EQ(events[0].Desc.GetString(), events[2].Desc.GetString());
+}
+
+TEST(HousekeepingReader, EntriesTellWhichReadingsWereNumbers) {
+  struct {
+    std::string line;
+    const wchar_t* device;  // of a reading line
+    unsigned long numbers;
+  } const rows[] = {
+      {kOld + "AOS,1,x,3,4,5,6.5,7", L"AOS", 0b1011101},
+      {kOld + "POWER,nan,2,,3,4,1e", L"POWER", 0b01111},
+      {kOld + "ccu,0", L"CCU", 1},
+      {kOld + "CCU Event", nullptr, 0},  // described as a reading line is
+      {kOld + "AOS,1,2", nullptr, 0},
+  };
+  for (const auto& [line, device, numbers] : rows) {
+    kv::HousekeepingReader reader;
+    const auto entry = reader.Read(line);
+    ASSERT_TRUE(entry) << line;
+    EXPECT_EQ(entry->device ? entry->device->prefix : L"none", device ? device : L"none") << line;
+    EXPECT_EQ(entry->numbers.to_ulong(), numbers) << line;
+  }
 }
 
 TEST(LogFile, TheFirstWordsOnFirmwareSettleTheColumns) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <array>
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -8,6 +9,7 @@
 
 #include "KVUtilities.h"
 #include "platform/FileNames.h"
+#include "readers/PosSamples.h"
 #include "support/Environment.h"
 #include "support/GeodeticFolder.h"
 #include "support/Times.h"
@@ -129,12 +131,55 @@ TEST_F(PosFile, TimesPassThroughTheLocalCalendar) {
   }
 }
 
+TEST(PosSamples, TimesInUtcDoNotPassThroughTheLocalCalendar) {
+  const TimeZone berlin("CET-1CEST,M3.5.0,M10.5.0/3");  // skips 02:00 to 03:00 on 2022-03-27
+  kv::PosSampleReader reader(kv::Calendar::Utc);
+  tagKVPosEvent sample;
+  const std::array<std::string_view, kv::kPosTokens> tokens{};
+  reader.Read(tokens, {2203, 7218.5, 48, 15, 300}, sample);
+  EXPECT_TRUE(SameInstant(sample.SystemTimeUTC, Calendar(2022, 3, 27, 2, 0, 0, 500)));
+}
+
 TEST_F(PosFile, APointThatCannotBeTransformedEndsTheScan) {
   std::string lines;
   for (int i = 0; i < 99; ++i) lines += "2200 " + std::to_string(i) + " 48 15 300" + kRest;
   Scan(lines + "2200 99 95 15 300" + kRest + "2200 100 48 15 300" + kRest, kUtm33);
   EXPECT_EQ(events.size(), 99u);
   EXPECT_EQ(error, L"Error transforming POS point to target SRS.Error reported during transform operation.");
+}
+
+TEST_F(PosFile, SamplesInMemoryAreTransformedAsByTheScan) {
+  std::vector<tagKVPosEvent> samples = Scan("2200 1 48.25 15.5 300" + kRest + "2200 2 48.5 14 100" + kRest, kUtm33);
+  ASSERT_EQ(samples.size(), 2u);
+  for (tagKVPosEvent& sample : samples) sample.X = sample.Y = sample.Z = -1;
+  samples.resize(4, samples[0]);
+  samples[2].Latitude = 95;
+  struct {
+    std::size_t samples;
+    std::string target;
+    std::size_t transformed;
+    const wchar_t* error;
+  } const rows[] = {
+      {4, "x", 0,
+       L"The coordinate systems could not be set up. Failed to set target coordinate system from WKT.\n"
+       L"GDAL importFromWkt() returned 5."},
+      {4, kUtm33, 2, L"Error transforming POS point to target SRS.Error reported during transform operation."},
+      {2, kUtm33, 2, L""},
+      {0, kUtm33, 0, L""},
+  };
+  for (const auto& row : rows) {
+    std::vector<tagKVPosEvent> some(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(row.samples));
+    std::size_t transformed = 99;
+    const bool isDone = KVUtilities::TransformPosEvents(some, kv::WideFromUtf8(row.target), transformed, error);
+    EXPECT_EQ(isDone, error.empty());
+    EXPECT_EQ(error, row.error);
+    ASSERT_EQ(transformed, row.transformed);
+    for (std::size_t i = 0; i < some.size(); ++i) {
+      const auto expected =
+          i < transformed ? std::tuple(events[i].X, events[i].Y, events[i].Z) : std::tuple(-1.0, -1.0, -1.0);
+      EXPECT_EQ(std::tuple(some[i].X, some[i].Y, some[i].Z), expected) << row.error << i;
+    }
+  }
 }
 
 // Public samples, where they are at hand: what is accepted was counted by hand.

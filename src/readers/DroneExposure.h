@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "KVRecords.h"
+#include "readers/FieldFile.h"
+
+/// Lines of a drone's timestamp file, see docs/formats/drone-timestamps.md.
+namespace kv {
+
+/// The numbers of an exposure.
+struct DroneExposure {
+  std::int32_t photoNumber;
+  std::int32_t week;  ///< GPS
+  double secondsOfWeek;
+  double latitude, longitude;  ///< decimal degrees
+  double height;               ///< metres above the ellipsoid
+};
+
+inline constexpr Delimiters kDroneDelimiters("\t, ");
+inline constexpr std::size_t kDroneTokens = 14;  ///< that an exposure has at least; later ones are not looked at
+
+/// @return nothing for a line of too few tokens, or one with something else where a number belongs; the range of the
+///         numbers is not checked
+std::optional<DroneExposure> ReadDroneExposure(std::span<const std::string_view> tokens);
+
+/// A located camera event of camera 1, without a photo.
+tagKVSystemEvent EventOf(const DroneExposure& exposure);
+
+}  // namespace kv

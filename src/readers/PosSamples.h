@@ -1,0 +1,52 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "KVRecords.h"
+#include "readers/FieldFile.h"
+#include "readers/PosTime.h"
+
+/// Samples of POS files, see docs/formats/pos.md.
+namespace kv {
+
+inline constexpr Delimiters kPosDelimiters("\t ");
+inline constexpr std::size_t kPosTokens = 15;  ///< that a sample has at least; later ones are not looked at
+
+/// The numbers that a sample begins with.
+struct PosNumbers {
+  std::int32_t week = 0;  ///< GPS
+  double secondsOfWeek = 0;
+  double latitude = 0, longitude = 0;  ///< decimal degrees
+  double height = 0;                   ///< metres above the ellipsoid
+};
+
+/// @param tokens  `kPosTokens` of a line
+/// @return        false for a line that is no sample; the range of the numbers is not checked
+bool ReadPosNumbers(std::span<const std::string_view> tokens, PosNumbers& numbers);
+
+/// Turns the lines of a POS file into samples. Use one reader per file, or per run of lines.
+class PosSampleReader {
+ public:
+  /// @param calendar  that the samples' times pass through
+  explicit PosSampleReader(Calendar calendar = Calendar::Local) : clock_(calendar) {}
+
+  /// Fills in what a line says; `X`, `Y` and `Z` stay as they are.
+  /// @param tokens   `kPosTokens` of the line, in the code page
+  /// @param numbers  of these tokens
+  void Read(std::span<const std::string_view> tokens, const PosNumbers& numbers, tagKVPosEvent& sample);
+
+ private:
+  CStringW Text(std::string_view ansi);
+
+  PosClock clock_;
+  ColumnText weeks_;
+  std::array<ColumnText, 10> kept_;
+  std::wstring wide_;
+};
+
+}  // namespace kv
