@@ -33,7 +33,7 @@ struct tagKVSystemEvent {
   double Longitude = 0.0;
   double Altitude = 0.0;
   double MasterTick = 0.0;  ///< master clock count, a whole number
-  double Sharpness = 0.0;   ///< variance of the photo's Laplacian; 0 = not graded
+  double Sharpness = 0.0;   ///< variance of the photo's Laplacian; 0 = not graded, failed, or a blank photo
   FILETIME TimeUTC{};
   SYSTEMTIME SystemTimeUTC{};
   std::int32_t CameraID = -1;  ///< 1 = camera 1, any other value counts as camera 2; -1 for heartbeats
@@ -111,7 +111,11 @@ struct tagKVAosEvent {
   CStringW Desc;  ///< for the text of a line that is not a reading; empty, as the scans skip such lines
 };
 
-/// One exposure station: a camera-1 event, the camera-2 event paired with it, and the station's own time and place.
+/// One exposure station: two camera events paired in time, or a single one.
+///
+/// The time and place of a pair are the middle of its events'. A pair may be of one camera; then too each event has a
+/// field of its own. A single event has its camera's field, and the station its time and place; the other field holds a
+/// placeholder of type 0 and camera -1 with the event's time, `AdjGpsSec` 0 and no position (0, 0, 0).
 struct tagKVExposureStation {
   double Latitude = 0.0;
   double Longitude = 0.0;

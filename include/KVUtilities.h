@@ -50,23 +50,30 @@ class KVUTILITIES_API KVUtilities {
 
   /// Decimal degrees of an NMEA angle dddmm.mmmm; negative for the hemispheres 'S', 'W', 's', 'w'.
   /// @throws std::invalid_argument ("invalid stod argument") when a part is not a number
-  /// @throws std::out_of_range ("stod argument out of range"), or ("invalid string position") for a text without "."
+  /// @throws std::out_of_range ("stod argument out of range") when a part is too large for a double, or so small that
+  ///         it would become 0; ("invalid string position") for a text without "."
   static double NMEA_DMtoDD(std::wstring text, wchar_t hemisphere);
 
   // ---- Scanners ------------------------------------------------------------------------------------------------
+  //
+  // A read error in the middle of a file ends it there without a message; what was read before is returned.
 
   /// Reads the fixes of a GNSS trajectory file: every line of at least 12 comma-separated tokens is taken as a fix.
   /// @param path  position sentences; a file that is missing, unreadable or a folder gives no records and no message
   /// @param date  UTC date of the first line; the date moves on when the hour goes from 23 to 0. Pass noon to follow
   ///              every midnight: a time of day of exactly midnight stays on its date at the first such step.
-  /// @return      one record per fix in file order
-  /// @throws      std::invalid_argument, std::out_of_range when a coordinate or height is not a number; a file that
-  ///              mixes other sentences of 12 or more tokens with the fixes ends there
+  /// @return      one record per fix in file order. A time of day that does not exist, such as 25:00:00, gives the zero
+  ///              file time (1601-01-01): this fix and the next one bracket every time from 1601 to the next fix, and
+  ///              the locating operations use them for all times that no earlier two fixes bracket.
+  /// @throws      std::invalid_argument when a coordinate or height is not a number, std::out_of_range when it is too
+  ///              large for a double or so small that it would become 0; a file that mixes other sentences of 12 or more
+  ///              tokens with the fixes ends there
   /// @see         docs/formats/trajectory.md
   static std::vector<tagKVTrajectoryObs> ScanKVTrajectoryFile(std::wstring path, FILETIME date, std::wstring& error);
 
   /// Reads heartbeats and camera events of a system event file and times the camera events from their tick counts.
-  /// @param path  lines of tick count and code, see the format
+  /// @param path  lines of tick count and code, see the format. Heartbeat times pass through the machine's time zone:
+  ///              where its clocks skip an hour, a UTC time in that hour moves by the change. Run in UTC to avoid it.
   /// @return  one record per accepted line in file order; a missing file gives none and no message. With fewer than two
   ///          heartbeats, so also for a file that is empty, unreadable or a folder, `error` says "Error computing
   ///          Ticks/Second from heartbeat in System Event File." and camera events have zero times.
@@ -95,7 +102,7 @@ class KVUTILITIES_API KVUtilities {
   static std::vector<tagKVPosEvent> ScanKVPosFile(std::wstring posFilePath, std::wstring targetWkt,
                                                   std::wstring& error);
 
-  /// The same from the text of such a file, or of a part of it: threads can share a long one.
+  /// Like `ScanKVPosFile`, for text in memory. Any run of whole lines will do, so threads can split a large file.
   static std::vector<tagKVPosEvent> ScanKVPosText(std::string_view text, std::wstring targetWkt, std::wstring& error);
 
   /// Reads the timestamp file of a drone's camera: one located camera event of camera 1 for each exposure.
@@ -118,7 +125,8 @@ class KVUTILITIES_API KVUtilities {
   /// @see     docs/formats/orientation.md
   static std::vector<tagKVAosEvent> ScanKVAosFile(std::wstring path, std::wstring& error);
 
-  /// The same for the hardware variant whose lines are stamped by the master clock, among heartbeats.
+  /// Reads the log of the hardware variant whose lines are stamped by the master clock, among heartbeats. Heartbeat
+  /// times pass through the machine's time zone, as those of `ScanKVSystemEventFile` do.
   /// @return  one record per reading; with fewer than two heartbeats they have no times, and `error` says "Error
   ///          computing Ticks/Second from heartbeat in AOS File."
   /// @throws  std::out_of_range when a heartbeat's date or time is outside the calendar's ranges
@@ -139,12 +147,14 @@ class KVUTILITIES_API KVUtilities {
 
   /// Position at a time, linear between the first two consecutive observations that bracket it (ends included).
   /// @param adjGpsSeconds  seconds on the scale of `AdjGpsSec`
+  /// @param latitude, longitude  receive decimal degrees
+  /// @param altitude             receives metres above the ellipsoid
   /// @return always true; the null location (0, 0, 0) when no two observations bracket the time, NaN when the two that
   ///         bracket it have the same time
   static bool ComputeLocationFromAdjGpsSeconds(double adjGpsSeconds, std::vector<tagKVTrajectoryObs>& trajectory,
                                                double& latitude, double& longitude, double& altitude,
                                                std::wstring& error);
-  /// The same on `TimeUTC`.
+  /// Like `ComputeLocationFromAdjGpsSeconds`, by `TimeUTC` instead of `AdjGpsSec`.
   static bool ComputeLocationFromUTCTime(FILETIME timeUTC, std::vector<tagKVTrajectoryObs> trajectory, double& latitude,
                                          double& longitude, double& altitude, std::wstring& error);
 
@@ -162,17 +172,24 @@ class KVUTILITIES_API KVUtilities {
                                                           std::vector<tagKVTrajectoryObs>& trajectory,
                                                           std::wstring& error);
 
-  /// Remove what has no position (or no photo) and keep the order of the rest. The counters start at 0; events that are
-  /// neither heartbeats nor camera events are removed uncounted.
-  /// @return true if something was removed; false is no failure
+  /// Removes events of any type whose latitude and longitude are both exactly 0; the others keep their order.
+  /// @param heartbeatsRemoved, cameraEventsRemoved  receive how many of each; events of other types are not counted
+  /// @return true if an event of any type was removed; false is not a failure
   static bool RemoveSystemEventsAtNullLocation(std::vector<tagKVSystemEvent>& events, int& heartbeatsRemoved,
                                                int& cameraEventsRemoved, std::wstring& error);
+  /// Removes camera events whose `PhotoPath` is empty, whether or not they have a position; events of other types stay,
+  /// and the order is kept. Whether the photo exists is not checked.
+  /// @param removed  receives how many
+  /// @return true if an event was removed; false is not a failure
   static bool RemoveCameraSystemEventsWithEmptyImagePaths(std::vector<tagKVSystemEvent>& events, int& removed,
                                                           std::wstring& error);
+  /// Removes log events whose latitude and longitude are both exactly 0; the others keep their order.
+  /// @return true if an event was removed; false is not a failure
   static bool RemoveLogEventsAtNullLocation(std::vector<tagKVLogEvent>& events, std::wstring& error);
 
   /// Combines camera events into exposure stations: each with the nearest other one in time that is still open, if
-  /// nearer than the tolerance, else alone.
+  /// nearer than the tolerance, else alone. The cameras are not compared: a pair may be of one camera. A pair's station
+  /// lies in the middle of both events' times, latitudes, longitudes and altitudes; a single event's is where it is.
   /// @param toleranceSeconds  exclusive; its sign is ignored
   /// @return stations in the order of their first camera event. An empty input gives none and "Compute Exposure
   ///         Stations Failed:  System Events are empty."; after an exception the stations formed until then and
@@ -184,6 +201,8 @@ class KVUTILITIES_API KVUtilities {
   // ---- Photos --------------------------------------------------------------------------------------------------
 
   /// The photo nearest in time to an event.
+  /// @param eventTime      a time that is no valid calendar time counts as 1601-01-01, here and in `photoTimes`: an event
+  ///                       and a photo without valid times are near each other
   /// @param photoTimes     time of each photo, by file name
   /// @param offsetSeconds  added to every photo's time; the sum is truncated to whole milliseconds
   /// @param rangeSeconds   largest difference that counts, inclusive
@@ -195,7 +214,8 @@ class KVUTILITIES_API KVUtilities {
 
   /// Pairs every camera event with the photo nearest in time, one second away at most, and removes camera events that
   /// stay without a photo; `error` then reports how many. A camera event that has a path already and finds no photo
-  /// stays with that path. The list folders are not read.
+  /// stays with that path. Times that are no valid calendar time count as in `FindClosestPhotoWithinRange`. The list
+  /// folders are not read.
   /// @param camera1OffsetSeconds  added to the times of camera 1's photos; likewise for camera 2
   /// @return true; false with an empty `error` after an exception, with some events paired
   static bool PopulatePhotoPathsUsingTimeStamps(std::vector<tagKVSystemEvent>& events, std::wstring camera1ListFolder,
@@ -216,11 +236,12 @@ class KVUTILITIES_API KVUtilities {
                                  std::wstring camera2ImageFolder, std::wstring& error);
 
   /// Sharpness of a picture: the variance of the Laplacian of its grey values; larger is sharper.
-  /// @return 0.0 with a sentence that ends in the path when the file does not exist or cannot be decoded
+  /// @return 0.0 with a sentence that ends in the path when the file does not exist or cannot be decoded; 0.0 without
+  ///         one for a blank picture
   static double ComputeImageSharpnessFactor(std::wstring path, std::wstring& error);
 
-  /// Grades the photo of every camera event into `Sharpness`; a picture that fails gets 0.0, and `error` keeps only
-  /// what the last camera event's picture said.
+  /// Grades the photo of every camera event into `Sharpness`. A picture that fails gets 0.0, as a blank one does, and
+  /// `error` keeps only what the last camera event's picture said.
   /// @return false and "Unexpected error computing Photo Sharpness Factors." after an exception
   static bool PopulatePhotoSharpnessFactors(std::vector<tagKVSystemEvent>& events, std::wstring& error);
 
