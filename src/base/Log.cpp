@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "platform/FileNames.h"
 #include "platform/System.h"
 
 namespace kv::mission {

@@ -5,7 +5,7 @@
 #include <system_error>
 
 #include "base/Failure.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 
 namespace kv::mission {
 

@@ -9,7 +9,7 @@
 #include "mission/PositionDifferences.h"
 #include "mission/inputs/PostProcessed.h"
 #include "photos/PhotoFolder.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 
 namespace kv::mission {
 namespace {

@@ -8,7 +8,7 @@
 
 #include "base/Failure.h"
 #include "base/Interrupt.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 
 namespace kv::mission {
 namespace {

@@ -12,7 +12,7 @@
 #include "mission/inputs/EventFile.h"
 #include "mission/inputs/HousekeepingLog.h"
 #include "mission/inputs/LineWriter.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 
 namespace kv::mission {
 namespace {

@@ -5,7 +5,7 @@
 #include "base/Failure.h"
 #include "mission/inputs/FileKind.h"
 #include "photos/PhotoFolder.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 #include "readers/LineReader.h"
 #include "text/TextCase.h"
 

@@ -6,7 +6,7 @@
 
 #include "base/Failure.h"
 #include "mission/Settings.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 #include "readers/LineReader.h"
 
 namespace kv::mission {

@@ -9,7 +9,7 @@
 #include "base/Failure.h"
 #include "base/Statistics.h"
 #include "mission/inputs/EventFile.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 
 namespace kv::mission {
 namespace {

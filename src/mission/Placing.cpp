@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "base/Failure.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 
 namespace kv::mission {
 namespace {

@@ -13,7 +13,7 @@
 #include "base/InOrder.h"
 #include "base/Interrupt.h"
 #include "mission/TargetSystem.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 
 namespace kv::mission {
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "text/CarefulNumbers.h"
+#include "text/Numbers.h"
 
 namespace kv::mission {
 namespace {
@@ -40,12 +40,12 @@ std::string Read(std::string_view text, std::optional<PositionSource>& value) {
 }
 
 std::string Read(std::string_view text, std::optional<double>& value) {
-  value = Decimal(text);
+  value = FiniteNumber(text);
   return value && std::abs(*value) <= kLargestSeconds ? "" : "must be a number of seconds";
 }
 
 std::string Read(std::string_view text, std::optional<Share>& value) {
-  const auto number = Decimal(text);
+  const auto number = FiniteNumber(text);
   if (!number || *number < 0 || *number > 1) return "must be a number from 0 to 1";
   value = Share{*number};
   return {};
@@ -72,7 +72,7 @@ const std::array<Limit, 2> kLimits{
 std::string SetFromText(const SettingMember& member, std::string_view text, Settings& settings) {
   const std::string complaint = std::visit([&](auto pointer) { return Read(text, settings.*pointer); }, member);
   const auto limit = std::find_if(kLimits.begin(), kLimits.end(), [&](auto& entry) { return entry.member == member; });
-  if (!complaint.empty() || limit == kLimits.end() || limit->holds(*Decimal(text))) return complaint;
+  if (!complaint.empty() || limit == kLimits.end() || limit->holds(*FiniteNumber(text))) return complaint;
   return limit->complaint;
 }
 

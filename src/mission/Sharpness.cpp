@@ -6,7 +6,7 @@
 #include "base/Statistics.h"
 #include "mission/Pairing.h"
 #include "photos/Grading.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 
 namespace kv::mission {
 namespace {

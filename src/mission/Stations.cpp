@@ -8,7 +8,7 @@
 #include "base/Statistics.h"
 #include "mission/Pairing.h"
 #include "mission/inputs/EventFile.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 
 namespace kv::mission {
 namespace {

@@ -6,9 +6,9 @@
 #include <filesystem>
 
 #include "base/Failure.h"
-#include "mission/inputs/EventFile.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 #include "readers/LineReader.h"
+#include "text/Blanks.h"
 
 namespace kv::mission {
 namespace {
@@ -24,15 +24,6 @@ std::string ReadDefinition(const fs::path& path) {
   return std::string(WithoutByteOrderMark(content));
 }
 
-std::string_view Trimmed(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r\n";
-  text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
-  return text.substr(0, text.find_last_not_of(kBlanks) + 1);
-}
-
-/// A path made of UTF-8 has the same wide form as the text.
-std::wstring Wide(std::string_view utf8) { return WidePath(fs::path(std::u8string(utf8.begin(), utf8.end()))); }
-
 }  // namespace
 
 tagKVCoordinateSystem ReadTargetSystem(const std::string& target) {
@@ -41,7 +32,7 @@ tagKVCoordinateSystem ReadTargetSystem(const std::string& target) {
   const bool isFile = fs::is_regular_file(path, noPath);
   const std::string definition = isFile ? ReadDefinition(path) : target;
   std::wstring error;
-  auto system = KVUtilities::DescribeCoordinateSystem(Wide(Trimmed(definition)), error);
+  auto system = KVUtilities::DescribeCoordinateSystem(WideFromUtf8(WithoutBlanks(definition, " \t\r\n")), error);
   if (!error.empty() && isFile) throw Failure(fmt::format("{}: {}", Utf8(path), Utf8(error)));
   if (!error.empty())
     throw Failure(fmt::format("target {}: neither a file nor a coordinate system", Utf8(path)), ExitCode::WrongUsage);

@@ -10,7 +10,7 @@
 #include "base/InOrder.h"
 #include "base/Interrupt.h"
 #include "base/Progress.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 
 namespace kv::mission {
 namespace {

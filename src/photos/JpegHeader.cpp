@@ -2,8 +2,7 @@
 
 #include <string_view>
 
-#include "platform/System.h"
-#include "readers/LineReader.h"
+#include "platform/FileNames.h"
 
 namespace kv::mission {
 namespace {
@@ -49,7 +48,7 @@ void ReadExif(std::FILE* file, std::size_t length, JpegHeader& header) {
 }  // namespace
 
 std::optional<JpegHeader> ReadJpegHeader(const std::filesystem::path& path) {
-  const FilePtr file(OpenBinary(path, "rb"));
+  const FilePtr file = OpenNative(path, "rb");
   if (!file || std::fgetc(file.get()) != 0xFF || std::fgetc(file.get()) != kStartOfImage) return std::nullopt;
   JpegHeader header;
   while (header.width == 0) {

@@ -7,8 +7,7 @@
 #include "base/Progress.h"
 #include "photos/JpegHeader.h"
 #include "photos/PhotoTimes.h"
-#include "platform/System.h"
-#include "readers/LineReader.h"
+#include "platform/FileNames.h"
 #include "text/TextCase.h"
 
 namespace kv::mission {
@@ -26,7 +25,7 @@ struct Findings {
 std::optional<Instant> TimeOf(const fs::path& photo, const std::wstring& name, Findings& findings) {
   if (const auto stamp = StampTime(name)) return stamp;
   const auto header = ReadJpegHeader(photo);
-  if (!header && !FilePtr(OpenBinary(photo, "rb"))) findings.unreadable.push_back(Utf8(name));
+  if (!header && !OpenNative(photo, "rb")) findings.unreadable.push_back(Utf8(name));
   const auto exif = header ? ExifTimeOriginal(header->exif) : std::nullopt;
   if (!exif) return std::nullopt;
   findings.zoneless += !exif->zoneKnown;

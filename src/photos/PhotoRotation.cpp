@@ -14,7 +14,7 @@
 #include "base/ScratchFolder.h"
 #include "photos/JpegDamage.h"
 #include "photos/JpegMetadata.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 #include "readers/LineReader.h"
 
 namespace kv::mission {
@@ -49,7 +49,7 @@ std::string ReadPhoto(const fs::path& path) {
 
 /// The file is on the disk at the end.
 void WriteWhole(const fs::path& path, const std::string& content) {
-  FilePtr file(OpenBinary(path, "wb"));
+  FilePtr file = OpenNative(path, "wb");
   const bool written =
       file && std::fwrite(content.data(), 1, content.size(), file.get()) == content.size() && FlushToDisk(file.get());
   if (!written) FailWriting(path, {errno, std::generic_category()});
@@ -105,7 +105,7 @@ std::string Turned(const std::string& photo, double angleDegrees, const fs::path
 
 void RotatePhoto(const fs::path& photo, double angleDegrees, const std::optional<fs::path>& backupFolder) {
   const fs::path target = fs::canonical(photo);  // what a link leads to is replaced, not the link
-  if (!FilePtr(OpenBinary(target, "rb+"))) FailWriting(target, {errno, std::generic_category()});
+  if (!OpenNative(target, "rb+")) FailWriting(target, {errno, std::generic_category()});
   const std::string content = ReadPhoto(target);
   if (backupFolder) BackUp(content, target, photo.filename(), *backupFolder);
   const ScratchFolder scratch(target.parent_path());  // on the same file system, so that the last step is one step

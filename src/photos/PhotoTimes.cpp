@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "text/CarefulNumbers.h"
+#include "text/Numbers.h"
 
 namespace kv::mission {
 namespace {

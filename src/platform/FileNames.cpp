@@ -65,6 +65,22 @@ void AppendWide(char32_t c, std::wstring& text) {
   text += static_cast<wchar_t>(c);
 }
 
+enum class RawBytes { Keep, Replace };
+
+std::string Encoded(std::wstring_view text, RawBytes rawBytes) {
+  std::string utf8;
+  utf8.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    auto c = static_cast<char32_t>(text[i]);
+    const bool isPair = kWideIsUtf16 && c >= 0xD800 && c < 0xDC00 && i + 1 < text.size() &&
+                        text[i + 1] >= wchar_t{0xDC00} && text[i + 1] <= wchar_t{0xDFFF};
+    if (isPair) c = 0x10000 + ((c - 0xD800) << 10) + (static_cast<char32_t>(text[++i]) - 0xDC00);
+    if (rawBytes == RawBytes::Replace && IsRawByte(c)) c = kReplacement;
+    AppendUtf8(c, utf8);
+  }
+  return utf8;
+}
+
 /// A new file in a folder, removed at the end unless it was renamed.
 class TemporaryFile {
  public:
@@ -87,7 +103,7 @@ class TemporaryFile {
 
   bool Write(std::span<const unsigned char> content) {
     if (!file_ || std::fwrite(content.data(), 1, content.size(), file_.get()) != content.size()) return false;
-    const bool onDisk = std::fflush(file_.get()) == 0 && FlushToDisk(file_.get());
+    const bool onDisk = FlushToDisk(file_.get());
     return std::fclose(file_.release()) == 0 && onDisk;
   }
 
@@ -116,18 +132,11 @@ std::wstring WideFromUtf8(std::string_view text) {
   return wide;
 }
 
-std::string Utf8FromWide(std::wstring_view text) {
-  std::string utf8;
-  utf8.reserve(text.size());
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    auto c = static_cast<char32_t>(text[i]);
-    const bool isPair = kWideIsUtf16 && c >= 0xD800 && c < 0xDC00 && i + 1 < text.size() &&
-                        text[i + 1] >= wchar_t{0xDC00} && text[i + 1] <= wchar_t{0xDFFF};
-    if (isPair) c = 0x10000 + ((c - 0xD800) << 10) + (static_cast<char32_t>(text[++i]) - 0xDC00);
-    AppendUtf8(c, utf8);
-  }
-  return utf8;
-}
+std::string Utf8FromWide(std::wstring_view text) { return Encoded(text, RawBytes::Keep); }
+std::string Utf8(const std::wstring& text) { return Encoded(text, RawBytes::Replace); }
+std::string Utf8(const std::filesystem::path& path) { return Utf8(WidePath(path)); }
+
+FilePtr OpenFile(std::wstring_view path, const char* mode) { return OpenNative(NativePath(path), mode); }
 
 bool PathExists(std::wstring_view path) {
   std::error_code error;

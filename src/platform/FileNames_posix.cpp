@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 
 namespace kv {
 
@@ -19,17 +20,33 @@ std::filesystem::path NativePath(std::wstring_view path) {
 
 std::wstring WidePath(const std::filesystem::path& path) { return WideFromUtf8(path.native()); }
 
-FilePtr OpenFile(std::wstring_view path, const char* mode) {
-  FilePtr file(std::fopen(NativePath(path).c_str(), mode));
+FilePtr OpenNative(const std::filesystem::path& path, const char* mode) {
+  FilePtr file(std::fopen(path.c_str(), mode));
   struct stat status {};
   // fopen opens a folder for reading; only the first read would fail.
-  if (file && fstat(fileno(file.get()), &status) == 0 && S_ISDIR(status.st_mode)) return nullptr;
+  if (file && fstat(fileno(file.get()), &status) == 0 && S_ISDIR(status.st_mode)) {
+    file.reset();
+    errno = EISDIR;
+  }
   return file;
+}
+
+std::optional<std::uint64_t> FileSize(std::FILE* file) {
+  struct stat status {};
+  if (fstat(fileno(file), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  return static_cast<std::uint64_t>(status.st_size);
 }
 
 bool SeekFile(std::FILE* file, std::uint64_t offset) { return fseeko(file, static_cast<off_t>(offset), SEEK_SET) == 0; }
 
-bool FlushToDisk(std::FILE* file) { return fsync(fileno(file)) == 0; }
+bool FlushToDisk(std::FILE* file) { return std::fflush(file) == 0 && fsync(fileno(file)) == 0; }
+
+bool TakeOwner(const std::filesystem::path& file, const std::filesystem::path& from) {
+  struct stat status {};
+  if (stat(from.c_str(), &status) != 0) return false;
+  constexpr auto kSameUser = static_cast<uid_t>(-1);  // only the superuser gives files away
+  return chown(file.c_str(), status.st_uid, status.st_gid) == 0 || chown(file.c_str(), kSameUser, status.st_gid) == 0;
+}
 
 bool RenameOver(const std::filesystem::path& replacement, const std::filesystem::path& file) {
   struct stat old {};
@@ -38,5 +55,11 @@ bool RenameOver(const std::filesystem::path& replacement, const std::filesystem:
   [[maybe_unused]] const int ownerKept = chown(replacement.c_str(), old.st_uid, old.st_gid);
   return chmod(replacement.c_str(), old.st_mode & 07777) == 0 && std::rename(replacement.c_str(), file.c_str()) == 0;
 }
+
+unsigned long ProcessId() { return static_cast<unsigned long>(getpid()); }
+
+wchar_t PhotoPathSeparator() { return L'/'; }
+
+bool LibraryMisreads(const std::filesystem::path& path) { return path.native().find('\\') != std::string::npos; }
 
 }  // namespace kv

@@ -3,6 +3,9 @@
 #include <io.h>
 #include <windows.h>
 
+#include <cerrno>
+#include <system_error>
+
 namespace kv {
 
 const wchar_t* const kPathSeparators = L"\\/:";
@@ -13,19 +16,40 @@ std::filesystem::path NativePath(std::wstring_view path) { return path; }
 
 std::wstring WidePath(const std::filesystem::path& path) { return path.native(); }
 
-FilePtr OpenFile(std::wstring_view path, const char* mode) {
+FilePtr OpenNative(const std::filesystem::path& path, const char* mode) {
   const std::wstring wideMode(mode, mode + std::char_traits<char>::length(mode));
-  return FilePtr(_wfopen(std::wstring(path).c_str(), wideMode.c_str()));
+  FilePtr file(_wfopen(path.c_str(), wideMode.c_str()));
+  if (file) return file;
+  const int reason = errno;  // EACCES for a folder
+  std::error_code ignored;
+  errno = std::filesystem::is_directory(path, ignored) ? EISDIR : reason;
+  return file;
+}
+
+std::optional<std::uint64_t> FileSize(std::FILE* file) {
+  const long long size = GetFileType(reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(file)))) == FILE_TYPE_DISK
+                             ? _filelengthi64(_fileno(file))
+                             : -1;
+  return size < 0 ? std::nullopt : std::optional(static_cast<std::uint64_t>(size));
 }
 
 bool SeekFile(std::FILE* file, std::uint64_t offset) {
   return _fseeki64(file, static_cast<long long>(offset), SEEK_SET) == 0;
 }
 
-bool FlushToDisk(std::FILE* file) { return _commit(_fileno(file)) == 0; }
+bool FlushToDisk(std::FILE* file) { return std::fflush(file) == 0 && _commit(_fileno(file)) == 0; }
+
+/// A new file has the owner and the access list that its folder gives.
+bool TakeOwner(const std::filesystem::path&, const std::filesystem::path&) { return true; }
 
 bool RenameOver(const std::filesystem::path& replacement, const std::filesystem::path& file) {
   return ReplaceFileW(file.c_str(), replacement.c_str(), nullptr, 0, nullptr, nullptr) != 0;
 }
+
+unsigned long ProcessId() { return GetCurrentProcessId(); }
+
+wchar_t PhotoPathSeparator() { return L'\\'; }
+
+bool LibraryMisreads(const std::filesystem::path&) { return false; }
 
 }  // namespace kv

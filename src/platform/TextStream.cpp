@@ -1,7 +1,9 @@
 #include "platform/TextStream.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace kv {
 namespace {
@@ -11,10 +13,13 @@ constexpr char kEndOfFile = 0x1A;
 
 }  // namespace
 
-TextStream::TextStream(std::wstring_view path) : file_(OpenFile(path, "rb")) {
-  if (file_) std::setvbuf(file_.get(), nullptr, _IONBF, 0);  // the blocks below are the only buffer
-  atEnd_ = !file_;
-  if (file_) fileBytes_ = FileSize(path).value_or(0);
+TextStream::TextStream(std::wstring_view path) : TextStream(OpenFile(path, "rb"), CtrlZ::EndsText) {}
+
+TextStream::TextStream(FilePtr file, CtrlZ ctrlZ)
+    : file_(std::move(file)), atEnd_(!file_), error_(file_ ? 0 : errno), ctrlZ_(ctrlZ) {
+  if (!file_) return;
+  std::setvbuf(file_.get(), nullptr, _IONBF, 0);  // the blocks below are the only buffer
+  fileBytes_ = FileSize(file_.get()).value_or(0);
 }
 
 TextStream::TextStream(std::string_view text)
@@ -25,15 +30,14 @@ TextStream::TextStream(std::string_view text)
       atEnd_(true) {}
 
 bool TextStream::ReadLine(std::string_view& line, std::size_t longest) {
-  if (!TakeLine(line, longest)) return false;
+  if (!ReadPiece(line, longest)) return false;
   if (line.size() <= longest) return true;
   begin_ = end_;
   atEnd_ = true;
   return false;
 }
 
-// A line that is too long need not be whole.
-bool TextStream::TakeLine(std::string_view& line, std::size_t longest) {
+bool TextStream::ReadPiece(std::string_view& line, std::size_t longest) {
   for (std::size_t searched = 0;;) {
     const char* begin = bytes_ + begin_;
     const std::size_t available = end_ - begin_;
@@ -64,7 +68,9 @@ bool TextStream::Fill() {
   char* block = buffer_.data() + kept;
   std::size_t read = std::fread(block, 1, kBlockBytes, file_.get());
   atEnd_ = read < kBlockBytes;
-  if (const void* mark = read > 0 ? std::memchr(block, kEndOfFile, read) : nullptr) {
+  if (atEnd_ && std::ferror(file_.get())) error_ = errno != 0 ? errno : EIO;
+  const bool mayEnd = ctrlZ_ == CtrlZ::EndsText && read > 0;
+  if (const void* mark = mayEnd ? std::memchr(block, kEndOfFile, read) : nullptr) {
     read = static_cast<std::size_t>(static_cast<const char*>(mark) - block);
     atEnd_ = true;
   }

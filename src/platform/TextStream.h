@@ -9,12 +9,17 @@
 
 namespace kv {
 
-/// Reads a file line by line as Windows' text mode does: LF and CR LF end a line, Ctrl-Z (0x1A) ends the file, the last
-/// line needs no line end. Bytes pass through unchanged, NUL included. A file that cannot be opened has no lines; a
-/// read error ends the file.
+/// What a Ctrl-Z (0x1A) is: the end of the text, as in Windows' text mode, or a character.
+enum class CtrlZ { EndsText, IsText };
+
+/// Reads a file line by line as Windows' text mode does: LF and CR LF end a line, Ctrl-Z ends the file, the last line
+/// needs no line end. Bytes pass through unchanged, NUL included. A file that cannot be opened has no lines; a read
+/// error ends the file.
 class TextStream {
  public:
   explicit TextStream(std::wstring_view path);
+  /// @param file  of which nothing has been read; when null, `errno` says why
+  TextStream(FilePtr file, CtrlZ ctrlZ);
   /// Reads a text in memory as if it were a file's; it must outlive the stream.
   explicit TextStream(std::string_view text);
 
@@ -24,11 +29,22 @@ class TextStream {
   /// @return         false at the end
   bool ReadLine(std::string_view& line, std::size_t longest = std::string_view::npos);
 
+  /// Reads in bounded memory: a line longer than `longest` bytes may come in several pieces, the first of them longer
+  /// than that.
+  /// @return  false at the end
+  bool ReadPiece(std::string_view& piece, std::size_t longest);
+  /// Whether a line end followed what was read last. The last line of a file need not have one.
+  bool IsAtLineStart() const { return begin_ > 0 && bytes_[begin_ - 1] == '\n'; }
+
+  /// Why the file could not be opened or read, a value of `errno`; 0 if neither failed.
+  int Error() const { return error_; }
+
   /// Bytes behind the lines so far; 0 when the file's size is not known.
   std::uint64_t BytesLeft() const;
+  std::uint64_t BytesRead() const { return bytesRead_; }  ///< blocks of the file
+  std::uint64_t FileBytes() const { return fileBytes_; }  ///< 0 when the size is not known, as for a pipe
 
  private:
-  bool TakeLine(std::string_view& line, std::size_t longest);
   bool Fill();
 
   FilePtr file_;
@@ -39,6 +55,8 @@ class TextStream {
   std::uint64_t bytesRead_ = 0;  // of the file; up to end_
   std::uint64_t fileBytes_ = 0;
   bool atEnd_ = false;
+  int error_ = 0;
+  CtrlZ ctrlZ_ = CtrlZ::EndsText;
 };
 
 }  // namespace kv

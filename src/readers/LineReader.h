@@ -2,21 +2,17 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <string_view>
 
+#include "platform/TextStream.h"
+
+/// Files read with care: a file that cannot be opened or read is a failure with the system's reason.
 namespace kv::mission {
 
-struct CloseFile {
-  void operator()(std::FILE* file) const noexcept { std::fclose(file); }
-};
-using FilePtr = std::unique_ptr<std::FILE, CloseFile>;
-
 /// The first bytes of a file, as far as it has them.
-/// @throws Failure with the file's name and the system's reason; a folder is refused
+/// @throws Failure when the file cannot be read, or is a folder
 std::string ReadBeginning(const std::filesystem::path& path, std::size_t length);
 
 /// @throws Failure for a pipe or a device, which cannot be read twice
@@ -26,35 +22,22 @@ void RefuseUnlessRegular(const std::filesystem::path& path);
 /// longer than 256 KiB only the beginning is given: no field file has such lines.
 class LineReader {
  public:
-  /// @throws Failure when the file cannot be opened
-  explicit LineReader(const std::filesystem::path& path);
+  /// @throws Failure when the file cannot be opened, or is a folder
+  LineReader(const std::filesystem::path& path, CtrlZ ctrlZ);
 
   /// @param line  receives the next line without its end; valid until the next call
   /// @return      false at the end
   /// @throws      Failure when reading fails or the user interrupts
   bool Next(std::string_view& line);
 
-  /// The same of a text file: a Ctrl-Z ends it, and what stands before that in its line counts.
-  bool NextOfText(std::string_view& line);
-
-  std::uint64_t BytesRead() const { return bytesRead_; }
-  std::uint64_t FileSize() const { return fileSize_; }  ///< 0 when it is not known, as of a pipe
+  std::uint64_t BytesRead() const { return stream_.BytesRead(); }
+  std::uint64_t FileSize() const { return stream_.FileBytes(); }  ///< 0 when it is not known, as of a pipe
 
  private:
-  static constexpr std::size_t kCapacity = 256 * 1024;
-
-  void Fill();
-
   std::filesystem::path path_;
-  FilePtr file_;
-  std::unique_ptr<char[]> buffer_;
-  std::size_t begin_ = 0;  // of what is not yet given out
-  std::size_t end_ = 0;
-  std::uint64_t bytesRead_ = 0;
-  std::uint64_t fileSize_ = 0;
-  bool atEnd_ = false;
-  bool skipsRest_ = false;  // of a line that was too long
-  bool textEnded_ = false;
+  TextStream stream_;
+  std::uint64_t bytesChecked_ = 0;  // for an interrupt, once a block
+  bool isInLine_ = false;           // the rest of a line that was too long comes next
 };
 
 }  // namespace kv::mission

@@ -5,7 +5,8 @@
 #include <algorithm>
 #include <iterator>
 
-#include "text/CarefulNumbers.h"
+#include "text/Blanks.h"
+#include "text/Numbers.h"
 
 namespace kv::mission {
 namespace {
@@ -40,11 +41,6 @@ std::optional<unsigned> HexDigit(char c) {
   const char lower = static_cast<char>(c | 0x20);
   if (lower < 'a' || lower > 'f') return std::nullopt;
   return static_cast<unsigned>(lower - 'a' + 10);
-}
-
-std::string_view TrimEnd(std::string_view line) {
-  while (!line.empty() && (line.back() == ' ' || line.back() == '\t' || line.back() == '\r')) line.remove_suffix(1);
-  return line;
 }
 
 /// @param body  what stands between "$" and "*"
@@ -97,10 +93,12 @@ bool IsOneOf(std::string_view text, std::string_view letters) {
 bool IsUnit(std::string_view text) { return !text.empty() && std::all_of(text.begin(), text.end(), IsLetter); }
 
 bool IsMeasure(std::string_view text) {
-  const auto value = Decimal(text);
+  const auto value = FiniteNumber(text);
   if (!value) return false;
   const double size = std::abs(*value);
-  return size == 0 || (size >= kSmallestMeasure && size < kLargestMeasure);
+  // The scan refuses what merely rounds to zero.
+  const bool isZero = size == 0 && text.substr(0, text.find_first_of("eE")).find_first_of("123456789") == text.npos;
+  return isZero || (size >= kSmallestMeasure && size < kLargestMeasure);
 }
 
 bool AllInPlace(const Sentence& fix) {
@@ -136,7 +134,7 @@ std::optional<Instant> RecommendedMinimumTime(const Sentence& sentence) {
 }  // namespace
 
 LineKind Classify(std::string_view line, Sentence& sentence) {
-  line = TrimEnd(line);
+  line = WithoutTrailingBlanks(line);
   if (line.empty()) return LineKind::Blank;
   if (line[0] != '$' && line[0] != '!') return LineKind::NotASentence;
   const std::size_t star = line.find('*');

@@ -5,16 +5,19 @@
 #include <cmath>
 #include <span>
 
-#include "text/CarefulNumbers.h"
-#include "text/LineTokens.h"
+#include "text/Numbers.h"
+#include "text/Tokens.h"
 
 namespace kv::mission {
 namespace {
 
-constexpr std::string_view kBlanks = " \t";
+constexpr Delimiters kBlanks(" \t");
+constexpr Delimiters kAnySeparator(" \t,;");
 constexpr std::string_view kOtherSeparators = ",;";
 constexpr std::string_view kDigits = "0123456789";
 constexpr std::size_t kColumns = 15;
+
+using Tokens = std::span<const std::string_view>;
 
 /// "2024/06/24" or "2024-06-24", a time of day behind it or not.
 bool BeginsWithDate(std::string_view token) {
@@ -27,21 +30,21 @@ bool BeginsWithDate(std::string_view token) {
 }
 
 /// Whole degrees, whole minutes, seconds with a fraction. Decimal degrees have a fraction of their own.
-bool IsAngleOfThree(std::span<const std::string_view> tokens, double largestDegrees) {
+bool IsAngleOfThree(Tokens tokens, double largestDegrees) {
   constexpr int kSixty = 60;
-  const auto degrees = Integer(tokens[0]);
+  const auto degrees = WholeInteger(tokens[0]);
   if (!degrees) return false;  // decimal degrees
-  const auto minutes = Integer(tokens[1]);
-  const auto seconds = Decimal(tokens[2]);
+  const auto minutes = WholeInteger(tokens[1]);
+  const auto seconds = FiniteNumber(tokens[2]);
   if (!minutes || !seconds || tokens[2].find('.') == std::string_view::npos) return false;
   return std::abs(static_cast<double>(*degrees)) <= largestDegrees && *minutes >= 0 && *minutes < kSixty &&
          *seconds >= 0 && *seconds < kSixty;
 }
 
-bool HasAnglesOfThree(const Tokens& tokens) {
+bool HasAnglesOfThree(Tokens tokens) {
   constexpr std::size_t kLatitude = 2, kLongitude = 5, kEnd = 8;
-  return tokens.size() >= kEnd && IsAngleOfThree(tokens.From(kLatitude), kLargestLatitude) &&
-         IsAngleOfThree(tokens.From(kLongitude), kLargestLongitude);
+  return tokens.size() >= kEnd && IsAngleOfThree(tokens.subspan(kLatitude), kLargestLatitude) &&
+         IsAngleOfThree(tokens.subspan(kLongitude), kLargestLongitude);
 }
 
 /// Between the deepest shaft at a pole and the highest balloon over the equator the Earth's centre is this far away.
@@ -52,10 +55,10 @@ bool IsNearTheGround(double x, double y, double z) {
   return distance > kLeast && distance < kMost;
 }
 
-PosLineKind KindOfNumbers(const Tokens& tokens, PosColumns& columns) {
-  const auto week = WholeNumber<std::int32_t>(tokens[0]);
-  const auto seconds = Decimal(tokens[1]), latitude = Decimal(tokens[2]), longitude = Decimal(tokens[3]);
-  const auto height = Decimal(tokens[4]);
+PosLineKind KindOfNumbers(Tokens tokens, PosColumns& columns) {
+  const auto week = WholeInteger32(tokens[0]);
+  const auto seconds = FiniteNumber(tokens[1]), latitude = FiniteNumber(tokens[2]), longitude = FiniteNumber(tokens[3]);
+  const auto height = FiniteNumber(tokens[4]);
   if (!week || !seconds || !latitude || !longitude || !height) return PosLineKind::NotANumber;
   columns = {*week, *seconds, *latitude, *longitude, *height};
   if (IsNearTheGround(*latitude, *longitude, *height)) return PosLineKind::Ecef;
@@ -69,8 +72,9 @@ bool BeginsNumber(std::string_view token) { return token.find_first_of("+-.01234
 }  // namespace
 
 PosLineKind ClassifyPos(std::string_view line, PosColumns& columns) {
-  const Tokens tokens(line, kBlanks);
-  if (tokens.size() == 0) return PosLineKind::Blank;
+  std::array<std::string_view, kColumns> buffer;
+  const Tokens tokens = Tokenise(line, kBlanks, buffer);
+  if (tokens.empty()) return PosLineKind::Blank;
   if (!BeginsNumber(tokens[0])) return PosLineKind::Comment;
   if (tokens[0].find_first_of(kOtherSeparators) != std::string_view::npos) return PosLineKind::CommaSeparated;
   if (BeginsWithDate(tokens[0])) return PosLineKind::CalendarTime;
@@ -85,10 +89,13 @@ bool IsPosLine(std::string_view line) {
   PosColumns columns;
   const PosLineKind kind = ClassifyPos(line, columns);
   if (std::find(kForms.begin(), kForms.end(), kind) == kForms.end()) return false;
-  const Tokens tokens(line, kind == PosLineKind::CommaSeparated ? " \t,;" : kBlanks);
-  if (tokens.size() < kColumns || (!Integer(tokens[0]) && !BeginsWithDate(tokens[0]))) return false;
-  const auto places = tokens.From(2).first(3);
-  return std::all_of(places.begin(), places.end(), [](std::string_view token) { return Decimal(token).has_value(); });
+  std::array<std::string_view, kColumns> buffer;
+  const Tokens tokens =
+      kind == PosLineKind::CommaSeparated ? Tokenise(line, kAnySeparator, buffer) : Tokenise(line, kBlanks, buffer);
+  if (tokens.size() < kColumns || (!WholeInteger(tokens[0]) && !BeginsWithDate(tokens[0]))) return false;
+  const auto places = tokens.subspan(2, 3);
+  return std::all_of(places.begin(), places.end(),
+                     [](std::string_view token) { return FiniteNumber(token).has_value(); });
 }
 
 }  // namespace kv::mission

@@ -14,7 +14,7 @@
 #include "mission/inputs/ShapefileHeader.h"
 #include "photos/JpegHeader.h"
 #include "photos/PhotoTimes.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 #include "report/PosReport.h"
 
 namespace kv::mission {

@@ -1,6 +1,6 @@
 #include "report/PosReport.h"
 
-#include "platform/System.h"
+#include "platform/FileNames.h"
 
 namespace kv::mission {
 

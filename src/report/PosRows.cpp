@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/System.h"
+#include "platform/FileNames.h"
 #include "text/Csv.h"
 #include "time/Instants.h"
 

@@ -1,5 +1,5 @@
 #include "mission/Summary.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 #include "report/Json.h"
 #include "report/PosReport.h"
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "mission/Summary.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 #include "report/PosReport.h"
 
 namespace kv::mission {

@@ -22,4 +22,23 @@ constexpr std::wstring_view Trimmed(std::wstring_view text) {
   return text;
 }
 
+/// Blanks of a line of bytes; a stray CR counts as one.
+inline constexpr std::string_view kLineBlanks = " \t\r";
+
+constexpr std::string_view WithoutTrailingBlanks(std::string_view text, std::string_view blanks = kLineBlanks) {
+  return text.substr(0, text.find_last_not_of(blanks) + 1);
+}
+
+/// Trims blanks at both ends.
+constexpr std::string_view WithoutBlanks(std::string_view text, std::string_view blanks = kLineBlanks) {
+  text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+  return WithoutTrailingBlanks(text, blanks);
+}
+
+/// Removes the mark that editors put before UTF-8 text.
+constexpr std::string_view WithoutByteOrderMark(std::string_view text) {
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";
+  return text.substr(text.starts_with(kMark) ? kMark.size() : 0);
+}
+
 }  // namespace kv

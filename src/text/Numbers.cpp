@@ -46,7 +46,7 @@ Signed<Char> TakeSign(std::basic_string_view<Char> text) {
 }
 
 template <class Char>
-struct Digits {
+struct DigitRun {
   const Char* end;
   std::uint64_t number;
 };
@@ -54,7 +54,7 @@ struct Digits {
 // The digits that a text starts with, behind those of a number; the number wraps beyond 19 of them. Four at a time do
 // not wait for each other.
 template <class Char>
-Digits<Char> TakeDigits(const Char* at, const Char* end, std::uint64_t number = 0) {
+DigitRun<Char> TakeDigits(const Char* at, const Char* end, std::uint64_t number = 0) {
   const auto digit = [&at](int i) { return static_cast<std::uint32_t>(at[i]) - '0'; };
   for (; end - at >= 4; at += 4) {
     const std::uint32_t a = digit(0), b = digit(1), c = digit(2), d = digit(3);
@@ -143,7 +143,7 @@ bool ReadShortDecimal(std::basic_string_view<Char> text, double& number) {
   if (at != end) {
     if (*at != '.') return false;
     const Char* fraction = at + 1;
-    const Digits decimalsTaken = TakeDigits(fraction, end, mantissa);
+    const DigitRun decimalsTaken = TakeDigits(fraction, end, mantissa);
     if (decimalsTaken.end != end) return false;
     mantissa = decimalsTaken.number;
     decimals = end - fraction;
@@ -162,9 +162,10 @@ bool ReadShortDecimal(std::string_view text, double& number) {
 }
 
 // The characters that a number can consist of, up to the first other one, as bytes.
-std::string_view NumberCharacters(std::wstring_view text, std::string& buffer) {
+template <class Char>
+std::string_view NumberCharacters(std::basic_string_view<Char> text, std::string& buffer) {
   static constexpr std::string_view kAlphabet = "0123456789.+-abcdefxpintyABCDEFXPINTY";
-  const auto isOther = [](wchar_t c) {
+  const auto isOther = [](Char c) {
     return c <= 0 || c >= 0x80 || kAlphabet.find(static_cast<char>(c)) == std::string_view::npos;
   };
   buffer.clear();
@@ -181,10 +182,11 @@ bool StartsHexadecimal(std::string_view digits) {
 }
 
 // "nan", in any case of letters, also with anything between "(" and ")" behind it.
-bool IsNan(std::wstring_view text) {
-  const auto isLetter = [](wchar_t c, wchar_t letter) { return c == letter || c == letter - L'a' + L'A'; };
-  const bool isBare = text.size() == 3 || (text.size() >= 5 && text[3] == L'(' && text.back() == L')');
-  return isBare && isLetter(text[0], L'n') && isLetter(text[1], L'a') && isLetter(text[2], L'n');
+template <class Char>
+bool IsNan(std::basic_string_view<Char> text) {
+  const auto isLetter = [](Char c, char letter) { return c == letter || c == letter - 'a' + 'A'; };
+  const bool isBare = text.size() == 3 || (text.size() >= 5 && text[3] == '(' && text.back() == ')');
+  return isBare && isLetter(text[0], 'n') && isLetter(text[1], 'a') && isLetter(text[2], 'n');
 }
 
 // Whether a decimal number beyond the range of a double is too small for it rather than too large: its first
@@ -199,7 +201,8 @@ bool IsTooSmall(std::string_view number) {
 }
 
 // A number or infinity without a sign that is the whole of the text.
-std::optional<double> UnsignedDouble(std::wstring_view text) {
+template <class Char>
+std::optional<double> UnsignedDouble(std::basic_string_view<Char> text) {
   std::string buffer;
   const std::string_view number = NumberCharacters(text, buffer);
   if (number.size() != text.size() || number.starts_with('-')) return std::nullopt;
@@ -222,14 +225,11 @@ std::wstring Widened(std::string_view bytes) {
 }
 
 // A text that is no short decimal.
-bool ReadOtherDouble(std::wstring_view text, bool negative, double& number) {
+template <class Char>
+bool ReadOtherDouble(std::basic_string_view<Char> text, bool negative, double& number) {
   const auto magnitude = IsNan(text) ? std::numeric_limits<double>::quiet_NaN() : UnsignedDouble(text);
   if (magnitude) number = WithSign(*magnitude, negative);
   return magnitude.has_value();
-}
-
-bool ReadOtherDouble(std::string_view ansi, bool negative, double& number) {
-  return ReadOtherDouble(std::wstring_view(Widened(ansi)), negative, number);
 }
 
 template <class Char>

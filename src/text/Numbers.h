@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -47,6 +48,23 @@ inline std::optional<std::int32_t> WholeInteger32(std::string_view ansi) { retur
 /// nearest double; what is too small becomes zero, what is too large is no number.
 inline std::optional<double> WholeDouble(std::wstring_view text) { return Whole<double>(text); }
 inline std::optional<double> WholeDouble(std::string_view ansi) { return Whole<double>(ansi); }
+
+/// As `WholeDouble`, but neither infinity nor NaN.
+inline std::optional<double> FiniteNumber(std::string_view ansi) {
+  const auto number = WholeDouble(ansi);
+  return number && std::isfinite(*number) ? number : std::nullopt;
+}
+
+/// Strict: one to nine decimal digits and nothing else, so no sign either.
+constexpr std::optional<int> Digits(std::string_view text) {
+  if (text.empty() || text.size() > 9) return std::nullopt;
+  int number = 0;
+  for (const char c : text) {
+    if (c < '0' || c > '9') return std::nullopt;
+    number = number * 10 + (c - '0');
+  }
+  return number;
+}
 
 /// A text of digits, a point and digits, of 18 digits at the most.
 struct PlainDecimal {

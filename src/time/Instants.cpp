@@ -3,7 +3,7 @@
 #include <KVUtilities.h>
 #include <fmt/format.h>
 
-#include "text/CarefulNumbers.h"
+#include "text/Numbers.h"
 
 namespace kv::mission {
 namespace {

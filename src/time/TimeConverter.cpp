@@ -5,7 +5,9 @@
 #include <cmath>
 #include <limits>
 #include <optional>
+#include <string_view>
 
+#include "text/Numbers.h"
 #include "time/FileTimes.h"
 #include "time/LeapSeconds.h"
 
@@ -66,15 +68,9 @@ std::optional<Instant> Split(double adjGpsSeconds) {
   return Instant{static_cast<std::int64_t>(whole) + kAdjustment, ticks};
 }
 
-// The decimal digits at [begin, begin + count), or nothing.
-std::optional<int> Digits(const std::string& text, std::size_t begin, std::size_t count) {
-  if (text.size() < begin + count) return std::nullopt;
-  int value = 0;
-  for (std::size_t i = begin; i < begin + count; ++i) {
-    if (text[i] < '0' || text[i] > '9') return std::nullopt;
-    value = value * 10 + (text[i] - '0');
-  }
-  return value;
+// The number of exactly `count` digits at `begin`.
+std::optional<int> Digits(std::string_view text, std::size_t begin, std::size_t count) {
+  return text.size() < begin + count ? std::nullopt : kv::Digits(text.substr(begin, count));
 }
 
 void PutDigits(int number, std::string& text, std::size_t begin, std::size_t count) {

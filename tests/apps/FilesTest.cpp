@@ -2,7 +2,6 @@
 
 #include "base/Failure.h"
 #include "base/Log.h"
-#include "platform/System.h"
 #include "readers/LineReader.h"
 #include "support/TempFolder.h"
 #include "time/Instants.h"
@@ -12,8 +11,8 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-Lines LinesOf(const std::filesystem::path& path) {
-  LineReader reader(path);
+Lines LinesOf(const std::filesystem::path& path, CtrlZ ctrlZ) {
+  LineReader reader(path, ctrlZ);
   Lines lines;
   for (std::string_view line; reader.Next(line);) lines.emplace_back(line);
   return lines;
@@ -24,44 +23,43 @@ TEST(LineReader, GivesLinesWithoutTheirEnds) {
   struct {
     const char* what;
     std::string content;
-    Lines lines;
+    Lines lines;  // where Ctrl-Z ends the text
+    Lines whole;  // where it does not; empty: the same
   } const rows[] = {
-      {"empty", "", {}},
-      {"both line ends", "a\r\nb\n\nc\r\r\n", {"a", "b", "", "c\r"}},
-      {"no final end", "a\nb", {"a", "b"}},
-      {"only an end", "\n", {""}},
-      {"NUL and high bytes", std::string("a\0b\xFF\n", 5), {std::string("a\0b\xFF", 4)}},
-      {"across the buffer's end", half + "\n" + half + "\n" + half, {half, half, half}},
-      {"a line longer than the buffer, and the next", three + "\r\nz\n", {three.substr(0, 256 * 1024), "z"}},
-      {"the same as the last", three, {three.substr(0, 256 * 1024)}},
+      {"empty", "", {}, {}},
+      {"both line ends, the last one missing", "a\r\nb\n\nc\r\r\nd\r", {"a", "b", "", "c\r", "d\r"}, {}},
+      {"Ctrl-Z", "a\r\x1A\nb\n", {"a\r"}, {"a\r\x1A", "b"}},
+      {"across the buffer's end", half + "\n" + half + "\n" + half, {half, half, half}, {}},
+      {"a line longer than the buffer, and the next", three + "\r\nz\n", {three.substr(0, 256 * 1024), "z"}, {}},
+      {"a long line at the end", "z\n" + three, {"z", three.substr(0, 256 * 1024)}, {}},
   };
   const TempFolder folder;
-  for (const auto& [what, content, lines] : rows) {
-    folder.Write("file", content);
-    EXPECT_EQ(LinesOf(folder.Path() / "file"), lines) << what;
+  for (const auto& [what, content, lines, whole] : rows) {
+    folder.Write("a\\b", content);  // outside Windows a name may have a backslash
+    EXPECT_EQ(LinesOf(folder.Path() / "a\\b", CtrlZ::EndsText), lines) << what;
+    EXPECT_EQ(LinesOf(folder.Path() / "a\\b", CtrlZ::IsText), whole.empty() ? lines : whole) << what;
   }
-  EXPECT_THROW(LinesOf(folder.Path()), Failure);
-  EXPECT_THROW(LinesOf(folder.Path() / "none"), Failure);
 }
 
-// Sequences from the Unicode standard's table of well-formed UTF-8, and what lies just outside it.
-TEST(System, NamesBecomeValidText) {
-  constexpr const char* kBad = "\xEF\xBF\xBD";
-  struct {
-    std::string bytes, text;
-  } const rows[] = {
-      {"plain", "plain"},
-      {"\xC3\xA4\xE4\xB8\xAD\xF0\x9F\x93\xB7", "\xC3\xA4\xE4\xB8\xAD\xF0\x9F\x93\xB7"},
-      {"\xF4\x8F\xBF\xBF", "\xF4\x8F\xBF\xBF"},
-      {"a\xFFz", std::string("a") + kBad + "z"},
-      {"\xC3", kBad},
-      {"\xC0\x80", std::string(kBad) + kBad},             // overlong
-      {"\xED\xA0\x80", std::string(kBad) + kBad + kBad},  // a surrogate
-      {"\xE0\x80\x80", std::string(kBad) + kBad + kBad},
-      {"\xF4\x90\x80\x80", std::string(kBad) + kBad + kBad + kBad},  // beyond U+10FFFF
+TEST(LineReader, SaysWhyAFileCannotBeRead) {
+  const TempFolder folder;
+  const std::pair<std::filesystem::path, const char*> rows[] = {
+      {folder.Path(), "Is a directory"},
+      {folder.Path() / "none", "No such file or directory"},
+      {"/proc/self/mem", "Input/output error"},  // Linux: opens, but address 0 cannot be read
   };
-  for (const auto& [bytes, text] : rows) EXPECT_EQ(Utf8(std::filesystem::path(bytes)), text) << text;
-  EXPECT_EQ(WidePath("a\xFF"), (std::wstring{L'a', wchar_t{0xDCFF}}));
+  for (const auto& [path, reason] : rows) {
+    const auto expect = [&, sentence = path.string() + ": cannot be read: " + reason](auto read) {
+      try {
+        read();
+        ADD_FAILURE() << path;
+      } catch (const Failure& failure) {
+        EXPECT_EQ(failure.what(), sentence);
+      }
+    };
+    expect([&] { LinesOf(path, CtrlZ::IsText); });
+    expect([&] { ReadBeginning(path, 10); });
+  }
 }
 
 TEST(Log, ControlCharactersAreShown) {

@@ -39,6 +39,8 @@ TEST(Nmea, TellsFixesFromOtherLines) {
       {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,1e999,M,46.9,M,,", LineKind::Incomplete},
       {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,1e308,M,46.9,M,,", LineKind::Incomplete},
       {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,1e-320,M,,", LineKind::Incomplete},
+      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,1e-400,M,46.9,M,,", LineKind::Incomplete},
+      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,-0.0e5,M,46.9,M,,", LineKind::Fix},
       {"$GPGGA,123519,4807.0380000000000000,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,", LineKind::Incomplete},
       {"$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W*6A", LineKind::OtherSentence},
       {"!AIVDM,1,1,,A,14eG;o@034o8sd<L9i:a;WF>062D,0*7D", LineKind::OtherSentence},

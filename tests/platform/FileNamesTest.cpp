@@ -10,19 +10,27 @@ TEST(FileNames, Utf8AndWideAreTheSameText) {
   struct {
     std::string utf8;
     std::wstring wide;
+    std::string readable;  // with "?" for U+FFFD
   } const rows[] = {
-      {"plain", L"plain"},
-      {"\xC3\xA9\xCE\xA9\xE4\xB8\xAD", {0xE9, 0x03A9, 0x4E2D}},
-      {"\xF0\x9F\x98\x80", L"\U0001F600"},
+      {"plain", L"plain", "plain"},
+      {"\xC3\xA9\xCE\xA9\xE4\xB8\xAD", {0xE9, 0x03A9, 0x4E2D}, "\xC3\xA9\xCE\xA9\xE4\xB8\xAD"},
+      {"\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF", L"\U0001F600\U0010FFFF", "\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF"},
       {"a\xFF"
        "b\xC3",
-       {L'a', 0xDCFF, L'b', 0xDCC3}},                                      // bytes that are no UTF-8 are kept
-      {"\xC0\xAF\xED\xA0\x80", {0xDCC0, 0xDCAF, 0xDCED, 0xDCA0, 0xDC80}},  // overlong; a surrogate
-      {"\xF4\x90\x80\x80", {0xDCF4, 0xDC90, 0xDC80, 0xDC80}},              // beyond U+10FFFF
+       {L'a', 0xDCFF, L'b', 0xDCC3},  // bytes that are not UTF-8 are kept
+       "a?b?"},
+      {"\xC0\xAF\xED\xA0\x80", {0xDCC0, 0xDCAF, 0xDCED, 0xDCA0, 0xDC80}, "?????"},  // overlong; a surrogate
+      {"\xE0\x80\x80\xF4\x90\x80\x80",
+       {0xDCE0, 0xDC80, 0xDC80, 0xDCF4, 0xDC90, 0xDC80, 0xDC80},  // overlong; beyond U+10FFFF
+       "???????"},
   };
-  for (const auto& [utf8, wide] : rows) {
+  for (const auto& [utf8, wide, readable] : rows) {
     EXPECT_EQ(kv::WideFromUtf8(utf8), wide) << utf8;
     EXPECT_EQ(kv::Utf8FromWide(wide), utf8) << utf8;
+    std::string text;
+    for (const char c : readable) text += c == '?' ? std::string("\xEF\xBF\xBD") : std::string(1, c);
+    EXPECT_EQ(kv::Utf8(wide), text) << utf8;
+    EXPECT_EQ(kv::Utf8(std::filesystem::path(utf8)), text) << utf8;
   }
   EXPECT_EQ(kv::Utf8FromWide(std::wstring(1, wchar_t{0xD800})), "\xEF\xBF\xBD");
 }

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/TempFolder.h"
@@ -75,11 +77,43 @@ TEST(TextStream, ALineBeyondTheBoundEndsTheFile) {
   }
 }
 
+TEST(TextStream, ALongLineComesInPieces) {
+  const std::string block(256 * 1024, 'b');
+  struct {
+    std::string content;
+    std::size_t longest;
+    std::vector<std::string> pieces;  // each with "\n" if it ended a line
+  } const rows[] = {
+      {"ab\r\n" + block + block + block + "\nc", 1023, {"ab\n", block.substr(4), block, block, "bbbb\n", "c"}},
+      {block + "\n" + block + "\n", 256 * 1024, {block + "\n", block + "\n"}},
+      {"a\x1A\nb\n", 1023, {"a\x1A\n", "b\n"}},
+  };
+  const TempFolder folder;
+  for (const auto& [content, longest, pieces] : rows) {
+    kv::TextStream file(kv::OpenFile(folder.Write("file", content), "rb"), kv::CtrlZ::IsText);
+    std::vector<std::string> read;
+    for (std::string_view piece; file.ReadPiece(piece, longest);)
+      read.push_back(std::string(piece) + (file.IsAtLineStart() ? "\n" : ""));
+    EXPECT_TRUE(read == pieces) << content.size();
+    EXPECT_EQ(file.BytesRead(), content.size());
+    EXPECT_EQ(file.FileBytes(), content.size());
+  }
+}
+
 TEST(TextStream, WhatCannotBeReadHasNoLines) {
   const TempFolder folder;
-  EXPECT_TRUE(Lines(folder.Wide("missing")).empty());
-  EXPECT_TRUE(Lines(folder.Wide()).empty());
-  EXPECT_TRUE(Lines(std::wstring()).empty());
+  const std::pair<std::wstring, int> rows[] = {
+      // path, reason
+      {folder.Wide("missing"), ENOENT}, {folder.Wide(), EISDIR}, {L"", ENOENT},
+      {L"/proc/self/mem", EIO},  // Linux: opens, but address 0 cannot be read
+      {folder.Write("file", ""), 0},
+  };
+  for (const auto& [path, reason] : rows) {
+    kv::TextStream file(path);
+    std::string_view line;
+    EXPECT_FALSE(file.ReadLine(line));
+    EXPECT_EQ(file.Error(), reason) << reason;
+  }
 }
 
 }  // namespace

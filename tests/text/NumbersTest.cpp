@@ -97,6 +97,28 @@ TEST(Numbers, WholeInteger) {
   }
 }
 
+TEST(Numbers, DigitsAndFiniteNumbersAreNarrower) {
+  struct {
+    const char* text;
+    std::optional<int> digits;
+    std::optional<double> finite;
+  } const rows[] = {
+      {"007", 7, 7},           {"999999999", 999999999, 999999999},
+      {"1000000000", {}, 1e9}, {"", {}, {}},
+      {"+7", {}, 7},           {"-7", {}, -7},
+      {"7.", {}, 7},           {"1e3", {}, 1e3},
+      {" 7", {}, {}},          {"7:", {}, {}},
+      {"7/", {}, {}},          {"+-7", {}, {}},
+      {"1e-400", {}, 0},       {"1e400", {}, {}},
+      {"inf", {}, {}},         {"-nan(1)", {}, {}},
+      {"0x10", {}, {}},
+  };
+  for (const auto& [text, digits, finite] : rows) {
+    EXPECT_EQ(kv::Digits(text), digits) << text;
+    EXPECT_EQ(kv::FiniteNumber(text), finite) << text;
+  }
+}
+
 TEST(Numbers, WholeInteger32HasItsOwnRange) {
   struct {
     std::wstring text;

@@ -14,7 +14,7 @@
 #include "commands/Commands.h"
 #include "commands/JobsOption.h"
 #include "photos/Grading.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 #include "report/Json.h"
 #include "text/Csv.h"
 

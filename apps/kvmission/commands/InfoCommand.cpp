@@ -15,10 +15,10 @@
 #include "base/Log.h"
 #include "commands/Commands.h"
 #include "mission/Settings.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 #include "report/FileReport.h"
 #include "report/GeodeticReport.h"
-#include "text/CarefulNumbers.h"
+#include "text/Numbers.h"
 
 namespace kv::mission {
 namespace {
@@ -78,7 +78,7 @@ void AddInfoCommand(CLI::App& app, int& exitCode) {
                      "logs, event and timestamp files, POS and orientation files, exports, photos, Shapefiles; none: "
                      "the geodetic data in use");
   const auto storeGap = [options](const std::string& text) {
-    const auto seconds = Decimal(text);
+    const auto seconds = kv::FiniteNumber(text);
     if (!seconds || *seconds <= 0) throw CLI::ValidationError("--max-gap", "must be a positive number of seconds");
     options->maxGap = *seconds;
   };

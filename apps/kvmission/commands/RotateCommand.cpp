@@ -21,8 +21,9 @@
 #include "mission/MissionFolder.h"
 #include "photos/PhotoFolder.h"
 #include "photos/PhotoRotation.h"
+#include "platform/FileNames.h"
 #include "platform/System.h"
-#include "text/CarefulNumbers.h"
+#include "text/Numbers.h"
 
 namespace kv::mission {
 namespace {
@@ -166,7 +167,7 @@ void AddRotateCommand(CLI::App& app, int& exitCode) {
   command.add_option("MISSION", options->mission, "mission folder")->type_name("FOLDER")->required();
   command.add_option("--camera", options->camera, "whose photos")->check(CLI::IsMember({1, 2}))->required();
   const auto storeAngle = [options](const std::string& text) {
-    const auto angle = Decimal(text);
+    const auto angle = kv::FiniteNumber(text);
     if (!angle || std::fmod(*angle, 360.0) == 0)
       throw CLI::ValidationError("--angle", "must be a number of degrees that turns something");
     options->angle = *angle;

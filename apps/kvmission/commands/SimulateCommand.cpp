@@ -15,10 +15,10 @@
 #include "base/Log.h"
 #include "base/Progress.h"
 #include "commands/Commands.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 #include "simulation/MissionTime.h"
 #include "simulation/SimulatedMission.h"
-#include "text/CarefulNumbers.h"
+#include "text/Numbers.h"
 
 namespace {
 
@@ -76,10 +76,10 @@ void ReadStart(const Arguments& arguments, MissionOptions& mission) {
 }
 
 void ReadSeed(const Arguments& arguments, MissionOptions& mission) {
-  const auto seed = kv::mission::WholeNumber<std::uint64_t>(arguments.seed);
-  if (!seed || arguments.seed[0] == '+')
+  const std::string& text = arguments.seed;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), mission.seed);
+  if (error != std::errc() || end != text.data() + text.size())
     throw CLI::ValidationError("--seed", "not a whole number from 0 to 2^64 - 1: " + arguments.seed);
-  mission.seed = *seed;
 }
 
 MissionOptions ReadOptions(const Arguments& arguments) {
@@ -101,17 +101,16 @@ MissionOptions ReadOptions(const Arguments& arguments) {
 void CheckFolder(const std::filesystem::path& folder, bool overwrite) {
   if (folder.empty()) throw Failure("a folder for the mission is missing", ExitCode::WrongUsage);
   if (!std::filesystem::exists(folder)) return;
-  if (!std::filesystem::is_directory(folder))
-    throw Failure(kv::mission::Utf8(folder) + ": is no folder", ExitCode::WrongUsage);
+  if (!std::filesystem::is_directory(folder)) throw Failure(kv::Utf8(folder) + ": is no folder", ExitCode::WrongUsage);
   if (overwrite || std::filesystem::is_empty(folder)) return;
-  throw Failure(kv::mission::Utf8(folder) + " is not empty; --overwrite replaces an earlier mission in it",
+  throw Failure(kv::Utf8(folder) + " is not empty; --overwrite replaces an earlier mission in it",
                 ExitCode::WrongUsage);
 }
 
 void PrintResult(const std::filesystem::path& folder, const std::vector<Exposure>& exposures) {
   const auto count = [&](auto condition) { return std::count_if(exposures.begin(), exposures.end(), condition); };
-  fmt::print("{}: {} exposures, {} photos, {} of them blurred, {} faults\n",
-             kv::mission::Visible(kv::mission::Utf8(folder)), exposures.size(), kv::simulation::CountPhotos(exposures),
+  fmt::print("{}: {} exposures, {} photos, {} of them blurred, {} faults\n", kv::mission::Visible(kv::Utf8(folder)),
+             exposures.size(), kv::simulation::CountPhotos(exposures),
              count([](const Exposure& e) { return e.blurred; }),
              count([](const Exposure& e) { return !e.fault.empty(); }));
 }
@@ -135,7 +134,7 @@ void Simulate(const Arguments& arguments) {
 /// Accepts numbers as the other commands do. CLI11 alone would also take "nan".
 CLI::Validator InRange(double least, double most) {
   const auto check = [=](const std::string& text) {
-    const auto number = kv::mission::Decimal(text);
+    const auto number = kv::FiniteNumber(text);
     const bool holds = number && *number >= least && *number <= most;
     return holds ? std::string() : fmt::format("not a number from {} to {}: {}", least, most, text);
   };

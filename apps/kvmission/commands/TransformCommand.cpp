@@ -16,7 +16,7 @@
 #include "mission/Layers.h"
 #include "mission/TargetSystem.h"
 #include "mission/inputs/LineWriter.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 #include "report/PosReport.h"
 #include "report/PosRows.h"
 #include "text/TextCase.h"

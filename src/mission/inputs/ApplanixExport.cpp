@@ -8,10 +8,10 @@
 
 #include "base/Failure.h"
 #include "mission/inputs/PostProcessed.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 #include "readers/LineReader.h"
 #include "readers/PosLine.h"
-#include "text/LineTokens.h"
+#include "text/Blanks.h"
 
 namespace kv::mission {
 namespace {

@@ -1,16 +1,17 @@
 #include "mission/inputs/ClockedOrientation.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <iterator>
 #include <utility>
 
 #include "mission/inputs/EventFile.h"
 #include "mission/inputs/LineWriter.h"
-#include "platform/System.h"
 #include "readers/LineReader.h"
-#include "text/CarefulNumbers.h"
-#include "text/LineTokens.h"
+#include "text/Blanks.h"
+#include "text/Numbers.h"
+#include "text/Tokens.h"
 
 namespace kv::mission {
 namespace {
@@ -45,8 +46,9 @@ LineNumbers ClockedOrientation::Readings() const {
 ClockedOrientation ReadStamps(const std::filesystem::path& path, OrientationFile& file) {
   ClockedOrientation clocked;
   auto& records = clocked.records;
-  LineReader reader(path);
-  for (std::string_view line; reader.NextOfText(line);) {
+  std::array<std::string_view, 1> tick;
+  LineReader reader(path, CtrlZ::EndsText);
+  for (std::string_view line; reader.Next(line);) {
     if (++file.lines == 1) line = WithoutByteOrderMark(line);
     const EventLine event = ParseEventLine(line);
     if (event.kind == EventKind::Heartbeat) {
@@ -54,7 +56,8 @@ ClockedOrientation ReadStamps(const std::filesystem::path& path, OrientationFile
     } else if (event.kind == EventKind::FaultyHeartbeat) {
       file.faultyHeartbeats.push_back(file.lines);
     } else if (ClassifyOrientation(line) == OrientationLine::Clocked) {
-      records.push_back({file.lines, *Integer(Tokens(line, ",")[0]), 0, std::nullopt});
+      Tokenise(line, Delimiters(","), tick);
+      records.push_back({file.lines, *WholeInteger(tick[0]), 0, std::nullopt});
     } else if (!WithoutBlanks(line).empty()) {
       file.skipped.push_back(file.lines);
     }
@@ -70,11 +73,11 @@ ClockedOrientation ReadStamps(const std::filesystem::path& path, OrientationFile
 
 void CopyClocked(const std::filesystem::path& path, const std::filesystem::path& copy,
                  const ClockedOrientation& clocked) {
-  LineReader reader(path);
+  LineReader reader(path, CtrlZ::EndsText);
   LineWriter writer(copy);
   std::size_t number = 0;
   auto record = clocked.records.begin();
-  for (std::string_view line; record != clocked.records.end() && reader.NextOfText(line);) {
+  for (std::string_view line; record != clocked.records.end() && reader.Next(line);) {
     if (++number != record->line) continue;
     const std::size_t behindTick = line.find(',', line.find_first_not_of(','));
     const std::string_view rest = line.substr(std::min(behindTick, line.size()));

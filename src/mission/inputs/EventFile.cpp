@@ -10,9 +10,10 @@
 #include "base/Failure.h"
 #include "base/Progress.h"
 #include "mission/inputs/LineWriter.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 #include "readers/LineReader.h"
-#include "text/CarefulNumbers.h"
+#include "text/Blanks.h"
+#include "text/Numbers.h"
 
 namespace kv::mission {
 namespace {
@@ -20,7 +21,6 @@ namespace {
 constexpr double kTickRange = 4294967296;          // of the counter
 constexpr std::int64_t kFillerStep = 500'000'000;  // ticks between the lines that bridge an outage
 constexpr double kMostFillers = 1e6;               // in one outage
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::size_t kHeartbeatLength = 12;
 constexpr int kLargestCamera = 10;
 
@@ -46,7 +46,7 @@ std::optional<Instant> HeartbeatTime(std::string_view code) {
 }
 
 std::vector<EventRecord> ReadRecords(const std::filesystem::path& path, const Log& messages, EventLog& log) {
-  LineReader reader(path);
+  LineReader reader(path, CtrlZ::IsText);
   std::vector<EventRecord> records;
   Progress progress(messages.ShowsProgress(), "reading events", "lines");
   for (std::string_view line; reader.Next(line); progress.Step(reader.BytesRead(), reader.FileSize())) {
@@ -56,7 +56,7 @@ std::vector<EventRecord> ReadRecords(const std::filesystem::path& path, const Lo
     if (event.kind == EventKind::Other && !event.isBlank) log.skipped.push_back(log.lines);
     if (event.kind == EventKind::Heartbeat) records.push_back({log.lines, event.tick, 0, event.time});
     if (event.kind == EventKind::CameraEvent)
-      records.push_back({log.lines, event.tick, *Integer(event.code), std::nullopt});
+      records.push_back({log.lines, event.tick, *WholeInteger(event.code), std::nullopt});
   }
   return records;
 }
@@ -203,17 +203,15 @@ void ClearTimesNotKnown(const std::vector<EventRecord>& records, EventLog& log) 
   }
 }
 
-std::string_view TrimEnd(std::string_view line) { return line.substr(0, line.find_last_not_of(" \t\r") + 1); }
-
 }  // namespace
 
 EventLine ParseEventLine(std::string_view line) {
   EventLine event;
-  line = TrimEnd(line);
+  line = WithoutTrailingBlanks(line);
   event.isBlank = line.empty();
-  const auto tick = Integer(TakeToken(line));
+  const auto tick = WholeInteger(TakeToken(line));
   event.code = TakeToken(line);
-  const auto code = Integer(event.code);
+  const auto code = WholeInteger(event.code);
   if (!tick || !code) return event;
   event.tick = *tick;
   if (*code <= kLargestCamera) {
@@ -223,10 +221,6 @@ EventLine ParseEventLine(std::string_view line) {
     event.kind = event.time ? EventKind::Heartbeat : EventKind::FaultyHeartbeat;
   }
   return event;
-}
-
-std::string_view WithoutByteOrderMark(std::string_view text) {
-  return text.substr(text.substr(0, kByteOrderMark.size()) == kByteOrderMark ? kByteOrderMark.size() : 0);
 }
 
 EventLog ReadEvents(const std::filesystem::path& path, const std::filesystem::path& scratch, Log& log) {

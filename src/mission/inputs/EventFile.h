@@ -34,9 +34,6 @@ struct EventLine {
 /// The kind that the event reader will see in a line without the blanks at its end.
 EventLine ParseEventLine(std::string_view line);
 
-/// Editors put a byte order mark before UTF-8 text.
-std::string_view WithoutByteOrderMark(std::string_view text);
-
 struct EventLog {
   std::size_t lines = 0;
   // What was left out, by line number, from 1.

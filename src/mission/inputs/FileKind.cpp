@@ -10,6 +10,7 @@
 #include "readers/LineReader.h"
 #include "readers/NmeaSentence.h"
 #include "readers/PosLine.h"
+#include "text/Blanks.h"
 
 namespace kv::mission {
 namespace {

@@ -10,8 +10,9 @@
 #include "base/LineNumbers.h"
 #include "base/Progress.h"
 #include "mission/inputs/LineWriter.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 #include "readers/LineReader.h"
+#include "text/Blanks.h"
 
 namespace kv::mission {
 namespace {
@@ -31,8 +32,6 @@ std::size_t CountFields(std::string_view line) {
   return count;
 }
 
-bool IsBlank(std::string_view line) { return line.find_first_not_of(" \t\r") == std::string_view::npos; }
-
 /// What the lines tell of the entries before the scan.
 struct Entries {
   LineNumbers lines;
@@ -42,10 +41,10 @@ struct Entries {
 /// Copies the lines that the scan takes, and looks at them as it will.
 Entries CopyLines(const fs::path& path, const fs::path& copy, const Log& messages, HousekeepingLog& log) {
   Entries entries;
-  LineReader reader(path);
+  LineReader reader(path, CtrlZ::EndsText);
   LineWriter writer(copy);
   Progress progress(messages.ShowsProgress(), "reading the log", "lines");
-  for (std::string_view line; reader.NextOfText(line); progress.Step(reader.BytesRead(), reader.FileSize())) {
+  for (std::string_view line; reader.Next(line); progress.Step(reader.BytesRead(), reader.FileSize())) {
     if (line.size() > kLongestLine) {
       log.cutAtLine = log.lines + 1;
       break;
@@ -55,7 +54,7 @@ Entries CopyLines(const fs::path& path, const fs::path& copy, const Log& message
       entries.lines.push_back(log.lines);
       entries.numbers.push_back(FindNumbers(line));
     } else {
-      log.skipped += !IsBlank(line);
+      log.skipped += !WithoutBlanks(line).empty();
     }
     (writer.Text() += line) += "\r\n";  // a CR before them is the line's own
     writer.LineDone();

@@ -6,7 +6,7 @@
 #include <system_error>
 
 #include "base/Failure.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 
 namespace kv::mission {
 namespace {
@@ -17,7 +17,7 @@ namespace {
 
 }  // namespace
 
-LineWriter::LineWriter(const std::filesystem::path& path) : path_(path), file_(OpenBinary(path, "wb")) {
+LineWriter::LineWriter(const std::filesystem::path& path) : path_(path), file_(OpenNative(path, "wb")) {
   if (!file_) FailWriting(path_);
 }
 

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <string>
 
-#include "readers/LineReader.h"
+#include "platform/FileNames.h"
 
 namespace kv::mission {
 

@@ -3,7 +3,7 @@
 #include "base/Progress.h"
 #include "mission/inputs/LineWriter.h"
 #include "readers/LineReader.h"
-#include "text/CarefulNumbers.h"
+#include "text/Numbers.h"
 
 namespace kv::mission {
 namespace {
@@ -115,7 +115,7 @@ std::filesystem::path PieceOf(const std::filesystem::path& copy, std::size_t num
 }
 
 NmeaLog CopyFixes(const std::filesystem::path& log, const std::filesystem::path& copy, const Log& messages) {
-  LineReader reader(log);
+  LineReader reader(log, CtrlZ::IsText);
   Pieces pieces(copy);
   Progress progress(messages.ShowsProgress(), "reading trajectory", "lines");
   Triage triage(pieces);

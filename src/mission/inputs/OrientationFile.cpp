@@ -5,18 +5,19 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <span>
 #include <tuple>
 #include <utility>
 
 #include "base/Failure.h"
 #include "mission/inputs/ClockedOrientation.h"
-#include "mission/inputs/EventFile.h"
 #include "mission/inputs/FileKind.h"
 #include "mission/inputs/LineWriter.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 #include "readers/LineReader.h"
-#include "text/CarefulNumbers.h"
-#include "text/LineTokens.h"
+#include "text/Blanks.h"
+#include "text/Numbers.h"
+#include "text/Tokens.h"
 
 namespace kv::mission {
 namespace {
@@ -44,20 +45,18 @@ bool IsDated(std::string_view token) {
 bool AreReadings(std::span<const std::string_view> tokens) {
   if (tokens.size() < kReadings) return false;
   const auto decimals = tokens.first(kReadings - kStates), states = tokens.subspan(kReadings - kStates, kStates);
-  const auto isDecimal = [](std::string_view token) { return WholeNumber<double>(WithoutBlanks(token)).has_value(); };
-  const auto isWhole = [](std::string_view token) {
-    return WholeNumber<std::int32_t>(WithoutBlanks(token)).has_value();
-  };
+  const auto isDecimal = [](std::string_view token) { return WholeDouble(WithoutBlanks(token)).has_value(); };
+  const auto isWhole = [](std::string_view token) { return WholeInteger32(WithoutBlanks(token)).has_value(); };
   return std::all_of(decimals.begin(), decimals.end(), isDecimal) && std::all_of(states.begin(), states.end(), isWhole);
 }
 
 /// Writes the readings with a date.
 /// @return their lines
 LineNumbers CopyDated(const std::filesystem::path& path, const std::filesystem::path& copy, OrientationFile& file) {
-  LineReader reader(path);
+  LineReader reader(path, CtrlZ::EndsText);
   LineWriter writer(copy);
   LineNumbers lines;
-  for (std::string_view line; reader.NextOfText(line);) {
+  for (std::string_view line; reader.Next(line);) {
     if (++file.lines == 1) line = WithoutByteOrderMark(line);
     if (ClassifyOrientation(line) == OrientationLine::Dated) {
       lines.push_back(file.lines);
@@ -123,12 +122,13 @@ void WarnOfLines(const OrientationFile& file, Log& log) {
 }  // namespace
 
 OrientationLine ClassifyOrientation(std::string_view line) {
-  const Tokens tokens(line, ",");
+  std::array<std::string_view, kDateAtMost + 1 + kReadings> buffer;
+  const std::span<const std::string_view> tokens = Tokenise(line, Delimiters(","), buffer);
   for (std::size_t place = 0; place <= kDateAtMost && place + 1 < tokens.size(); ++place) {
     if (IsDated(tokens[place]))
-      return AreReadings(tokens.From(place + 1)) ? OrientationLine::Dated : OrientationLine::None;
+      return AreReadings(tokens.subspan(place + 1)) ? OrientationLine::Dated : OrientationLine::None;
   }
-  const bool isClocked = tokens.size() > kReadings && Integer(tokens[0]) && AreReadings(tokens.From(1));
+  const bool isClocked = tokens.size() > kReadings && WholeInteger(tokens[0]) && AreReadings(tokens.subspan(1));
   return isClocked ? OrientationLine::Clocked : OrientationLine::None;
 }
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "mission/inputs/EventFile.h"
+#include "text/Blanks.h"
 
 namespace kv::mission {
 namespace {
@@ -44,14 +44,14 @@ void PosFile::Append(const PosFile& next) {
 }
 
 PosReader::PosReader(const std::filesystem::path& path, const Log& messages)
-    : reader_(path), progress_(messages.ShowsProgress(), "reading the POS file", "lines") {}
+    : reader_(path, CtrlZ::EndsText), progress_(messages.ShowsProgress(), "reading the POS file", "lines") {}
 
 bool PosReader::Take(std::size_t count, PosLines& lines) {
   constexpr std::size_t kManyBytes = 4 * 1024 * 1024;
   lines.text.clear();
   lines.before = given_;
   const auto isFull = [&] { return given_ - lines.before == count || lines.text.size() >= kManyBytes; };
-  for (std::string_view line; !isFull() && reader_.NextOfText(line);) {
+  for (std::string_view line; !isFull() && reader_.Next(line);) {
     lines.text += given_ == 0 ? WithoutByteOrderMark(line) : line;
     lines.text += line.ends_with('\r') ? "\r\n" : "\n";  // the line keeps its CR where the scan takes one away
     ++given_;

@@ -3,8 +3,6 @@
 #include <cmath>
 #include <utility>
 
-#include "platform/System.h"
-
 namespace kv::mission {
 namespace {
 

@@ -4,7 +4,8 @@
 #include <array>
 
 #include "mission/inputs/HousekeepingLog.h"
-#include "text/CarefulNumbers.h"
+#include "text/Blanks.h"
+#include "text/Numbers.h"
 
 namespace kv::mission {
 namespace {
@@ -26,11 +27,7 @@ constexpr std::array<ReadingKind, 7> kReadingKinds{{
     {{"batteryPercent", "battery charge in percent"}, L"POWER Event", &tagKVLogEvent::BatPercent, 0},
 }};
 
-std::string_view Trimmed(std::string_view field) {
-  constexpr std::string_view kBlanks = " \t\v\f\r\x85\xA0";
-  field.remove_prefix(std::min(field.find_first_not_of(kBlanks), field.size()));
-  return field.substr(0, field.find_last_not_of(kBlanks) + 1);
-}
+constexpr std::string_view kFieldBlanks = " \t\v\f\r\x85\xA0";
 
 }  // namespace
 
@@ -50,7 +47,7 @@ NumberFields FindNumbers(std::string_view line) {
   for (std::size_t place = 0; place < numbers.size(); ++place) {
     line = line.substr(0, line.find_last_not_of(',') + 1);  // empty fields are none
     const std::size_t begin = line.find_last_of(',') + 1;
-    numbers[place] = Decimal(Trimmed(line.substr(begin))).has_value();
+    numbers[place] = FiniteNumber(WithoutBlanks(line.substr(begin), kFieldBlanks)).has_value();
     line = line.substr(0, begin);
   }
   return numbers;

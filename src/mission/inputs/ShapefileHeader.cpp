@@ -5,7 +5,6 @@
 #include <string>
 #include <utility>
 
-#include "platform/System.h"
 #include "readers/LineReader.h"
 
 namespace kv::mission {

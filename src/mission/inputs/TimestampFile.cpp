@@ -7,13 +7,13 @@
 #include <string>
 
 #include "base/Failure.h"
-#include "mission/inputs/EventFile.h"
 #include "mission/inputs/LineWriter.h"
 #include "photos/PhotoFolder.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 #include "readers/LineReader.h"
-#include "text/CarefulNumbers.h"
-#include "text/LineTokens.h"
+#include "text/Blanks.h"
+#include "text/Numbers.h"
+#include "text/Tokens.h"
 
 namespace kv::mission {
 namespace {
@@ -37,9 +37,9 @@ std::string_view WithoutMarks(std::string_view stem) {
 }
 
 void CopyExposures(const fs::path& path, const fs::path& copy, DroneTimestamps& timestamps) {
-  LineReader reader(path);
+  LineReader reader(path, CtrlZ::EndsText);
   LineWriter writer(copy);
-  for (std::string_view line; reader.NextOfText(line);) {
+  for (std::string_view line; reader.Next(line);) {
     if (++timestamps.lines == 1) line = WithoutByteOrderMark(line);
     const auto number = line.size() <= kLongestLine ? ExposureNumber(line) : std::nullopt;
     if (!number) {
@@ -90,16 +90,16 @@ void WarnOfSkipped(const LineNumbers& skipped, Log& log) {
 }  // namespace
 
 std::optional<std::int32_t> ExposureNumber(std::string_view line) {
-  const Tokens tokens(line, "\t, ");
-  if (tokens.size() < kFewestTokens) return std::nullopt;
+  std::array<std::string_view, kFewestTokens> tokens;
+  if (Tokenise(line, Delimiters("\t, "), tokens).size() < kFewestTokens) return std::nullopt;
   std::string digits(tokens[kWeekAt]);
   std::erase_if(digits, [](char c) { return c == '[' || c == ']'; });
-  const auto week = WholeNumber<std::int32_t>(digits);
+  const auto week = WholeInteger32(digits);
   const bool isInRange = std::all_of(kRanges.begin(), kRanges.end(), [&](const Range& range) {
-    const auto value = Decimal(tokens[range.place]);
+    const auto value = FiniteNumber(tokens[range.place]);
     return value && *value >= range.least && *value <= range.greatest;
   });
-  return isInRange && week && *week >= 0 && *week <= kLastWeek ? WholeNumber<std::int32_t>(tokens[0]) : std::nullopt;
+  return isInRange && week && *week >= 0 && *week <= kLastWeek ? WholeInteger32(tokens[0]) : std::nullopt;
 }
 
 std::optional<std::int32_t> PhotoNumber(std::string_view name) {
@@ -107,7 +107,7 @@ std::optional<std::int32_t> PhotoNumber(std::string_view name) {
   std::size_t begin = numbered.size();
   while (begin > 0 && IsDigit(numbered[begin - 1])) --begin;
   if (begin > 0 && !IsSeparator(numbered[begin - 1])) return std::nullopt;
-  return WholeNumber<std::int32_t>(numbered.substr(begin));
+  return WholeInteger32(numbered.substr(begin));
 }
 
 DroneTimestamps ReadDroneTimestamps(const fs::path& path, const std::optional<fs::path>& photos,

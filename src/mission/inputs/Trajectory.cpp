@@ -8,7 +8,7 @@
 #include <stdexcept>
 
 #include "base/Failure.h"
-#include "platform/System.h"
+#include "platform/FileNames.h"
 
 namespace kv::mission {
 namespace {
