@@ -2,17 +2,17 @@
 
 #include <array>
 
-/// A line of the table: a peer's median figure over ours in the same run.
+/// A line of the table: the ratio of a peer's median figure to ours in one run.
 struct Comparison {
   int row;
   const char* what;
   const char* peerName;
-  const char* peer;  // benchmark that gives the peer's figure, or that of a limit
+  const char* peer;  // benchmark that gives the peer's figure or a limit
   const char* ours;  // benchmark that gives ours
   double goal;       // the smallest ratio that meets the goal
 };
 
-/// Figures are seconds of one call; a benchmark with a counter "bytes" or "seconds" gives that instead.
+/// Figures are seconds per call; a counter "bytes" or "seconds" of a benchmark replaces them.
 inline constexpr auto kComparisons = std::to_array<Comparison>({
     {1, "scan 1,000,000 GGA lines", "getline + strtod", "ScanByGetline", "ScanTrajectory", 4},
     {1, "scan 1,000,000 GGA lines", "wide tokens + stod", "ScanByWideTokens", "ScanTrajectory", 8},

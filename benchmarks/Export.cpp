@@ -22,7 +22,7 @@ const std::vector<tagKVTrajectoryObs>& Trajectory() {
   return trajectory;
 }
 
-// Writes the layer by the library; files of this folder are what the peers start from.
+// Writes the layer with the library; the peers start from these files.
 void ExportTo(const fs::path& path) {
   std::wstring error;
   if (!KVUtilities::ExportTrajectoryPointShapefile(kv::WidePath(path), Trajectory(), error)) std::abort();
@@ -63,7 +63,7 @@ void ExportPointsByOgr(benchmark::State& state) {
 }
 BENCHMARK(ExportPointsByOgr)->UseRealTime()->Iterations(1);
 
-// The same bytes in blocks of a mebibyte.
+// Writes equally large files in blocks of 1 MiB.
 void WriteTheSameBytes(benchmark::State& state) {
   const ScratchFolder folder;
   ExportTo(folder / "points.shp");

@@ -30,17 +30,17 @@ std::vector<double> TimesOffTheTrajectory() {
 }
 
 template <class Event>
-std::vector<Event> EventsAt(const std::vector<double>& times) {
+void Locate(benchmark::State& state, const std::vector<double>& times,
+            bool (*populate)(std::vector<Event>&, std::vector<tagKVTrajectoryObs>&, std::wstring&)) {
+  auto trajectory = Trajectory();
   std::vector<Event> events(times.size());
   for (std::size_t i = 0; i < times.size(); ++i) events[i].AdjGpsSec = times[i];
-  return events;
+  std::wstring error;
+  for (auto _ : state) populate(events, trajectory, error);
 }
 
 void LocateEvents(benchmark::State& state) {
-  auto trajectory = Trajectory();
-  auto events = EventsAt<tagKVSystemEvent>(EventTimes());
-  std::wstring error;
-  for (auto _ : state) KVUtilities::PopulateSystemEventLocationsUsingTrajectory(events, trajectory, error);
+  Locate(state, EventTimes(), KVUtilities::PopulateSystemEventLocationsUsingTrajectory);
 }
 BENCHMARK(LocateEvents);
 
@@ -53,10 +53,7 @@ void LocateEventsLiterally(benchmark::State& state) {
 BENCHMARK(LocateEventsLiterally)->Iterations(1);
 
 void LocateLogEventsOff(benchmark::State& state) {
-  auto trajectory = Trajectory();
-  auto events = EventsAt<tagKVLogEvent>(TimesOffTheTrajectory());
-  std::wstring error;
-  for (auto _ : state) KVUtilities::PopulateLogEventLocationsUsingTrajectory(events, trajectory, error);
+  Locate(state, TimesOffTheTrajectory(), KVUtilities::PopulateLogEventLocationsUsingTrajectory);
 }
 BENCHMARK(LocateLogEventsOff);
 

@@ -13,7 +13,7 @@
 #include <malloc.h>
 #endif
 
-/// A folder for a benchmark's files, gone with the object.
+/// A folder for a benchmark's files. The destructor removes it.
 class ScratchFolder {
  public:
   ScratchFolder() { std::filesystem::create_directories(path_); }
@@ -31,28 +31,27 @@ class ScratchFolder {
       std::filesystem::temp_directory_path() / ("kvutilities-benchmark-" + std::to_string(std::random_device()()));
 };
 
-/// Runs a shell command without its output.
-/// @return false when it failed or is not installed
+/// Runs a shell command and discards its output.
+/// @return false when it fails or is not installed
 inline bool RunsQuietly(const std::string& command) {
   return std::system(("( " + command + " ) > /dev/null 2>&1").c_str()) == 0;
 }
 
-/// How the reasons begin why something cannot be measured on a machine. What ends with any other reason has failed.
+/// Prefix of the reasons why something cannot be measured on this machine. Any other reason is a failure.
 inline constexpr std::string_view kSkipped = "skipped: ";
 
 inline void Skip(benchmark::State& state, const std::string& reason) {
   state.SkipWithError((std::string(kSkipped) + reason).c_str());
 }
 
-/// @return whether a program is installed; else the benchmark is skipped
+/// Skips the benchmark if a program is missing. @return whether it is installed
 inline bool HasProgram(const std::string& program, benchmark::State& state) {
   const bool isInstalled = RunsQuietly("command -v " + program);
   if (!isInstalled) Skip(state, program + " is not installed");
   return isInstalled;
 }
 
-/// Bytes of resident memory that a call needs at its peak, beyond what is resident before it. Linux alone counts them;
-/// 0 elsewhere.
+/// Peak of resident memory during a call, in bytes above the level before it. 0 except on Linux.
 template <class Call>
 double PeakBytes(Call call) {
   const auto statusBytes = [](const std::string& key) {

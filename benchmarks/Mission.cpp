@@ -28,7 +28,7 @@ double SecondsOf(Call call) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-/// A simulated mission of two cameras and what `run` makes of it.
+/// A simulated mission of two cameras and the results of `run`.
 class Mission {
  public:
   explicit Mission(const std::string& options) {
@@ -57,7 +57,7 @@ class Mission {
     }
   }
 
-  /// Writes as many bytes as the results have, each to a file of its own.
+  /// Writes files as large as the results.
   void WriteResults() const {
     fs::create_directories(folder_ / "copy");
     for (const auto& result : fs::directory_iterator(folder_ / "out")) {
@@ -103,8 +103,7 @@ struct Shares {
   double run = 0, decoding = 0, writing = 0;  // seconds
 };
 
-// Half of the photos are decoded before the run and half after it, so that a machine that becomes faster or slower does
-// so for both.
+// Decodes half of the photos before the run and half after it, so that a change in the machine's speed affects both.
 Shares MeasureShares() {
   const Mission& mission = HourOfMission();
   const std::size_t photos = mission.Photos().size();

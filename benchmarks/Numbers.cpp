@@ -20,7 +20,7 @@ struct ColumnOfNumbers {
   double least, largest;
 };
 
-// Tokens in turn as lines have them, one behind the other in memory: the column decides the shape of a number.
+// Tokens in the order of a file's lines, contiguous in memory; the column decides a number's format.
 class Tokens {
  public:
   explicit Tokens(std::initializer_list<ColumnOfNumbers> columns) {

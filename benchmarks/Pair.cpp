@@ -35,7 +35,7 @@ Sample OneExposureEveryTwoSeconds() {
   return sample;
 }
 
-// Time of the batch alone: what goes in is copied outside of it.
+// Times only the batch: its input is copied while the timer is paused.
 void PairByTime(benchmark::State& state) {
   const Sample sample = OneExposureEveryTwoSeconds();
   std::wstring error;

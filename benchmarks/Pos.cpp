@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 constexpr int kSamples = 1'000'000;
 
-// UTM 33 and heights on EGM96; cct and cs2cs are told the same in their own ways.
+// UTM 33 and heights on EGM96, expressed for each program.
 constexpr const char* kTransform =
     KVMISSION_PROGRAM " transform --target EPSG:32633+5773 --quiet --overwrite --output ours.xyz samples.pos";
 constexpr const char* kCct =
@@ -27,8 +27,7 @@ constexpr const char* kCct =
     "+step +proj=utm +zone=33 +ellps=WGS84 samples.pos";
 constexpr const char* kCs2cs = "cs2cs -f %.6f EPSG:4979 EPSG:32633+5773 places";
 
-// A POS file of places anywhere around the zone, and its columns of latitude, longitude and height, which is what cs2cs
-// reads.
+// A POS file of random places around the zone, and for cs2cs a file of its latitude, longitude and height.
 class Samples {
  public:
   Samples() {
@@ -45,7 +44,7 @@ class Samples {
     }
   }
 
-  /// Runs a command among the files and keeps what it prints in one of that name.
+  /// Runs a command in the folder and writes its output to the file `printed`.
   bool Run(const std::string& command, const char* printed) const {
     return std::system(("cd '" + Path("") + "' && " + command + " > " + printed + " 2> /dev/null").c_str()) == 0;
   }
@@ -64,7 +63,7 @@ const Samples& AllSamples() {
 
 using Place = std::array<double, 3>;
 
-// The coordinates that a line begins with.
+// Reads the coordinates at the start of a line.
 bool ReadPlace(std::ifstream& lines, Place& place) {
   std::string line;
   if (!std::getline(lines, line)) return false;
@@ -77,7 +76,7 @@ bool ReadPlace(std::ifstream& lines, Place& place) {
   return true;
 }
 
-// Of our coordinates and a peer's, in metres; infinite when they are not of as many places.
+// Largest difference between our coordinates and a peer's, in metres; infinite if one file has fewer places.
 double LargestDifference(const char* peersResult) {
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
   std::ifstream ours(AllSamples().Path("ours.xyz")), peers(AllSamples().Path(peersResult));
@@ -101,7 +100,7 @@ void TransformPos(benchmark::State& state) {
 }
 BENCHMARK(TransformPos)->UseRealTime()->Iterations(1);
 
-// What is faster because it is less exact would be no peer: the coordinates are compared.
+// Also compares the coordinates: a peer that is faster because it is less exact does not count.
 void TransformBy(benchmark::State& state, const char* name, const char* command) {
   constexpr double kTenthOfMillimetre = 1e-4;
   if (!HasProgram(name, state)) return;

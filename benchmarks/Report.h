@@ -8,17 +8,17 @@
 
 #include "Comparisons.h"
 
-/// What the benchmarks have measured so far, by their names.
+/// The benchmarks' measurements so far, by name.
 class Figures : public benchmark::BenchmarkReporter {
  public:
   bool ReportContext(const Context&) override { return true; }
   void ReportRuns(const std::vector<Run>& runs) override;
 
-  /// Whether a further run would tell nothing new: it takes long, or cannot be done here.
+  /// Whether further runs are useless, because one takes long or cannot be done here.
   bool IsSettled(const std::string& name) const;
 
   bool IsMemory(const std::string& name) const { return memory_.contains(name); }
-  /// Why there is no figure; empty when there is one. What cannot be measured here begins with `kSkipped`.
+  /// Why there is no figure; empty when there is one. Begins with `kSkipped` if it cannot be measured here.
   std::string WhyNone(const std::string& name) const;
   double Median(const std::string& name) const;
 
@@ -28,6 +28,6 @@ class Figures : public benchmark::BenchmarkReporter {
   std::map<std::string, bool> memory_;
 };
 
-/// Prints the comparisons of which there are figures as a table, and writes them as JSON when a file is named.
-/// @return whether nothing failed, and all goals that can be measured here were met
+/// Prints the comparisons as a table and, if a file is named, writes them as JSON.
+/// @return whether nothing failed and all goals that can be measured here were met
 bool Report(const std::vector<Comparison>& comparisons, const Figures& figures, const std::string& jsonFile);

@@ -13,7 +13,7 @@
 
 namespace {
 
-// Fields and roads, so to speak: soft waves, edges and the grain of a sensor.
+// A scene of soft waves, edges and sensor grain.
 cv::Mat Scene(int columns, int rows) {
   cv::Mat scene(rows, columns, CV_8UC3);
   cv::theRNG().state = 1;
@@ -28,7 +28,7 @@ cv::Mat Scene(int columns, int rows) {
   return scene;
 }
 
-// A photo in memory and on the disk.
+// A photo in memory and on disk.
 class Photo {
  public:
   Photo(int columns, int rows) : pixels_(Scene(columns, rows)) { cv::imwrite(path_.string(), pixels_); }
@@ -65,7 +65,7 @@ double GradePixelsInOneShot(const Photo& photo) { return baseline::SharpnessOf(p
 
 template <GetPhoto kPhoto, double (*kGrade)(const Photo&)>
 void Time(benchmark::State& state) {
-  const Photo& photo = kPhoto();  // made outside of the time that counts
+  const Photo& photo = kPhoto();  // made before the timer starts
   for (auto _ : state) benchmark::DoNotOptimize(kGrade(photo));
 }
 

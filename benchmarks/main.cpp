@@ -18,7 +18,7 @@ void Measure(const std::string& name, Figures& figures) {
   benchmark::RunSpecifiedBenchmarks(&figures, "^" + name + "(/iterations:[0-9]+)?(/real_time)?$");
 }
 
-// Peers and ours in turn, so that a machine that is slower for a while is slower for all of them.
+// Measures peers and ours in turn, so that a temporary slowdown of the machine affects all of them.
 void MeasureInTurn(const std::vector<Comparison>& comparisons, int rounds, Figures& figures) {
   std::set<int> rows;
   for (const Comparison& comparison : comparisons) rows.insert(comparison.row);

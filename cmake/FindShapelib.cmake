@@ -1,4 +1,4 @@
-# Finds shapelib, which ships no CMake package of its own everywhere. Defines Shapelib::Shapelib.
+# Finds shapelib, which does not ship a CMake package everywhere. Defines Shapelib::Shapelib.
 find_path(Shapelib_INCLUDE_DIR shapefil.h PATH_SUFFIXES libshp)
 find_library(Shapelib_LIBRARY NAMES shp shapelib)
 include(FindPackageHandleStandardArgs)

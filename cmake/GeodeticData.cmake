@@ -3,9 +3,9 @@
 # of their own, so that a grid can be put beside them. The installation includes this file again for kv_link_geodetic_data.
 cmake_policy(VERSION 3.25)
 
-# Links every file below a folder into another folder, which keeps what else it holds.
+# Links every file below a folder into another folder, whose other files stay.
 function(kv_link_files from to)
-  # Which files these are, only the installed package knows.
+  # The files depend on the installed package.
   file(GLOB_RECURSE files LIST_DIRECTORIES false RELATIVE "${from}" "${from}/*")
   foreach(file IN LISTS files)
     cmake_path(GET file PARENT_PATH subfolder)

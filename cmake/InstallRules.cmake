@@ -1,11 +1,25 @@
-# What a caller needs: the headers, the library, its geodetic data, the CMake package and the pkg-config file.
+# Installs what a caller needs: the headers, the libraries, the geodetic data, the CMake package and the pkg-config files.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/KVUtilities)
-install(TARGETS KVUtilities EXPORT KVUtilitiesTargets RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
-                                                      LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-                                                      ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(FILES include/KVUtilities.h include/KVRecords.h include/KVPlatform.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+set(libraries KVUtilities)
+set(headers include/KVUtilities.h include/KVRecords.h include/KVPlatform.h)
+# From the folder of the pkg-config files up to the prefix: as many steps as "lib/<architecture>/pkgconfig" has names.
+string(REGEX REPLACE "[^/]+" ".." KVUTILITIES_PC_TO_PREFIX "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+configure_file(cmake/kvutilities.pc.in kvutilities.pc @ONLY)
+set(pc_files ${PROJECT_BINARY_DIR}/kvutilities.pc)
+if(KVUTILITIES_BUILD_APPS)
+  list(APPEND libraries KVMission)
+  list(APPEND headers include/KVMission.h)
+  configure_file(cmake/kvmission.pc.in kvmission.pc @ONLY)
+  list(APPEND pc_files ${PROJECT_BINARY_DIR}/kvmission.pc)
+endif()
+
+install(TARGETS ${libraries} EXPORT KVUtilitiesTargets RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+                                                       LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+                                                       ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES ${pc_files} DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 kv_install_geodetic_data()
 install(EXPORT KVUtilitiesTargets NAMESPACE KVUtilities:: DESTINATION ${package_dir})
 
@@ -13,6 +27,3 @@ configure_package_config_file(cmake/KVUtilitiesConfig.cmake.in KVUtilitiesConfig
 write_basic_package_version_file(KVUtilitiesConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/KVUtilitiesConfig.cmake ${PROJECT_BINARY_DIR}/KVUtilitiesConfigVersion.cmake
         DESTINATION ${package_dir})
-
-configure_file(cmake/kvutilities.pc.in kvutilities.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/kvutilities.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,5 +1,5 @@
-# What every target of this project is compiled with. A function per target, not directory-wide flags, so that a project
-# that takes this one in keeps its own.
+# Compile options of every target of this project. They are set per target, so that a project which includes this one
+# keeps its own.
 function(kv_target_defaults target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden
@@ -23,7 +23,7 @@ function(kv_target_defaults target)
             -Wuseless-cast
             -Wnon-virtual-dtor
             $<$<BOOL:${KVUTILITIES_WERROR}>:-Werror>
-            # A product and a sum stay two roundings on every processor: results are defined to the last bit.
+            # Products and sums are rounded separately on every processor: results are defined to the last bit.
             -ffp-contract=off)
   if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
     target_compile_options(${target} PRIVATE -Wno-unknown-warning-option)

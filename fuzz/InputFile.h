@@ -3,12 +3,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 
-/// The fuzzer's bytes as a file, since readers take paths. One file per process.
-inline std::wstring InputFile(const std::uint8_t* data, std::size_t size) {
-  static const std::string path = [] {
+/// Writes the fuzzer's bytes to a file, since readers take paths. One file per process.
+inline const std::filesystem::path& InputFile(const std::uint8_t* data, std::size_t size) {
+  static const std::filesystem::path path = [] {
     std::string name = (std::filesystem::temp_directory_path() / "kvutilities-fuzz-XXXXXX").string();
     std::fclose(fdopen(mkstemp(name.data()), "wb"));
     return name;
@@ -16,5 +17,5 @@ inline std::wstring InputFile(const std::uint8_t* data, std::size_t size) {
   std::FILE* file = std::fopen(path.c_str(), "wb");
   std::fwrite(data, 1, size, file);
   std::fclose(file);
-  return {path.begin(), path.end()};
+  return path;
 }

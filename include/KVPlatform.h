@@ -91,7 +91,7 @@ class CStringW {
   friend bool operator!=(const CStringW& a, const wchar_t* b) noexcept { return !(a == b); }
   friend bool operator!=(const wchar_t* a, const CStringW& b) noexcept { return !(b == a); }
 
-  // By character values. Every pair of operands has its own: the conversion to a pointer would compare addresses.
+  // By character values. Every pair of operands needs an overload, or the conversion to a pointer compares addresses.
   friend bool operator<(const CStringW& a, const CStringW& b) noexcept { return a.View() < b.View(); }
   friend bool operator<(const CStringW& a, const wchar_t* b) noexcept { return a.View() < View(b); }
   friend bool operator<(const wchar_t* a, const CStringW& b) noexcept { return View(a) < b.View(); }

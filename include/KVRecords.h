@@ -1,8 +1,7 @@
 #pragma once
 /// @file
 /// The record types that the operations of `KVUtilities` exchange with their callers. Field order and types are part of
-/// the interface. A field is zero or empty until an operation fills it, unless a default stands beside
-/// it.
+/// the interface. A field is zero or empty until an operation fills it, unless it has another default.
 ///
 /// Units: angles in decimal degrees, north and east positive; heights in metres; `FILETIME` and `SYSTEMTIME` in UTC;
 /// `AdjGpsSec` in adjusted GPS seconds, that is GPS seconds since 1980-01-06 minus 1,000,000,000.
@@ -72,7 +71,7 @@ struct tagKVLogEvent {
   std::int32_t AOSSysError = 0;
 };
 
-/// One line of a POS file or of a post-processed trajectory export: numbers beside the texts they came from.
+/// One line of a POS file or of a post-processed trajectory export: numbers and the texts they were read from.
 struct tagKVPosEvent {
   CStringW GpsWeekText;
   CStringW GpsSecondsText;  ///< seconds of week
@@ -108,14 +107,14 @@ struct tagKVAosEvent {
   std::int32_t CalStat = 0;
   std::int32_t SysStat = 0;
   std::int32_t SysError = 0;
-  CStringW Desc;  ///< for the text of a line that is not a reading; empty, as the scans skip such lines
+  CStringW Desc;  ///< for the text of lines that are not readings; empty, since the scans skip them
 };
 
 /// One exposure station: two camera events paired in time, or a single one.
 ///
-/// The time and place of a pair are the middle of its events'. A pair may be of one camera; then too each event has a
-/// field of its own. A single event has its camera's field, and the station its time and place; the other field holds a
-/// placeholder of type 0 and camera -1 with the event's time, `AdjGpsSec` 0 and no position (0, 0, 0).
+/// A pair's time and place are the means of its events'. Each event has its own field even if both are of one camera. A
+/// single event is in its camera's field, and the station has its time and place; the other field holds a placeholder
+/// of type 0 and camera -1 with the event's time, `AdjGpsSec` 0 and the null position (0, 0, 0).
 struct tagKVExposureStation {
   double Latitude = 0.0;
   double Longitude = 0.0;
@@ -129,12 +128,12 @@ struct tagKVExposureStation {
 /// A coordinate system, as `KVUtilities::DescribeCoordinateSystem` finds it.
 struct tagKVCoordinateSystem {
   CStringW Name;
-  CStringW Wkt;                  ///< WKT1 where that has the words, else WKT2; a listed geoid grid is attached
-  CStringW EsriWkt;              ///< of the horizontal system, for a .prj; `Wkt` where ESRI's dialect has no words
+  CStringW Wkt;                  ///< WKT1 if that can express it, else WKT2; a listed geoid grid is attached
+  CStringW EsriWkt;              ///< of the horizontal system, for a .prj; `Wkt` if ESRI's dialect cannot express it
   bool IsGeographic = false;     ///< degrees, longitude first
   bool IsNorthingFirst = false;  ///< coordinates come with the northing, or southing, before the easting
   bool IsOrthometric = false;    ///< heights above a geoid
-  CStringW GeoidGrid;            ///< file of those heights; empty when none is known or it does not exist
+  CStringW GeoidGrid;            ///< file of the geoid; empty when unknown or missing
   double SemiMajorAxis = 0.0;    ///< of the ellipsoid, metres
 };
 

@@ -1,11 +1,11 @@
 #pragma once
 /// @file
-/// The library's whole face: one class of static operations, grouped by family.
+/// The library's public interface: one class of static operations, grouped by family.
 ///
 /// Operations keep no state between calls and may run in several threads at once on different data. An operation with
-/// an error text empties it on entry; after a failure it holds a fixed English sentence, where the operation has one. A
-/// text that stands in `error` beside a result of true is a report, not a failure. What is set for the whole process:
-/// photo batches switch OpenCV's optimised code on; `ScanKVPosFile`, `ScanKVPosText`, `TransformPosEvents` and
+/// an error text empties it on entry; after a failure it holds a fixed English sentence, if the operation has one. A
+/// text in `error` together with a result of true is a report, not a failure. Some settings hold for the whole process:
+/// photo batches switch OpenCV's optimised code on; `ScanKVPosFile`, `TransformPosEvents` and
 /// `DescribeCoordinateSystem` set the data folders and options of GDAL and PROJ.
 
 #include "KVPlatform.h"
@@ -15,25 +15,24 @@
 #include <cstdint>
 #include <map>
 #include <string>
-#include <string_view>
 #include <vector>
 
 class KVUTILITIES_API KVUtilities {
  public:
   // ---- Conversions ---------------------------------------------------------------------------------------------
 
-  /// The same 64 bits as a file time, and back.
+  /// Converts between 64-bit ticks and a file time.
   static FILETIME Int64ToFiletime(std::int64_t ticks);
   static std::int64_t FiletimeToInt64(FILETIME time);
 
   /// Moves a time by seconds, truncated toward zero to whole 100 ns ticks; negative seconds move it back.
-  /// Seconds that do not fit 64 bits of ticks add 0x8000000000000000, which gives a valid time one that no
-  /// calendar time matches.
+  /// Seconds that do not fit 64 bits of ticks add 0x8000000000000000, which makes a valid time one without a calendar
+  /// time.
   static FILETIME AddSecondsToFileTime(FILETIME time, double seconds);
 
-  /// The same for a calendar time; the day of week is ignored on input and computed on output.
-  /// @return a zero calendar time when the sum lies outside the years 1601-30828; a time that is no valid calendar time
-  ///         counts as the zero file time (1601-01-01)
+  /// Moves a calendar time likewise; the day of week is ignored on input and computed on output.
+  /// @return a zero calendar time when the sum lies outside the years 1601-30828; an invalid calendar time counts as
+  ///         the zero file time (1601-01-01)
   static SYSTEMTIME AddSecondsToSystemTime(SYSTEMTIME time, double seconds);
 
   /// Magnitude of the difference in seconds; never negative. Invalid calendar times count as the zero file time.
@@ -41,8 +40,8 @@ class KVUTILITIES_API KVUtilities {
   static double DeltaSecondsBetweenSystemTimes(SYSTEMTIME a, SYSTEMTIME b);
 
   /// Reads a compact stamp YYMMDD_HHMMSS by character positions; years 2000-2099, day of week and milliseconds 0.
-  /// @return what the digits say, unchecked; missing or non-numeric pieces are 0; after an exception what was read
-  ///         until then, and "Unknown error occurred converting YYMMDD_HHMMSS string to System Time."
+  /// @return the values of the digits, unchecked; missing or non-numeric pieces are 0; after an exception the fields
+  ///         read so far, and "Unknown error occurred converting YYMMDD_HHMMSS string to System Time."
   static SYSTEMTIME GetSystemTimeFromYYMMDD_HHMMSS(std::wstring stamp, std::wstring& error);
 
   /// Turns "YYYY-MM-DD HH:MM:SS" into "YYMMDD_HHMMSS" by character positions, unchecked; empty for an empty input.
@@ -56,18 +55,18 @@ class KVUTILITIES_API KVUtilities {
 
   // ---- Scanners ------------------------------------------------------------------------------------------------
   //
-  // A read error in the middle of a file ends it there without a message; what was read before is returned.
+  // A read error in the middle of a file ends the scan without a message; the records read before it are returned.
 
   /// Reads the fixes of a GNSS trajectory file: every line of at least 12 comma-separated tokens is taken as a fix.
   /// @param path  position sentences; a file that is missing, unreadable or a folder gives no records and no message
   /// @param date  UTC date of the first line; the date moves on when the hour goes from 23 to 0. Pass noon to follow
   ///              every midnight: a time of day of exactly midnight stays on its date at the first such step.
-  /// @return      one record per fix in file order. A time of day that does not exist, such as 25:00:00, gives the zero
-  ///              file time (1601-01-01): this fix and the next one bracket every time from 1601 to the next fix, and
-  ///              the locating operations use them for all times that no earlier two fixes bracket.
+  /// @return      one record per fix in file order. An invalid time of day, such as 25:00:00, gives the zero file time
+  ///              (1601-01-01): this fix and the next one bracket every time from 1601 to the next fix, and the
+  ///              locating operations use them for all times that no earlier pair of fixes brackets.
   /// @throws      std::invalid_argument when a coordinate or height is not a number, std::out_of_range when it is too
-  ///              large for a double or so small that it would become 0; a file that mixes other sentences of 12 or more
-  ///              tokens with the fixes ends there
+  ///              large for a double or so small that it would become 0; also for other sentences of 12 or more tokens
+  ///              among the fixes
   /// @see         docs/formats/trajectory.md
   static std::vector<tagKVTrajectoryObs> ScanKVTrajectoryFile(std::wstring path, FILETIME date, std::wstring& error);
 
@@ -75,7 +74,7 @@ class KVUTILITIES_API KVUtilities {
   /// @param path  lines of tick count and code, see the format. Heartbeat times pass through the machine's time zone:
   ///              where its clocks skip an hour, a UTC time in that hour moves by the change. Run in UTC to avoid it.
   /// @return  one record per accepted line in file order; a missing file gives none and no message. With fewer than two
-  ///          heartbeats, so also for a file that is empty, unreadable or a folder, `error` says "Error computing
+  ///          heartbeats, as in a file that is empty, unreadable or a folder, `error` says "Error computing
   ///          Ticks/Second from heartbeat in System Event File." and camera events have zero times.
   /// @throws  std::out_of_range when a heartbeat's date or time is outside the calendar's ranges
   /// @see     docs/formats/system-events.md
@@ -86,7 +85,7 @@ class KVUTILITIES_API KVUtilities {
   /// @param error  receives the log's own error lines, one per line; a report, not a failure
   /// @return       one record per line of at least three tokens in file order; a missing file gives none. A line of
   ///               1024 characters or more ends the scan and keeps what came before.
-  /// @see          docs/formats/log.md
+  /// @see          docs/formats/housekeeping.md
   static std::vector<tagKVLogEvent> ScanKVLogFile(std::wstring path, std::wstring& error);
 
   /// Reads a POS file and transforms its positions from WGS 84 to a target coordinate system.
@@ -102,9 +101,6 @@ class KVUTILITIES_API KVUtilities {
   static std::vector<tagKVPosEvent> ScanKVPosFile(std::wstring posFilePath, std::wstring targetWkt,
                                                   std::wstring& error);
 
-  /// Like `ScanKVPosFile`, for text in memory. Any run of whole lines will do, so threads can split a large file.
-  static std::vector<tagKVPosEvent> ScanKVPosText(std::string_view text, std::wstring targetWkt, std::wstring& error);
-
   /// Reads the timestamp file of a drone's camera: one located camera event of camera 1 for each exposure.
   /// @param path  lines of photo number, GPS seconds of week, week in brackets, offsets, latitude, longitude, height
   /// @return  one record per accepted line in file order, without photos; a line of 1024 characters or more ends the
@@ -113,20 +109,20 @@ class KVUTILITIES_API KVUtilities {
   /// @see     docs/formats/drone-timestamps.md
   static std::vector<tagKVSystemEvent> ScanDjiTimestampFileWithoutImages(std::wstring path, std::wstring& error);
 
-  /// The same with the numbered photos of a folder.
-  /// @param photoFolder  its JPEG and raw photos are numbered in their names; a separator at its end may be missing
+  /// Like `ScanDjiTimestampFileWithoutImages`, but with the numbered photos of a folder.
+  /// @param photoFolder  its JPEG and raw photos have numbers in their names; a final separator is optional
   /// @return  the records with the path of their photo, empty for an event without one; `error` then reports how many
   static std::vector<tagKVSystemEvent> ScanDjiTimestampFile(std::wstring path, std::wstring photoFolder,
                                                             std::wstring& error);
 
   /// Reads the orientation sensor's own log.
-  /// @return  one record per line with a date and seven readings in file order; a missing file gives none and no
+  /// @return  one record per line with a date and seven readings, in file order; a missing file gives none and no
   ///          message
   /// @see     docs/formats/orientation.md
   static std::vector<tagKVAosEvent> ScanKVAosFile(std::wstring path, std::wstring& error);
 
-  /// Reads the log of the hardware variant whose lines are stamped by the master clock, among heartbeats. Heartbeat
-  /// times pass through the machine's time zone, as those of `ScanKVSystemEventFile` do.
+  /// Reads the log of the hardware variant whose lines carry master clock stamps, among heartbeats. Heartbeat times
+  /// pass through the machine's time zone, as in `ScanKVSystemEventFile`.
   /// @return  one record per reading; with fewer than two heartbeats they have no times, and `error` says "Error
   ///          computing Ticks/Second from heartbeat in AOS File."
   /// @throws  std::out_of_range when a heartbeat's date or time is outside the calendar's ranges
@@ -149,8 +145,8 @@ class KVUTILITIES_API KVUtilities {
   /// @param adjGpsSeconds  seconds on the scale of `AdjGpsSec`
   /// @param latitude, longitude  receive decimal degrees
   /// @param altitude             receives metres above the ellipsoid
-  /// @return always true; the null location (0, 0, 0) when no two observations bracket the time, NaN when the two that
-  ///         bracket it have the same time
+  /// @return always true; the location is null (0, 0, 0) when no two observations bracket the time, and NaN when the
+  ///         two that bracket it have equal times
   static bool ComputeLocationFromAdjGpsSeconds(double adjGpsSeconds, std::vector<tagKVTrajectoryObs>& trajectory,
                                                double& latitude, double& longitude, double& altitude,
                                                std::wstring& error);
@@ -159,14 +155,13 @@ class KVUTILITIES_API KVUtilities {
                                          double& longitude, double& altitude, std::wstring& error);
 
   /// Gives every log event a position: its own, else that of the nearest later event that has one, else that of the
-  /// nearest earlier one (the first event is never asked for it), else latitude and longitude 0 with the altitude tried
-  /// last.
+  /// nearest earlier one (but never of the first event), else latitude and longitude 0 with the altitude tried last.
   /// @return false and "Unexpected error computing system event locations." after an exception, with no event changed
   static bool PopulateLogEventLocationsUsingTrajectory(std::vector<tagKVLogEvent>& events,
                                                        std::vector<tagKVTrajectoryObs>& trajectory,
                                                        std::wstring& error);
 
-  /// Gives every event, of any type, the position of its own `AdjGpsSec`, as `ComputeLocationFromAdjGpsSeconds` would.
+  /// Gives every event, of any type, the position that `ComputeLocationFromAdjGpsSeconds` finds for its `AdjGpsSec`.
   /// @return false and "Unexpected error computing system event locations." after an exception
   static bool PopulateSystemEventLocationsUsingTrajectory(std::vector<tagKVSystemEvent>& events,
                                                           std::vector<tagKVTrajectoryObs>& trajectory,
@@ -187,12 +182,12 @@ class KVUTILITIES_API KVUtilities {
   /// @return true if an event was removed; false is not a failure
   static bool RemoveLogEventsAtNullLocation(std::vector<tagKVLogEvent>& events, std::wstring& error);
 
-  /// Combines camera events into exposure stations: each with the nearest other one in time that is still open, if
-  /// nearer than the tolerance, else alone. The cameras are not compared: a pair may be of one camera. A pair's station
-  /// lies in the middle of both events' times, latitudes, longitudes and altitudes; a single event's is where it is.
+  /// Combines camera events into exposure stations: pairs each with the nearest unpaired one in time if it is nearer
+  /// than the tolerance; else it stays single. The cameras are not compared, so a pair may be of one camera. A pair's
+  /// station has the mean time, latitude, longitude and altitude of its events; a single event's has that event's.
   /// @param toleranceSeconds  exclusive; its sign is ignored
   /// @return stations in the order of their first camera event. An empty input gives none and "Compute Exposure
-  ///         Stations Failed:  System Events are empty."; after an exception the stations formed until then and
+  ///         Stations Failed:  System Events are empty."; after an exception the stations formed so far and
   ///         "Compute Exposure Stations Failed:  Unexpected error occurred."
   static std::vector<tagKVExposureStation> ComputeExposureStationsFromSystemEvents(std::vector<tagKVSystemEvent> events,
                                                                                    double toleranceSeconds,
@@ -201,21 +196,20 @@ class KVUTILITIES_API KVUtilities {
   // ---- Photos --------------------------------------------------------------------------------------------------
 
   /// The photo nearest in time to an event.
-  /// @param eventTime      a time that is no valid calendar time counts as 1601-01-01, here and in `photoTimes`: an event
-  ///                       and a photo without valid times are near each other
+  /// @param eventTime      an invalid calendar time counts as 1601-01-01, here and in `photoTimes`, so an event and a
+  ///                       photo without valid times match
   /// @param photoTimes     time of each photo, by file name
   /// @param offsetSeconds  added to every photo's time; the sum is truncated to whole milliseconds
   /// @param rangeSeconds   largest difference that counts, inclusive
-  /// @return folder, one backslash and the photo's name; of equally near photos the name that sorts first; empty when
+  /// @return folder, one backslash and the photo's name; among equally near photos the first by name; empty when
   ///         no photo is near enough
   static std::wstring FindClosestPhotoWithinRange(SYSTEMTIME eventTime, std::wstring folder,
                                                   std::map<std::wstring, SYSTEMTIME> photoTimes, double offsetSeconds,
                                                   double rangeSeconds, std::wstring& error);
 
-  /// Pairs every camera event with the photo nearest in time, one second away at most, and removes camera events that
-  /// stay without a photo; `error` then reports how many. A camera event that has a path already and finds no photo
-  /// stays with that path. Times that are no valid calendar time count as in `FindClosestPhotoWithinRange`. The list
-  /// folders are not read.
+  /// Pairs every camera event with the photo nearest in time, at most one second away, and removes camera events that
+  /// remain without a photo; `error` then reports how many. A camera event that already has a path keeps it if no photo
+  /// matches. Invalid calendar times count as in `FindClosestPhotoWithinRange`. The list folders are not read.
   /// @param camera1OffsetSeconds  added to the times of camera 1's photos; likewise for camera 2
   /// @return true; false with an empty `error` after an exception, with some events paired
   static bool PopulatePhotoPathsUsingTimeStamps(std::vector<tagKVSystemEvent>& events, std::wstring camera1ListFolder,
@@ -228,9 +222,9 @@ class KVUTILITIES_API KVUtilities {
 
   /// Pairs the n-th event of a camera with the n-th ".jpg" of its list folder, by name; surplus photos are ignored.
   /// @param camera1ListFolder   ends with a separator; without one its last part is a prefix of the names listed
-  /// @param camera1ImageFolder  what the paths begin with; a backslash and the name follow
+  /// @param camera1ImageFolder  start of each path; a backslash and the name follow
   /// @return false when a camera has more events than photos; `error` names the camera and its list folder, and the
-  ///         events before that one keep their photos
+  ///         events before it keep their photos
   static bool PopulatePhotoPaths(std::vector<tagKVSystemEvent>& events, std::wstring camera1ListFolder,
                                  std::wstring camera2ListFolder, std::wstring camera1ImageFolder,
                                  std::wstring camera2ImageFolder, std::wstring& error);
@@ -241,17 +235,17 @@ class KVUTILITIES_API KVUtilities {
   static double ComputeImageSharpnessFactor(std::wstring path, std::wstring& error);
 
   /// Grades the photo of every camera event into `Sharpness`. A picture that fails gets 0.0, as a blank one does, and
-  /// `error` keeps only what the last camera event's picture said.
+  /// `error` holds only the message about the last camera event's picture.
   /// @return false and "Unexpected error computing Photo Sharpness Factors." after an exception
   static bool PopulatePhotoSharpnessFactors(std::vector<tagKVSystemEvent>& events, std::wstring& error);
 
-  /// Turns a picture in its place, which grows to hold the turned picture; the corners are black, or transparent where
-  /// the picture has alpha. The file is replaced in one step, or not at all.
+  /// Rotates a picture and enlarges it to hold the rotated content; the corners are black, or transparent if the
+  /// picture has alpha. The file is replaced in one step or not at all.
   /// @param angleDegrees  positive turns counter-clockwise
   /// @return false with a sentence that ends in the path when the file does not exist or cannot be read or written
   static bool RotateImage(std::wstring path, double angleDegrees, std::wstring& error);
 
-  /// Turns the photos of one camera's events; a photo that fails does not stop the others.
+  /// Rotates the photos of one camera's events; a photo that fails does not stop the others.
   /// @return false and "Unexpected error computing Photo Sharpness Factors." after an exception
   static bool RotateCameraImages(std::vector<tagKVSystemEvent>& events, int cameraNumber, double angleDegrees,
                                  std::wstring& error);
@@ -262,10 +256,10 @@ class KVUTILITIES_API KVUtilities {
   /// measure of trajectory layers is seconds since the first observation, that of the log layer the event's position in
   /// the input; the others have none. Photos are the camera events; other events are skipped.
   /// @param path  the .shp to write; another extension or none gives the same names. Files of the set are overwritten,
-  ///              a .cpg is removed. Point layers end before 2 GiB; the file of exactly this name is what is watched.
+  ///              a .cpg is removed. Point layers end before 2 GiB; the limit watches the file with exactly this name.
   /// @return      false with a sentence when a file cannot be created or written, a point layer reaches its limit, or
-  ///              the trajectory of a line is empty; what was written until then stays on disk. A .prj that cannot be
-  ///              opened is told on standard error alone.
+  ///              the trajectory of a line is empty; what was written so far stays on disk. A .prj that cannot be
+  ///              opened is reported only on standard error.
   /// @see         docs/formats/shapefile.md
   static bool ExportTrajectoryLineShapefile(std::wstring path, std::vector<tagKVTrajectoryObs> trajectory,
                                             std::wstring& error);
@@ -276,31 +270,31 @@ class KVUTILITIES_API KVUtilities {
   static bool ExportExposureStationPointShapefile(std::wstring path, std::vector<tagKVExposureStation> stations,
                                                   std::wstring& error);
 
-  /// The same for the samples of a POS file, in the coordinates of their target system: `X`, `Y`, `Z` as they stand.
-  /// @param projectionWkt  content of the .prj; `tagKVCoordinateSystem::EsriWkt` is what most programs understand
+  /// Writes the samples of a POS file likewise, in the coordinates `X`, `Y`, `Z` of their target system.
+  /// @param projectionWkt  content of the .prj; most programs understand `tagKVCoordinateSystem::EsriWkt`
   static bool ExportPosPointShapefile(std::wstring path, std::vector<tagKVPosEvent> events, std::wstring projectionWkt,
                                       std::wstring& error);
 
   // ---- Coordinate systems --------------------------------------------------------------------------------------
 
   /// Transforms positions from WGS 84 to a target coordinate system, as `ScanKVPosFile` does: fills `X`, `Y` and `Z` of
-  /// samples that have a latitude, longitude and height. The order of the samples plays no part, so threads can share a
-  /// long list, each with samples of its own.
+  /// samples that have a latitude, longitude and height. The order of the samples does not matter, so threads can share
+  /// a long list, each with its own samples.
   /// @param targetWkt    as for `ScanKVPosFile`
-  /// @param transformed  receives how many samples were transformed, from the first one on; the others are untouched
-  /// @return true; false when the system cannot be used or a position cannot be transformed, in the words of
-  ///         `ScanKVPosFile`, or with "Unexpected error transforming POS events." after an exception
+  /// @param transformed  receives the number of samples transformed, from the first on; the others are untouched
+  /// @return true; false when the system cannot be used or a position cannot be transformed, with the
+  ///         sentences of `ScanKVPosFile`, or "Unexpected error transforming POS events." after an exception
   static bool TransformPosEvents(std::vector<tagKVPosEvent>& samples, std::wstring targetWkt, std::size_t& transformed,
                                  std::wstring& error);
 
-  /// What a coordinate system is, and its WKT as `ScanKVPosFile` takes it.
+  /// Describes a coordinate system and gives its WKT in the form for `ScanKVPosFile`.
   /// @param definition  WKT1, WKT2 or ESRI's dialect; or codes of a registry, horizontal first: "EPSG:32633",
   ///                    "EPSG:32633+5773"
-  /// @return an empty record and a sentence in `error` for what is no coordinate system, for heights without a
-  ///         horizontal system, and when the geodetic data are missing
+  /// @return an empty record and a sentence in `error` when the definition is not a coordinate system or has no
+  ///         horizontal part, and when the geodetic data are missing
   static tagKVCoordinateSystem DescribeCoordinateSystem(std::wstring definition, std::wstring& error);
 
-  /// The geodetic data in use: what `ScanKVPosFile` finds on this machine at this moment.
+  /// The geodetic data that `ScanKVPosFile` would use on this machine now.
   /// @see docs/geodetic-data.md
   static tagKVGeodeticData DescribeGeodeticData(std::wstring& error);
 };

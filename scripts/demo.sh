@@ -13,7 +13,7 @@ cmake --build --preset dev --target kvmission
 rm -rf "$folder"
 "$kvmission" simulate "$folder/mission" --minutes 5 --seed 1
 
-# The simulated mission has faults on purpose: exit code 3 says that something was left unmatched, and what.
+# The simulated mission has deliberate faults: exit code 3 means that something was left unmatched.
 status=0
 "$kvmission" run "$folder/mission" -o "$folder/layers" || status=$?
 [ "$status" = 0 ] || [ "$status" = 3 ] || exit "$status"

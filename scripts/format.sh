@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Formats the C++ sources; with --check only says which differ.
+# Formats the C++ sources; with --check only reports differences.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,10 +1,9 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that are missing: those that build and test need, and those of the options. Does nothing
-# when all are there.
+# Installs missing Debian packages: those needed to build and test, and those of the options.
 # Usage: scripts/setup.sh [--checks] [--benchmarks] [--peers]
-#   --checks      what the checks of a change need
-#   --benchmarks  what the benchmarks are built with
-#   --peers       the programs that they measure beside ours
+#   --checks      for the checks of a change
+#   --benchmarks  for building the benchmarks
+#   --peers       the programs that the benchmarks compare with
 set -euo pipefail
 
 wanted=(g++ cmake ninja-build pkg-config libopencv-dev libshp-dev libcli11-dev nlohmann-json3-dev libfmt-dev
@@ -14,12 +13,12 @@ for option in "$@"; do
     --checks) wanted+=(clang-format clang libclang-rt-dev libbenchmark-dev gdal-bin) ;;
     --benchmarks) wanted+=(libbenchmark-dev) ;;
     --peers) wanted+=(gpsbabel gdal-bin proj-bin) ;;
-    *) echo "setup.sh: no such option: $option" >&2 && exit 2 ;;
+    *) echo "setup.sh: unknown option: $option" >&2 && exit 2 ;;
   esac
 done
 
 if ! command -v apt-get >/dev/null; then
-  echo "This is no Debian system; install what corresponds to: ${wanted[*]}" >&2
+  echo "This is not a Debian system; install the equivalents of: ${wanted[*]}" >&2
   exit 0
 fi
 
@@ -32,7 +31,7 @@ done
 
 root=()
 if [ "$(id -u)" -ne 0 ]; then
-  command -v sudo >/dev/null || { echo "As root, please: apt-get install ${missing[*]}" >&2; exit 1; }
+  command -v sudo >/dev/null || { echo "Run as root: apt-get install ${missing[*]}" >&2; exit 1; }
   root=(sudo)
 fi
 echo "Installing: ${missing[*]}" >&2

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Sets up, builds and runs every test. With --full the randomised ones run at their full size, which takes minutes.
+# Sets up, builds and runs every test. With --full randomised tests run at full size, which takes minutes.
 # Usage: scripts/test.sh [--full] [options of ctest]
 set -euo pipefail
 cd "$(dirname "$0")/.."

@@ -1,65 +1,67 @@
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
-
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <iostream>
 #include <sstream>
+#include <string>
 #include <system_error>
 
-#include "base/Failure.h"
-#include "base/Log.h"
 #include "commands/Commands.h"
-#include "platform/System.h"
+#include "terminal/Console.h"
 
 namespace {
 
-using kv::mission::ExitCode;
+using kv::command::ExitCode;
 
-int Run(int argc, char** argv) {
+ExitCode Run(int argc, char** argv) {
   CLI::App app("From what a mapping sensor recorded to located photos and GIS layers", "kvmission");
-  int exitCode = 0;
+  ExitCode exitCode = ExitCode::Good;
   app.require_subcommand(1);
-  app.set_version_flag("--version", "kvmission " KVMISSION_VERSION);
-  AddSimulateCommand(app, exitCode);
-  AddRunCommand(app, exitCode);
-  AddInfoCommand(app, exitCode);
-  AddTransformCommand(app, exitCode);
-  AddGradeCommand(app, exitCode);
-  AddRotateCommand(app, exitCode);
+  app.set_version_flag("--version", std::string("kvmission ") + KVMission::Version());
+  kv::command::AddSimulateCommand(app, exitCode);
+  kv::command::AddRunCommand(app, exitCode);
+  kv::command::AddInfoCommand(app, exitCode);
+  kv::command::AddTransformCommand(app, exitCode);
+  kv::command::AddGradeCommand(app, exitCode);
+  kv::command::AddRotateCommand(app, exitCode);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     std::ostringstream complaint;
-    const bool isGood = app.exit(error, std::cout, complaint) == 0;  // the help that was asked for is no complaint
-    kv::mission::ShowText(kv::mission::Visible(complaint.str(), '\n'));
-    return static_cast<int>(isGood ? ExitCode::Good : ExitCode::WrongUsage);
+    const bool isGood = app.exit(error, std::cout, complaint) == 0;  // help that was asked for is not an error
+    std::string lines = complaint.str();
+    for (std::size_t begin = 0; begin < lines.size();) {  // line by line, so that line ends stay
+      const std::size_t end = std::min(lines.find('\n', begin), lines.size());
+      kv::command::ShowText(KVMission::Visible(lines.substr(begin, end - begin)) + '\n');
+      begin = end + 1;
+    }
+    return isGood ? ExitCode::Good : ExitCode::WrongUsage;
   }
   return exitCode;
 }
 
-/// Results that did not reach their reader are no success.
-int Flushed(int exitCode) {
+/// Results that did not reach their reader are not a success.
+ExitCode Flushed(ExitCode exitCode) {
   if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return exitCode;
-  kv::mission::SayError("standard output: " + std::generic_category().message(errno));
-  return static_cast<int>(ExitCode::Failed);
+  kv::command::SayError("standard output: " + std::generic_category().message(errno));
+  return ExitCode::Failed;
+}
+
+ExitCode Main(int argc, char** argv) {
+  kv::command::SecureStandardStreams();
+  kv::command::KeepFreedMemory();
+  try {
+    return Flushed(Run(argc, argv));
+  } catch (const KVMission::Failure& failure) {
+    kv::command::SayError(failure.what());
+    return kv::command::CodeFor(failure.Why());
+  } catch (const std::exception& error) {
+    kv::command::SayError(error.what());
+    return ExitCode::Failed;
+  }
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  kv::mission::SecureStandardStreams();
-  kv::mission::KeepFreedMemory();
-  kv::mission::UseUtcCalendar();
-  try {
-    return Flushed(Run(argc, argv));
-  } catch (const kv::mission::Failure& failure) {
-    kv::mission::SayError(failure.what());
-    return static_cast<int>(failure.Code());
-  } catch (const std::exception& error) {
-    kv::mission::SayError(error.what());
-    return static_cast<int>(ExitCode::Failed);
-  }
-}
+int main(int argc, char** argv) { return static_cast<int>(Main(argc, argv)); }

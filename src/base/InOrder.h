@@ -12,13 +12,13 @@
 
 namespace kv::mission {
 
-/// As many threads as asked for, or as there are processors.
+/// The number of threads asked for, or of processors if that is 0.
 inline unsigned ThreadsFor(unsigned jobs) {
   const unsigned processors = std::thread::hardware_concurrency();
   return jobs > 0 ? jobs : processors > 0 ? processors : 1;
 }
 
-/// Threads that take up work in the order in which it is given to them, started as it comes. What is not begun at their
+/// Threads that take work in the order in which it is given, and start when it comes. Work that has not begun when they
 /// end is dropped.
 template <typename Thing>
 class Workers {
@@ -42,7 +42,7 @@ class Workers {
   }
 
  private:
-  /// The first thread must start; fewer than wanted then do as well.
+  /// The first thread must start; after that, fewer than wanted will do.
   void StartOne() {
     try {
       threads_.emplace_back([this] { Work(); });
@@ -71,12 +71,11 @@ class Workers {
   std::vector<std::jthread> threads_;  // last: they end before the rest does
 };
 
-/// Makes things in several threads and hands them over in the order of what they are made of. At most a thing for each
-/// thread and four more are begun or wait.
-/// @param next  gives an optional: what the next thing is made of, nothing at the end; called in this thread, so that an
-///              interrupt ends a read that waits
+/// Ordered parallel map: workers run `make`; `next` and `take` run on the calling thread, so that a stop ends a read that
+/// waits. At most threads + 4 things are in flight.
+/// @param next  returns an optional: what the next thing is made of, nothing at the end
 /// @param make  makes a thing of it; called in several threads at once
-/// @param take  called in this thread with each thing; false ends it all, what is made by then is dropped
+/// @param take  receives the things in the order of `next`; false ends the map and drops the rest
 /// @throws what one of them throws
 template <typename Next, typename Make, typename Take>
 void MakeInOrder(unsigned threads, Next next, Make make, Take take) {

@@ -1,7 +1,11 @@
 #pragma once
 
+#include <KVMission.h>
+
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 namespace kv::mission {
@@ -14,6 +18,13 @@ inline double Quantile(const std::vector<double>& sorted, double share) {
   const auto below = static_cast<std::size_t>(at);
   if (below + 1 >= sorted.size()) return sorted.back();
   return std::lerp(sorted[below], sorted[below + 1], at - static_cast<double>(below));
+}
+
+/// @return nothing for no values
+inline std::optional<KVMission::Spread> SpreadOf(std::vector<double> values) {
+  if (values.empty()) return std::nullopt;
+  std::sort(values.begin(), values.end());
+  return KVMission::Spread{Quantile(values, 0.5), values.back()};
 }
 
 }  // namespace kv::mission

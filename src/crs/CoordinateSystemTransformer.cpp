@@ -100,7 +100,7 @@ int CoordinateSystemTransformer::SetCoordinateSystem(int slot, const std::string
 int CoordinateSystemTransformer::CreateTransformer() {
   const kv::QuietErrors quiet;
   if (!source_ && !target_) return Fail(kNoSystems, kSystemsAreNotSet);
-  // Crosswise on purpose: callers know these two codes with these two sentences. `GetWkt` names the empty slot itself.
+  // Swapped on purpose: callers rely on these codes with these sentences. `GetWkt` returns the code of the empty slot.
   if (!source_) return Fail(kNoTarget, kTargetIsNotSet);
   if (!target_) return Fail(kNoSource, kSourceIsNotSet);
   if (const int result = CheckHeights(); result != kOk) return result;
@@ -113,7 +113,7 @@ int CoordinateSystemTransformer::CheckHeights() {
   if (!sourceHasHeights && targetHasHeights) return Fail(kNoSourceHeights, kOnlyTargetIsVertical);
   if (!targetHasHeights) return kOk;
   const int sourceClass = kv::VerticalClassOf(*source_), targetClass = kv::VerticalClassOf(*target_);
-  // Heights on one geoid on both sides need no grid.
+  // Heights above one geoid on both sides need no grid.
   const bool bothOrthometric =
       sourceClass == kv::kOrthometric && (targetClass == kv::kOrthometric || source_->IsSameVertCS(target_.get()));
   if (bothOrthometric && GetGeoidKey(0) == GetGeoidKey(1)) return kOk;
@@ -133,11 +133,11 @@ int CoordinateSystemTransformer::CheckVerticalClass(int slot, int datumClass) {
 int CoordinateSystemTransformer::Transform(double* x, double* y, double* z, int count) {
   if (!transformation_) return Fail(kNotSetUp, kNotReady);
   const kv::QuietErrors quiet;
-  // The call that GDAL's others end in; from there it would fetch memory twice for a point. A code is 0 for success.
+  // GDAL's other calls end in this one but allocate twice per point. A code of 0 means success.
   errorCodes_.resize(static_cast<std::size_t>(count));
   const bool isDone = transformation_->TransformWithErrorCodes(count, x, y, z, nullptr, errorCodes_.data()) == TRUE;
   const auto isSuccess = [](int code) { return code == 0; };
-  // Some transformations pass on what is no number and call it success.
+  // Some transformations return values that are not finite and report success.
   if (!isDone || !std::all_of(errorCodes_.begin(), errorCodes_.end(), isSuccess) || !AllFinite(x, y, z, count)) {
     return Fail(kTransformFailed, kTransformError);
   }

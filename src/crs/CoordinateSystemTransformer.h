@@ -7,7 +7,7 @@
 #include <vector>
 
 /// Transforms points from a source to a target coordinate system and refuses pairs whose heights cannot be combined.
-/// Operations give 0 for success or a negative code; the text of the last result stays at hand. One thread at a time.
+/// Operations return 0 for success or a negative code, and keep the text of the last result. One thread at a time.
 ///
 /// Slots: 0 is the source system, every other number the target.
 class CoordinateSystemTransformer {
@@ -30,35 +30,35 @@ class CoordinateSystemTransformer {
   /// Gives GDAL and PROJ their folders and options, for the whole process.
   CoordinateSystemTransformer();
 
-  /// The same system with a geoid grid from the lookup file, where its heights need one and name none that exists.
-  /// @return `wkt` unchanged when heights need no grid or have one, or when it is no coordinate system; else the
-  ///         system's WKT written anew, also when the lookup file has no grid for it
+  /// Attaches a geoid grid from the lookup file to a system whose heights need one and do not name one that exists.
+  /// @return `wkt` unchanged when the heights need no grid or have one, or when it is not a coordinate system; else the
+  ///         rewritten WKT, also when the lookup file has no grid for the system
   std::wstring PrepareVerticalWkt(const std::wstring& wkt) const;
 
-  /// Sets both systems and makes the transformation.
+  /// Sets both systems and creates the transformation.
   /// @param error  empty, or the text of the first failure
   int Setup(const std::wstring& sourceWkt, const std::wstring& targetWkt, std::wstring& error);
 
-  /// Puts a system into a slot. A transformation from before goes; a failure empties the slot and leaves the
+  /// Puts a system into a slot. Success discards an earlier transformation; failure empties the slot but keeps the
   /// transformation.
-  /// @param wkt  UTF-8; geographic systems then take longitude before latitude, whatever the order of their axes says
+  /// @param wkt  UTF-8; geographic systems then take longitude before latitude, whatever their axis order
   int SetCoordinateSystem(int slot, const std::string& wkt);
 
-  /// Makes the transformation of the two systems, if their heights allow it.
+  /// Creates the transformation between the two systems, if their heights allow it.
   int CreateTransformer();
 
-  /// Transforms points in place; when one fails, what the arrays hold is not defined.
+  /// Transforms points in place. When one fails, the content of the arrays is undefined.
   int Transform(double* x, double* y, double* z, int count);
 
   void GetLastMessage(std::wstring& message) const { message = lastMessage_; }
 
-  /// @param wkt  WKT1 where that can say it, else WKT2
+  /// @param wkt  receives WKT1 if that can express the system, else WKT2
   int GetWkt(int slot, std::string& wkt);
 
-  /// Whether a system's heights have a geoid grid that exists. A datum that names none is given the listed one.
+  /// Whether a system's heights have a geoid grid that exists. Attaches the listed grid to a datum that names none.
   bool HasGeoidGrid(OGRSpatialReference& system) const;
 
-  /// Name of a slot's heights; empty for a system without heights.
+  /// Name of a slot's vertical system; empty for a system without heights.
   std::string GetGeoidKey(int slot) const;
 
  private:
@@ -80,5 +80,5 @@ class CoordinateSystemTransformer {
   std::unique_ptr<OGRCoordinateTransformation, DestroyTransformation> transformation_;
   std::string projSearchPath_;
   std::wstring lastMessage_;
-  std::vector<int> errorCodes_;  // of the latest points
+  std::vector<int> errorCodes_;  // of the points transformed last
 };

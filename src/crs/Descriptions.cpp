@@ -23,7 +23,7 @@ constexpr const wchar_t* kUnexpectedError = L"Unexpected error describing coordi
 
 CStringW Text(const std::string& utf8) { return kv::WideFromUtf8(utf8).c_str(); }
 
-// Codes of a registry: letters, a colon, a digit.
+// A code of a registry: letters, a colon, a digit.
 bool IsCode(const std::string& definition) {
   const auto isLetter = [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
   const auto colon = std::find_if_not(definition.begin(), definition.end(), isLetter);
@@ -33,11 +33,11 @@ bool IsCode(const std::string& definition) {
 
 OGRErr Import(const std::string& definition, OGRSpatialReference& system) {
   if (!IsCode(definition)) return kv::ImportWkt(definition, system);
-  // Neither files nor addresses: the definition may come from anywhere.
+  // Allows neither files nor URLs, since the definition may come from anywhere.
   return system.SetFromUserInput(definition.c_str(), OGRSpatialReference::SET_FROM_USER_INPUT_LIMITATIONS_get());
 }
 
-// Asked of GDAL's own rule for maps: at the poles both axes may point north, and the first one is the easting.
+// Uses GDAL's axis mapping for GIS: at the poles both axes may point north, and the first is the easting.
 bool IsNorthingFirst(const OGRSpatialReference& system) {
   OGRSpatialReference forMaps(system);
   forMaps.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
@@ -86,7 +86,7 @@ tagKVCoordinateSystem KVUtilities::DescribeCoordinateSystem(std::wstring definit
   if (Import(kv::Utf8FromWide(definition), system) == OGRERR_NONE) {
     std::string wkt;
     kv::ExportWkt(system, wkt);
-    // Looked up as the POS scanner does it, whose rule for names differs from that of the last check.
+    // Looks the grid up by the POS scanner's rule for names, which differs from that of the final check.
     const std::wstring prepared = transformer.PrepareVerticalWkt(kv::WideFromUtf8(wkt));
     OGRSpatialReference used;
     const bool isSystem = kv::ImportWkt(kv::Utf8FromWide(prepared), used) == OGRERR_NONE;

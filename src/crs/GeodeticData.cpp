@@ -19,15 +19,14 @@ constexpr const wchar_t* kProductFolder = L"\\Norvane\\";
 void SetProjSearchPath(const std::string& path) {
   static std::string inForce;
   const char* const paths[] = {path.c_str(), nullptr};
-  // Other threads copy the default context when they make their own, and PROJ takes no lock for that: it is touched
-  // only when there is something to change.
+  // Other threads copy the default context without a lock when they create their own, so it is changed only if needed.
   if (path != inForce) proj_context_set_search_paths(PJ_DEFAULT_CTX, 1, paths);
   inForce = path;
-  // GDAL's contexts are its own: they would follow only in a thread that has not used GDAL yet.
+  // GDAL has contexts of its own, which would follow only in threads that have not used GDAL yet.
   OSRSetPROJSearchPaths(paths);
 }
 
-// Only what differs: GDAL hands out pointers to the values in force, in other threads too.
+// Sets only what differs: GDAL hands out pointers to the current values, also to other threads.
 void SetOption(const char* name, const std::string& value) {
   const char* const inForce = CPLGetConfigOption(name, nullptr);
   if (!inForce || inForce != value) CPLSetConfigOption(name, value.c_str());
@@ -44,7 +43,7 @@ std::wstring GeodeticDataRoot() {
 
 std::wstring ProjFolder(const std::wstring& dataRoot) { return dataRoot + L"share\\proj"; }
 
-// The root ends in a separator already; the second one does no harm.
+// The root already ends in a separator; the second one is harmless.
 std::wstring GeoidLookupFile(const std::wstring& dataRoot) {
   return dataRoot + L"\\share\\proj\\GeoidFilesLookupGtx.txt";
 }

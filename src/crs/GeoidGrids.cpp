@@ -13,15 +13,15 @@ std::string_view CompoundName(const OGRSpatialReference& system) {
   return name ? name : "";
 }
 
-// What follows a "+" and a blank. For a name without a "+" that is all but its first character, odd as it is: keys in
-// lookup files are made like this.
+// The part after a "+" and a blank. On purpose, for a name without a "+" it is everything after the first character:
+// keys in lookup files are formed like this.
 std::string_view VerticalPart(std::string_view name, std::size_t plus) {
   const std::size_t begin = plus + 2;  // of npos: 1
   return begin < name.size() ? name.substr(begin) : std::string_view();
 }
 
-// Up to the character before the last "(", which is a blank in most names and goes with it; without one, or with one at
-// the very start, the whole.
+// Cuts at the last "(" together with the character before it, usually a blank. Without a "(", or with one at the very
+// start, the name stays whole.
 std::string_view WithoutQualifier(std::string_view name) { return name.substr(0, name.rfind('(') - 1); }
 
 }  // namespace
@@ -41,7 +41,7 @@ std::string ComparisonKey(const OGRSpatialReference& system) {
 std::string ListedGrid(const std::wstring& dataRoot, const std::string& key) {
   std::string found;
   ForEachListedGrid(dataRoot, [&](std::string_view listed, std::string_view grid) {
-    // Keys that turn up again in their line do not count.
+    // A line whose grid contains the key does not count.
     const bool isIt = !key.empty() && listed == key && grid.find(key) == std::string_view::npos;
     if (isIt) found = grid;
     return !isIt;

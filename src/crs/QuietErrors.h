@@ -4,8 +4,7 @@
 
 namespace kv {
 
-/// While one lives, what GDAL and PROJ have to say in this thread stays off standard error. One inside another costs
-/// nothing.
+/// Keeps messages of GDAL and PROJ in this thread off standard error during its lifetime. Nesting is free.
 class QuietErrors {
  public:
   QuietErrors() {

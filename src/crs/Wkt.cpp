@@ -30,7 +30,7 @@ bool IsEsriDialect(const std::string& wkt) {
 
 OGRErr ImportWkt(const std::string& wkt, OGRSpatialReference& system) {
   if (!IsEsriDialect(wkt)) return system.importFromWkt(wkt.c_str());
-  // Files begin with blank lines at times, which WKT may and this reader may not.
+  // Some files begin with blank lines, which WKT allows but GDAL's reader does not.
   std::string line = wkt.substr(wkt.find_first_not_of(kBlanks));
   char* lines[] = {line.data(), nullptr};
   return system.importFromESRI(lines);

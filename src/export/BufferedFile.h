@@ -9,8 +9,8 @@
 
 namespace kv {
 
-/// A file written in blocks of `kBlockBytes`, however small the pieces are. A piece may go over bytes still in memory,
-/// so that a writer which steps back a little costs no system call.
+/// A file written in blocks of `kBlockBytes`. A piece may overwrite bytes that are still in memory, so a writer that
+/// steps back a little costs no system call.
 class BufferedFile {
  public:
   static constexpr std::size_t kBlockBytes = 256 * 1024;
@@ -19,7 +19,7 @@ class BufferedFile {
   /// @return      null when the file cannot be opened
   static std::unique_ptr<BufferedFile> Open(std::wstring_view path, const char* mode);
 
-  /// @return false when the disk refused bytes, of this piece or of earlier ones
+  /// @return false when bytes of this piece or of earlier ones could not be written
   bool Write(const char* data, std::size_t size);
 
   /// @return bytes read; fewer than asked for at the end or on failure
@@ -45,7 +45,7 @@ class BufferedFile {
   std::size_t blockUsed_ = 0;
   std::uint64_t position_ = 0;  // where the next piece goes
   std::uint64_t size_ = 0;
-  bool mustSeek_ = false;  // the file itself stands elsewhere than at blockBegin_
+  bool mustSeek_ = false;  // the file position is not blockBegin_
 };
 
 }  // namespace kv

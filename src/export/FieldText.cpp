@@ -15,9 +15,8 @@ namespace {
 constexpr auto kPowersOfTen =
     std::to_array<std::uint32_t>({1, 10, 100, 1'000, 10'000, 100'000, 1'000'000, 10'000'000, 100'000'000});
 
-// |value| * 10^decimals rounded to a whole number, as far as one multiplication settles it. Rounding keeps order, so a
-// product beside the middle between two whole numbers is on its true side; on the middle itself it may come from
-// either.
+// |value| * 10^decimals rounded to a whole number, if one multiplication settles it. Rounding is monotonic, so a
+// product off the middle between two whole numbers is on its true side; one on the middle may come from either side.
 std::optional<std::uint64_t> RoundedUnits(double value, int decimals) {
   constexpr double kLastMiddle = 0x1p52;  // above, a double has no halves
   if (static_cast<std::size_t>(decimals) >= kPowersOfTen.size()) return {};
@@ -36,7 +35,7 @@ void PutRightAligned(Field field, std::string_view text) {
 }
 
 void PutAnyDecimal(Field field, double value, int decimals) {
-  // Every finite double fits, with sign and point and the 254 decimals that a column can have at the most.
+  // Holds every finite double with sign, point and the at most 254 decimals of a column.
   char text[std::numeric_limits<double>::max_exponent10 + 1 + 2 + 254];
   PutRightAligned(field, {text, std::to_chars(text, std::end(text), value, std::chars_format::fixed, decimals).ptr});
 }
@@ -50,7 +49,7 @@ void PutDecimal(Field field, double value, int decimals) {
   char text[2 * std::numeric_limits<std::uint64_t>::digits10];
   text[0] = '-';
   char* point = std::to_chars(text + 1, std::end(text), *units / unitsPerOne).ptr;
-  // The decimals with a one before them, which keeps their zeros and makes room for the point.
+  // Writes the decimals with a leading one, which keeps their zeros and reserves the place of the point.
   const char* end = std::to_chars(point, std::end(text), unitsPerOne + *units % unitsPerOne).ptr;
   *point = '.';
   PutRightAligned(field, {std::signbit(value) ? text : text + 1, decimals > 0 ? end : point});

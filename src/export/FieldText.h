@@ -8,20 +8,20 @@
 #include <span>
 #include <string_view>
 
-/// Values as the attribute table stores them: a field is its column's width in bytes, filled to the last one. The bytes
-/// are those of the table writer's own formatting in the C locale, whatever the process locale is.
+/// Values in the attribute table's form: a field fills its column's width in bytes. The bytes are those of the table
+/// writer's own formatting in the C locale, in every process locale.
 namespace kv {
 
 using Field = std::span<char>;
 
-/// printf's "%*.*f": right-aligned, "nan", "inf" and "-0.00" as they come. A number wider than the field keeps its
-/// first characters: the table has no way to say that it was cut.
+/// Like printf's "%*.*f": right-aligned, with "nan", "inf" and "-0.00" unchanged. A number wider than the field keeps
+/// its first characters; the table cannot mark the cut.
 void PutDecimal(Field field, double value, int decimals);
 
-/// "%*d", cut alike.
+/// Like "%*d", cut in the same way.
 void PutInteger(Field field, int value);
 
-/// Left-aligned; bytes beyond the field are dropped. Wide text in the ANSI code page.
+/// Left-aligned; bytes beyond the field are dropped. Wide text is written in the ANSI code page.
 void PutText(Field field, std::string_view text);
 void PutText(Field field, std::wstring_view text);
 
@@ -32,7 +32,7 @@ class ShortText {
 
   void Append(char character) { characters_[length_++] = character; }
 
-  /// @param digits  leading zeros make up this many
+  /// @param digits  least number of digits, padded with zeros
   void Append(std::uint64_t number, std::size_t digits);
 
  private:
@@ -40,7 +40,7 @@ class ShortText {
   std::size_t length_ = 0;
 };
 
-/// "Y-MM-DD hh:mm:ss" of any fields, calendar time or not.
+/// "Y-MM-DD hh:mm:ss" of any fields, valid or not.
 ShortText WholeSecondsText(const SYSTEMTIME& time);
 
 /// "Y-MM-DD hh:mm:ss.fff". A file time of 2^63 or more has no calendar time and gives "0-00-00 00:00:00.000".

@@ -16,11 +16,11 @@
 #include "export/Shape.h"
 #include "export/ShapefileSet.h"
 
-/// The frame that every layer is written by. A layer is a table of columns, a function that gives a record's vertices,
-/// and the sentences for what can go wrong.
+/// The code that writes every layer. A layer consists of a table of columns, a function that adds a record's vertices,
+/// and the sentences for its failures.
 namespace kv {
 
-/// Where a record stands in its layer.
+/// A record's place in its layer.
 template <class Record>
 struct Row {
   int number;           // from 0
@@ -45,7 +45,7 @@ struct Decimal {
   static void Put(Field field, int decimals, Value value) { PutDecimal(field, value, decimals); }
 };
 
-/// Wide text goes to the table in the ANSI code page and, as a text of C, ends at its first NUL.
+/// Wide text is stored in the ANSI code page and, as a C string, ends at its first NUL.
 struct Text {
   using Value = std::string_view;
   static constexpr DBFFieldType kType = FTString;
@@ -63,12 +63,12 @@ struct Logical {
   static void Put(Field field, int, Value value) { PutText(field, value ? "T" : "F"); }
 };
 
-/// A value that all rows of a layer share is written once.
+/// How a column varies; a value shared by all rows of a layer is formatted once.
 enum class Varies { kByRow, kNever };
 
 template <class Record>
 struct Column {
-  /// @param getValue  captureless; gives the column's value of a record, of the type that the kind of column stores
+  /// @param getValue  captureless; returns a record's value, of the kind's type
   template <class Kind, class GetValue>
   constexpr Column(std::string_view columnName, Kind kind, GetValue, Varies howItVaries = Varies::kByRow)
       : name(columnName),
@@ -92,8 +92,8 @@ struct Column {
   }
 };
 
-/// Whether the table can hold the columns as they are declared: widths that are not cut, decimals inside the width,
-/// and no two names alike in the ten characters that are kept.
+/// Whether the table can hold the columns as declared: valid widths, decimals within the width, and names that differ
+/// in the ten characters kept.
 template <class Record, std::size_t kCount>
 consteval bool FitsTable(const std::array<Column<Record>, kCount>& columns) {
   constexpr std::size_t kKeptOfName = XBASE_FLDNAME_LEN_WRITE;
@@ -122,8 +122,8 @@ struct Layer {
   const wchar_t* shapeNotWritten = kShapeNotWritten;
 };
 
-/// The record's shape, then its row.
-/// @return null, or the sentence for what went wrong
+/// Writes the record's shape, then its row.
+/// @return null, or the sentence for the failure
 template <class Record>
 const wchar_t* WriteRecord(ShapefileSet& set, const Layer<Record>& layer, const Record& record, Row<Record> row,
                            Shape& shape, std::vector<char>& tableRow) {
@@ -135,7 +135,7 @@ const wchar_t* WriteRecord(ShapefileSet& set, const Layer<Record>& layer, const 
   }
   const int number = set.Append(shape);
   if (number < 0) return layer.shapeNotWritten;
-  // Between the shape and its row on purpose: the shape that crosses the limit stays without one.
+  // Checked between shape and row, on purpose: the shape that crosses the limit has no row.
   if (layer.shapeType == SHPT_POINTZ && set.IsOverLimit()) return kLimitReached;
 
   char* field = tableRow.data() + 1;  // the first byte says "not deleted"
@@ -170,7 +170,7 @@ const wchar_t* WriteLayer(ShapefileSet& set, const Layer<Record>& layer, std::sp
 }
 
 /// Writes one record per feature, in order.
-/// @param error       receives the layer's sentence when the set could not be written whole; what was written stays
+/// @param error       receives the layer's sentence when the set could not be completed; what was written stays
 /// @param projection  text of the .prj
 template <class Record>
 bool ExportLayer(const std::wstring& path, const Layer<Record>& layer, std::span<const Record> records,
@@ -181,7 +181,7 @@ bool ExportLayer(const std::wstring& path, const Layer<Record>& layer, std::span
     ShapefileSet set(path);
     failure = WriteLayer(set, layer, records, projection);
   } catch (const std::exception&) {
-    // No memory: told as a shape that could not be written.
+    // Out of memory: reported as a shape that could not be written.
   }
   if (failure) Report(error, failure);
   return !failure;

@@ -29,12 +29,12 @@ constexpr auto kColumns = std::to_array<kv::Column<Event>>({
     {"AOSHeading", Decimal{14, 4}, [](const Event& event, Row) { return event.AOSHeading; }},
     {"AOSCalStat", Integer{10}, [](const Event& event, Row) { return event.AOSCalStat; }},
     {"AOSSysStat", Integer{10}, [](const Event& event, Row) { return event.AOSSysStat; }},
-    // Callers know the column by the ten characters that the table keeps: AOSSysErro.
+    // The table keeps ten characters: callers read AOSSysErro.
     {"AOSSysError", Integer{10}, [](const Event& event, Row) { return event.AOSSysError; }},
 });
 static_assert(FitsTable(kColumns));
 
-// The measure is the running number, on purpose: where other point layers have a time, or nothing.
+// The measure is the running number, on purpose, unlike in other point layers.
 void AddPoint(const Event& event, Row row, kv::Shape& shape) {
   shape.AddVertex(event.Longitude, event.Latitude, event.Altitude, row.number);
 }

@@ -9,8 +9,8 @@ using kv::Decimal, kv::Integer, kv::Logical, kv::Text;
 using Photo = tagKVSystemEvent;
 using Row = kv::Row<Photo>;
 
-// A column whose value this system does not know: zero, empty or false. It is there so that the layer has the columns
-// of photo layers from other sources.
+// A column whose value is unknown here: zero, empty or false. It gives the layer the columns of photo layers from other
+// sources.
 template <class Kind>
 constexpr kv::Column<Photo> Unknown(std::string_view name, Kind kind) {
   return {name, kind, [](const Photo&, Row) { return typename Kind::Value{}; }, kv::Varies::kNever};

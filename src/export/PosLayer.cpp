@@ -9,7 +9,7 @@ using kv::Decimal, kv::Integer, kv::Text;
 using Sample = tagKVPosEvent;
 using Row = kv::Row<Sample>;
 
-// A column of the file as it was written.
+// A column with a text of the file, unchanged.
 template <CStringW Sample::*kText>
 constexpr kv::Column<Sample> Kept(std::string_view name) {
   return {name, Text{30}, [](const Sample& sample, Row) { return (sample.*kText).GetString(); }};

@@ -6,7 +6,7 @@
 namespace kv {
 namespace {
 
-// A record's length stands in 32 bits: 32 bytes a vertex, and less than 256 for all else. shapelib does not look.
+// A record's length has 32 bits: 32 bytes a vertex, and less than 256 for the rest. shapelib does not check.
 constexpr std::size_t kMostVertices = (std::numeric_limits<std::uint32_t>::max() - 256) / 32;
 
 constexpr int kAppend = -1;
@@ -26,7 +26,7 @@ void Shape::AddVertex(double x, double y, double z) {
   x_.push_back(x);
   y_.push_back(y);
   z_.push_back(z);
-  m_.push_back(0.0);  // shapelib takes the file's bounds from it even when it is not stored
+  m_.push_back(0.0);  // shapelib computes the file's bounds from it even when it is not stored
 }
 
 void Shape::AddVertex(double x, double y, double z, double m) {

@@ -7,8 +7,7 @@
 
 namespace kv {
 
-/// The vertices of one shape, kept as shapelib wants them, so that they are handed over without a copy. One object
-/// serves all shapes of a layer.
+/// The vertices of one shape, stored so that shapelib takes them without a copy. One object serves a whole layer.
 class Shape {
  public:
   /// @param shapeType  SHPT_POINTZ, or SHPT_ARCZ with one part
@@ -22,7 +21,7 @@ class Shape {
   /// @param z  metres
   void AddVertex(double x, double y, double z);
 
-  /// @param m  measure; every vertex of a shape has one, or none has
+  /// @param m  measure; either all vertices of a shape have one or none
   void AddVertex(double x, double y, double z, double m);
 
   /// @param file  of the same shape type

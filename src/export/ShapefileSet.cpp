@@ -14,7 +14,7 @@ constexpr const char* kAnsiCodePage = "LDID/87";  // the language driver byte of
 
 constexpr const char* kProjectionNotWritten = "Error writing to ...";
 
-// The path of a file of the set, by shapelib's rule: a point that opens the whole path opens no extension.
+// The path of a file of the set, by shapelib's rule: a point at the very start does not begin an extension.
 std::wstring FileOfSet(const std::wstring& path, const wchar_t* extension) {
   const std::size_t point = path.find_last_of(L"./\\");
   const bool hasExtension = point != std::wstring::npos && point > 0 && path[point] == L'.';
@@ -24,7 +24,7 @@ std::wstring FileOfSet(const std::wstring& path, const wchar_t* extension) {
 }  // namespace
 
 ShapefileSet::ShapefileSet(const std::wstring& path, std::uint64_t largestBytes)
-    : path_(path.c_str()),  // as for every file name, a NUL ends it
+    : path_(path.c_str()),  // a NUL ends it, as in every file name
       largestBytes_(largestBytes),
       name_(Utf8FromWide(path_)),
       hooks_(BufferedHooks()) {
@@ -49,7 +49,7 @@ bool ShapefileSet::WriteProjection(std::string_view wkt) {
     const bool written = std::fwrite(wkt.data(), 1, wkt.size(), file.get()) == wkt.size();
     if (std::fclose(file.release()) != 0 || !written) return false;
   }
-  FindLimitedFile();  // the set is complete: each of its names exists
+  FindLimitedFile();  // now that all files of the set exist
   return true;
 }
 
@@ -70,12 +70,12 @@ bool ShapefileSet::IsOverLimit() const {
   return (limitedFile_ ? FileBehind(limitedFile_).Size() : limitedSize_) > largestBytes_;
 }
 
-// A row behind the last one goes the way it goes in DBFWriteTuple, but for two loops there over every single byte: the
-// last row and the end mark go to the file, and the new one waits in the table's own buffer, which closing writes.
+// Appends a row like DBFWriteTuple but without its two loops over every byte: writes the previous row and the end mark,
+// and leaves the new row in the table's own buffer, which closing writes.
 bool ShapefileSet::WriteRow(int number, char* row) {
   DBFInfo& table = *table_;
   const bool isNext = number > 0 && number == table.nRecords && number == table.nCurrentRecord + 1;
-  if (!isNext) return DBFWriteTuple(&table, number, row) != 0;  // the first one: the header goes before it
+  if (!isNext) return DBFWriteTuple(&table, number, row) != 0;  // the first row, after the header
   const auto bytes = static_cast<SAOffset>(table.nRecordLength);
   const auto begin = static_cast<SAOffset>(table.nHeaderLength) + bytes * static_cast<SAOffset>(table.nCurrentRecord);
   char endMark = 0x1A;

@@ -17,23 +17,23 @@ inline constexpr std::string_view kWgs84 =
     R"(AUTHORITY["EPSG","6326"]],PRIMEM["Greenwich",0,AUTHORITY["EPSG","8901"]],)"
     R"(UNIT["degree",0.0174532925199433,AUTHORITY["EPSG","9122"]],AUTHORITY["EPSG","4326"]])";
 
-/// The four files of one Shapefile set while they are written. The calls come in the order in which they
-/// stand here; each says whether it worked. Destroying an open set closes its files as they are.
+/// Writes the four files of a Shapefile set. Call the members in the order of their declaration; each reports success.
+/// Destroying an open set closes its files as they are.
 class ShapefileSet {
  public:
   static constexpr std::uint64_t kLargestBytes = 2'141'983'647;  // 5,500,001 below 2^31
 
-  /// @param path          an extension, if any, gives way to those of the set
-  /// @param largestBytes  what the limited file may hold
+  /// @param path          an extension is replaced by those of the set
+  /// @param largestBytes  most bytes of the limited file
   explicit ShapefileSet(const std::wstring& path, std::uint64_t largestBytes = kLargestBytes);
 
   /// Creates .shp and .shx.
   bool CreateShapes(int shapeType);
 
-  /// Creates the .dbf for text of the ANSI code page, and removes a .cpg that would say otherwise.
+  /// Creates the .dbf for text in the ANSI code page and removes a .cpg that could contradict it.
   bool CreateTable();
 
-  /// A .prj that cannot be opened is no failure; the standard error stream tells.
+  /// A .prj that cannot be opened is not a failure; it is reported on standard error.
   bool WriteProjection(std::string_view wkt);
 
   bool AddColumn(const char* name, DBFFieldType type, int width, int decimals);
@@ -41,8 +41,8 @@ class ShapefileSet {
   /// @return the shape's number, negative on failure
   int Append(Shape& shape) { return shape.AppendTo(shapes_.get()); }
 
-  /// Whether the limited file, the one that the path names exactly as it was given, is larger than it may be. What is
-  /// still in memory counts. A path that names no file has no limit.
+  /// Whether the limited file, the one with exactly the given path, exceeds its limit, including bytes still in memory.
+  /// If the path does not name a file, there is no limit.
   bool IsOverLimit() const;
 
   /// @param row  bytes of the record, the deletion mark first

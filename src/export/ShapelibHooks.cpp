@@ -17,7 +17,7 @@ BufferedFile& File(SAFile file) { return *reinterpret_cast<BufferedFile*>(file);
 SAFile Open(const char* name, const char* mode) noexcept try {
   return reinterpret_cast<SAFile>(BufferedFile::Open(WideFromUtf8(name), mode).release());
 } catch (const std::exception&) {
-  return nullptr;  // no memory: for shapelib a file that cannot be opened
+  return nullptr;  // out of memory: shapelib sees a file that cannot be opened
 }
 
 SAOffset Read(void* data, SAOffset size, SAOffset count, SAFile file) {

@@ -11,8 +11,8 @@ SAHooks BufferedHooks();
 
 const BufferedFile& FileBehind(SAFile file);
 
-/// shapelib's closing calls return nothing, and its hooks know no context: what fails inside them, and every complaint
-/// of shapelib, stays on record for the thread until it is forgotten.
+/// Whether a hook failed, or shapelib complained, in this thread since the last `ForgetHookFailure`. shapelib's closing
+/// calls return nothing, and its hooks have no context.
 bool HasHookFailed();
 void ForgetHookFailure();
 

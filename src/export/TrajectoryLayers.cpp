@@ -13,7 +13,7 @@ using LineRow = kv::Row<Trajectory>;
 
 constexpr const wchar_t* kEmptyTrajectory = L"ExportTrajectoryLineShapefile: Trajectory vector is empty.";
 
-// The measure: seconds from the first fix, never negative, in whatever order the fixes stand.
+// The measure is the distance in seconds from the first fix, never negative, in any order of the fixes.
 void AddVertex(const Fix& fix, const Fix& first, kv::Shape& shape) {
   shape.AddVertex(fix.Longitude, fix.Latitude, fix.Altitude, kv::SecondsBetween(fix.TimeUTC, first.TimeUTC));
 }

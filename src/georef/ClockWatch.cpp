@@ -6,10 +6,10 @@ namespace kv {
 namespace {
 
 constexpr double kCounterRange = 4294967295.0;
-// A larger step between two consecutive tick counts is a wrap of the counter.
+// A larger step between consecutive tick counts means that the counter wrapped.
 constexpr double kWrapStep = 1e9;
 
-// The order of the terms is the clock's own; a counter that wraps is measured exactly like this on every side.
+// The order of the terms is fixed, on purpose: it decides the last bit of the distance past a wrap.
 double TickDistance(double firstTick, double tick, bool wrapped) {
   return std::abs(wrapped ? kCounterRange - tick + firstTick : firstTick - tick);
 }

@@ -10,40 +10,40 @@
 /// The master clock: a free-running 32-bit tick counter that heartbeats tie to UTC.
 namespace kv {
 
-/// UTC over ticks, by two heartbeats.
+/// UTC as a linear function of ticks, from two heartbeats.
 struct TickScale {
   double firstTick;
   FILETIME firstTime;
   double secondsPerTick;
 
-  /// @param wrapped  whether the counter wrapped between the two; never for continuous ticks
+  /// @param wrapped  whether the counter wrapped between the two; false for continuous ticks
   static TickScale Between(double firstTick, FILETIME firstTime, double lastTick, FILETIME lastTime,
                            bool wrapped = false);
 
-  /// UTC time of a tick count. The distance from the first heartbeat counts without its sign: a count from before it is
-  /// placed after it, as far away. Callers drop or know such events; do not mend it here.
-  /// @param pastWrap  whether the count stands after the wrap
+  /// UTC time of a tick count. The distance from the first heartbeat has no sign, on purpose: an earlier count gets a
+  /// time equally far after the heartbeat. Callers expect this.
+  /// @param pastWrap  whether the count was taken after the wrap
   FILETIME TimeOf(double tick, bool pastWrap = false) const;
 };
 
-/// Follows the clock stamp by stamp in file order, and times the records that it stamped.
+/// Follows the clock stamp by stamp in file order and times the stamped records.
 class ClockWatch {
  public:
-  /// The tick of a record that is to be timed.
+  /// Adds the tick of a record to be timed.
   void Stamp(double tick);
 
-  /// A tick that stands beside a time.
+  /// Adds a tick with a known time.
   void Heartbeat(double tick, FILETIME time);
 
-  /// The step to this tick, the next one, is no wrap however large it is: the counter ran on while nothing was written.
+  /// Marks the step to this tick, the next one, as not a wrap, however large: the counter ran on without output.
   void Bridge(double tick) { previousTick_ = tick; }
 
-  /// What the first and the last heartbeat say of the whole file; nothing when there are fewer than two.
+  /// The scale from the first and the last heartbeat; nothing when there are fewer than two.
   std::optional<TickScale> Scale() const;
 
   /// Times the records whose ticks were given to `Stamp`.
-  /// @param isStamped  tells them from the others; they are in the order of their stamps
-  /// @return           false when there is no scale; the records are untouched then
+  /// @param isStamped  whether a record was stamped; stamped records are in the order of their stamps
+  /// @return           false when there is no scale; the records are then untouched
   template <class Record, class IsStamped>
   bool SetTimes(std::vector<Record>& records, IsStamped isStamped) const {
     const auto scale = Scale();

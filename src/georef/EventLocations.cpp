@@ -12,7 +12,7 @@ namespace {
 using kv::IsNullLocation;
 using kv::Location;
 
-// Log events, deliberately, fail in these words too.
+// Also used for log events, on purpose.
 constexpr wchar_t kUnexpectedError[] = L"Unexpected error computing system event locations.";
 
 template <typename Event>
@@ -34,13 +34,13 @@ void Store(const std::vector<Location>& locations, std::vector<Event>& events) {
   }
 }
 
-// An unplaced event takes the place of the nearest later event that has one, failing that of the nearest earlier one.
-// Event 0, deliberately, never lends to later ones. Where all fail, the last location tried stays, altitude included:
-// that of event 1, for event 0 that of the last event.
+// An unplaced event takes the place of the nearest later event that has one, else of the nearest earlier one. On
+// purpose event 0 never lends to later ones. If all fail, the last location tried stays, altitude included: that of
+// event 1, or for event 0 that of the last event.
 void LendToUnplaced(std::vector<Location>& locations) {
   if (locations.size() < 2) return;
   const Location lastTriedByFirst = locations.back();
-  std::size_t lender = locations.size() - 1;  // lends to all behind it
+  std::size_t lender = locations.size() - 1;  // lends to all after it
   while (lender > 1 && IsNullLocation(locations[lender])) --lender;
   for (std::size_t i = lender + 1; i < locations.size(); ++i) locations[i] = locations[lender];
   for (std::size_t i = lender; i-- > 1;) {

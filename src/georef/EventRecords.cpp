@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
 #include <limits>
 
 namespace kv::mission {
@@ -11,15 +10,15 @@ namespace {
 using Records = std::vector<EventRecord>;
 
 constexpr std::int64_t kTickRange = std::int64_t{1} << 32;  // of the counter
-constexpr std::size_t kFewestForFit = 5;     // with fewer heartbeats nobody can tell which of them is wrong
-constexpr std::size_t kMostForSlopes = 200;  // heartbeats, of which all pairs are looked at
-constexpr std::size_t kBelievedShare = 4;    // one heartbeat of so many may be off
+constexpr std::size_t kFewestForFit = 5;                    // with fewer heartbeats it is unclear which one is wrong
+constexpr std::size_t kMostForSlopes = 200;                 // heartbeats whose pairs are all compared
+constexpr std::size_t kBelievedShare = 4;                   // one heartbeat in so many may be off
 
 constexpr double kWildStep = 1e8;  // ticks there and back again; lines written late are nearer
 
 bool InCounterRange(std::int64_t tick) { return tick >= 0 && tick < kTickRange; }
 
-/// Of two counts as the file has them, whether or not the counter wrapped between them.
+/// Compares two counts as they stand in the file, whether or not the counter wrapped between them.
 bool AreFar(const EventRecord& a, const EventRecord& b, double limit) {
   double distance = std::abs(static_cast<double>(a.tick) - static_cast<double>(b.tick));
   if (InCounterRange(a.tick) && InCounterRange(b.tick))
@@ -97,13 +96,13 @@ TickLine MedianLine(const std::vector<Beat>& beats) {
   return line;
 }
 
-/// Through the first and the last, as the event reader lays it.
+/// Through the first and the last.
 TickLine EndToEndLine(const std::vector<Beat>& beats) {
   const double ticks = beats.back().tick;
   return {ticks != 0 ? beats.back().seconds / ticks : 0, 0};
 }
 
-/// A camera event has no sound time when the heartbeats next to it, before and after, are all wrong.
+/// A camera event cannot be timed if the nearest heartbeats on both sides are wrong.
 void MarkUntimeable(Records& records, const std::vector<bool>& off) {
   for (auto& record : records) record.timeable = record.time.has_value();
   bool wrong = true;

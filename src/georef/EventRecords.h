@@ -4,7 +4,6 @@
 #include <optional>
 #include <vector>
 
-#include "base/LineNumbers.h"
 #include "time/Instants.h"
 
 /// The sound lines of an event file, and what their ticks and heartbeats say of one another.
@@ -21,14 +20,10 @@ struct EventRecord {
 
 LineNumbers LinesOf(const std::vector<EventRecord>& records);
 
-/// The event reader takes a larger step between two lines, in ticks, for a wrap of the counter.
+/// Ticks; the clock takes a larger step between two lines for a wrap of the counter.
 inline constexpr double kLargestStep = 1e9;
 /// Seconds; heartbeats are on whole seconds.
 inline constexpr double kHeartbeatTolerance = 0.5;
-
-/// What is wrong with the records taken out below.
-inline constexpr const char* kWildTick = "the tick is far from those before and after";
-inline constexpr const char* kOffHeartbeat = "more than 0.5 s off the others";
 
 /// Takes out lines whose tick lies far from both neighbours' (1e8 ticks, at the ends 1e9), while those are near each
 /// other. At the ends only camera events are taken out: a heartbeat there may stand alone before or after an outage.
@@ -50,8 +45,8 @@ struct HeartbeatCheck {
 /// When more are, nothing is taken out.
 HeartbeatCheck TakeOutOffHeartbeats(std::vector<EventRecord>& records);
 
-/// Whether the step from a record to the next is larger than the event reader can take, and plausible all the same:
-/// forward, and between heartbeats. To be asked only when the heartbeats agree.
+/// Whether the step from a record to the next is that large, but plausible as an outage: forward, and between
+/// heartbeats. To be asked only when the heartbeats agree.
 std::vector<bool> PlausibleOutages(const std::vector<EventRecord>& records);
 
 }  // namespace kv::mission

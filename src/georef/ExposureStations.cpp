@@ -21,9 +21,9 @@ using Station = tagKVExposureStation;
 constexpr const wchar_t* kNoEvents = L"Compute Exposure Stations Failed:  System Events are empty.";
 constexpr const wchar_t* kUnexpectedError = L"Compute Exposure Stations Failed:  Unexpected error occurred.";
 
-// The camera events that no station has taken yet. They stand in groups of one time, in sequence order inside a group;
-// groups that still have events are linked in the order of time. Only the first of a group is ever taken: as the
-// visited event, because no earlier one is open, or as a partner, because it is the earliest of its difference.
+// The camera events that no station has taken yet, grouped by time and in sequence order inside a group. Groups that
+// still have events are linked in time order. Only the first of a group is ever taken: as the visited event because no
+// earlier one is open, or as a partner because it is the earliest with its difference.
 class OpenEvents {
  public:
   struct Nearest {
@@ -31,11 +31,11 @@ class OpenEvents {
     std::size_t event = 0;
   };
 
-  /// @param events  must stay where they are and keep their times
+  /// @param events  must stay in place and keep their times
   explicit OpenEvents(std::span<const Event> events) : events_(events), groupOf_(events.size()) {
     for (std::size_t i = 0; i < events.size(); ++i) inTimeOrder_.push_back(i);
     std::ranges::stable_sort(inTimeOrder_, {}, [&](std::size_t event) { return kv::Ticks(events[event].TimeUTC); });
-    groups_.push_back({0, 0, kNone, kNone});  // the end of the links on both sides
+    groups_.push_back({0, 0, kNone, kNone});  // the end of the links in both directions
     for (std::size_t at = 0; at < inTimeOrder_.size(); ++at) {
       if (at == 0 || Ticks(at - 1) != Ticks(at)) groups_.push_back({at, at, groups_.size() - 1, groups_.size() + 1});
       ++groups_.back().end;
@@ -44,7 +44,7 @@ class OpenEvents {
     groups_.back().later = kNone;
   }
 
-  /// @param event  no earlier one is open
+  /// @param event  must not follow an open one
   bool IsOpen(std::size_t event) const {
     const Group& group = groups_[groupOf_[event]];
     return group.first != group.end && inTimeOrder_[group.first] == event;
@@ -59,13 +59,13 @@ class OpenEvents {
   }
 
   /// @param event  just taken
-  /// @return       the open event of the smallest difference in seconds, the earliest in sequence of several
+  /// @return       the open event with the smallest difference in seconds; among equals the first in sequence
   Nearest NearestTo(std::size_t event) const {
     const Group& own = groups_[groupOf_[event]];
     if (own.first != own.end) return {0.0, inTimeOrder_[own.first]};
     Nearest nearest;
     for (auto link : {&Group::earlier, &Group::later}) {
-      // Differences grow along the links, but decades apart two of them can be the same double.
+      // Differences grow along the links, but decades apart two of them can round to one double.
       for (std::size_t group = own.*link; group != kNone; group = groups_[group].*link) {
         const std::size_t first = inTimeOrder_[groups_[group].first];
         const double seconds = kv::SecondsBetween(events_[first].TimeUTC, events_[event].TimeUTC);
@@ -94,8 +94,8 @@ class OpenEvents {
 
 double Middle(double a, double b) { return a + (b - a) * 0.5; }
 
-// The partner's camera is not asked for, on purpose: two events of one camera that are nearest to each other belong
-// together too, and callers see the fault in the station.
+// The partner's camera is not checked, on purpose: two events of one camera may form a pair, and callers see the fault
+// in the station.
 Station PairedStation(Event&& visited, Event&& partner, double seconds) {
   const bool isVisitedEarlier = kv::Ticks(visited.TimeUTC) < kv::Ticks(partner.TimeUTC);
   const FILETIME earlier = isVisitedEarlier ? visited.TimeUTC : partner.TimeUTC;
@@ -110,7 +110,7 @@ Station PairedStation(Event&& visited, Event&& partner, double seconds) {
           std::move(isCamera1 ? partner : visited)};
 }
 
-// The other camera's place is held by an event of no type at the same time.
+// An event of type 0 with the same time stands in for the other camera.
 Station SingleStation(Event&& visited) {
   Event placeholder;
   placeholder.TimeUTC = visited.TimeUTC;
@@ -128,7 +128,7 @@ Station SingleStation(Event&& visited) {
 void FormStations(std::vector<Event>& events, double toleranceSeconds, std::vector<Station>& stations) {
   std::erase_if(events, [](const Event& event) { return event.Type != kv::kCameraEvent; });
   OpenEvents open(events);
-  stations.reserve((events.size() + 1) / 2);  // as many as there are when all are pairs
+  stations.reserve((events.size() + 1) / 2);  // enough if all are pairs
   for (std::size_t i = 0; i < events.size(); ++i) {
     if (!open.IsOpen(i)) continue;
     open.Take(i);

@@ -20,9 +20,9 @@ bool Brackets(const Observation& from, const Observation& to, const FILETIME& ti
   return Ticks(from.TimeUTC) <= Ticks(time) && Ticks(to.TimeUTC) >= Ticks(time);
 }
 
-// How far a time is on the way between two observations. Deliberately formed in two ways: from the smaller of the times
-// in seconds, and from the first of the times in ticks. Deliberately unguarded: two observations of the same time give
-// NaN, since neither place is more right than the other.
+// The fraction of the way between two observations. On purpose computed in two ways: seconds count from the smaller
+// time, ticks from the first one. On purpose unguarded: two observations of equal time give NaN, since neither place is
+// better.
 double Fraction(const Observation& from, const Observation& to, double time) {
   const auto [low, high] = std::minmax(from.AdjGpsSec, to.AdjGpsSec);
   return (time - low) / (high - low);
@@ -40,8 +40,8 @@ Location Interpolate(const Observation& from, const Observation& to, const Time&
           from.Altitude + (to.Altitude - from.Altitude) * fraction};
 }
 
-// The first pair of neighbours that brackets the time decides, so an observation's own time belongs to the pair that
-// ends there. A trajectory of one observation, or none, has no pair.
+// Uses the first pair of neighbours that brackets the time, so an observation's own time belongs to the pair that ends
+// there. A trajectory of fewer than two observations has no pair.
 template <typename Time>
 Location LocationAt(const Time& time, const std::vector<Observation>& trajectory) {
   const auto from = std::adjacent_find(trajectory.begin(), trajectory.end(),

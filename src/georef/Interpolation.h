@@ -4,20 +4,20 @@
 
 namespace kv {
 
-/// Latitude and longitude in decimal degrees, height in metres. What no one has placed is at the null location.
+/// Latitude and longitude in decimal degrees, height in metres. (0, 0, 0), the null location, means "not placed".
 struct Location {
   double latitude = 0.0;
   double longitude = 0.0;
   double altitude = 0.0;
 };
 
-/// Whether a position means "not placed". The altitude plays no part.
+/// Whether a position means "not placed". The altitude is ignored.
 constexpr bool IsNullLocation(double latitude, double longitude) { return latitude == 0.0 && longitude == 0.0; }
 constexpr bool IsNullLocation(const Location& location) {
   return IsNullLocation(location.latitude, location.longitude);
 }
 
-/// Linear in `AdjGpsSec` between two observations that bracket the time; NaN when they have the same time.
+/// Interpolates linearly in `AdjGpsSec` between two observations that bracket the time; NaN if their times are equal.
 Location LocationBetween(const tagKVTrajectoryObs& from, const tagKVTrajectoryObs& to, double adjGpsSeconds);
 
 }  // namespace kv

@@ -10,7 +10,7 @@ namespace {
 using Observation = tagKVTrajectoryObs;
 using Run = std::span<const Observation>;
 
-// Longest stretches of ascending or equal times, in the trajectory's order. A NaN ends a run and starts none.
+// Longest stretches of ascending or equal times, in the trajectory's order. A NaN ends a run and does not start one.
 std::vector<Run> RunsOf(Run trajectory) {
   std::vector<Run> runs;
   const auto fallsBack = [](const Observation& a, const Observation& b) { return !(a.AdjGpsSec <= b.AdjGpsSec); };
@@ -32,8 +32,8 @@ std::vector<double> EndsOf(const std::vector<Run>& runs) {
   return ends;
 }
 
-// Slots in ascending order, of which each is taken once. The next free one is found through links that skip what is
-// taken and are shortened on the way.
+// Slots in ascending order, each taken once. Links that skip taken slots, shortened at every search, lead to the next
+// free one.
 class FreeSlots {
  public:
   explicit FreeSlots(std::size_t count) : next_(count + 1) { std::iota(next_.begin(), next_.end(), std::size_t{0}); }
@@ -55,8 +55,8 @@ TrajectoryIndex::TrajectoryIndex(std::span<const tagKVTrajectoryObs> trajectory)
   const std::vector<Run> runs = RunsOf(trajectory);
   runEnds_ = EndsOf(runs);
   runOfSlot_.resize(2 * runEnds_.size() + 1);
-  // The runs take their slots in order and leave to later runs what is free still. So a million runs that overlap cost
-  // little more than a million that do not.
+  // Each run takes the free slots it spans and leaves the rest to later runs, so overlapping runs cost little more than
+  // separate ones.
   FreeSlots free(runOfSlot_.size());
   for (const Run& run : runs) {
     const std::size_t last = SlotAt(run.back().AdjGpsSec);
@@ -67,8 +67,8 @@ TrajectoryIndex::TrajectoryIndex(std::span<const tagKVTrajectoryObs> trajectory)
   }
 }
 
-// Slot 2k + 1 is the time runEnds_[k] itself, slot 2k what lies before it and after the end before. The first slot (NaN
-// comes there too) and the last lie outside all runs.
+// Slot 2k + 1 is the time runEnds_[k] itself; slot 2k is the open interval before it. The first slot, which also serves
+// NaN, and the last lie outside all runs.
 std::size_t TrajectoryIndex::SlotAt(double adjGpsSeconds) const {
   const auto end = std::lower_bound(runEnds_.begin(), runEnds_.end(), adjGpsSeconds);
   const auto endsBefore = static_cast<std::size_t>(end - runEnds_.begin());
@@ -79,8 +79,7 @@ std::size_t TrajectoryIndex::SlotAt(double adjGpsSeconds) const {
 Location TrajectoryIndex::LocationAt(double adjGpsSeconds) const {
   const Run run = runOfSlot_[SlotAt(adjGpsSeconds)];
   if (run.empty()) return {};
-  // The pair that ends at the first observation not before the time; for the run's first time the pair that starts
-  // there.
+  // Uses the pair that ends at the first observation not before the time; for the run's first time, the first pair.
   const Observation* to = &*std::ranges::lower_bound(run.subspan(1), adjGpsSeconds, {}, &Observation::AdjGpsSec);
   return LocationBetween(to[-1], to[0], adjGpsSeconds);
 }

@@ -8,15 +8,14 @@
 
 namespace kv {
 
-/// Answers many times on one trajectory: the first two consecutive observations that bracket a time decide, whatever
-/// the trajectory's order, just as in a scan from the start, in time logarithmic in its length.
+/// Locates many times on one trajectory. In any order of the trajectory, the first two consecutive observations that
+/// bracket a time decide, as in a scan from the start, but in logarithmic time.
 ///
-/// The trajectory is cut where its times fall back into runs of ascending or equal times. Inside a run the first pair
-/// is found by binary search. Which run answers, the first in order of those that span the time, is settled beforehand
-/// for every stretch of time between two ends of runs.
+/// The trajectory is cut into runs of ascending or equal times. Inside a run the first pair is found by binary search.
+/// The first run that spans a time is computed beforehand for every interval between two ends of runs.
 class TrajectoryIndex {
  public:
-  /// @param trajectory  must stay as it is while the index is used; its times may be NaN or infinite
+  /// @param trajectory  must not change while the index is used; its times may be NaN or infinite
   explicit TrajectoryIndex(std::span<const tagKVTrajectoryObs> trajectory);
 
   /// @return the null location when no two consecutive observations bracket the time

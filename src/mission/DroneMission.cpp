@@ -1,15 +1,17 @@
-#include "mission/DroneMission.h"
+#include "mission/Steps.h"
 
 #include <algorithm>
 #include <map>
 #include <string>
 
-#include "base/Failure.h"
-#include "mission/Placing.h"
-#include "mission/PositionDifferences.h"
+#include "georef/EventTypes.h"
+#include "georef/PositionDifferences.h"
+#include "mission/inputs/Inputs.h"
 #include "mission/inputs/PostProcessed.h"
+#include "mission/inputs/Trajectory.h"
 #include "photos/PhotoFolder.h"
 #include "platform/FileNames.h"
+#include "readers/PhotoNumber.h"
 
 namespace kv::mission {
 namespace {
@@ -23,142 +25,154 @@ PhotoFolder ListPhotos(const fs::path& path) {
   return folder;
 }
 
-/// Photos of a number that no exposure found a photo by, and photos that serve several. Of one number the photos that
-/// were not taken are not missed.
-Pairing PairingOf(const PhotoFolder& folder, const DroneTimestamps& timestamps) {
+/// Collects photos whose number no exposure has, and photos that serve several exposures. If photos share a number, those
+/// not taken are not reported.
+Pairing PairingOf(const PhotoFolder& folder, const SystemEvents& events,
+                  const std::vector<std::int32_t>& photoNumbers) {
   Pairing pairing;
   pairing.mode = PairMode::Number;
   const std::size_t nameAt = PhotoNameAt(folder.path);
   std::map<std::wstring, std::size_t> uses;
-  std::vector<std::int32_t> numbers;
-  for (std::size_t i = 0; i < timestamps.events.size(); ++i) {
-    const CStringW& photo = timestamps.events[i].PhotoPath;
+  std::vector<std::int64_t> numbers;
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    const CStringW& photo = events[i].PhotoPath;
     if (photo.IsEmpty()) continue;
     ++pairing.paired;
-    numbers.push_back(timestamps.photoNumbers[i]);
+    numbers.push_back(photoNumbers[i]);
     if (++uses[photo.GetString()] == 2) pairing.shared.push_back(std::wstring(photo.GetString()).substr(nameAt));
   }
   std::sort(numbers.begin(), numbers.end());
   for (const Photo& photo : folder.photos) {
-    const auto number = PhotoNumber(Utf8(photo.name));
-    if (!number || !std::binary_search(numbers.begin(), numbers.end(), *number)) pairing.unused.push_back(photo.name);
+    const auto known = PhotoNumberIn(photo.name);
+    if (!known || !std::binary_search(numbers.begin(), numbers.end(), known->number))
+      pairing.unused.push_back(photo.name);
   }
   return pairing;
 }
 
-void WarnOfPairing(const CameraSummary& camera, Log& log) {
+void TellOfPairing(const Camera& camera, Job& job) {
   const Pairing& pairing = camera.pairing;
+  const Subject subject{.file = camera.folder->path, .camera = 1};
+  const auto tell = [&](const FindingKind& kind, const std::vector<std::wstring>& photos) {
+    if (photos.empty()) return;
+    job.Add(kind, {{"camera", 1}, {"count", Count(photos.size())}, {"photo", Utf8(photos[0])}}, subject);
+  };
   if (pairing.paired < camera.read)
-    log.Warn("{} without a photo: dropped", Counted(camera.read - pairing.paired, "exposure"));
-  if (!pairing.unused.empty())
-    log.Warn("{} without an exposure, first {}", Counted(pairing.unused.size(), "photo"), Utf8(pairing.unused[0]));
-  if (!pairing.shared.empty())
-    log.Warn("{} more than one exposure, first {}",
-             pairing.shared.size() == 1 ? "1 photo serves" : fmt::format("{} photos serve", pairing.shared.size()),
-             Utf8(pairing.shared[0]));
+    job.Add(Found::ExposuresWithoutPhoto, {{"count", Count(camera.read - pairing.paired)}}, subject);
+  tell(Found::PhotosWithoutExposure, pairing.unused);
+  tell(Found::PhotosShared, pairing.shared);
 }
 
-/// The photos are those beside the timestamp file, where there are any. A folder that cannot be listed holds none; the
-/// timestamp file in it may be readable all the same.
-void FindPhotos(Settings& settings, Log& log) {
-  constexpr const char* kEffect = "exposures stay without photos";
-  const fs::path beside = fs::absolute(*settings.mrk).parent_path();
+/// Takes the photos beside the timestamp file, if there are any. A folder that cannot be listed counts as empty: the
+/// timestamp file in it may still be readable.
+void FindPhotos(Settings& settings, Job& job) {
+  const fs::path beside = fs::absolute(settings.timestamps).parent_path();
   try {
     if (!PhotosIn(beside).empty()) {
       settings.photos = beside;
     } else {
-      log.Warn("no photos in {}: {}", Utf8(beside), kEffect);
+      job.Add(Found::DronePhotosMissing, {{"reason", "no photos in " + Utf8(beside)}}, {.file = beside});
     }
   } catch (const Failure& failure) {
-    log.Warn("{}: {}", failure.what(), kEffect);
+    job.Add(Found::DronePhotosMissing, {{"reason", failure.what()}}, {.file = beside});
   }
 }
 
-/// @return what a drone mission does without, separated by commas
-std::string UselessOptions(const Settings& settings) {
+/// @return the settings that change nothing in a drone mission, separated by commas
+std::string UselessSettings(const Settings& settings) {
+  const Settings defaults;
   std::string names;
-  const auto add = [&](const char* name, bool isGiven) {
-    if (isGiven) (names += names.empty() ? "" : ", ") += name;
+  const auto add = [&](const char* name, auto member) {
+    if (settings.*member != defaults.*member) (names += names.empty() ? "" : ", ") += name;
   };
-  add("--pair", settings.pair.has_value());
-  add("--cam1-offset", settings.camera1Offset.has_value());
-  add("--cam2-offset", settings.camera2Offset.has_value());
-  add("--tolerance", settings.tolerance.has_value());
+  add("--pair", &Settings::pair);
+  add("--cam1-offset", &Settings::camera1OffsetSeconds);
+  add("--cam2-offset", &Settings::camera2OffsetSeconds);
+  add("--tolerance", &Settings::toleranceSeconds);
   return names;
 }
 
-/// One sensible set of inputs, or a sentence that says what does not go together.
+/// @return what does not go together; empty when all inputs do
 std::string ComplaintAbout(const Settings& settings) {
-  const bool hasPostProcessed = settings.pos || settings.applanix;
-  if (!settings.mrk && settings.photos) return "--photos are those of a drone mission; give --mrk as well";
-  if (!settings.mrk && settings.position) return "--position is for a drone mission; give --mrk as well";
-  if (!settings.mrk) return {};
-  if (settings.trajectory || settings.events || settings.log || settings.camera1 || settings.camera2)
-    return "a drone mission has --mrk and --photos, but no trajectory, event file, log or cam1 and cam2";
-  if (settings.pos && settings.applanix) return "--pos and --applanix are both a post-processed trajectory; give one";
-  if (settings.position == PositionSource::PostProcessed && !hasPostProcessed)
-    return "--position pos needs a post-processed trajectory: give --pos and --target, or --applanix";
+  const auto isGiven = [&](auto... members) { return (!(settings.*members).empty() || ...); };
+  if (settings.timestamps.empty()) {
+    if (isGiven(&Settings::photos)) return "--photos is for a drone mission; give --timestamps as well";
+    if (settings.position != PositionSource::Timestamps)
+      return "--position is for a drone mission; give --timestamps as well";
+    return {};
+  }
+  if (isGiven(&Settings::trajectory, &Settings::events, &Settings::housekeeping, &Settings::camera1,
+              &Settings::camera2))
+    return "a drone mission has --timestamps and --photos, but not a trajectory, event file, housekeeping log or "
+           "cam1 and cam2";
+  if (isGiven(&Settings::pos) && isGiven(&Settings::applanix))
+    return "--pos and --applanix are both a post-processed trajectory; give one";
+  if (settings.position == PositionSource::PostProcessed && !isGiven(&Settings::pos, &Settings::applanix))
+    return "--position post-processed needs a trajectory: give --pos and --target, or --applanix";
   return {};
+}
+
+std::size_t CountPlaced(const SystemEvents& events) {
+  return static_cast<std::size_t>(std::count_if(events.begin(), events.end(), IsPlaced));
 }
 
 }  // namespace
 
-void SettleDroneInputs(Settings& settings, Log& log) {
+void SettleDroneInputs(Settings& settings, Job& job) {
   const std::string complaint = ComplaintAbout(settings);
-  if (!complaint.empty()) throw Failure(complaint, ExitCode::WrongUsage);
-  if (!settings.mrk) return;
-  if (const std::string useless = UselessOptions(settings); !useless.empty())
-    log.Warn("without effect in a drone mission: {}", useless);
-  if (!settings.photos) FindPhotos(settings, log);
+  if (!complaint.empty()) throw Failure(complaint, Failure::Reason::WrongUsage);
+  if (settings.timestamps.empty()) return;
+  if (const std::string useless = UselessSettings(settings); !useless.empty())
+    job.Add(Found::SettingsWithoutEffect, {{"settings", useless}});
+  if (settings.photos.empty()) FindPhotos(settings, job);
   settings.camera1 = settings.photos;
 }
 
-EventLog ReadDroneEvents(const fs::path& scratch, Summary& summary, Log& log) {
-  CameraSummary camera;
-  camera.camera = 1;
-  if (summary.inputs.photos) camera.folder = ListPhotos(*summary.inputs.photos);
-  DroneTimestamps timestamps = ReadDroneTimestamps(
-      *summary.inputs.mrk, camera.folder ? std::optional(camera.folder->path) : std::nullopt, scratch, log);
-  camera.read = timestamps.events.size();
-  camera.placed = static_cast<std::size_t>(std::count_if(timestamps.events.begin(), timestamps.events.end(), IsPlaced));
+SystemEvents ReadDroneEvents(Mission& mission, Job& job) {
+  const Settings& settings = mission.settings;
+  Camera camera;
+  camera.number = 1;
+  if (!settings.photos.empty()) camera.folder = ListPhotos(settings.photos);
+  mission.timestamps = ReadTimestampFile(settings.timestamps, camera.folder ? camera.folder->path : fs::path(), job);
+  SystemEvents events = std::move(mission.timestamps->events);
+  mission.timestamps->events.clear();
+  camera.read = events.size();
+  camera.placed = CountPlaced(events);
   if (camera.folder) {
-    camera.pairing = PairingOf(*camera.folder, timestamps);
-    WarnOfPairing(camera, log);
+    camera.pairing = PairingOf(*camera.folder, events, mission.timestamps->photoNumbers);
+    TellOfPairing(camera, job);
   }
-  summary.cameras.push_back(std::move(camera));
-  EventLog events;
-  events.events = std::move(timestamps.events);
-  events.photoNumbers = timestamps.photoNumbers;
-  summary.timestamps = std::move(timestamps);
+  mission.cameras.push_back(std::move(camera));
   return events;
 }
 
-Trajectory ApplyPostProcessed(const std::vector<tagKVPosEvent>& samples, std::vector<tagKVSystemEvent>& events,
-                              Summary& summary, Log& log) {
-  auto observations = ObservationsOf(samples, log);
-  const Settings& inputs = summary.inputs;
-  const bool isTaken = inputs.position == PositionSource::PostProcessed;
-  if (observations.empty()) {
-    const std::string complaint =
-        fmt::format("{}: {}", Utf8(inputs.applanix ? *inputs.applanix : *inputs.pos), kNoUsableSample);
-    if (isTaken) throw Failure(complaint);
-    log.Warn("{}: places are not compared", complaint);
+Trajectory ApplyPostProcessed(const std::vector<tagKVPosEvent>& samples, SystemEvents& events, Mission& mission,
+                              Job& job) {
+  auto fixes = FixesOf(samples, job);
+  const Settings& settings = mission.settings;
+  const bool isTaken = settings.position == PositionSource::PostProcessed;
+  if (fixes.empty()) {
+    const auto& path = settings.applanix.empty() ? settings.pos : settings.applanix;
+    if (isTaken) throw Failure(Utf8(path) + ": no usable sample");
+    job.Add(Found::PlacesNotCompared, {{"file", Utf8(path)}}, {.file = path});
     return {};
   }
-  Trajectory trajectory = InspectedTrajectory(std::move(observations), inputs.maxGap.value_or(kDefaultMaxGap));
-  WarnOfTrajectory(trajectory, kPostProcessedWords, log);
-  std::vector<tagKVSystemEvent> placed = events;
-  Log unheard(Verbosity::Quiet);  // one sentence counts gaps and ends
+  Trajectory trajectory = InspectedTrajectory(std::move(fixes), settings.maxGapSeconds);
+  TellOfTrajectory(trajectory, kPostProcessedWords, job);
+  SystemEvents placed = events;
+  Observer nobody;
+  Job unheard(nobody);  // one finding counts gaps and ends
   PlaceEvents(placed, trajectory, unheard);
-  PositionDifferences& differences = summary.positions.emplace(Compare(events, placed));
-  differences.used = isTaken ? PositionSource::PostProcessed : PositionSource::Timestamps;
+  PositionDifferences& differences = mission.positions.emplace(Compare(events, placed));
+  differences.used = settings.position;
   if (differences.outside > 0)
-    log.Warn("{} outside the post-processed trajectory of {} to {} or in a gap of it: {}",
-             Counted(differences.outside, "exposure"), TimeText(trajectory.first), TimeText(trajectory.last),
-             isTaken ? "dropped" : "not compared");
+    job.Add(Found::ExposuresOutsideTrajectory, {{"count", Count(differences.outside)},
+                                                {"from", trajectory.first},
+                                                {"to", trajectory.last},
+                                                {"effect", isTaken ? "dropped" : "not compared"}});
   if (!isTaken) return {};
   events = std::move(placed);
-  summary.cameras[0].placed = static_cast<std::size_t>(std::count_if(events.begin(), events.end(), IsPlaced));
+  mission.cameras[0].placed = CountPlaced(events);
   return trajectory;
 }
 

@@ -1,96 +1,111 @@
-#include "mission/Layers.h"
+#include "mission/Steps.h"
 
 #include <KVUtilities.h>
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <utility>
 
-#include "base/Failure.h"
-#include "base/Interrupt.h"
+#include "mission/OutputFolder.h"
+#include "platform/CodePage.h"
 #include "platform/FileNames.h"
 
 namespace kv::mission {
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr std::size_t kPathWidth = 254;  // of the photo layer's column
-/// Characters of Windows-1252 at 0x80 to 0x9F. Source: the Unicode Consortium's CP1252.TXT.
-constexpr std::wstring_view kFrom80To9F =
-    L"\u20AC\u201A\u0192\u201E\u2026\u2020\u2021\u02C6\u2030\u0160\u2039\u0152\u017D"
-    L"\u2018\u2019\u201C\u201D\u2022\u2013\u2014\u02DC\u2122\u0161\u203A\u0153\u017E"
-    L"\u0178";
 
-bool InCodePage(wchar_t character) {
-  return character < 0x80 || (character >= 0xA0 && character <= 0xFF) ||
-         kFrom80To9F.find(character) != std::wstring_view::npos;
-}
-
-bool FitsColumn(const CStringW& path) {
-  const std::wstring_view text = path.GetString();
-  return text.size() <= kPathWidth && std::all_of(text.begin(), text.end(), InCodePage);
-}
-
-/// The library does not report a .prj that could not be written.
-void CheckProjectionFile(const std::filesystem::path& layer) {
+/// Exports do not report a .prj that could not be written.
+void CheckProjectionFile(const fs::path& layer) {
   std::error_code error;
-  const auto projection = std::filesystem::path(layer).replace_extension(".prj");
-  if (std::filesystem::file_size(projection, error) == 0 || error)
+  const auto projection = fs::path(layer).replace_extension(".prj");
+  if (fs::file_size(projection, error) == 0 || error)
     throw Failure(Utf8(projection.filename()) + ": cannot be written");
 }
 
-template <typename Export, typename Records>
-Layer Write(const OutputFolder& output, const char* name, Export exportLayer, Records&& records, const Log& log) {
-  ThrowIfInterrupted();
-  const Layer layer{name, records.size()};
-  const auto path = output.Staging() / (std::string(name) + ".shp");
-  log.Note("writing {}, {}", name, Counted(layer.records, "record"));
-  std::wstring error;
-  if (!exportLayer(WidePath(path), std::forward<Records>(records), error))
-    throw Failure(fmt::format("{}: {}", Utf8(output.Path() / path.filename()), Utf8(error)));
-  CheckProjectionFile(path);
-  ThrowIfInterrupted();
-  return layer;
+/// Writes layers into the staging folder.
+class LayerWriter {
+ public:
+  LayerWriter(const OutputFolder& output, Job& job) : output_(output), job_(job) {}
+
+  template <typename Export, typename Records>
+  void Write(const std::string& name, Export exportLayer, Records&& records) const {
+    job_.ThrowIfStopped();
+    const auto path = output_.Staging() / (name + ".shp");
+    job_.Add(Found::LayerWritten, {{"layer", name}, {"records", Count(records.size())}});
+    std::wstring error;
+    if (!exportLayer(WidePath(path), std::forward<Records>(records), error))
+      throw Failure(fmt::format("{}: {}", Utf8(output_.Path() / path.filename()), Utf8(error)));
+    CheckProjectionFile(path);
+    job_.ThrowIfStopped();
+  }
+
+ private:
+  const OutputFolder& output_;
+  Job& job_;
+};
+
+std::vector<tagKVSystemEvent> PhotoRecords(const Mission& mission) {
+  std::vector<tagKVSystemEvent> events;
+  for (const Exposure& exposure : mission.exposures) {
+    if (!exposure.drop) events.push_back(exposure.event);
+  }
+  return events;
 }
 
 }  // namespace
 
-Layer WriteTrajectoryLine(const OutputFolder& output, const std::vector<tagKVTrajectoryObs>& trajectory,
-                          const Log& log) {
-  Layer layer = Write(output, kTrajectoryLine, KVUtilities::ExportTrajectoryLineShapefile, trajectory, log);
-  layer.records = 1;
-  return layer;
-}
-
-Layer WriteTrajectoryPoints(const OutputFolder& output, std::vector<tagKVTrajectoryObs>&& trajectory, const Log& log) {
-  return Write(output, kTrajectoryPoints, KVUtilities::ExportTrajectoryPointShapefile, std::move(trajectory), log);
-}
-
-Layer WriteLogPoints(const OutputFolder& output, std::vector<tagKVLogEvent>&& events, const Log& log) {
-  return Write(output, kLogPoints, KVUtilities::ExportLogPointShapefile, std::move(events), log);
-}
-
-Layer WriteStations(const OutputFolder& output, std::vector<tagKVExposureStation>&& stations, const Log& log) {
-  return Write(output, kStations, KVUtilities::ExportExposureStationPointShapefile, std::move(stations), log);
-}
-
-Layer WritePhotos(const OutputFolder& output, std::vector<tagKVSystemEvent>&& events, const Log& log) {
-  return Write(output, kPhotos, KVUtilities::ExportPhotoPointShapefile, std::move(events), log);
-}
-
-Layer WritePosPoints(const OutputFolder& output, const char* name, std::vector<tagKVPosEvent>&& samples,
-                     const std::wstring& projection, const Log& log) {
+void WritePosLayer(const std::string& name, const PosPoints& points, const OutputFolder& output, Job& job) {
+  const std::wstring projection = WideFromUtf8(points.projection);
   const auto exportLayer = [&](std::wstring path, std::vector<tagKVPosEvent> records, std::wstring& error) {
     return KVUtilities::ExportPosPointShapefile(std::move(path), std::move(records), projection, error);
   };
-  return Write(output, name, exportLayer, std::move(samples), log);
+  LayerWriter(output, job).Write(name, exportLayer, points.samples);
 }
 
-void WarnOfPhotoPaths(const std::vector<tagKVSystemEvent>& events, Log& log) {
-  const auto unfit =
-      std::count_if(events.begin(), events.end(), [](auto& event) { return !FitsColumn(event.PhotoPath); });
-  if (unfit > 0)
-    log.Warn("{} cannot be written whole: the table takes {} characters of Windows-1252",
-             Counted(static_cast<std::size_t>(unfit), "photo path"), kPathWidth);
+void WriteResults(const Mission& mission, const OutputFolder& output, Job& job) {
+  const LayerWriter writer(output, job);
+  if (mission.trajectory) {
+    writer.Write(kTrajectoryLine, KVUtilities::ExportTrajectoryLineShapefile, mission.trajectory->fixes);
+    writer.Write(kTrajectoryPoints, KVUtilities::ExportTrajectoryPointShapefile, mission.trajectory->fixes);
+  }
+  if (mission.housekeeping)
+    writer.Write(kHousekeepingPoints, KVUtilities::ExportLogPointShapefile, mission.housekeeping->events);
+  if (mission.events || mission.timestamps)
+    writer.Write(kPhotos, KVUtilities::ExportPhotoPointShapefile, PhotoRecords(mission));
+  if (mission.stations)
+    writer.Write(kStations, KVUtilities::ExportExposureStationPointShapefile, mission.stations->stations);
+  if (mission.pos) WritePosLayer(kPosPoints, *mission.pos, output, job);
+  WriteFile(output.Staging() / kSummaryFile, SummaryJson(mission, output.Path()));
+}
+
+bool FitsPhotoPath(const CStringW& path) {
+  const std::wstring_view text = path.GetString();
+  std::array<char, kPathWidth> narrow;
+  const auto end = narrow.begin() + static_cast<std::ptrdiff_t>(NarrowAnsi(text, narrow));
+  return text.size() <= kPathWidth &&
+         std::count(narrow.begin(), end, '?') == std::count(text.begin(), text.end(), L'?');
 }
 
 }  // namespace kv::mission
+
+std::vector<KVMission::Layer> KVMission::LayersOf(const Mission& mission) {
+  using namespace kv::mission;
+  std::vector<Layer> layers;
+  if (mission.trajectory) {
+    layers.push_back({kTrajectoryLine, 1});
+    layers.push_back({kTrajectoryPoints, mission.trajectory->fixes.size()});
+  }
+  if (mission.housekeeping) layers.push_back({kHousekeepingPoints, mission.housekeeping->events.size()});
+  if (mission.events || mission.timestamps)
+    layers.push_back(
+        {kPhotos, static_cast<std::size_t>(std::count_if(mission.exposures.begin(), mission.exposures.end(),
+                                                         [](auto& exposure) { return !exposure.drop; }))});
+  if (mission.stations) layers.push_back({kStations, mission.stations->stations.size()});
+  if (mission.pos) layers.push_back({kPosPoints, mission.pos->samples.size()});
+  return layers;
+}

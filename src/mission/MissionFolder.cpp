@@ -1,9 +1,14 @@
-#include "mission/MissionFolder.h"
+#include "mission/Steps.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
+#include <string>
+#include <vector>
 
-#include "base/Failure.h"
-#include "mission/inputs/FileKind.h"
+#include "mission/Settings.h"
+#include "mission/inputs/Inputs.h"
 #include "photos/PhotoFolder.h"
 #include "platform/FileNames.h"
 #include "readers/LineReader.h"
@@ -13,19 +18,18 @@ namespace kv::mission {
 namespace {
 
 namespace fs = std::filesystem;
+using Setting = fs::path Settings::*;
 
-/// The missions that an input belongs to.
-enum class Bearer { Sensor, Drone, Any };
-
+/// Files and folders that may serve one setting.
 struct Candidates {
+  Setting setting;
   Bearer bearer;
-  const char* what;
-  const char* option;
-  std::optional<fs::path> Settings::*setting;
+  const char* several;
+  const char* key;
   std::vector<fs::path> paths;
 };
 
-/// Photos, raw photos and films by their extension: too many to look into.
+/// Recognises photos, raw photos and films by their extension: there are too many to open.
 bool IsPicture(const fs::path& path) {
   constexpr std::array kExtensions{".arw", ".cr2", ".cr3", ".dng", ".heic", ".mov", ".mp4",
                                    ".nef", ".orf", ".png", ".raf", ".rw2",  ".tif", ".tiff"};
@@ -41,120 +45,122 @@ bool HaveSameContent(const std::vector<fs::path>& paths) {
   });
 }
 
-/// Where an entry of the folder belongs; null when nowhere.
+/// Sorts the entries of a mission folder by the setting that they may serve.
 class Sorter {
  public:
-  Candidates* Place(const fs::directory_entry& entry, Log& log) {
+  Sorter(const fs::path& folder, Job& job) {
+    for (const Input& input : Inputs()) {
+      if (input.bearer != Bearer::None && !For(input.setting))
+        all_.push_back({input.setting, input.bearer, input.several, input.key, {}});
+    }
+    all_.push_back({&Settings::camera1, Bearer::Sensor, "folders of camera 1", "cam1", {}});
+    all_.push_back({&Settings::camera2, Bearer::Sensor, "folders of camera 2", "cam2", {}});
+    std::error_code error;
+    for (auto entry = fs::directory_iterator(folder, error); !error && entry != fs::directory_iterator();
+         entry.increment(error)) {
+      job.ThrowIfStopped();
+      if (Candidates* candidates = Place(*entry, job)) candidates->paths.push_back(entry->path());
+    }
+    if (error) throw Failure(fmt::format("{}: cannot be listed: {}", Utf8(folder), error.message()));
+  }
+
+  std::vector<Candidates>& All() { return all_; }
+  Candidates* For(Setting setting) {
+    const auto found = std::find_if(all_.begin(), all_.end(), [&](auto& entry) { return entry.setting == setting; });
+    return found == all_.end() ? nullptr : &*found;
+  }
+
+ private:
+  /// @return null for an entry that is not an input
+  Candidates* Place(const fs::directory_entry& entry, Job& job) {
     std::error_code unknown;
-    if (entry.is_directory(unknown)) return PlaceFolder(LowerCase(Utf8(entry.path().filename())));
+    if (entry.is_directory(unknown)) {
+      const std::string name = LowerCase(Utf8(entry.path().filename()));
+      return name == "cam1" || name == "camera1"   ? For(&Settings::camera1)
+             : name == "cam2" || name == "camera2" ? For(&Settings::camera2)
+                                                   : nullptr;
+    }
     if (!entry.is_regular_file(unknown) || IsPicture(entry.path())) return nullptr;
     try {
-      return PlaceFile(KindOfFile(entry.path()));
+      return For(InputOf(KindOfFile(entry.path())).setting);
     } catch (const Failure& failure) {
-      if (failure.Code() == ExitCode::Interrupted) throw;
-      log.Warn("{}", failure.what());
+      job.Add(Found::InputUnreadable, {{"reason", failure.what()}}, {.file = entry.path()});
       return nullptr;
     }
   }
-  std::array<Candidates, 7>& All() { return all_; }
 
- private:
-  Candidates* PlaceFolder(const std::string& name) {
-    if (name == "cam1" || name == "camera1") return &all_[3];
-    if (name == "cam2" || name == "camera2") return &all_[4];
-    return nullptr;
-  }
-  Candidates* PlaceFile(FileKind kind) {
-    if (kind == FileKind::Trajectory) return &all_[0];
-    if (kind == FileKind::Events) return &all_[1];
-    if (kind == FileKind::HousekeepingLog) return &all_[2];
-    if (kind == FileKind::DroneTimestamps) return &all_[5];
-    if (kind == FileKind::DatedOrientation || kind == FileKind::ClockedOrientation) return &all_[6];
-    return nullptr;
-  }
-
-  std::array<Candidates, 7> all_{{{Bearer::Sensor, "trajectories", "--trajectory", &Settings::trajectory, {}},
-                                  {Bearer::Sensor, "event files", "--events", &Settings::events, {}},
-                                  {Bearer::Sensor, "logs", "--log", &Settings::log, {}},
-                                  {Bearer::Sensor, "folders of camera 1", "--cam1", &Settings::camera1, {}},
-                                  {Bearer::Sensor, "folders of camera 2", "--cam2", &Settings::camera2, {}},
-                                  {Bearer::Drone, "timestamp files of a drone", "--mrk", &Settings::mrk, {}},
-                                  {Bearer::Any, "orientation sensor files", "--aos", &Settings::aos, {}}}};
+  std::vector<Candidates> all_;
 };
 
-void Settle(Candidates& candidates, Settings& settings, Log& log) {
+void Settle(Candidates& candidates, Settings& settings, Job& job) {
   auto& setting = settings.*candidates.setting;
   auto& paths = candidates.paths;
-  if (setting || paths.empty()) return;
+  if (!setting.empty() || paths.empty()) return;
   std::sort(paths.begin(), paths.end());
   if (paths.size() > 1 && !(candidates.bearer == Bearer::Any && HaveSameContent(paths))) {
     std::string names;
     for (const auto& path : paths) names += (names.empty() ? "" : ", ") + Utf8(path.filename());
-    const std::string complaint = fmt::format("{}: several {}: {}; choose with {}", Utf8(paths[0].parent_path()),
-                                              candidates.what, names, candidates.option);
-    if (candidates.bearer != Bearer::Any) throw Failure(complaint);
-    return log.Warn("{}", complaint);  // the mission does without
+    const Finding several = MakeFinding(Found::InputAmbiguous,
+                                        {{"folder", Utf8(paths[0].parent_path())},
+                                         {"what", candidates.several},
+                                         {"names", names},
+                                         {"option", std::string("--") + candidates.key}},
+                                        {.file = paths[0].parent_path()});
+    if (candidates.bearer != Bearer::Any) throw Failure(several.text);
+    return job.Add(Found::InputAmbiguous, several.values, several.subject);  // the mission does without
   }
-  log.Note("found {}", Utf8(paths[0]));
+  job.Add(Found::InputFound, {{"file", Utf8(paths[0])}}, {.file = paths[0]});
   setting = paths[0];
 }
 
 /// A drone's timestamps make a drone mission, unless there is a trajectory or an event file.
-Bearer BearerOf(const Settings& settings, std::array<Candidates, 7>& all) {
-  if (settings.mrk) return Bearer::Drone;
-  const auto isThere = [&](auto setting) {
-    return settings.*setting || std::any_of(all.begin(), all.end(), [&](const Candidates& candidates) {
-             return candidates.setting == setting && !candidates.paths.empty();
-           });
+Bearer BearerOf(const Settings& settings, Sorter& sorter) {
+  if (!settings.timestamps.empty()) return Bearer::Drone;
+  const auto isThere = [&](Setting setting) {
+    return !(settings.*setting).empty() || !sorter.For(setting)->paths.empty();
   };
   const bool isSensors = isThere(&Settings::trajectory) || isThere(&Settings::events);
-  return !isSensors && isThere(&Settings::mrk) ? Bearer::Drone : Bearer::Sensor;
-}
-
-/// Every entry of the folder is where it belongs.
-Sorter Sorted(const fs::path& folder, Log& log) {
-  Sorter sorter;
-  std::error_code error;
-  for (auto entry = fs::directory_iterator(folder, error); !error && entry != fs::directory_iterator();
-       entry.increment(error)) {
-    if (Candidates* candidates = sorter.Place(*entry, log)) candidates->paths.push_back(entry->path());
-  }
-  if (error) throw Failure(fmt::format("{}: cannot be listed: {}", Utf8(folder), error.message()));
-  return sorter;
+  return !isSensors && isThere(&Settings::timestamps) ? Bearer::Drone : Bearer::Sensor;
 }
 
 }  // namespace
 
-Settings ReadMissionSettings(const fs::path& folder) {
-  std::error_code error;
-  if (!fs::is_directory(folder, error)) throw Failure(Utf8(folder) + ": no such folder");
-  const auto file = folder / "mission.toml";
-  return fs::symlink_status(file, error).type() == fs::file_type::not_found ? Settings{} : ReadMissionToml(file);
-}
-
-void FindMissionFiles(const fs::path& folder, Settings& settings, Log& log) {
-  Sorter sorter = Sorted(folder, log);
-  const Bearer bearer = BearerOf(settings, sorter.All());
+void FindMissionFiles(Settings& settings, Job& job) {
+  Sorter sorter(settings.mission, job);
+  const Bearer bearer = BearerOf(settings, sorter);
   for (Candidates& candidates : sorter.All()) {
     if (candidates.bearer == bearer || candidates.bearer == Bearer::Any) {
-      Settle(candidates, settings, log);
+      Settle(candidates, settings, job);
       continue;
     }
+    const char* reason =
+        bearer == Bearer::Drone ? "the mission is a drone's" : "there is a trajectory or an event file";
     for (const auto& path : candidates.paths)
-      log.Warn("{}: left aside: {}", Utf8(path),
-               bearer == Bearer::Drone ? "the mission is a drone's" : "there is a trajectory or an event file");
+      job.Add(Found::InputLeftAside, {{"file", Utf8(path)}, {"reason", reason}}, {.file = path});
   }
-}
-
-fs::path FindCameraFolder(const fs::path& folder, int camera, Log& log) {
-  const auto setting = camera == 1 ? &Settings::camera1 : &Settings::camera2;
-  Settings settings = ReadMissionSettings(folder);
-  Sorter sorter = Sorted(folder, log);
-  for (Candidates& candidates : sorter.All()) {
-    if (candidates.setting == setting) Settle(candidates, settings, log);
-  }
-  if (!(settings.*setting)) throw Failure(fmt::format("{}: no folder of camera {}", Utf8(folder), camera));
-  return *(settings.*setting);
 }
 
 }  // namespace kv::mission
+
+KVMission::Settings KVMission::SettingsOf(const std::filesystem::path& mission) {
+  std::error_code error;
+  if (!std::filesystem::is_directory(mission, error)) throw Failure(Utf8(mission) + ": no such folder");
+  Settings settings;
+  settings.mission = mission;
+  const auto file = mission / "mission.toml";  // a link that leads nowhere is one
+  if (std::filesystem::symlink_status(file, error).type() != std::filesystem::file_type::not_found)
+    kv::mission::ReadMissionToml(file, settings);
+  return settings;
+}
+
+std::filesystem::path KVMission::FindCameraFolder(const std::filesystem::path& mission, int camera,
+                                                  Observer& observer) {
+  using namespace kv::mission;
+  Job job(observer);
+  const auto setting = camera == 1 ? &Settings::camera1 : &Settings::camera2;
+  Settings settings = SettingsOf(mission);
+  Sorter sorter(mission, job);
+  Settle(*sorter.For(setting), settings, job);
+  if ((settings.*setting).empty()) throw Failure(fmt::format("{}: no folder of camera {}", Utf8(mission), camera));
+  return settings.*setting;
+}

@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <system_error>
 
-#include "base/Failure.h"
-#include "base/Interrupt.h"
 #include "platform/FileNames.h"
 
 namespace kv::mission {
@@ -14,7 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A layer is there for other programs once its .shp is: that one is renamed last.
+/// Other programs take a layer for complete once its .shp is there: it is renamed last.
 constexpr std::array kLayerExtensions{".prj", ".dbf", ".shx", ".shp"};
 /// Made by other programs for an earlier layer, and wrong for a new one.
 constexpr std::array kCompanionExtensions{".cpg", ".qix", ".sbn", ".sbx"};
@@ -39,10 +37,6 @@ std::vector<std::string> EarlierNames(const Results& results) {
   return names;
 }
 
-[[noreturn]] void FailAt(const fs::path& path, const std::error_code& error) {
-  throw Failure(fmt::format("{}: cannot be written: {}", Utf8(path), error.message()));
-}
-
 void RefuseResults(const fs::path& folder, const Results& results, bool overwrite) {
   for (const auto& name : EarlierNames(results)) {
     std::error_code error;
@@ -59,10 +53,10 @@ const fs::path& Usable(const fs::path& path, const Results& results, bool overwr
   return path;
 }
 
-/// Renames, which can be taken back.
+/// Renames that can be undone.
 class Renames {
  public:
-  /// A file that is not there is left out. @throws Failure
+  /// Skips a missing file. @throws Failure
   void Make(const fs::path& from, const fs::path& to) {
     std::error_code error;
     if (fs::symlink_status(from, error).type() == fs::file_type::not_found) return;
@@ -70,7 +64,7 @@ class Renames {
     fs::rename(from, to, error);
     if (!error) return;
     made_.pop_back();
-    FailAt(to, error);
+    FailWriting(to, error);
   }
 
   /// The last one first. @return whether all went back
@@ -91,7 +85,7 @@ class Renames {
   std::vector<Rename> made_;
 };
 
-/// The .shp of a layer is the first name to go and the last one to come.
+/// A layer's .shp is the first file to go and the last one to come.
 void Exchange(const fs::path& folder, const fs::path& staging, const Results& results, Renames& renames) {
   auto names = EarlierNames(results);
   std::reverse(names.begin(), names.end());
@@ -107,14 +101,14 @@ void RefuseResultAsInput(const fs::path& folder, const Results& results, const f
   for (const auto& name : EarlierNames(results)) {
     std::error_code notThere;
     if (fs::equivalent(folder / name, input, notThere))
-      throw Failure(Utf8(input) + ": this input has the place of a result in the output folder", ExitCode::WrongUsage);
+      throw Failure(Utf8(input) + ": the output would overwrite this input", Failure::Reason::WrongUsage);
   }
 }
 
-void RefuseResultsAsInputs(const fs::path& folder, const Settings& inputs) {
-  for (const auto* input :
-       {&inputs.trajectory, &inputs.events, &inputs.log, &inputs.pos, &inputs.mrk, &inputs.aos, &inputs.applanix}) {
-    if (*input) RefuseResultAsInput(folder, RunResults(), **input);
+void RefuseResultsAsInputs(const Settings& settings) {
+  for (const auto* input : {&settings.trajectory, &settings.events, &settings.housekeeping, &settings.pos,
+                            &settings.timestamps, &settings.orientation, &settings.applanix}) {
+    if (!input->empty()) RefuseResultAsInput(settings.output, RunResults(), *input);
   }
 }
 
@@ -127,7 +121,7 @@ NewFolders::NewFolders(const fs::path& path) {
     if (fs::create_directory(folder, error)) made_.push_back(folder);
     if (!error) continue;
     Remove();
-    FailAt(path, error);
+    FailWriting(path, error);
   }
 }
 
@@ -145,8 +139,8 @@ OutputFolder::OutputFolder(const fs::path& path, bool overwrite, Results results
       folders_(path),
       staging_(path) {}
 
-void OutputFolder::Commit() {
-  ThrowIfInterrupted();
+void OutputFolder::Commit(Job& job) {
+  job.ThrowIfStopped();
   RefuseResults(path_, results_, overwrite_);
   Renames renames;
   try {

@@ -5,36 +5,36 @@
 #include <string>
 #include <vector>
 
-#include "base/ScratchFolder.h"
-#include "mission/Settings.h"
+#include "base/Job.h"
+#include "base/Writing.h"
 
 namespace kv::mission {
 
 inline constexpr const char* kTrajectoryLine = "trajectory_line";
 inline constexpr const char* kTrajectoryPoints = "trajectory_points";
-inline constexpr const char* kLogPoints = "log_points";
+inline constexpr const char* kHousekeepingPoints = "log_points";
 inline constexpr const char* kPhotos = "photos";
 inline constexpr const char* kStations = "stations";
 inline constexpr const char* kPosPoints = "pos_points";
-inline constexpr std::array kLayerNames{kTrajectoryLine, kTrajectoryPoints, kLogPoints, kPhotos, kStations, kPosPoints};
+inline constexpr std::array kLayerNames{kTrajectoryLine, kTrajectoryPoints, kHousekeepingPoints,
+                                        kPhotos,         kStations,         kPosPoints};
 inline constexpr const char* kSummaryFile = "summary.json";
 
-/// The names that a command gives its results in a folder.
+/// Names of a command's results in a folder.
 struct Results {
   std::vector<std::string> layers;  ///< without extension
   std::vector<std::string> files;
 };
-/// Those of a run: all layers and the summary.
+/// The results of a run: all layers and the summary.
 Results RunResults();
 
-/// @throws Failure for wrong usage when a file that is to be read stands in the folder under a name of a result
+/// @throws Failure (WrongUsage) when a file that is to be read stands in the folder under a name of a result
 void RefuseResultAsInput(const std::filesystem::path& folder, const Results& results,
                          const std::filesystem::path& input);
-/// The same for all inputs of a run.
-void RefuseResultsAsInputs(const std::filesystem::path& folder, const Settings& inputs);
+/// Refuses any input of a run that stands in its output folder under a name of a result.
+void RefuseResultsAsInputs(const Settings& settings);
 
-/// Folders made for a path that was not there whole. Unless they are kept, they are removed again as far as they are
-/// empty.
+/// Makes the missing folders of a path. Unless they are kept, the empty ones are removed again.
 class NewFolders {
  public:
   /// @throws Failure when one cannot be made
@@ -51,24 +51,24 @@ class NewFolders {
   std::vector<std::filesystem::path> made_;  ///< outermost first
 };
 
-/// The folder that receives layers and summary. They grow in a hidden folder inside it and get their names at the end,
-/// each file in one step; what is not finished leaves nothing behind.
+/// The folder that receives layers and summary. They are written in a hidden folder inside it and get
+/// their names at the end, each file in one step. An unfinished run leaves nothing behind.
 class OutputFolder {
  public:
   /// Makes the folder when it is not there.
-  /// @throws Failure when it cannot be made, or when it holds results, or what other programs put beside them, and
-  ///         `overwrite` is false
-  OutputFolder(const std::filesystem::path& path, bool overwrite, Results results = RunResults());
+  /// @throws Failure when it cannot be made; when it holds results, or files that other programs put beside them,
+  ///         and `overwrite` is false
+  OutputFolder(const std::filesystem::path& path, bool overwrite, Results results);
 
   const std::filesystem::path& Path() const { return path_; }
-  /// Where unfinished files may stand.
+  /// Folder for unfinished files.
   const std::filesystem::path& Staging() const { return staging_.Path(); }
 
   /// Gives the staged layers and files their names and removes what an earlier run left under the names of
   /// layers, spatial indexes of other programs included.
-  /// @throws Failure when a file cannot be renamed, or when another run has put its results there without being to be
+  /// @throws Failure when a file cannot be renamed, or when another run has put results there that must not be
   ///         overwritten; the folder then holds what it held before
-  void Commit();
+  void Commit(Job& job);
 
  private:
   std::filesystem::path path_;

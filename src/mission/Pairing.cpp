@@ -1,20 +1,19 @@
-#include "mission/Pairing.h"
+#include "mission/Steps.h"
 
 #include <KVUtilities.h>
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
 #include <map>
 
-#include "base/Failure.h"
 #include "base/Statistics.h"
-#include "mission/inputs/EventFile.h"
+#include "georef/EventTypes.h"
 #include "platform/FileNames.h"
+#include "time/Instants.h"
 
 namespace kv::mission {
 namespace {
-
-using Events = std::vector<tagKVSystemEvent>;
 
 constexpr double kPairingRange = 1.0;  // seconds, of the library's pairing by time
 
@@ -22,29 +21,22 @@ PairMode ChooseMode(const PhotoFolder& folder) {
   return folder.timed > 0 && folder.timed >= folder.Untimed() ? PairMode::Time : PairMode::Order;
 }
 
-void WarnBeforeOrder(int camera, const PhotoFolder& folder, std::size_t events, Log& log) {
-  if (events == folder.listed) return;
-  const auto leftOver =
-      events > folder.listed ? Counted(events - folder.listed, "event") : Counted(folder.listed - events, "photo");
-  log.Warn("camera {}: {} but {}: pairing by order leaves over {} at the end and shifts all pairs behind a missing one",
-           camera, Counted(events, "event"), Counted(folder.listed, "photo"), leftOver);
+/// Adds a finding about the photos of one camera.
+void Tell(const FindingKind& kind, int camera, const PhotoFolder& folder, Job& job, Values values) {
+  values.insert(values.begin(), {"camera", camera});
+  job.Add(kind, std::move(values), {.file = folder.path, .camera = camera});
 }
 
-void WarnBeforeTime(int camera, const PhotoFolder& folder, Log& log) {
-  if (folder.Untimed() > 0)
-    log.Warn("camera {}: {} without a time cannot be paired", camera, Counted(folder.Untimed(), "photo"));
-}
-
-/// Every camera is paired on its own, so that one that runs out of photos does not end the other's pairing.
-Events EventsOf(int camera, const Events& events) {
-  Events own;
+/// Each camera is paired on its own: if one runs out of photos, pairing of the other goes on.
+SystemEvents EventsOf(int camera, const SystemEvents& events) {
+  SystemEvents own;
   for (const auto& event : events) {
     if (event.Type == kCameraEvent && CameraOf(event) == camera) own.push_back(event);
   }
   return own;
 }
 
-void PairByOrder(int camera, const PhotoFolder& folder, Events& own, Log& log) {
+void PairByOrder(int camera, const PhotoFolder& folder, SystemEvents& own, Job& job) {
   if (LibraryMisreads(folder.path))
     throw Failure(Utf8(folder.path) + ": a folder of photos paired by order cannot have a backslash in its name");
   if (folder.strays > 0)
@@ -55,10 +47,11 @@ void PairByOrder(int camera, const PhotoFolder& folder, Events& own, Log& log) {
   const std::wstring image = WidePath(folder.path), list = image + PhotoPathSeparator();
   std::wstring error;
   if (!KVUtilities::PopulatePhotoPaths(own, list, list, image, image, error))
-    log.Warn("camera {}: {}", camera, error.empty() ? "pairing by order failed" : Utf8(error));
+    Tell(Found::PairingFailed, camera, folder, job,
+         {{"reason", error.empty() ? "pairing by order failed" : Utf8(error)}});
 }
 
-void PairByTime(const PhotoFolder& folder, double offset, Events& own, const Log& log) {
+void PairByTime(int camera, const PhotoFolder& folder, double offset, SystemEvents& own, Job& job) {
   std::map<std::wstring, SYSTEMTIME> times;
   for (const auto& photo : folder.photos) {
     if (photo.time) times.emplace(photo.name, ToSystemTime(*photo.time));
@@ -66,12 +59,12 @@ void PairByTime(const PhotoFolder& folder, double offset, Events& own, const Log
   const std::wstring image = WidePath(folder.path), list = image + PhotoPathSeparator();
   std::wstring report;
   KVUtilities::PopulatePhotoPathsUsingTimeStamps(own, list, list, image, image, times, times, offset, offset, report);
-  if (!report.empty()) log.Note("{}", Utf8(report));
+  if (!report.empty()) Tell(Found::PairingReport, camera, folder, job, {{"report", Utf8(report)}});
 }
 
-/// Brings the photos found back to the whole sequence. Pairing by time took out events, but kept the order, and of
-/// events of the same tick it took out all or none.
-void TakeOver(int camera, const PhotoFolder& folder, const Events& own, Events& events) {
+/// Copies the photos found into the whole sequence. Pairing by time removes events but keeps their order, and removes
+/// either all events of one tick or none.
+void TakeOver(int camera, const PhotoFolder& folder, const SystemEvents& own, SystemEvents& events) {
   const auto separatorAt = WidePath(folder.path).size();
   auto paired = own.begin();
   for (auto& event : events) {
@@ -83,23 +76,26 @@ void TakeOver(int camera, const PhotoFolder& folder, const Events& own, Events& 
   }
 }
 
-/// Finds the photo of each pair again and collects what the pairs tell.
+/// Looks up the photo of each pair and collects statistics.
 class PairStatistics {
  public:
   PairStatistics(const PhotoFolder& folder, double offset)
       : folder_(folder), offset_(offset), uses_(folder.photos.size()), nameAt_(WidePath(folder.path).size() + 1) {}
 
-  void Add(const tagKVSystemEvent& event) {
+  /// @return photo time, with the offset, minus that of the event; nothing when one of them is unknown
+  std::optional<double> Add(const tagKVSystemEvent& event) {
     const std::wstring path = event.PhotoPath.GetString();
-    if (path.size() <= nameAt_) return;
+    if (path.size() <= nameAt_) return std::nullopt;
     ++paired_;
     const auto byName = [](const Photo& photo, const std::wstring& name) { return photo.name < name; };
     const std::wstring name = path.substr(nameAt_);
     const auto found = std::lower_bound(folder_.photos.begin(), folder_.photos.end(), name, byName);
-    if (found == folder_.photos.end() || found->name != name) return;
+    if (found == folder_.photos.end() || found->name != name) return std::nullopt;
     ++uses_[static_cast<std::size_t>(found - folder_.photos.begin())];
-    if (!found->time || !HasTime(event)) return;
-    differences_.push_back(std::abs(Seconds(*found->time - FromFileTime(event.TimeUTC)) + offset_));
+    if (!found->time || !HasTime(event)) return std::nullopt;
+    const double difference = Seconds(*found->time - FromFileTime(event.TimeUTC)) + offset_;
+    differences_.push_back(std::abs(difference));
+    return difference;
   }
 
   void Store(Pairing& pairing) {
@@ -108,10 +104,7 @@ class PairStatistics {
       if (uses_[i] == 0) pairing.unused.push_back(folder_.photos[i].name);
       if (uses_[i] > 1) pairing.shared.push_back(folder_.photos[i].name);
     }
-    if (differences_.empty()) return;
-    std::sort(differences_.begin(), differences_.end());
-    pairing.largest = differences_.back();
-    pairing.median = Quantile(differences_, 0.5);
+    pairing.differences = SpreadOf(std::move(differences_));
   }
 
  private:
@@ -123,49 +116,50 @@ class PairStatistics {
   std::vector<double> differences_;
 };
 
-void WarnWhenNothingPaired(int camera, const PhotoFolder& folder, const Events& own, Log& log) {
+void TellWhenNothingPaired(int camera, const PhotoFolder& folder, const SystemEvents& own, Job& job) {
   const auto timedEvent = std::find_if(own.begin(), own.end(), HasTime);
   const auto timedPhoto =
       std::find_if(folder.photos.begin(), folder.photos.end(), [](auto& photo) { return photo.time.has_value(); });
   if (timedEvent == own.end() || timedPhoto == folder.photos.end()) return;
-  log.Warn(
-      "camera {}: no photo is within {} s of an event; the first event is of {}, the photo first by name of {}: "
-      "is --cam{}-offset right?",
-      camera, kPairingRange, TimeText(FromFileTime(timedEvent->TimeUTC)), TimeText(*timedPhoto->time), camera);
+  Tell(Found::NothingPaired, camera, folder, job,
+       {{"seconds", kPairingRange}, {"event", FromFileTime(timedEvent->TimeUTC)}, {"photo", *timedPhoto->time}});
 }
 
-void WarnAfter(int camera, const Pairing& pairing, Log& log) {
+void TellAfter(int camera, const PhotoFolder& folder, const Pairing& pairing, Job& job) {
   if (!pairing.shared.empty())
-    log.Warn("camera {}: {} more than one event, first {}", camera,
-             pairing.shared.size() == 1 ? "1 photo serves" : fmt::format("{} photos serve", pairing.shared.size()),
-             Utf8(pairing.shared[0]));
-  if (pairing.mode == PairMode::Order && pairing.largest.value_or(0) > kPairingRange)
-    log.Warn("camera {}: paired by order, times of photo and event differ by up to {:.3f} s", camera, *pairing.largest);
+    Tell(Found::PhotosShared, camera, folder, job,
+         {{"count", Count(pairing.shared.size())}, {"photo", Utf8(pairing.shared[0])}});
+  if (pairing.mode == PairMode::Order && pairing.differences && pairing.differences->largest > kPairingRange)
+    Tell(Found::PairingByOrderTimesDiffer, camera, folder, job, {{"seconds", pairing.differences->largest}});
 }
 
 }  // namespace
 
-Pairing PairPhotos(int camera, const PhotoFolder& folder, std::optional<PairMode> mode, double offset, Events& events,
-                   Log& log) {
+Pairing PairPhotos(int camera, const PhotoFolder& folder, PairBy wanted, double offset, SystemEvents& events,
+                   Differences& differences, Job& job) {
   Pairing pairing;
-  pairing.mode = mode.value_or(ChooseMode(folder));
-  const Events own = EventsOf(camera, events);
-  Events found = own;
+  pairing.mode = wanted == PairBy::Time    ? PairMode::Time
+                 : wanted == PairBy::Order ? PairMode::Order
+                                           : ChooseMode(folder);
+  const SystemEvents own = EventsOf(camera, events);
+  SystemEvents found = own;
   if (pairing.mode == PairMode::Order) {
-    WarnBeforeOrder(camera, folder, own.size(), log);
-    PairByOrder(camera, folder, found, log);
+    if (own.size() != folder.listed)
+      Tell(Found::PairingByOrderUneven, camera, folder, job,
+           {{"events", Count(own.size())}, {"photos", Count(folder.listed)}});
+    PairByOrder(camera, folder, found, job);
   } else {
-    WarnBeforeTime(camera, folder, log);
-    PairByTime(folder, offset, found, log);
+    if (folder.Untimed() > 0) Tell(Found::PhotosWithoutTime, camera, folder, job, {{"count", Count(folder.Untimed())}});
+    PairByTime(camera, folder, offset, found, job);
   }
   TakeOver(camera, folder, found, events);
   PairStatistics statistics(folder, offset);
-  for (const auto& event : events) {
-    if (event.Type == kCameraEvent && CameraOf(event) == camera) statistics.Add(event);
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    if (events[i].Type == kCameraEvent && CameraOf(events[i]) == camera) differences[i] = statistics.Add(events[i]);
   }
   statistics.Store(pairing);
-  if (pairing.paired == 0 && pairing.mode == PairMode::Time) WarnWhenNothingPaired(camera, folder, own, log);
-  WarnAfter(camera, pairing, log);
+  if (pairing.paired == 0 && pairing.mode == PairMode::Time) TellWhenNothingPaired(camera, folder, own, job);
+  TellAfter(camera, folder, pairing, job);
   return pairing;
 }
 

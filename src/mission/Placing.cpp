@@ -1,16 +1,20 @@
-#include "mission/Placing.h"
+#include "mission/Steps.h"
 
 #include <KVUtilities.h>
 
 #include <algorithm>
+#include <array>
+#include <cmath>
+#include <utility>
 
-#include "base/Failure.h"
+#include "georef/EventTypes.h"
 #include "platform/FileNames.h"
+#include "time/Instants.h"
 
 namespace kv::mission {
 namespace {
 
-using Events = std::vector<tagKVSystemEvent>;
+constexpr double kTickRange = 4294967296;  // of the counter
 
 /// Stretches between two fixes where nothing may be interpolated.
 class Stretches {
@@ -18,7 +22,7 @@ class Stretches {
   explicit Stretches(std::vector<Gap> stretches) : stretches_(std::move(stretches)) {
     std::sort(stretches_.begin(), stretches_.end(), [](const Gap& a, const Gap& b) { return a.from < b.from; });
   }
-  /// @return null when the time lies in none; a fix at its ends is none
+  /// @return null when the time is in none of them; the fixes at a stretch's ends are outside
   const Gap* At(Instant time) const {
     const auto after = std::lower_bound(stretches_.begin(), stretches_.end(), time,
                                         [](const Gap& gap, Instant instant) { return gap.from < instant; });
@@ -31,29 +35,20 @@ class Stretches {
 
 void ClearPlace(tagKVSystemEvent& event) { event.Latitude = event.Longitude = event.Altitude = 0; }
 
-/// @param firstTick  of the heartbeats
-const char* WithoutTime(const EventLog& log, double tick, double firstTick) {
-  if (log.heartbeats < 2) return "no time: fewer than two heartbeats";
-  if (!log.tickLengthKnown) return "no time: the first and the last heartbeat do not tell how long a tick is";
-  return tick < firstTick ? "no time: the heartbeats do not reach its tick"
-                          : "no time: the heartbeats next to it are wrong";
-}
-
-/// Why events with a time have no place.
+/// Why events that have a time have no place.
 class PlaceReasons {
  public:
   explicit PlaceReasons(const Trajectory& trajectory)
       : trajectory_(trajectory), gaps_(trajectory.gaps), crossings_(trajectory.crossings) {}
 
   bool Forbid(Instant time) const { return gaps_.At(time) || crossings_.At(time); }
-  std::string Of(Instant time) const {
-    if (trajectory_.observations.empty()) return "no place in the timestamp file";
-    if (const Gap* gap = gaps_.At(time))
-      return fmt::format("no place: inside a gap of {:.1f} s", Seconds(gap->to - gap->from));
-    if (crossings_.At(time)) return "no place: between two fixes across the 180th meridian";
-    if (time < trajectory_.first) return "no place: before the first fix";
-    if (time > trajectory_.last) return "no place: after the last fix";
-    return "no place on the trajectory";
+  Drop Of(Instant time) const {
+    if (trajectory_.fixes.empty()) return {DropCode::NoPlaceInFile};
+    if (const Gap* gap = gaps_.At(time)) return {DropCode::InsideGap, Seconds(gap->to - gap->from)};
+    if (crossings_.At(time)) return {DropCode::AcrossMeridian};
+    if (time < trajectory_.first) return {DropCode::BeforeFirstFix};
+    if (time > trajectory_.last) return {DropCode::AfterLastFix};
+    return {DropCode::OffTrajectory};
   }
 
  private:
@@ -61,27 +56,58 @@ class PlaceReasons {
   Stretches gaps_, crossings_;
 };
 
-bool HasPhotos(const Settings& inputs) { return inputs.camera1 || inputs.camera2; }
-
-const char* WithoutPhoto(int camera, const Settings& inputs) {
-  const bool hasFolder = (camera == 1 ? inputs.camera1 : inputs.camera2).has_value();
-  return hasFolder ? "no photo" : "no photo: no folder for this camera";
+/// @param firstTick  of the heartbeats
+DropCode WithoutTime(const EventFile& file, double tick, double firstTick) {
+  if (file.heartbeats < 2) return DropCode::FewHeartbeats;
+  if (!file.tickLengthKnown) return DropCode::TickLengthUnknown;
+  return tick < firstTick ? DropCode::BeforeHeartbeats : DropCode::WrongHeartbeats;
 }
 
-/// @return empty for an event that stays
-std::string ReasonToDrop(const tagKVSystemEvent& event, const EventLog& log, double firstTick,
-                         const PlaceReasons& places, const Settings& inputs) {
-  if (!HasTime(event)) return WithoutTime(log, event.MasterTick, firstTick);
+/// @return nothing for an event that stays
+std::optional<Drop> DropOf(const tagKVSystemEvent& event, const Mission& mission, double firstTick,
+                           const PlaceReasons& places) {
+  const Settings& settings = mission.settings;
+  if (!HasTime(event)) {
+    return Drop{mission.events ? WithoutTime(*mission.events, event.MasterTick, firstTick) : DropCode::FewHeartbeats};
+  }
   if (!IsPlaced(event)) return places.Of(FromFileTime(event.TimeUTC));
-  if (HasPhotos(inputs) && event.PhotoPath.IsEmpty()) return WithoutPhoto(CameraOf(event), inputs);
-  return {};
+  if ((settings.camera1.empty() && settings.camera2.empty()) || !event.PhotoPath.IsEmpty()) return std::nullopt;
+  const bool hasFolder = !(CameraOf(event) == 1 ? settings.camera1 : settings.camera2).empty();
+  return Drop{hasFolder ? DropCode::NoPhoto : DropCode::NoPhotoFolder};
+}
+
+struct DropWords {
+  DropCode code;
+  const char* key;
+  const char* sentence;
+};
+constexpr auto kDropWords = std::to_array<DropWords>({
+    {DropCode::FewHeartbeats, "few-heartbeats", "no time: fewer than two heartbeats"},
+    {DropCode::TickLengthUnknown, "tick-length-unknown",
+     "no time: the first and the last heartbeat do not tell how long a tick is"},
+    {DropCode::BeforeHeartbeats, "before-heartbeats", "no time: the heartbeats do not reach its tick"},
+    {DropCode::WrongHeartbeats, "wrong-heartbeats", "no time: the heartbeats next to it are wrong"},
+    {DropCode::NoPlaceInFile, "no-place-in-file", "no place in the timestamp file"},
+    {DropCode::InsideGap, "inside-gap", "no place: inside a gap of {seconds:.1f} s"},
+    {DropCode::AcrossMeridian, "across-meridian", "no place: between two fixes across the 180th meridian"},
+    {DropCode::BeforeFirstFix, "before-first-fix", "no place: before the first fix"},
+    {DropCode::AfterLastFix, "after-last-fix", "no place: after the last fix"},
+    {DropCode::OffTrajectory, "off-trajectory", "no place on the trajectory"},
+    {DropCode::NoPhoto, "no-photo", "no photo"},
+    {DropCode::NoPhotoFolder, "no-photo-folder", "no photo: no folder for this camera"},
+});
+
+const DropWords& WordsFor(DropCode code) {
+  return *std::find_if(kDropWords.begin(), kDropWords.end(), [&](auto& words) { return words.code == code; });
 }
 
 }  // namespace
 
-void PlaceEvents(Events& events, Trajectory& trajectory, Log& log) {
+const char* CodeOf(DropCode code) { return WordsFor(code).key; }
+
+void PlaceEvents(SystemEvents& events, Trajectory& trajectory, Job& job) {
   std::wstring error;
-  if (!KVUtilities::PopulateSystemEventLocationsUsingTrajectory(events, trajectory.observations, error))
+  if (!KVUtilities::PopulateSystemEventLocationsUsingTrajectory(events, trajectory.fixes, error))
     throw Failure(Utf8(error));
   const PlaceReasons places(trajectory);
   std::size_t inGaps = 0;
@@ -93,57 +119,47 @@ void PlaceEvents(Events& events, Trajectory& trajectory, Log& log) {
       ++inGaps;
     }
   }
-  if (inGaps > 0)
-    log.Warn("{} inside trajectory gaps or across the 180th meridian: dropped", Counted(inGaps, "camera event"));
+  if (inGaps > 0) job.Add(Found::ExposuresInGaps, {{"count", Count(inGaps)}});
 }
 
-std::size_t PlaceLogEntries(HousekeepingLog& housekeeping, Trajectory& trajectory, Log& log) {
-  auto& events = housekeeping.events;
-  const TimeSpan span = SpanOf(events);
-  const std::size_t all = events.size();
+void PlaceEntries(HousekeepingLog& housekeeping, Trajectory& trajectory, Job& job) {
   std::wstring error;
-  if (!KVUtilities::PopulateLogEventLocationsUsingTrajectory(events, trajectory.observations, error))
+  if (!KVUtilities::PopulateLogEventLocationsUsingTrajectory(housekeeping.events, trajectory.fixes, error))
     throw Failure(Utf8(error));
-  KVUtilities::RemoveLogEventsAtNullLocation(events, error);
-  const std::size_t removed = all - events.size();
-  if (removed > 0)
-    log.Warn("log: {} of {} dropped without a place on the trajectory; the log is of {} to {}", removed,
-             all == 1 ? "1 entry" : fmt::format("{} entries", all), span.first ? TimeText(*span.first) : "no time",
-             span.last ? TimeText(*span.last) : "no time");
-  return removed;
+  KVUtilities::RemoveLogEventsAtNullLocation(housekeeping.events, error);
+  housekeeping.dropped = housekeeping.entries - housekeeping.events.size();
+  const auto text = [](const std::optional<Instant>& time) { return time ? Value(*time) : Value("no time"); };
+  if (housekeeping.dropped > 0)
+    job.Add(Found::EntriesWithoutPlace, {{"count", Count(housekeeping.dropped)},
+                                         {"entries", Count(housekeeping.entries)},
+                                         {"from", text(housekeeping.span.first)},
+                                         {"to", text(housekeeping.span.last)}});
 }
 
-std::vector<Drop> DropUnusable(EventLog& log, const Trajectory& trajectory, const Settings& inputs) {
-  Events& events = log.events;
+std::vector<Exposure> ExposuresOf(SystemEvents& events, const Differences& differences, const Mission& mission,
+                                  const Trajectory& trajectory) {
   const PlaceReasons places(trajectory);
-  const tagKVSystemEvent* heartbeat = FirstHeartbeat(events);
-  const double firstTick = heartbeat ? heartbeat->MasterTick : 0;
-  std::vector<Drop> drops;
+  const auto heartbeat =
+      std::find_if(events.begin(), events.end(), [](auto& event) { return event.Type == kHeartbeat; });
+  const double firstTick = heartbeat == events.end() ? 0 : heartbeat->MasterTick;
+  const bool hasWraps = mission.events && mission.events->wraps > 0;
+  std::vector<Exposure> exposures;
   for (std::size_t i = 0; i < events.size(); ++i) {
-    auto& event = events[i];
-    if (event.Type != kCameraEvent) continue;
-    std::string reason = ReasonToDrop(event, log, firstTick, places, inputs);
-    event.MasterTick = TickInFile(event.MasterTick, log);
-    if (reason.empty()) continue;
-    const auto time = HasTime(event) ? std::optional(FromFileTime(event.TimeUTC)) : std::nullopt;
-    Drop& drop = drops.emplace_back(event.CameraID, std::nullopt, std::nullopt, time, std::move(reason));
-    if (log.photoNumbers.empty()) {
-      drop.tick = event.MasterTick;
-    } else {
-      drop.photoNumber = log.photoNumbers[i];
-    }
+    if (events[i].Type != kCameraEvent) continue;
+    Exposure& exposure = exposures.emplace_back();
+    exposure.drop = DropOf(events[i], mission, firstTick, places);
+    exposure.photoDifferenceSeconds = differences[i];
+    exposure.event = std::move(events[i]);
+    if (HasTime(exposure.event)) exposure.time = FromFileTime(exposure.event.TimeUTC);
+    if (hasWraps) exposure.event.MasterTick = std::fmod(exposure.event.MasterTick, kTickRange);
   }
-  int heartbeats = 0, cameraEvents = 0;
-  std::wstring error;
-  KVUtilities::RemoveSystemEventsAtNullLocation(events, heartbeats, cameraEvents, error);
-  std::erase_if(events, [](const tagKVSystemEvent& event) { return event.Type != kCameraEvent; });
-  return drops;
-}
-
-void DropWithoutPhoto(Events& events, const Settings& inputs) {
-  int removed = 0;
-  std::wstring error;
-  if (HasPhotos(inputs)) KVUtilities::RemoveCameraSystemEventsWithEmptyImagePaths(events, removed, error);
+  std::erase_if(events, [](const tagKVSystemEvent& event) { return event.Type == kCameraEvent; });
+  return exposures;
 }
 
 }  // namespace kv::mission
+
+std::string KVMission::TextOf(const Drop& drop) {
+  using namespace kv::mission;
+  return SentenceOf(WordsFor(drop.code).sentence, {{"seconds", drop.seconds}});
+}

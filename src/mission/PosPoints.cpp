@@ -1,59 +1,34 @@
 #include "mission/PosPoints.h"
 
 #include <KVUtilities.h>
-
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <atomic>
+#include <future>
 #include <iterator>
 #include <optional>
 #include <utility>
 
-#include "base/Failure.h"
 #include "base/InOrder.h"
-#include "base/Interrupt.h"
-#include "mission/TargetSystem.h"
+#include "mission/OutputFolder.h"
+#include "mission/Steps.h"
+#include "mission/inputs/LeftOut.h"
+#include "mission/inputs/PosFile.h"
 #include "platform/FileNames.h"
+#include "report/PosRows.h"
+#include "text/TextCase.h"
+#include "time/Instants.h"
 
 namespace kv::mission {
 namespace {
 
 namespace fs = std::filesystem;
 
-/// A scan of so many takes far longer than its set-up, and its samples take little memory.
+/// Transforming a piece takes far longer than setting it up, and its samples take little memory.
 constexpr std::size_t kLinesOfPiece = 1 << 14;
 
-/// The samples among some lines of a POS file.
-struct Piece {
-  std::string text;
-  std::vector<std::size_t> lines;  // number of each sample's line, from 1
-  std::size_t first = 0;           // number of the first sample, from 0
-};
-
-/// Gives out a POS file in pieces, and counts what they hold.
-class Pieces {
- public:
-  Pieces(const fs::path& path, const Log& log) : reader_(path, log) {}
-
-  /// Nothing at the end; every piece has a sample.
-  std::optional<Piece> Next() {
-    for (PosLines lines; reader_.Take(kLinesOfPiece, lines);) {
-      PosFile content = KeepSamples(lines);
-      const std::size_t first = counts_.Of(PosLineKind::Sample);
-      counts_.Append(content.counts);
-      if (!content.sampleLines.empty()) return Piece{std::move(lines.text), std::move(content.sampleLines), first};
-    }
-    return std::nullopt;
-  }
-
-  const PosCounts& Counts() const { return counts_; }
-
- private:
-  PosReader reader_;
-  PosCounts counts_;
-};
-
-/// The library's sentences have line ends in them.
+/// Sentences of the strict class may contain line ends.
 std::string OneLine(const std::wstring& text) {
   std::string sentence = Utf8(text);
   std::replace(sentence.begin(), sentence.end(), '\n', ' ');
@@ -62,20 +37,17 @@ std::string OneLine(const std::wstring& text) {
 
 std::string TextOf(const CStringW& text) { return Utf8(std::wstring(text.GetString())); }
 
-/// The library keeps the order of the target's axes.
-void PutEastingsOnX(std::vector<tagKVPosEvent>& samples) {
-  for (auto& sample : samples) std::swap(sample.X, sample.Y);
-}
-
-void WarnOfEnd(const PosSummary& summary, const std::string& reason, Log& log) {
-  log.Warn("POS: line {} cannot be transformed: {} The {} before it are kept, {} left out", *summary.endedAtLine,
-           reason, Counted(summary.points, "sample"),
-           summary.Lost() == 1 ? "this one is" : fmt::format("this and the {} after it are", summary.Lost() - 1));
-}
+/// Some lines, and the number of samples before them, which comes from the thread of the piece before.
+struct Piece {
+  PosLines lines;
+  std::future<std::size_t> before;
+  std::promise<std::size_t> after;
+};
 
 /// The samples of a piece, and how far they got.
-struct Scanned {
+struct Transformed {
   PosBlock block;
+  PosFile file;
   std::size_t points = 0;
   std::optional<std::size_t> endedAtLine;
   TimeSpan span;
@@ -83,86 +55,176 @@ struct Scanned {
   std::wstring error;
 };
 
-Scanned Scan(Piece piece, const tagKVCoordinateSystem& target, const PosUse& use) {
-  ThrowIfInterrupted();
-  Scanned scanned;
-  PosBlock& block = scanned.block;
-  block.lines = std::move(piece.lines), block.first = piece.first;
-  block.samples = KVUtilities::ScanKVPosText(piece.text, target.Wkt.GetString(), scanned.error);
-  scanned.points = block.samples.size();
-  if (scanned.points < block.lines.size()) scanned.endedAtLine = block.lines[scanned.points];
-  if (target.IsNorthingFirst) PutEastingsOnX(block.samples);
-  for (const auto& sample : block.samples) {
-    scanned.span.Add(FromFileTime(sample.TimeUTC));
-    scanned.bounds.Add(sample.Y, sample.X, sample.Z);
+/// @param isEnded  an earlier sample could not be transformed; samples are now only counted
+Transformed Transform(Piece piece, const tagKVCoordinateSystem& target, bool isEnded) {
+  Transformed transformed;
+  auto [file, samples, numbers] = ReadPosLines(piece.lines, !isEnded);
+  transformed.file = std::move(file);
+  PosBlock& block = transformed.block;
+  block.lines = std::move(numbers), block.samples = std::move(samples);
+  block.first = piece.before.get();
+  piece.after.set_value(block.first + block.lines.size());
+  if (block.samples.empty()) return transformed;
+  KVUtilities::TransformPosEvents(block.samples, target.Wkt.GetString(), transformed.points, transformed.error);
+  if (transformed.points < block.samples.size()) transformed.endedAtLine = block.lines[transformed.points];
+  block.samples.resize(transformed.points);
+  for (auto& sample : block.samples) {
+    if (target.IsNorthingFirst) std::swap(sample.X, sample.Y);  // the order of the target's axes
+    transformed.span.Add(FromFileTime(sample.TimeUTC));
+    transformed.bounds.Add(sample.Y, sample.X, sample.Z);
   }
-  if (use.prepare) use.prepare(block);
-  return scanned;
+  return transformed;
 }
 
-void Add(const Scanned& scanned, PosSummary& summary) {
-  summary.points += scanned.points;
-  summary.endedAtLine = scanned.endedAtLine;
-  if (scanned.span.first) summary.span.Add(*scanned.span.first), summary.span.Add(*scanned.span.last);
-  summary.bounds.Add(scanned.bounds);
+void Add(const Transformed& transformed, PosPoints& points) {
+  points.points += transformed.points;
+  points.endedAtLine = transformed.endedAtLine;
+  if (transformed.span.first) points.span.Add(*transformed.span.first), points.span.Add(*transformed.span.last);
+  points.bounds.Add(transformed.bounds);
 }
 
-/// @throws Failure when the end is no proper one
-void CheckEnd(const PosSummary& summary, const std::wstring& error) {
-  if (summary.points == 0 && !error.empty()) throw Failure(fmt::format("{}: {}", Utf8(summary.file), OneLine(error)));
-  if (summary.endedAtLine && error.empty()) throw Failure(Utf8(summary.file) + ": the samples could not be read back");
+PosPoints PointsBefore(const fs::path& path, const tagKVCoordinateSystem& target) {
+  PosPoints points;
+  points.file = path;
+  points.system = TextOf(target.Name), points.isGeographic = target.IsGeographic;
+  points.projection = TextOf(target.EsriWkt);
+  points.heights = HeightsText(target), points.geoidGrid = TextOf(target.GeoidGrid);
+  return points;
 }
 
-PosSummary SummaryBefore(const fs::path& path, const tagKVCoordinateSystem& target) {
-  PosSummary summary;
-  summary.file = path;
-  summary.system = TextOf(target.Name), summary.isGeographic = target.IsGeographic;
-  summary.heights = HeightsText(target), summary.geoidGrid = TextOf(target.GeoidGrid);
-  return summary;
-}
-
-void RefuseWithoutSample(const PosSummary& summary) {
-  const PosCounts& counts = summary.counts;
+void RefuseWithoutSample(const PosPoints& points) {
+  const PosCounts& counts = points.counts;
   if (counts.Of(PosLineKind::Sample) > 0) return;
   const std::string leftOut = LeftOutText(counts);
-  throw Failure(fmt::format("{}: no sample in {}{}{}", Utf8(summary.file), Counted(counts.lines, "line"),
+  throw Failure(fmt::format("{}: no sample in {}{}{}", Utf8(points.file), Counted(counts.lines, "line"),
                             leftOut.empty() ? "" : ": ", leftOut));
+}
+
+int DecimalsFor(const tagKVCoordinateSystem& target) { return target.IsGeographic ? 10 : 6; }  // 10 um, 1 um
+
+/// Formats the rows of a text in the threads that make the samples.
+template <typename Rows, typename Write>
+PosUse TextOfSamples(std::string header, Rows rows, const tagKVCoordinateSystem& target, Write write) {
+  PosUse use;
+  use.prepare = [rows, decimals = DecimalsFor(target)](PosBlock& block) {
+    block.text = rows(block, decimals);
+    block.samples = {};
+  };
+  use.take = [header = std::move(header), write](PosBlock&& block) {
+    if (block.first == 0) write(header);
+    write(block.text);
+  };
+  return use;
+}
+
+template <typename Write>
+PosUse CsvOfSamples(const tagKVCoordinateSystem& target, Write write) {
+  return TextOfSamples(PosCsvHeader(), PosCsvRows, target, write);
+}
+
+/// Writes a file or layer that gets its name once it is complete.
+PosPoints TransformInto(const TransformSettings& settings, const tagKVCoordinateSystem& target, Job& job) {
+  const fs::path& output = settings.output;
+  const std::string extension = LowerCase(Utf8(output.extension()));
+  const bool isLayer = extension == ".shp";
+  if (!isLayer && extension != ".csv" && extension != ".xyz")
+    throw Failure(Utf8(output) + ": the output must end in .shp, .csv or .xyz", Failure::Reason::WrongUsage);
+  if (LibraryMisreads(output)) throw Failure(Utf8(output) + ": an output cannot have a backslash in its name");
+  const fs::path folder = output.has_parent_path() ? output.parent_path() : ".";
+  const std::string name = (isLayer ? output.stem() : output.filename()).string();
+  const Results results = isLayer ? Results{{name}, {}} : Results{{}, {name}};
+  RefuseResultAsInput(folder, results, settings.pos);
+  OutputFolder place(folder, settings.overwrite, results);
+  PosPoints points;
+  if (isLayer) {
+    points = ReadPosPoints(settings.pos, target, settings.jobs, job);
+    WritePosLayer(name, points, place, job);
+    points.samples.clear();
+  } else {
+    const fs::path staged = place.Staging() / name;
+    FilePtr file = OpenNative(staged, "wb");
+    const auto check = [&](bool isGood) {
+      if (!isGood) FailWriting(staged);
+    };
+    const auto write = [&](const std::string& text) {
+      check(std::fwrite(text.data(), 1, text.size(), file.get()) == text.size());
+    };
+    check(file != nullptr);
+    points = TransformPosFile(
+        settings.pos, target, settings.jobs,
+        extension == ".csv" ? CsvOfSamples(target, write) : TextOfSamples("", PosXyzRows, target, write), job);
+    check(std::fclose(file.release()) == 0);
+  }
+  place.Commit(job);
+  return points;
 }
 
 }  // namespace
 
-PosSummary TransformPos(const fs::path& path, const tagKVCoordinateSystem& target, unsigned jobs, Log& log,
-                        const PosUse& use) {
-  Pieces pieces(path, log);
-  PosSummary summary = SummaryBefore(path, target);
-  WarnOfEllipsoid(target, log);
+PosPoints TransformPosFile(const fs::path& path, const tagKVCoordinateSystem& target, unsigned jobs, const PosUse& use,
+                           Job& job) {
+  LineReader reader(path, CtrlZ::EndsText, job, "reading the POS file");
+  PosPoints points = PointsBefore(path, target);
+  TellOfEllipsoid(target, job);
+  PosFile file;
   std::wstring error;
-  const auto next = [&] { return pieces.Next(); };
-  const auto scan = [&](Piece piece) { return Scan(std::move(piece), target, use); };
-  MakeInOrder(ThreadsFor(jobs), next, scan, [&](Scanned scanned) {
-    ThrowIfInterrupted();
-    Add(scanned, summary);
-    error = std::move(scanned.error);
-    CheckEnd(summary, error);
-    if (scanned.points > 0) use.take(std::move(scanned.block));
-    return !summary.endedAtLine;
+  std::atomic<bool> isEnded = false;
+  std::promise<std::size_t> none;
+  none.set_value(0);
+  std::future<std::size_t> samplesBefore = none.get_future();
+  const auto next = [&]() -> std::optional<Piece> {
+    Piece piece;
+    if (!TakeLines(reader, kLinesOfPiece, piece.lines)) return std::nullopt;
+    piece.before = std::exchange(samplesBefore, piece.after.get_future());
+    return piece;
+  };
+  const auto make = [&](Piece piece) {
+    Transformed transformed = Transform(std::move(piece), target, isEnded);
+    if (use.prepare && transformed.points > 0) use.prepare(transformed.block);
+    return transformed;
+  };
+  MakeInOrder(ThreadsFor(jobs), next, make, [&](Transformed transformed) {
+    job.ThrowIfStopped();
+    Append(transformed.file, file);
+    if (isEnded || transformed.block.lines.empty()) return true;
+    Add(transformed, points);
+    error = std::move(transformed.error);
+    if (points.points == 0 && !error.empty()) throw Failure(fmt::format("{}: {}", Utf8(path), OneLine(error)));
+    if (transformed.points > 0) use.take(std::move(transformed.block));
+    isEnded = points.endedAtLine.has_value();
+    return true;
   });
-  while (pieces.Next()) continue;  // what is left is counted
-  summary.counts = pieces.Counts();
-  ThrowIfInterrupted();
-  RefuseWithoutSample(summary);
-  WarnOfPosLines(summary.counts, log);
-  if (summary.endedAtLine) WarnOfEnd(summary, OneLine(error), log);
-  return summary;
+  points.counts = file.counts;
+  job.ThrowIfStopped();
+  RefuseWithoutSample(points);
+  TellOfPosLines(points.counts, job);
+  if (points.endedAtLine)
+    job.Add(Found::PosEndsEarly,
+            {{"line", Count(*points.endedAtLine)},
+             {"reason", OneLine(error)},
+             {"points", Count(points.points)},
+             {"lost", Count(points.Lost())}},
+            {.file = path, .line = *points.endedAtLine});
+  return points;
 }
 
-PosPoints TransformPos(const fs::path& path, const tagKVCoordinateSystem& target, unsigned jobs, Log& log) {
-  PosPoints points;
+PosPoints ReadPosPoints(const fs::path& path, const tagKVCoordinateSystem& target, unsigned jobs, Job& job) {
+  std::vector<tagKVPosEvent> samples;
   const auto collect = [&](PosBlock&& block) {
-    std::move(block.samples.begin(), block.samples.end(), std::back_inserter(points.samples));
+    std::move(block.samples.begin(), block.samples.end(), std::back_inserter(samples));
   };
-  points.summary = TransformPos(path, target, jobs, log, {{}, collect});
+  PosPoints points = TransformPosFile(path, target, jobs, {{}, collect}, job);
+  points.samples = std::move(samples);
   return points;
 }
 
 }  // namespace kv::mission
+
+KVMission::PosPoints KVMission::TransformPos(const TransformSettings& settings,
+                                             const std::function<void(const std::string&)>& write, Observer& observer) {
+  using namespace kv::mission;
+  Job job(observer);
+  const auto target = ReadTargetSystem(settings.target);
+  if (!settings.output.empty()) return TransformInto(settings, target, job);
+  return TransformPosFile(settings.pos, target, settings.jobs, CsvOfSamples(target, write), job);
+}

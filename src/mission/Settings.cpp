@@ -1,89 +1,169 @@
 #include "mission/Settings.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
-#include <cmath>
+#include <functional>
+#include <limits>
+#include <string_view>
 
 #include "text/Numbers.h"
+#include "time/Instants.h"
 
 namespace kv::mission {
 namespace {
 
 using Path = std::filesystem::path;
+using Type = SettingKey::Type;
 
-constexpr double kLargestSeconds = 1e9;  // some 30 years; more is no offset of a clock, and no gap
+constexpr double kLargestSeconds = 1e9;  // some 30 years; longer than any clock offset or gap
+constexpr int kMostJobs = 1024;
 
-std::string Read(std::string_view text, std::optional<Path>& value) {
-  if (text.empty()) return "a path is missing";
-  if (text.find('\0') != std::string_view::npos) return "must be a path, which has no NUL in it";
-  value = Path(text);
+/// Stores a text, or says what is wrong with it.
+using Reader = std::function<std::string(std::string_view, Settings&)>;
+
+Reader PathTo(Path Settings::*member) {
+  return [member](std::string_view text, Settings& settings) -> std::string {
+    if (text.empty()) return "must not be empty";
+    if (text.find('\0') != text.npos) return "must be a path, without NUL";
+    settings.*member = Path(text);
+    return {};
+  };
+}
+
+Reader NumberTo(double Settings::*member, double least, double most, const char* complaint) {
+  return [=](std::string_view text, Settings& settings) -> std::string {
+    const auto number = FiniteNumber(text);
+    if (!number || *number < least || *number > most) return complaint;
+    settings.*member = *number;
+    return {};
+  };
+}
+
+Reader OffsetTo(double Settings::*member) {
+  return NumberTo(member, -kLargestSeconds, kLargestSeconds, "must be a number of seconds");
+}
+
+Reader FlagTo(bool Settings::*member, bool whenGiven) {
+  return [=](std::string_view text, Settings& settings) -> std::string {
+    if (text != "true" && text != "false") return "must be true or false";
+    settings.*member = (text == "true") == whenGiven;
+    return {};
+  };
+}
+
+std::string ReadTarget(std::string_view text, Settings& settings) {
+  settings.target = text;
+  return text.empty() ? "must not be empty" : "";
+}
+
+std::string ReadPosition(std::string_view text, Settings& settings) {
+  if (text != "timestamps" && text != "post-processed") return "must be timestamps or post-processed";
+  settings.position = text == "timestamps" ? PositionSource::Timestamps : PositionSource::PostProcessed;
   return {};
 }
 
-std::string Read(std::string_view text, std::optional<std::chrono::sys_days>& value) {
-  value = ParseDate(text);
-  return value ? "" : "must be a date YYYY-MM-DD";
-}
-
-std::string Read(std::string_view text, std::optional<PairChoice>& value) {
-  constexpr std::array<std::pair<std::string_view, PairChoice>, 3> choices{
-      {{"auto", PairChoice::Auto}, {"time", PairChoice::Time}, {"order", PairChoice::Order}}};
-  for (const auto& [name, choice] : choices) {
-    if (text == name) value = choice;
-  }
-  return value ? "" : "must be order, time or auto";
-}
-
-std::string Read(std::string_view text, std::optional<PositionSource>& value) {
-  if (text == "mrk") value = PositionSource::Timestamps;
-  if (text == "pos") value = PositionSource::PostProcessed;
-  return value ? "" : "must be mrk or pos";
-}
-
-std::string Read(std::string_view text, std::optional<double>& value) {
-  value = FiniteNumber(text);
-  return value && std::abs(*value) <= kLargestSeconds ? "" : "must be a number of seconds";
-}
-
-std::string Read(std::string_view text, std::optional<Share>& value) {
-  const auto number = FiniteNumber(text);
-  if (!number || *number < 0 || *number > 1) return "must be a number from 0 to 1";
-  value = Share{*number};
+std::string ReadPair(std::string_view text, Settings& settings) {
+  if (text != "order" && text != "time" && text != "auto") return "must be order, time or auto";
+  settings.pair = text == "order" ? PairBy::Order : text == "time" ? PairBy::Time : PairBy::Auto;
   return {};
 }
 
-std::string Read(std::string_view text, std::optional<std::string>& value) {
-  if (text.empty()) return "a coordinate system is missing";
-  value = std::string(text);
+std::string ReadDate(std::string_view text, Settings& settings) {
+  settings.date = ParseDate(text);
+  return settings.date ? "" : "must be a date YYYY-MM-DD";
+}
+
+std::string ReadJobs(std::string_view text, Settings& settings) {
+  const auto jobs = Digits(text);
+  if (!jobs || *jobs < 1 || *jobs > kMostJobs) return "must be a number from 1 to 1024";
+  settings.jobs = static_cast<unsigned>(*jobs);
   return {};
 }
 
-/// What some numbers of seconds must be besides.
-struct Limit {
-  SettingMember member;
-  bool (*holds)(double seconds);
-  const char* complaint;
+std::string WithDefault(const char* help, double Settings::*member) {
+  return fmt::format("{} (default {})", help, Settings().*member);
+}
+
+struct Row {
+  SettingKey key;
+  Reader read;
 };
-const std::array<Limit, 2> kLimits{
-    {{&Settings::maxGap, [](double seconds) { return seconds > 0; }, "must be positive"},
-     {&Settings::tolerance, [](double seconds) { return seconds >= 0; }, "must not be negative"}}};
+
+const std::vector<Row>& Rows() {
+  static const std::vector<Row> rows{
+      {{"output", "FOLDER", "folder for the layers and summary.json", Type::Path, false}, PathTo(&Settings::output)},
+      {{"trajectory", "FILE", "receiver log with the trajectory (NMEA sentences)", Type::Path, true},
+       PathTo(&Settings::trajectory)},
+      {{"events", "FILE", "system event file with heartbeats and camera events", Type::Path, true},
+       PathTo(&Settings::events)},
+      {{"housekeeping", "FILE", "housekeeping log", Type::Path, true}, PathTo(&Settings::housekeeping)},
+      {{"cam1", "FOLDER", "photos of camera 1", Type::Path, true}, PathTo(&Settings::camera1)},
+      {{"cam2", "FOLDER", "photos of camera 2", Type::Path, true}, PathTo(&Settings::camera2)},
+      {{"pos", "FILE", "POS file, for a layer in the coordinates of --target", Type::Path, true},
+       PathTo(&Settings::pos)},
+      {{"target", "WKT|FILE|EPSG:n[+m]", "coordinate system of the POS file's layer", Type::Text, true}, ReadTarget},
+      {{"timestamps", "FILE", "timestamp file of a drone's camera, in place of trajectory, events and cameras",
+        Type::Path, true},
+       PathTo(&Settings::timestamps)},
+      {{"photos", "FOLDER", "the drone's photos (default: the folder of the timestamp file)", Type::Path, true},
+       PathTo(&Settings::photos)},
+      {{"orientation", "FILE", "orientation file, of either kind", Type::Path, true}, PathTo(&Settings::orientation)},
+      {{"applanix", "FILE", "text export of a post-processed Applanix trajectory", Type::Path, true},
+       PathTo(&Settings::applanix)},
+      {{"position", "timestamps|post-processed",
+        "places of a drone's photos: from the timestamp file (default) or post-processed", Type::Choice, true},
+       ReadPosition},
+      {{"date", "YYYY-MM-DD", "UTC date of the first fix (default: from the heartbeats, else from the receiver log)",
+        Type::CalendarDate, true},
+       ReadDate},
+      {{"pair", "order|time|auto", "how photos find their events (default auto: by time when most photos tell theirs)",
+        Type::Choice, true},
+       ReadPair},
+      {{"cam1-offset", "SECONDS", "added to the photo times of camera 1", Type::Number, true},
+       OffsetTo(&Settings::camera1OffsetSeconds)},
+      {{"cam2-offset", "SECONDS", "added to the photo times of camera 2", Type::Number, true},
+       OffsetTo(&Settings::camera2OffsetSeconds)},
+      {{"max-gap", "SECONDS", WithDefault("longest pause between fixes that is not a gap", &Settings::maxGapSeconds),
+        Type::Number, true},
+       NumberTo(&Settings::maxGapSeconds, std::numeric_limits<double>::denorm_min(), kLargestSeconds,
+                "must be a positive number of seconds")},
+      {{"tolerance", "SECONDS", WithDefault("exposures nearer than this form a station", &Settings::toleranceSeconds),
+        Type::Number, true},
+       NumberTo(&Settings::toleranceSeconds, 0, kLargestSeconds, "must be a number of seconds, not negative")},
+      {{"blur-factor", "SHARE",
+        WithDefault("a photo below this share of its camera's median sharpness is named", &Settings::blurFactor),
+        Type::Number, true},
+       NumberTo(&Settings::blurFactor, 0, 1, "must be a number from 0 to 1")},
+      {{"no-sharpness", "", "do not grade the photos", Type::Flag, true}, FlagTo(&Settings::grade, false)},
+      {{"jobs", "N", "threads for photos and samples (default: as many as there are processors)", Type::Count, true},
+       ReadJobs},
+      {{"overwrite", "", "replace the results of an earlier run", Type::Flag, false},
+       FlagTo(&Settings::overwrite, true)},
+  };
+  return rows;
+}
 
 }  // namespace
 
-std::string SetFromText(const SettingMember& member, std::string_view text, Settings& settings) {
-  const std::string complaint = std::visit([&](auto pointer) { return Read(text, settings.*pointer); }, member);
-  const auto limit = std::find_if(kLimits.begin(), kLimits.end(), [&](auto& entry) { return entry.member == member; });
-  if (!complaint.empty() || limit == kLimits.end() || limit->holds(*FiniteNumber(text))) return complaint;
-  return limit->complaint;
-}
-
-void FillIn(Settings& settings, const Settings& defaults) {
-  for (const auto& key : kSettingKeys) {
-    std::visit(
-        [&](auto pointer) {
-          if (!(settings.*pointer)) settings.*pointer = defaults.*pointer;
-        },
-        key.member);
-  }
+std::string SetFromText(const std::string& key, std::string_view text, Settings& settings) {
+  const auto& rows = Rows();
+  const auto row = std::find_if(rows.begin(), rows.end(), [&](const Row& entry) { return entry.key.name == key; });
+  return row == rows.end() ? "is not a setting" : row->read(text, settings);
 }
 
 }  // namespace kv::mission
+
+const std::vector<KVMission::SettingKey>& KVMission::SettingKeys() {
+  static const auto keys = [] {
+    std::vector<SettingKey> all;
+    for (const auto& row : kv::mission::Rows()) all.push_back(row.key);
+    return all;
+  }();
+  return keys;
+}
+
+void KVMission::Set(Settings& settings, const std::string& key, const std::string& text) {
+  const std::string complaint = kv::mission::SetFromText(key, text, settings);
+  if (!complaint.empty()) throw Failure(key + " " + complaint, Failure::Reason::WrongUsage);
+}

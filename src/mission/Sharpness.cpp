@@ -1,10 +1,10 @@
-#include "mission/Sharpness.h"
+#include "mission/Steps.h"
 
 #include <algorithm>
 #include <iterator>
 
 #include "base/Statistics.h"
-#include "mission/Pairing.h"
+#include "georef/EventTypes.h"
 #include "photos/Grading.h"
 #include "platform/FileNames.h"
 
@@ -23,10 +23,12 @@ std::wstring NameIn(const std::wstring& path) { return path.substr(path.find_las
 
 Picture PictureOf(const tagKVSystemEvent& event) { return {CameraOf(event), event.PhotoPath.GetString()}; }
 
-std::vector<Picture> PicturesOf(const std::vector<tagKVSystemEvent>& events) {
+bool IsToGrade(const tagKVSystemEvent& event) { return IsPlaced(event) && !event.PhotoPath.IsEmpty(); }
+
+std::vector<Picture> PicturesOf(const std::vector<Exposure>& exposures) {
   std::vector<Picture> pictures;
-  for (const auto& event : events) {
-    if (!event.PhotoPath.IsEmpty()) pictures.push_back(PictureOf(event));
+  for (const Exposure& exposure : exposures) {
+    if (IsToGrade(exposure.event)) pictures.push_back(PictureOf(exposure.event));
   }
   std::sort(pictures.begin(), pictures.end());
   pictures.erase(std::unique(pictures.begin(), pictures.end()), pictures.end());
@@ -59,33 +61,34 @@ SharpnessSummary Summarise(int camera, const std::vector<Picture>& pictures, con
   return summary;
 }
 
-void Warn(int camera, const SharpnessSummary& summary, Log& log) {
-  if (!summary.blurred.empty())
-    log.Warn("camera {}: {} far below the median sharpness, first {}", camera, Counted(summary.blurred.size(), "photo"),
-             Utf8(summary.blurred[0].photo));
-  if (!summary.ungraded.empty())
-    log.Warn("camera {}: {} could not be graded, first {}: {}", camera, Counted(summary.ungraded.size(), "photo"),
-             Utf8(summary.ungraded[0].photo), summary.ungraded[0].reason);
+void Tell(int camera, const SharpnessSummary& summary, Job& job) {
+  const auto tell = [&](const FindingKind& kind, std::size_t count, const std::wstring& first,
+                        const std::string& reason) {
+    job.Add(kind, {{"camera", camera}, {"count", Count(count)}, {"photo", Utf8(first)}, {"reason", reason}},
+            {.camera = camera, .photo = Utf8(first)});
+  };
+  const auto& [blurred, ungraded] = std::tie(summary.blurred, summary.ungraded);
+  if (!blurred.empty()) tell(Found::PhotosBlurred, blurred.size(), blurred[0].photo, {});
+  if (!ungraded.empty()) tell(Found::PhotosUngraded, ungraded.size(), ungraded[0].photo, ungraded[0].reason);
 }
 
 }  // namespace
 
-std::array<SharpnessSummary, 2> GradeEvents(std::vector<tagKVSystemEvent>& events, double blurFactor, unsigned jobs,
-                                            Log& log) {
-  const auto pictures = PicturesOf(events);
+std::array<SharpnessSummary, 2> GradeExposures(std::vector<Exposure>& exposures, const Settings& settings, Job& job) {
+  const auto pictures = PicturesOf(exposures);
   std::vector<std::wstring> paths;
   for (const Picture& picture : pictures) paths.push_back(picture.path);
-  const auto grades = GradePhotos(paths, jobs, log);
-  for (auto& event : events) {
+  const auto grades = GradeFiles(paths, settings.jobs, job);
+  for (auto& [event, time, number, difference, drop] : exposures) {
+    if (!IsToGrade(event)) continue;
     const auto found = std::lower_bound(pictures.begin(), pictures.end(), PictureOf(event));
-    if (!event.PhotoPath.IsEmpty())
-      event.Sharpness = grades[static_cast<std::size_t>(found - pictures.begin())].sharpness;
+    event.Sharpness = grades[static_cast<std::size_t>(found - pictures.begin())].sharpness;
   }
   std::array<SharpnessSummary, 2> summaries;
   for (const int camera : {1, 2}) {
     auto& summary = summaries[static_cast<std::size_t>(camera - 1)];
-    summary = Summarise(camera, pictures, grades, blurFactor);
-    Warn(camera, summary, log);
+    summary = Summarise(camera, pictures, grades, settings.blurFactor);
+    Tell(camera, summary, job);
   }
   return summaries;
 }

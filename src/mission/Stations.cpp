@@ -1,14 +1,14 @@
-#include "mission/Stations.h"
+#include "mission/Steps.h"
 
 #include <KVUtilities.h>
 
 #include <algorithm>
+#include <utility>
 
-#include "base/Failure.h"
 #include "base/Statistics.h"
-#include "mission/Pairing.h"
-#include "mission/inputs/EventFile.h"
+#include "georef/EventTypes.h"
 #include "platform/FileNames.h"
+#include "time/Instants.h"
 
 namespace kv::mission {
 namespace {
@@ -25,42 +25,41 @@ double DifferenceIn(const tagKVExposureStation& pair) {
   return KVUtilities::DeltaSecondsBetweenFileTimes(pair.Cam1Event.TimeUTC, pair.Cam2Event.TimeUTC);
 }
 
-void WarnOfStations(const std::vector<tagKVExposureStation>& stations, const StationSummary& summary, Log& log) {
+void TellOfStations(const Stations& formed, Job& job) {
+  const auto& stations = formed.stations;
   const auto first = std::find_if(stations.begin(), stations.end(), IsOfOneCamera);
   if (first != stations.end())
-    log.Warn("{} of two exposures of the same camera, first at {}: is --tolerance larger than the camera's interval?",
-             Counted(summary.sameCamera, "station"), TimeText(FromFileTime(first->TimeUTC)));
+    job.Add(Found::StationsOfOneCamera, {{"count", Count(formed.sameCamera)}, {"time", FromFileTime(first->TimeUTC)}});
   const auto has1 = [](auto& station) { return station.Cam1Event.Type == kCameraEvent; };
   const auto has2 = [](auto& station) { return station.Cam2Event.Type == kCameraEvent; };
-  if (summary.paired == 0 && std::any_of(stations.begin(), stations.end(), has1) &&
+  if (formed.paired == 0 && std::any_of(stations.begin(), stations.end(), has1) &&
       std::any_of(stations.begin(), stations.end(), has2))
-    log.Warn("no exposures of the two cameras are less than {} s apart: all stations are single; is --tolerance right?",
-             summary.tolerance);
+    job.Add(Found::StationsAllSingle, {{"seconds", formed.toleranceSeconds}});
 }
 
 }  // namespace
 
-std::vector<tagKVExposureStation> FormStations(const std::vector<tagKVSystemEvent>& events, double tolerance,
-                                               StationSummary& summary, Log& log) {
-  summary.tolerance = tolerance;
-  if (events.empty()) return {};  // no fault here: the layer is empty, and the summary tells what was dropped
+Stations FormStations(const std::vector<Exposure>& exposures, double toleranceSeconds, Job& job) {
+  Stations formed;
+  formed.toleranceSeconds = toleranceSeconds;
+  std::vector<tagKVSystemEvent> events;
+  for (const Exposure& exposure : exposures) {
+    if (IsPlaced(exposure.event)) events.push_back(exposure.event);
+  }
+  if (events.empty()) return formed;  // not a fault here: the layer is empty, and the drops say why
   std::wstring error;
-  auto stations = KVUtilities::ComputeExposureStationsFromSystemEvents(events, tolerance, error);
+  formed.stations = KVUtilities::ComputeExposureStationsFromSystemEvents(std::move(events), toleranceSeconds, error);
   if (!error.empty()) throw Failure(Utf8(error));
   std::vector<double> differences;
-  for (const auto& station : stations) {
+  for (const auto& station : formed.stations) {
     if (IsPair(station)) differences.push_back(DifferenceIn(station));
-    summary.sameCamera += IsOfOneCamera(station);
+    formed.sameCamera += IsOfOneCamera(station);
   }
-  summary.paired = differences.size();
-  summary.single = stations.size() - summary.paired;
-  if (!differences.empty()) {
-    std::sort(differences.begin(), differences.end());
-    summary.largest = differences.back();
-    summary.median = Quantile(differences, 0.5);
-  }
-  WarnOfStations(stations, summary, log);
-  return stations;
+  formed.paired = differences.size();
+  formed.single = formed.stations.size() - formed.paired;
+  formed.differences = SpreadOf(std::move(differences));
+  TellOfStations(formed, job);
+  return formed;
 }
 
 }  // namespace kv::mission

@@ -1,26 +1,26 @@
 #include "photos/ExifCorrection.h"
 
+#include <KVMission.h>
 #include <libexif/exif-data.h>
 
-#include <array>
 #include <cstdlib>
 #include <memory>
 #include <new>
 
-#include "base/Failure.h"
-
 namespace kv::mission {
 namespace {
+
+using KVMission::Failure;
 
 struct Release {
   void operator()(ExifData* data) const { exif_data_unref(data); }
   void operator()(unsigned char* bytes) const { std::free(bytes); }
 };
 
-constexpr int kShownAsStored = 1;  // orientation: the first row is the top, the first column the left side
+constexpr int kShownAsStored = 1;  // orientation: first row at the top, first column at the left
 
-/// Stores a number in an entry that is there, in the entry's own format. One of another format or count would keep the
-/// old number, which some programs read: it goes.
+/// Stores a number in an existing entry, in the entry's own format. An entry of another format or count is removed:
+/// some programs would read its old number.
 void SetNumber(ExifData& data, ExifIfd directory, ExifTag tag, int number) {
   ExifEntry* entry = exif_content_get_entry(data.ifd[directory], tag);
   if (!entry) return;
@@ -52,7 +52,7 @@ bool HasEntries(const ExifData& data) {
 std::string CorrectedExif(std::string_view exif, int width, int height) {
   const std::unique_ptr<ExifData, Release> data(exif_data_new());
   if (!data) throw std::bad_alloc();
-  // As they are: nothing that libexif does not know may get lost, and nothing that is amiss is mended.
+  // libexif shall neither drop the tags that it does not know nor repair anything.
   exif_data_unset_option(data.get(), EXIF_DATA_OPTION_IGNORE_UNKNOWN_TAGS);
   exif_data_unset_option(data.get(), EXIF_DATA_OPTION_FOLLOW_SPECIFICATION);
   exif_data_load_data(data.get(), reinterpret_cast<const unsigned char*>(exif.data()),

@@ -5,10 +5,10 @@
 
 namespace kv::mission {
 
-/// EXIF data for a picture of another size that is shown as it is stored, without a thumbnail. Only what they say of
-/// size and orientation changes; where they say it in a form of their own, that entry is left out.
+/// Adapts EXIF data to a turned copy: sets its size and an orientation of "shown as stored", and removes the thumbnail.
+/// Nothing else changes. A size or orientation entry of an unusual format is removed.
 /// @param exif  content of a JPEG file's EXIF segment
-/// @throws Failure when they cannot be understood: they might tell other programs to turn the picture once more
+/// @throws Failure when the data cannot be read: they might tell other programs to turn the picture again
 std::string CorrectedExif(std::string_view exif, int width, int height);
 
 }  // namespace kv::mission

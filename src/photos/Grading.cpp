@@ -4,18 +4,15 @@
 
 #include <algorithm>
 #include <optional>
-#include <string>
 #include <utility>
 
 #include "base/InOrder.h"
-#include "base/Interrupt.h"
-#include "base/Progress.h"
 #include "platform/FileNames.h"
 
 namespace kv::mission {
 namespace {
 
-/// Of the library's sentences the path stands in the last line.
+/// The strict class ends its sentences with the path, on a line of its own.
 std::string FirstLine(std::string sentence) {
   sentence.resize(std::min(sentence.find('\n'), sentence.size()));
   sentence.erase(sentence.find_last_not_of(": ") + 1);
@@ -30,19 +27,27 @@ Grade GradeOf(const std::wstring& path) {
 
 }  // namespace
 
-std::vector<Grade> GradePhotos(const std::vector<std::wstring>& paths, unsigned jobs, const Log& log) {
-  Progress progress(log.ShowsProgress(), "grading", "photos");
+std::vector<Grade> GradeFiles(const std::vector<std::wstring>& paths, unsigned jobs, Job& job) {
+  Meter meter(job, "grading", "photos");
   const auto next = [&, path = paths.begin()]() mutable {
-    return path == paths.end() || Interrupted() ? std::optional<std::wstring>() : *path++;
+    return path == paths.end() ? std::optional<std::wstring>() : *path++;
   };
   std::vector<Grade> grades;
   MakeInOrder(ThreadsFor(jobs), next, GradeOf, [&](Grade grade) {
+    job.ThrowIfStopped();
     grades.push_back(std::move(grade));
-    progress.Show(grades.size(), paths.size());
+    meter.Show(grades.size(), paths.size());
     return true;
   });
-  ThrowIfInterrupted();
   return grades;
 }
 
 }  // namespace kv::mission
+
+std::vector<KVMission::Grade> KVMission::GradePhotos(const std::vector<std::filesystem::path>& photos, unsigned jobs,
+                                                     Observer& observer) {
+  std::vector<std::wstring> paths;
+  for (const auto& photo : photos) paths.push_back(kv::WidePath(photo));
+  kv::mission::Job job(observer);
+  return kv::mission::GradeFiles(paths, jobs, job);
+}

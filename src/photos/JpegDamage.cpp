@@ -10,7 +10,7 @@ namespace kv::mission {
 namespace {
 
 struct ErrorHandler {
-  jpeg_error_mgr base;  // first, so that the decoder's pointer to it is one to the whole
+  jpeg_error_mgr base;  // first: the decoder's pointer to it also points to the whole
   std::jmp_buf escape;
   char complaint[JMSG_LENGTH_MAX];
 };
@@ -23,19 +23,19 @@ ErrorHandler& ErrorsOf(j_common_ptr decoder) { return *reinterpret_cast<ErrorHan
   std::longjmp(errors.escape, 1);
 }
 
-/// Levels below 0 are warnings.
+/// The decoder gives its warnings a level below 0. The first one is kept.
 void OnMessage(j_common_ptr decoder, int level) {
   ErrorHandler& errors = ErrorsOf(decoder);
   if (level < 0 && errors.complaint[0] == '\0') errors.base.format_message(decoder, errors.complaint);
 }
 
-/// Holds no object with a destructor: an error of the decoder jumps out of it.
+/// Must not hold an object with a destructor: an error in the decoder jumps out of this function.
 void Decode(jpeg_decompress_struct& decoder, ErrorHandler& errors, std::string_view file) {
   if (setjmp(errors.escape)) return;
   jpeg_create_decompress(&decoder);
   jpeg_mem_src(&decoder, reinterpret_cast<const unsigned char*>(file.data()), static_cast<std::uint32_t>(file.size()));
   jpeg_read_header(&decoder, TRUE);
-  errors.complaint[0] = '\0';  // stray bytes between segments and the like do not touch the picture
+  errors.complaint[0] = '\0';  // warnings about the header, such as stray bytes, do not concern the picture
   decoder.scale_num = 1;
   decoder.scale_denom = 8;
   decoder.out_color_space = decoder.jpeg_color_space;

@@ -5,9 +5,10 @@
 
 namespace kv::mission {
 
-/// Decodes a JPEG file once, at an eighth of its size: what a decoder fills up or guesses would look sound in a copy.
-/// @param file  below 2^32 bytes
-/// @return      the decoder's first complaint about the picture; empty for a whole one
+/// Decodes a JPEG file at an eighth of its size to see whether it is whole. A turned copy would hide the damage: decoders
+/// fill gaps with guesses.
+/// @param file  fewer than 2^32 bytes
+/// @return      the decoder's first complaint about the picture; empty when the picture is whole
 std::string JpegDamage(std::string_view file);
 
 }  // namespace kv::mission

@@ -6,15 +6,14 @@
 
 namespace kv::mission {
 
-/// What stands in a JPEG file before its picture.
+/// What a JPEG file says before its picture data.
 struct JpegHeader {
-  int width = 0;  ///< pixels; 0 when the file ends before it says so
-  int height = 0;
-  std::vector<unsigned char> exif;  ///< the EXIF segment's content, empty when there is none
+  int width = 0, height = 0;        ///< pixels; 0 when the file ends before its frame header
+  std::vector<unsigned char> exif;  ///< content of the EXIF segment; empty without one
 };
 
-/// Reads no more of the file than its header.
-/// @return nothing for a file that is no JPEG, or that cannot be read
+/// Reads a JPEG file up to its frame header.
+/// @return nothing for a file that is not a JPEG file or cannot be read
 std::optional<JpegHeader> ReadJpegHeader(const std::filesystem::path& path);
 
 }  // namespace kv::mission

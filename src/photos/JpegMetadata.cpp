@@ -1,17 +1,18 @@
 #include "photos/JpegMetadata.h"
 
+#include <KVMission.h>
+
 #include <optional>
 #include <vector>
 
-#include "base/Failure.h"
 #include "photos/ExifCorrection.h"
+#include "photos/JpegMarkers.h"
 
 namespace kv::mission {
 namespace {
 
-constexpr int kStartOfImage = 0xD8, kEndOfImage = 0xD9, kStartOfScan = 0xDA;
-constexpr int kApp0 = 0xE0, kApp1 = 0xE1, kApp2 = 0xE2, kApp13 = 0xED;
-constexpr std::string_view kExif("Exif\0\0", 6);
+using KVMission::Failure;
+
 constexpr std::string_view kProfile("ICC_PROFILE\0", 12);
 constexpr std::size_t kLongestSegment = 0xFFFF - 2;  // bytes of content
 
@@ -23,23 +24,18 @@ struct Segment {
   std::string_view content;
 };
 
-/// A file cut at its markers up to the first scan.
+/// A file split at its markers, up to the first scan.
 struct Layout {
   std::vector<Segment> segments;
-  std::string_view rest;  ///< from the marker of the first scan on
+  std::string_view rest;  ///< begins with the marker of the first scan
   int width = 0, height = 0, channels = 0;
 };
 
-/// The frame headers SOF0 to SOF15; three numbers between them are other segments (DHT, JPG, DAC).
-bool IsFrame(int marker) {
-  return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
-}
-
-/// TEM and RST0 to RST7 have no content.
+/// TEM and RST0 to RST7 have neither length nor content.
 bool StandsAlone(int marker) { return marker == 0x01 || (marker >= 0xD0 && marker <= 0xD7); }
 
-/// Where the next marker's number stands. Stray bytes before its FF, and fill bytes FF, are passed over as decoders do;
-/// FF 00 is no marker.
+/// Finds the number of the next marker. Like decoders, skips stray bytes before the marker's FF and fill bytes FF after
+/// it; FF 00 is not a marker.
 std::size_t NextMarker(std::string_view file, std::size_t at) {
   do {
     at = file.find_first_not_of('\xFF', file.find('\xFF', at));
@@ -47,7 +43,7 @@ std::size_t NextMarker(std::string_view file, std::size_t at) {
   return at;
 }
 
-/// @return nothing for what is no JPEG file up to its first scan
+/// @return nothing when the bytes do not form a JPEG file up to its first scan
 std::optional<Layout> LayOut(std::string_view file) {
   if (file.size() < 4 || ByteAt(file, 0) != 0xFF || ByteAt(file, 1) != kStartOfImage) return std::nullopt;
   Layout layout;
@@ -72,9 +68,9 @@ std::optional<Layout> LayOut(std::string_view file) {
   return std::nullopt;
 }
 
-/// The colour space of a profile stands at byte 16. A profile may come in pieces, in any order: number 1 has it.
+/// A profile may come in numbered pieces, in any order. Piece 1 has the colour space, at byte 16.
 bool ProfileFits(const Layout& photo, int channels) {
-  constexpr std::size_t kSpaceAt = kProfile.size() + 2 + 16;  // behind the piece's number and the count of pieces
+  constexpr std::size_t kSpaceAt = kProfile.size() + 2 + 16;  // after the piece's number and the number of pieces
   for (const auto& [marker, content] : photo.segments) {
     if (marker != kApp2 || !content.starts_with(kProfile) || content.size() < kSpaceAt + 4) continue;
     if (ByteAt(content, kProfile.size()) != 1) continue;
@@ -84,8 +80,8 @@ bool ProfileFits(const Layout& photo, int channels) {
   return false;
 }
 
-/// Metadata that stay true when the picture is turned. Not among them is the index of further pictures in the file
-/// (APP2 "MPF"): they are not in the copy.
+/// Whether a segment holds metadata that are still true of the turned copy. The index of further pictures (APP2 "MPF")
+/// is not: the copy lacks these pictures.
 bool IsMetadata(const Segment& segment, bool profileFits) {
   if (segment.marker == kApp2) return profileFits && segment.content.starts_with(kProfile);
   return segment.marker == kApp1 || segment.marker == kApp13;
@@ -105,7 +101,7 @@ void AppendMetadata(const Layout& photo, const Layout& copy, std::string& file) 
   const bool profileFits = ProfileFits(photo, copy.channels);
   for (const Segment& segment : photo.segments) {
     if (!IsMetadata(segment, profileFits)) continue;
-    const bool isExif = segment.marker == kApp1 && segment.content.starts_with(kExif);
+    const bool isExif = segment.marker == kApp1 && segment.content.starts_with(kExifSignature);
     Append(segment.marker,
            isExif ? CorrectedExif(segment.content, copy.width, copy.height) : std::string(segment.content), file);
   }
@@ -117,7 +113,7 @@ bool IsJpeg(std::string_view file) { return LayOut(file).has_value(); }
 
 std::string WithMetadataOf(std::string_view photo, std::string_view copy) {
   const auto old = LayOut(photo), turned = LayOut(copy);
-  if (!old || !turned) throw Failure("no JPEG file");
+  if (!old || !turned) throw Failure("not a JPEG file");
   std::string file = {'\xFF', '\xD8'};
   std::size_t next = 0;
   for (; next < turned->segments.size() && turned->segments[next].marker == kApp0; ++next)

@@ -5,14 +5,13 @@
 
 namespace kv::mission {
 
-/// Whether the bytes begin as a JPEG file and have a frame header.
+/// Whether the bytes form a JPEG file up to its first scan, with a frame header.
 bool IsJpeg(std::string_view file);
 
-/// Puts the metadata of a photo into its turned copy: the EXIF, XMP, ICC and IPTC segments. In the EXIF data sizes
-/// become the copy's, the orientation that of a picture that is shown as it is stored, and a thumbnail is left out. A
-/// colour profile that does not fit the copy's channels is left out too.
+/// Puts the EXIF, XMP, ICC and IPTC segments of a photo into its turned copy. The EXIF data get the copy's size and
+/// orientation and lose their thumbnail. A colour profile is left out when it does not fit the copy's channels.
 /// @return the copy's picture with the photo's metadata
-/// @throws Failure when one of them is no JPEG file, or the EXIF data cannot be read or have no room
+/// @throws Failure when either is not a JPEG file; when the EXIF data cannot be read or do not fit a segment
 std::string WithMetadataOf(std::string_view photo, std::string_view copy);
 
 }  // namespace kv::mission

@@ -1,10 +1,11 @@
 #include "photos/PhotoFolder.h"
 
-#include <algorithm>
+#include <fmt/format.h>
 
-#include "base/Failure.h"
-#include "base/Interrupt.h"
-#include "base/Progress.h"
+#include <algorithm>
+#include <string>
+#include <system_error>
+
 #include "photos/JpegHeader.h"
 #include "photos/PhotoTimes.h"
 #include "platform/FileNames.h"
@@ -15,26 +16,27 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kNamed = 5;  // photos in a warning
+constexpr std::ptrdiff_t kNamed = 5;  // photos in a finding
 
-struct Findings {
-  std::size_t zoneless = 0;             // photos whose time came without a time zone
+struct TimeFaults {
+  std::size_t zoneless = 0;             // photos with a time but no time zone
   std::vector<std::string> unreadable;  // names
 };
 
-std::optional<Instant> TimeOf(const fs::path& photo, const std::wstring& name, Findings& findings) {
+std::optional<Instant> TimeOf(const fs::path& photo, const std::wstring& name, TimeFaults& faults) {
   if (const auto stamp = StampTime(name)) return stamp;
   const auto header = ReadJpegHeader(photo);
-  if (!header && !OpenNative(photo, "rb")) findings.unreadable.push_back(Utf8(name));
+  if (!header && !OpenNative(photo, "rb")) faults.unreadable.push_back(Utf8(name));
   const auto exif = header ? ExifTimeOriginal(header->exif) : std::nullopt;
   if (!exif) return std::nullopt;
-  findings.zoneless += !exif->zoneKnown;
+  faults.zoneless += !exif->zoneKnown;
   return exif->time;
 }
 
-/// As the files "._NAME" are that a Mac puts beside each one on a card.
+/// Macs leave a hidden file "._NAME" beside each photo on a card.
 bool IsHidden(const fs::path& name) { return Utf8(name).starts_with('.'); }
 
+/// @return names in order, those of hidden files too
 std::vector<fs::path> NamedAsPhotos(const fs::path& folder) {
   std::vector<fs::path> photos;
   std::error_code error;
@@ -48,6 +50,23 @@ std::vector<fs::path> NamedAsPhotos(const fs::path& folder) {
   return photos;
 }
 
+void Tell(const PhotoFolder& folder, const std::string& pathAsGiven, const TimeFaults& faults, int camera, Job& job) {
+  const Subject subject{.file = folder.path, .camera = camera};
+  const auto tell = [&](const FindingKind& kind, std::size_t count, const std::string& names = {}) {
+    if (count == 0) return;
+    Values values{{"camera", camera}, {"count", Count(count)}};
+    if (!names.empty()) values.emplace_back("names", names);
+    job.Add(kind, std::move(values), subject);
+  };
+  if (folder.photos.empty()) job.Add(Found::PhotoFolderEmpty, {{"camera", camera}, {"folder", pathAsGiven}}, subject);
+  tell(Found::PhotosNotListed, folder.photos.size() - folder.listed);
+  const auto& names = faults.unreadable;
+  const auto end = names.begin() + std::min(kNamed, std::ssize(names));
+  tell(Found::PhotosUnreadable, names.size(),
+       fmt::format("{}{}", fmt::join(names.begin(), end, ", "), end == names.end() ? "" : ", ..."));
+  tell(Found::PhotoTimesWithoutZone, faults.zoneless);
+}
+
 }  // namespace
 
 bool HasPhotoExtension(const fs::path& path) {
@@ -55,48 +74,36 @@ bool HasPhotoExtension(const fs::path& path) {
   return extension == ".jpg" || extension == ".jpeg";
 }
 
-std::vector<fs::path> PhotosIn(const fs::path& folder) {
-  std::vector<fs::path> photos = NamedAsPhotos(folder);
-  std::erase_if(photos, IsHidden);
-  return photos;
-}
-
 std::size_t PhotoNameAt(const fs::path& folder) { return WidePath(folder).find_last_not_of(L"\\/") + 2; }
 
-PhotoFolder ReadPhotoFolder(const fs::path& path, int camera, Log& log) {
+PhotoFolder ReadPhotoFolder(const fs::path& path, int camera, Job& job) {
   PhotoFolder folder;
   folder.path = (fs::absolute(path) / "").lexically_normal().parent_path();
   auto names = NamedAsPhotos(path);
   folder.strays = static_cast<std::size_t>(std::count_if(
       names.begin(), names.end(), [](auto& name) { return IsHidden(name) && name.extension() == ".jpg"; }));
   std::erase_if(names, IsHidden);
-  Progress progress(log.ShowsProgress(), "reading photo times", "photos");
-  Findings findings;
+  Meter meter(job, "reading photo times", "photos");
+  TimeFaults faults;
   for (const auto& name : names) {
-    ThrowIfInterrupted();
+    job.ThrowIfStopped();
     Photo photo{WidePath(name), {}};
-    photo.time = TimeOf(path / name, photo.name, findings);
+    photo.time = TimeOf(path / name, photo.name, faults);
     folder.timed += photo.time.has_value();
     folder.listed += name.extension() == ".jpg";
     folder.photos.push_back(std::move(photo));
-    progress.Step(folder.photos.size(), names.size());
+    meter.Step(folder.photos.size(), names.size());
   }
-  folder.unreadable = findings.unreadable.size();
+  folder.unreadable = faults.unreadable.size();
   std::sort(folder.photos.begin(), folder.photos.end(), [](auto& a, auto& b) { return a.name < b.name; });
-  if (names.empty()) log.Warn("camera {}: no photo in {}", camera, Utf8(path));
-  if (folder.listed < names.size())
-    log.Warn("camera {}: {} not named .jpg in lower case: only pairing by time finds them", camera,
-             Counted(names.size() - folder.listed, "photo"));
-  if (folder.unreadable > 0)
-    log.Warn(
-        "camera {}: {} cannot be opened: {}{}", camera, Counted(folder.unreadable, "photo"),
-        fmt::join(findings.unreadable.begin(),
-                  findings.unreadable.begin() + static_cast<std::ptrdiff_t>(std::min(kNamed, folder.unreadable)), ", "),
-        folder.unreadable > kNamed ? ", ..." : "");
-  if (findings.zoneless > 0)
-    log.Warn("camera {}: {} without a time zone: the camera's clock is taken for UTC", camera,
-             Counted(findings.zoneless, "photo time"));
+  Tell(folder, Utf8(path), faults, camera, job);
   return folder;
 }
 
 }  // namespace kv::mission
+
+std::vector<std::filesystem::path> KVMission::PhotosIn(const std::filesystem::path& folder) {
+  auto photos = kv::mission::NamedAsPhotos(folder);
+  std::erase_if(photos, kv::mission::IsHidden);
+  return photos;
+}

@@ -27,11 +27,11 @@ constexpr wchar_t kTooFewImages2[] = L"Error populating images.  More Camera 2 e
 
 constexpr std::uint64_t kPairingRangeTicks = kv::kTicksPerSecond;
 
-// Cameras are numbered 1 and, deliberately, anything else.
+// On purpose every number but 1 is camera 2.
 std::size_t CameraIndex(const tagKVSystemEvent& event) { return event.CameraID == 1 ? 0 : 1; }
 
-/// Paths of photos in one image folder: a backslash between folder and name on every system, and no look for one that
-/// stands there already.
+/// Paths of photos in one image folder. Always puts a backslash between folder and name, on every system, even if the
+/// folder ends with one.
 class ImagePaths {
  public:
   explicit ImagePaths(const std::wstring& folder) : path_(folder + L'\\'), nameBegin_(path_.size()) {}
@@ -50,26 +50,25 @@ void SetPhoto(tagKVSystemEvent& event, const std::wstring& path) {
   event.PhotoPath = CStringW(path.data(), static_cast<int>(path.size()));
 }
 
-// A photo's time on the events' clock, truncated to whole milliseconds on its way through the calendar.
+// A photo's time on the events' clock. The way through the calendar truncates it to whole milliseconds.
 FILETIME PhotoFileTime(const SYSTEMTIME& time, double offsetSeconds) {
   return kv::FileTimeOrZero(KVUtilities::AddSecondsToSystemTime(time, offsetSeconds));
 }
 
-/// The photos of one camera by time, for many events: the nearest is a neighbour in time order.
+/// The photos of one camera by time. The nearest to an event is a neighbour in time order.
 class PhotosInTimeOrder {
  public:
   /// @param times  must outlive this object
   PhotosInTimeOrder(const PhotoTimes& times, double offsetSeconds) {
     photos_.reserve(times.size());
     for (const auto& [name, time] : times) photos_.push_back({kv::Ticks(PhotoFileTime(time, offsetSeconds)), &name});
-    // Of photos of one time the name that sorts first is the only one ever taken.
+    // Among photos with equal times only the first by name is ever used.
     std::ranges::stable_sort(photos_, {}, &Photo::ticks);
     const auto sameTime = [](const Photo& a, const Photo& b) { return a.ticks == b.ticks; };
     photos_.erase(std::unique(photos_.begin(), photos_.end(), sameTime), photos_.end());
   }
 
-  /// @return the name of the nearest photo within the pairing range, as `FindClosestPhotoWithinRange` would choose it;
-  ///         null when there is none
+  /// @return the name of the photo that `FindClosestPhotoWithinRange` would choose within the pairing range, or null
   const std::wstring* ClosestTo(const SYSTEMTIME& eventTime) const {
     const std::uint64_t ticks = kv::Ticks(kv::FileTimeOrZero(eventTime));
     const auto later = std::ranges::lower_bound(photos_, ticks, {}, &Photo::ticks);
@@ -97,16 +96,16 @@ std::wstring RemovalReport(int removed) {
   return removed == 1 ? kOneRemoved : kManyRemovedBegin + std::to_wstring(removed) + kManyRemovedEnd;
 }
 
-/// The photos of one camera in listing order, given out one by one.
+/// The photos of one camera, taken one by one in listing order.
 class PhotosInNameOrder {
  public:
   explicit PhotosInNameOrder(const std::wstring& listFolder) {
-    GetFilesInFolder(listFolder, {L".jpg"}, false, files_);  // a folder that is missing has no photos
+    GetFilesInFolder(listFolder, {L".jpg"}, false, files_);  // a missing folder has no photos
   }
 
   bool AtEnd() const { return next_ == files_.size(); }
 
-  /// @return name and extension, a prefix that the list folder's text ends with included
+  /// @return name and extension, including a prefix at the end of the list folder's text
   std::wstring_view TakeNext() {
     const std::wstring& path = files_[next_++];
     return std::wstring_view(path).substr(path.find_last_of(kv::kPathSeparators) + 1);
@@ -138,7 +137,7 @@ std::wstring KVUtilities::FindClosestPhotoWithinRange(SYSTEMTIME eventTime, std:
   return {};
 }
 
-// The list folders play no part in pairing by time.
+// Pairing by time does not use the list folders.
 bool KVUtilities::PopulatePhotoPathsUsingTimeStamps(
     std::vector<tagKVSystemEvent>& events, std::wstring /*camera1ListFolder*/, std::wstring /*camera2ListFolder*/,
     std::wstring camera1ImageFolder, std::wstring camera2ImageFolder,
@@ -152,7 +151,7 @@ bool KVUtilities::PopulatePhotoPathsUsingTimeStamps(
     if (event.Type != kv::kCameraEvent) continue;
     const std::size_t camera = CameraIndex(event);
     const std::wstring* name = photos[camera].ClosestTo(event.SystemTimeUTC);
-    // Without a match a path that the event has already stays, on purpose, and keeps the event.
+    // Without a match an event keeps the path it already has, on purpose, and is not removed.
     if (name) SetPhoto(event, paths[camera].Of(*name));
   }
   int removed = 0;

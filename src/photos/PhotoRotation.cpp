@@ -1,18 +1,12 @@
-#include "photos/PhotoRotation.h"
-
+#include <KVMission.h>
 #include <KVUtilities.h>
-#include <fmt/format.h>
 
-#include <cerrno>
-#include <cstdint>
 #include <string>
-#include <string_view>
 #include <system_error>
 
-#include "base/Failure.h"
-#include "base/Interrupt.h"
-#include "base/ScratchFolder.h"
+#include "base/Writing.h"
 #include "photos/JpegDamage.h"
+#include "photos/JpegMarkers.h"
 #include "photos/JpegMetadata.h"
 #include "platform/FileNames.h"
 #include "readers/LineReader.h"
@@ -21,15 +15,10 @@ namespace kv::mission {
 namespace {
 
 namespace fs = std::filesystem;
+using KVMission::Failure;
 
-constexpr std::string_view kStartOfJpeg = "\xFF\xD8\xFF";
-/// Bytes. The library turns pictures of fewer than 2^15 pixels a side; with a byte to the pixel they are smaller.
+/// Bytes. The strict class turns pictures of fewer than 2^15 pixels a side: less than this at a byte per pixel.
 constexpr std::uintmax_t kLargestPhoto = std::uintmax_t{1} << 30;
-
-[[noreturn]] void FailWriting(const fs::path& path, const std::error_code& error) {
-  ThrowIfInterrupted();
-  throw Failure(fmt::format("{}: cannot be written: {}", Utf8(path), error.message()));
-}
 
 std::string ReadWhole(const fs::path& path) {
   std::error_code error;
@@ -38,21 +27,13 @@ std::string ReadWhole(const fs::path& path) {
 }
 
 std::string ReadPhoto(const fs::path& path) {
-  if (ReadBeginning(path, kStartOfJpeg.size()) != kStartOfJpeg) throw Failure("no JPEG file");
+  if (ReadBeginning(path, kStartOfJpeg.size()) != kStartOfJpeg) throw Failure("not a JPEG file");
   if (fs::file_size(path) > kLargestPhoto) throw Failure("larger than 1 GiB, which no photo is");
   std::string photo = ReadWhole(path);
-  if (!IsJpeg(photo)) throw Failure("no JPEG file");
+  if (!IsJpeg(photo)) throw Failure("not a JPEG file");
   if (const std::string damage = JpegDamage(photo); !damage.empty())
     throw Failure("the picture is damaged, and turned it would look whole: " + damage);
   return photo;
-}
-
-/// The file is on the disk at the end.
-void WriteWhole(const fs::path& path, const std::string& content) {
-  FilePtr file = OpenNative(path, "wb");
-  const bool written =
-      file && std::fwrite(content.data(), 1, content.size(), file.get()) == content.size() && FlushToDisk(file.get());
-  if (!written) FailWriting(path, {errno, std::generic_category()});
 }
 
 void Rename(const fs::path& from, const fs::path& to) {
@@ -61,7 +42,7 @@ void Rename(const fs::path& from, const fs::path& to) {
   if (error) FailWriting(to, error);
 }
 
-/// Gives a file the permissions of another one and, where the system lets us, its owner.
+/// Gives a file the permissions of another one and, where the system allows it, its owner.
 void TakeAccess(const fs::path& file, const fs::path& from) {
   TakeOwner(file, from);
   std::error_code error;
@@ -70,7 +51,8 @@ void TakeAccess(const fs::path& file, const fs::path& from) {
   if (error) throw Failure("its permissions cannot be kept: " + error.message());
 }
 
-/// A backup that is the photo as it is now is of a run that ended before it turned the photo.
+/// Copies the photo into the folder, which is made if missing, with its permissions and modification time. A backup
+/// equal to the photo is accepted: an earlier run ended before it turned the photo.
 void BackUp(const std::string& content, const fs::path& photo, const fs::path& name, const fs::path& folder) {
   std::error_code error;
   fs::create_directories(folder, error);
@@ -83,7 +65,7 @@ void BackUp(const std::string& content, const fs::path& photo, const fs::path& n
   }
   const ScratchFolder scratch(folder);
   const fs::path copy = scratch.Path() / name;
-  WriteWhole(copy, content);
+  WriteFile(copy, content, true);
   fs::last_write_time(copy, fs::last_write_time(photo), error);
   if (error) FailWriting(copy, error);
   TakeAccess(copy, photo);
@@ -92,7 +74,7 @@ void BackUp(const std::string& content, const fs::path& photo, const fs::path& n
 
 std::string Turned(const std::string& photo, double angleDegrees, const fs::path& scratch) {
   const fs::path copy = scratch / "photo.jpg";
-  WriteWhole(copy, photo);
+  WriteFile(copy, photo, true);
   std::wstring error;
   if (!KVUtilities::RotateImage(WidePath(copy), angleDegrees, error)) {
     const std::string sentence = Utf8(error);
@@ -101,18 +83,24 @@ std::string Turned(const std::string& photo, double angleDegrees, const fs::path
   return ReadWhole(copy);
 }
 
-}  // namespace
-
-void RotatePhoto(const fs::path& photo, double angleDegrees, const std::optional<fs::path>& backupFolder) {
-  const fs::path target = fs::canonical(photo);  // what a link leads to is replaced, not the link
-  if (!OpenNative(target, "rb+")) FailWriting(target, {errno, std::generic_category()});
+void Rotate(const fs::path& photo, double angleDegrees, const fs::path& backupFolder) {
+  const fs::path target = fs::canonical(photo);  // replaces the file that a link leads to, not the link
+  if (!OpenNative(target, "rb+")) FailWriting(target);
   const std::string content = ReadPhoto(target);
-  if (backupFolder) BackUp(content, target, photo.filename(), *backupFolder);
-  const ScratchFolder scratch(target.parent_path());  // on the same file system, so that the last step is one step
+  if (!backupFolder.empty()) BackUp(content, target, photo.filename(), backupFolder);
+  const ScratchFolder scratch(target.parent_path());  // on the photo's file system, so that the rename is atomic
   const fs::path turned = scratch.Path() / "turned.jpg";
-  WriteWhole(turned, WithMetadataOf(content, Turned(content, angleDegrees, scratch.Path())));
+  WriteFile(turned, WithMetadataOf(content, Turned(content, angleDegrees, scratch.Path())), true);
   TakeAccess(turned, target);
   Rename(turned, target);
 }
 
+}  // namespace
 }  // namespace kv::mission
+
+void KVMission::RotatePhoto(const std::filesystem::path& photo, double angleDegrees,
+                            const std::filesystem::path& backupFolder) try {
+  kv::mission::Rotate(photo, angleDegrees, backupFolder);
+} catch (const std::filesystem::filesystem_error& error) {
+  throw Failure(error.code().message());
+}

@@ -3,9 +3,7 @@
 #include <libexif/exif-data.h>
 
 #include <algorithm>
-#include <array>
 #include <memory>
-#include <string>
 
 #include "text/Numbers.h"
 
@@ -42,7 +40,7 @@ std::optional<int> Pair(std::string_view text, std::size_t at) {
   return at + 2 <= text.size() ? Digits(text.substr(at, 2)) : std::nullopt;
 }
 
-/// "YYYY:MM:DD HH:MM:SS"; cameras differ in the separators.
+/// "YYYY:MM:DD HH:MM:SS"; the separators may be any, because cameras differ in them.
 std::optional<Instant> CalendarTime(std::string_view text) {
   const auto century = Pair(text, 0), year = Pair(text, 2), month = Pair(text, 5), day = Pair(text, 8);
   const auto hour = Pair(text, 11), minute = Pair(text, 14), second = Pair(text, 17);
@@ -50,7 +48,7 @@ std::optional<Instant> CalendarTime(std::string_view text) {
   return FromFields(*century * 100 + *year, *month, *day, *hour, *minute, *second);
 }
 
-/// The digits behind the decimal point.
+/// The leading digits as decimals of a second.
 FileTimeTicks Fraction(std::string_view digits) {
   std::int64_t ticks = 0, place = FileTimeTicks::period::den;
   for (const char c : digits) {
@@ -61,7 +59,7 @@ FileTimeTicks Fraction(std::string_view digits) {
   return FileTimeTicks(ticks);
 }
 
-constexpr int kMostZoneHours = 14;  // the easternmost zone's
+constexpr int kMostZoneHours = 14;  // the easternmost time zone
 
 /// "+02:00": local time minus UTC.
 std::optional<std::chrono::minutes> ZoneOffset(std::string_view text) {

@@ -6,20 +6,21 @@
 
 #include "time/Instants.h"
 
-/// When a photo was taken, as its name or its EXIF data tell.
+/// When a photo was taken, according to its name or its EXIF data.
 namespace kv::mission {
 
-/// The stamp YYMMDD_HHMMSS anywhere in a name, with no further digit before or behind it; UTC, years 2000-2099.
-/// @return the first one that is a valid time
+/// Finds a stamp YYMMDD_HHMMSS anywhere in a name, without another digit right before or after it. UTC, years 2000-2099.
+/// @return the first stamp that is a valid time
 std::optional<Instant> StampTime(std::wstring_view name);
 
 struct ExifTime {
   Instant time;
-  bool zoneKnown;  ///< else the camera's own clock is taken for UTC
+  bool zoneKnown;  ///< otherwise the camera's clock is taken for UTC
 };
 
-/// DateTimeOriginal with SubSecTimeOriginal, turned to UTC by OffsetTimeOriginal.
+/// DateTimeOriginal and SubSecTimeOriginal, converted to UTC by OffsetTimeOriginal.
 /// @param exif  content of a JPEG file's EXIF segment
+/// @return      nothing without a valid DateTimeOriginal
 std::optional<ExifTime> ExifTimeOriginal(const std::vector<unsigned char>& exif);
 
 }  // namespace kv::mission

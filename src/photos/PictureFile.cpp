@@ -4,29 +4,31 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 #include <limits>
 #include <opencv2/imgcodecs.hpp>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
+#include "photos/JpegMarkers.h"
 #include "platform/FileNames.h"
 
 namespace kv {
 namespace {
 
-using namespace std::string_view_literals;
+constexpr std::string_view kEndOfJpeg = "\xFF\xD9";
+// Whether a narrow name can spell every file name, so that other libraries can open files by name.
+constexpr bool kNarrowNamesSpellAll = std::is_same_v<std::filesystem::path::value_type, char>;
+constexpr int kMarker = 0xFF, kEndOfBytes = -1;
 
-constexpr std::string_view kStartOfJpeg = "\xFF\xD8\xFF"sv;
-constexpr std::string_view kEndOfJpeg = "\xFF\xD9"sv;
-constexpr int kMarker = 0xFF, kStartOfScan = 0xDA, kEndOfBytes = -1;
-
-// The kinds that OpenCV encodes in memory. Others go through a file in the temporary folder, and when that is full,
-// what comes back is cut off without a word; what is not in this list is only checked once more.
+// The formats that OpenCV encodes in memory. Others go through a file in the temporary folder, and are truncated
+// silently when that is full; formats not in this list are decoded again as a check.
 constexpr std::string_view kEncodedInMemory[] = {".jpg", ".JPG",  ".jpeg", ".JPEG", ".png",
                                                  ".tif", ".tiff", ".bmp",  ".webp"};
 
-// The reason is for the debugger's reader: callers say one sentence for all.
+// The reason is for debugging only: callers report one sentence for all failures.
 [[noreturn]] void Fail(const char* reason) { throw std::runtime_error(reason); }
 
 std::string ReadAll(std::FILE* file, std::uint64_t size) {
@@ -41,8 +43,8 @@ bool IsJpeg(std::FILE* file) {
   return std::string_view(start.data(), std::fread(start.data(), 1, start.size(), file)) == kStartOfJpeg;
 }
 
-// What follows a JPEG's leading segments, each a two-byte marker and a length that counts itself: pixels. One of the
-// segments may hold a preview, a whole JPEG with an end of its own.
+// The pixels, which follow a JPEG's leading segments: each a two-byte marker and a length that counts itself. A segment
+// may hold a preview, which is a whole JPEG with its own end mark.
 std::string_view BehindSegments(std::string_view jpeg) {
   std::size_t at = kStartOfJpeg.size() - 1;
   const auto next = [&] { return at < jpeg.size() ? static_cast<unsigned char>(jpeg[at++]) : kEndOfBytes; };
@@ -61,8 +63,8 @@ std::string_view BehindSegments(std::string_view jpeg) {
   return jpeg.substr(std::min(at, jpeg.size()));
 }
 
-// A JPEG without its end was cut off. It would decode with made-up rows and be graded by them; no answer is better, so
-// it is refused. Other data may follow the end; only then the whole file is looked through.
+// Whether a JPEG lacks its end mark. It would be decoded with invented rows and graded by them, so it is refused. Only
+// if other data follow the end mark is the whole file searched.
 bool IsCutOff(std::string_view jpeg) {
   return !jpeg.ends_with(kEndOfJpeg) && BehindSegments(jpeg).find(kEndOfJpeg) == std::string_view::npos;
 }
@@ -73,8 +75,8 @@ bool IsWhole(const std::vector<unsigned char>& bytes, const cv::Mat& picture) {
 
 }  // namespace
 
-// A JPEG, small beside its picture, decodes faster from memory, where its decoder never stops for the next 4 KiB. Other
-// files are read by name where that always works: bytes and picture need not be in memory together.
+// A JPEG is small compared with its picture and decodes faster from memory than in reads of 4 KiB. Other files are
+// opened by name where that always works, so that bytes and picture are not in memory together.
 cv::Mat ReadPicture(std::wstring_view path, int flags) {
   const FilePtr file = OpenFile(path, "rb");
   const std::uint64_t size = FileSize(path).value_or(0);

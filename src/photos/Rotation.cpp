@@ -19,18 +19,18 @@ namespace {
 // Two blanks after the colon, deliberately. The path follows.
 constexpr const wchar_t* kNoFile = L"Rotate Image Error:  File does not exist:\n\n";
 constexpr const wchar_t* kUnexpectedError = L"Unexpected error rotating image for file: \n\n";
-// The words of sharpness grading, deliberately: callers know one sentence for both batches.
+// The sentence of sharpness grading, on purpose: callers expect one sentence for both batches.
 constexpr const wchar_t* kUnexpectedBatchError = L"Unexpected error computing Photo Sharpness Factors.";
 
 cv::Mat Rotated(const cv::Mat& picture, double angleDegrees) {
   if (!std::isfinite(angleDegrees)) throw std::invalid_argument("angle");
-  // Whole turns only cost digits: the turned picture's size is computed in single precision.
+  // Removes whole turns, which would cost precision: the turned picture's size is computed in single precision.
   angleDegrees = std::fmod(angleDegrees, 360);
   const cv::Point2f centre(static_cast<float>(picture.cols - 1) / 2, static_cast<float>(picture.rows - 1) / 2);
   cv::Mat turnedFromPicture = cv::getRotationMatrix2D(centre, angleDegrees, 1.0);
   const cv::Size2f bounds =
       cv::RotatedRect(cv::Point2f(), picture.size(), static_cast<float>(angleDegrees)).boundingRect2f().size();
-  // Beyond, OpenCV refuses as well, but late.
+  // OpenCV would refuse larger pictures as well, but later.
   if (std::max({bounds.width, bounds.height, static_cast<float>(picture.cols), static_cast<float>(picture.rows)}) >=
       SHRT_MAX)
     throw std::length_error("picture");
@@ -61,10 +61,10 @@ bool KVUtilities::RotateCameraImages(std::vector<tagKVSystemEvent>& events, int 
   error.clear();
   cv::setUseOptimized(true);
   for (const tagKVSystemEvent& event : events) {
-    // The number itself counts, on purpose: elsewhere every number but 1 is camera 2, and a third camera's photos must
+    // Compares the exact number, on purpose: elsewhere every number but 1 is camera 2, but a third camera's photos must
     // not turn with the second's.
     if (event.Type != kv::kCameraEvent || event.CameraID != cameraNumber) continue;
-    // A photo that fails stays as it is, and the next one empties `error`, on purpose.
+    // A photo that fails stays unchanged, and the next one empties `error`, on purpose.
     RotateImage(event.PhotoPath.GetString(), angleDegrees, error);
   }
   return true;

@@ -23,14 +23,14 @@ constexpr const wchar_t* kNoFile = L"Computing Sharpness Error:  File does not e
 constexpr const wchar_t* kUnexpectedError = L"Unexpected error computing sharpness factor for file: \n\n";
 constexpr const wchar_t* kUnexpectedBatchError = L"Unexpected error computing Photo Sharpness Factors.";
 
-// The grey values of a band, one byte each, stay in a core's cache, and OpenCV converts as few in the calling thread.
+// The grey values of a band, one byte each, fit a core's cache, and OpenCV converts so few in the calling thread.
 constexpr int kBandPixels = 64 * 1024;
-constexpr int kFewestBandRows = 8;  // a picture has 2^20 columns at most: 10 MiB with the rows above and below
+constexpr int kFewestBandRows = 8;  // a picture has at most 2^20 columns: 10 MiB with the rows above and below
 
-// The Laplacian of 8-bit values lies in -1020..1020: the squares of this many pixels add up in 32 bits.
+// The Laplacian of 8-bit values lies in -1020..1020, so the squares of this many pixels fit 32 bits.
 constexpr int kBlockPixels = 256;
 
-// Whole numbers all the way: exact in any order, and exact as doubles too for any picture that OpenCV decodes.
+// Integer sums are exact in any order, and exact as doubles for any picture that OpenCV decodes.
 struct LaplacianSums {
   std::int64_t sum = 0;
   std::int64_t squares = 0;
@@ -48,8 +48,8 @@ struct RowTriple {
   }
 };
 
-// A fixed number of pixels, none at the picture's left or right edge, in a form that compilers turn into vector code:
-// the products of 16-bit numbers.
+// Takes a fixed number of pixels, none at the left or right edge, as products of 16-bit numbers, which compilers turn
+// into vector code.
 std::int32_t SquaresOfBlock(const RowTriple& rows, int first) {
   const std::uint8_t* above = rows.above + first;
   const std::uint8_t* left = rows.row + first - 1;
@@ -64,11 +64,11 @@ std::int32_t SquaresOfBlock(const RowTriple& rows, int first) {
   return squares;
 }
 
-// Adds a row's squares. Of second differences along a line only the steps beyond its two ends remain in their sum: the
-// row's are added here, those of all columns at the picture's first and last row.
+// Adds a row's squares. In the sum of second differences along a line only the steps beyond its two ends remain: those
+// of the row are added here, those of the columns at the picture's first and last row.
 void AddRow(const RowTriple& rows, int columns, LaplacianSums& sums) {
   const int last = columns - 1;
-  const int besideEdge = std::min(1, last);  // what stands for the pixel beyond an edge; in one column the pixel itself
+  const int besideEdge = std::min(1, last);  // replaces the pixel beyond an edge; with one column, the pixel itself
   sums.sum += (rows.row[besideEdge] - rows.row[0]) + (rows.row[last - besideEdge] - rows.row[last]);
   sums.AddSquare(rows.Laplacian(0, besideEdge, besideEdge));
   int column = 1;
@@ -77,13 +77,13 @@ void AddRow(const RowTriple& rows, int columns, LaplacianSums& sums) {
   if (last > 0) sums.AddSquare(rows.Laplacian(last, last - besideEdge, last - besideEdge));
 }
 
-// From one row to another.
+// Sum of the differences between two rows.
 std::int64_t Step(const std::uint8_t* from, const std::uint8_t* to, int columns) {
   const auto total = [&](const std::uint8_t* row) { return std::accumulate(row, row + columns, std::int64_t{0}); };
   return total(to) - total(from);
 }
 
-// Row `row` of a picture of `rows` rows, where the border reflects.
+// Index of row `row` in a picture of `rows` rows with reflected borders.
 int Reflected(int row, int rows) {
   if (rows == 1) return 0;
   if (row < 0) return -row;
@@ -96,8 +96,7 @@ class GreyBand {
   explicit GreyBand(const cv::Mat& picture)
       : picture_(picture), grey_(kv::SharpnessBandRows(picture.cols) + 2, picture.cols, CV_8UC1) {}
 
-  /// Holds the rows [first, end) from now on, with the row above and the row below; bands follow each other without
-  /// gap.
+  /// Loads the rows [first, end) with the row above and the row below. Bands must be consecutive.
   void MoveTo(int first, int end) {
     const int shared = first == 0 ? 0 : 2;
     if (shared > 0) {
@@ -121,7 +120,7 @@ class GreyBand {
   int top_ = 0;  // the picture's row that the first row of `grey_` holds
 };
 
-// The last steps of cv::meanStdDev, the same operations in the same order.
+// Repeats the last steps of cv::meanStdDev in their order.
 double SquareOfDeviation(const LaplacianSums& sums, double pixels) {
   const double scale = 1.0 / pixels;
   const double mean = static_cast<double>(sums.sum) * scale;
@@ -156,7 +155,7 @@ double KVUtilities::ComputeImageSharpnessFactor(std::wstring path, std::wstring&
     error = kNoFile + path;
     return 0.0;
   }
-  // A picture lying on its side is graded as it lies: same sharpness, and no second picture in memory.
+  // Ignores the orientation tag: the sharpness is equal, and no second picture is needed in memory.
   return kv::SharpnessOf(kv::ReadPicture(path, cv::IMREAD_COLOR | cv::IMREAD_IGNORE_ORIENTATION));
 } catch (...) {
   error = kUnexpectedError + path;
@@ -167,7 +166,7 @@ bool KVUtilities::PopulatePhotoSharpnessFactors(std::vector<tagKVSystemEvent>& e
   error.clear();
   cv::setUseOptimized(true);
   for (tagKVSystemEvent& event : events) {
-    // Each photo empties `error`, on purpose: what callers find there is about the last one.
+    // Each photo empties `error`, on purpose: callers get the message about the last one.
     if (event.Type == kv::kCameraEvent) {
       event.Sharpness = ComputeImageSharpnessFactor(event.PhotoPath.GetString(), error);
     }

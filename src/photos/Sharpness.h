@@ -4,13 +4,13 @@
 
 namespace kv {
 
-/// Rows of a picture that are graded together, so that their grey values stay in the cache.
+/// Number of rows graded together, so that their grey values fit the cache.
 /// @param columns  at least 1
 int SharpnessBandRows(int columns);
 
-/// Variance of the Laplacian of a picture's grey values: equal to the last bit to OpenCV's colour conversion 7,
-/// Laplacian (64-bit float, aperture 1, border reflected about the edge pixel) and mean and deviation of the whole
-/// picture. Turned and mirrored pictures have the same sharpness.
+/// Variance of the Laplacian of a picture's grey values. Equals to the last bit OpenCV's colour conversion 7, Laplacian
+/// (64-bit float, aperture 1, border reflected about the edge pixel) and standard deviation of the whole picture.
+/// Rotation by right angles and mirroring do not change it.
 /// @param picture  three channels of 8 bits, not empty
 double SharpnessOf(const cv::Mat& picture);
 

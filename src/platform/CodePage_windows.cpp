@@ -15,7 +15,7 @@ void WidenAnsi(std::string_view narrow, std::wstring& wide) {
 std::size_t NarrowAnsi(std::wstring_view wide, std::span<char> narrow) {
   if (wide.empty()) return 0;
   const int length = static_cast<int>(wide.size());
-  const bool lacksCharacters = GetACP() != CP_UTF8;  // UTF-8 has them all, and takes neither flag nor substitute
+  const bool lacksCharacters = GetACP() != CP_UTF8;  // UTF-8 has them all and allows neither flag nor substitute
   const auto convert = [&](char* target, int room) {
     return WideCharToMultiByte(CP_ACP, lacksCharacters ? WC_NO_BEST_FIT_CHARS : 0, wide.data(), length, target, room,
                                lacksCharacters ? "?" : nullptr, nullptr);

@@ -3,17 +3,16 @@
 #include <string>
 #include <string_view>
 
-/// Environment variables. Their texts pass through buffers of 260 characters, the last of which ends the text.
+/// Environment variables. A text longer than 259 characters counts as empty.
 namespace kv {
 
-/// The value of a variable; empty when it is not set, or too long.
+/// The value of a variable; empty when it is not set or too long.
 std::wstring EnvironmentVariable(const wchar_t* name);
 
-/// The text with every "%NAME%" replaced by the variable's value; names of variables that are not set stay as they
-/// stand. Outside Windows `CommonProgramFiles`, when not set, is the folder of installed data: the "share" above the
-/// library that holds the project's data, as build tree and installation have it, else the one that the build was
-/// configured for.
-/// @return an empty text when the result is too long
+/// Replaces every "%NAME%" by the variable's value; names of unset variables stay unchanged. Outside Windows an unset
+/// `CommonProgramFiles` means the folder of installed data: a "share" folder above the library that holds the project's
+/// data, as in the build tree and in an installation, else the one set when the build was configured.
+/// @return empty when the result is too long
 std::wstring ExpandEnvironment(std::wstring_view text);
 
 }  // namespace kv

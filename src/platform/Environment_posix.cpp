@@ -13,7 +13,7 @@ namespace kv {
 namespace {
 
 constexpr std::size_t kLongestText = 259;
-// From the library's folder up to the prefix: "lib/<architecture>" below it at most, or the build tree's root.
+// Levels from the library's folder up to the prefix, for at most "lib/<architecture>", or to the build tree's root.
 constexpr int kHighestParent = 3;
 
 std::wstring Bounded(std::wstring text) { return text.size() > kLongestText ? std::wstring() : text; }

@@ -10,7 +10,7 @@ namespace {
 
 constexpr bool kWideIsUtf16 = sizeof(wchar_t) == 2;
 constexpr char32_t kReplacement = 0xFFFD;
-constexpr char32_t kRawByteBase = 0xDC00;  // a byte that is no UTF-8 lives as this plus its value
+constexpr char32_t kRawByteBase = 0xDC00;  // a byte that is not UTF-8 is stored as this plus its value
 
 constexpr bool IsSurrogate(char32_t c) { return c >= 0xD800 && c < 0xE000; }
 constexpr bool IsRawByte(char32_t c) { return c >= kRawByteBase + 0x80 && c < kRawByteBase + 0x100; }
@@ -81,7 +81,7 @@ std::string Encoded(std::wstring_view text, RawBytes rawBytes) {
   return utf8;
 }
 
-/// A new file in a folder, removed at the end unless it was renamed.
+/// A new file in a folder. The destructor removes it unless it was renamed.
 class TemporaryFile {
  public:
   explicit TemporaryFile(const std::filesystem::path& folder) {
@@ -89,7 +89,7 @@ class TemporaryFile {
     do {
       errno = 0;
       path_ = folder / (".kvutilities-" + std::to_string(number++) + ".tmp");
-      file_ = OpenFile(WidePath(path_), "wbx");  // x: never a file that another process writes, or left behind
+      file_ = OpenFile(WidePath(path_), "wbx");  // x: never opens a file that another process is writing or left there
     } while (!file_ && errno == EEXIST);
     created_ = file_ != nullptr;
   }
@@ -162,7 +162,7 @@ bool RemoveFile(std::wstring_view path) {
 bool ReplaceFileContent(std::wstring_view path, std::span<const unsigned char> content) {
   std::error_code error;
   const std::filesystem::path file = std::filesystem::canonical(NativePath(path), error);
-  // A rename would not mind a write-protected file; whoever protected it does.
+  // A rename would replace even a write-protected file.
   if (error || !OpenFile(WidePath(file), "rb+")) return false;
   TemporaryFile temporary(file.parent_path());
   return temporary.Write(content) && temporary.MoveOver(file);

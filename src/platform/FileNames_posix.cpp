@@ -10,7 +10,6 @@ namespace kv {
 
 const wchar_t* const kPathSeparators = L"\\/";
 const bool kFileNamesIgnoreCase = false;
-const bool kNarrowNamesSpellAll = true;
 
 std::filesystem::path NativePath(std::wstring_view path) {
   std::string name = Utf8FromWide(path);

@@ -10,7 +10,6 @@ namespace kv {
 
 const wchar_t* const kPathSeparators = L"\\/:";
 const bool kFileNamesIgnoreCase = true;
-const bool kNarrowNamesSpellAll = false;
 
 std::filesystem::path NativePath(std::wstring_view path) { return path; }
 

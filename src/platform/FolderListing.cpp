@@ -18,7 +18,7 @@ struct Entry {
   bool isLink;
 };
 
-// Upper case as file systems order names by it, whatever the locale: letters of Latin-1, basic Greek and Cyrillic.
+// Upper case by which names are ordered, in every locale: letters of Latin-1, basic Greek and Cyrillic.
 wchar_t UpperCase(wchar_t c) {
   struct Range {
     wchar_t first, last;
@@ -48,13 +48,13 @@ bool HasExtension(const std::wstring& name, const std::vector<std::wstring>& ext
   return std::find(extensions.begin(), extensions.end(), extension) != extensions.end();
 }
 
-// In name order. The iterator throws what it meets: its quiet form ends the process when memory is short.
+// Entries in name order. Uses the throwing iterator: the other form ends the process when memory runs out.
 std::vector<Entry> ReadFolder(const std::wstring& folder, const std::wstring& prefix) {
   std::vector<Entry> entries;
   for (const fs::directory_entry& entry : fs::directory_iterator(kv::NativePath(folder.empty() ? L"." : folder))) {
     std::wstring name = kv::WidePath(entry.path().filename());
     if (!StartsWith(name, prefix)) continue;
-    std::error_code gone;  // an entry may vanish between the listing and the question what it is
+    std::error_code gone;  // an entry may vanish between the listing and this query
     std::wstring sortKey = SortKey(name);
     entries.push_back({std::move(name), std::move(sortKey), entry.is_directory(gone), entry.is_symlink(gone)});
   }

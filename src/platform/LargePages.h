@@ -4,9 +4,9 @@
 
 namespace kv {
 
-/// Asks for large pages where much memory will be filled from its start to its end: the system then hands over 2 MiB at
-/// a time instead of 4 KiB, which costs it a fraction. Nothing else changes, also where the system has none to give.
-/// @param bytes  that are sure to be used; less than 32 MiB, which the heap may share out again, keep their pages
+/// Requests large pages for memory that will be filled from start to end: the system then maps 2 MiB at a time instead
+/// of 4 KiB, at a fraction of the cost. A hint only; without large pages nothing changes.
+/// @param bytes  that will certainly be used; below 32 MiB, which the heap may reuse, nothing is requested
 void PreferLargePages(void* memory, std::size_t bytes);
 
 }  // namespace kv

@@ -12,7 +12,7 @@ void PreferLargePages(void* memory, std::size_t bytes) {
   constexpr std::size_t kPage = 2 * 1024 * 1024, kLeast = 16 * kPage;
   if (bytes < kLeast) return;
   const std::size_t before = (kPage - reinterpret_cast<std::uintptr_t>(memory) % kPage) % kPage;
-  // A refusal leaves small pages.
+  // If refused, small pages remain.
   madvise(static_cast<std::byte*>(memory) + before, (bytes - before) / kPage * kPage, MADV_HUGEPAGE);
 }
 

@@ -2,6 +2,6 @@
 
 namespace kv {
 
-void PreferLargePages(void*, std::size_t) {}  // a privilege that programs seldom have
+void PreferLargePages(void*, std::size_t) {}  // needs a privilege that programs rarely have
 
 }  // namespace kv

@@ -7,7 +7,7 @@
 namespace kv {
 namespace {
 
-// Fields beyond their ranges carry over, as those of `mktime` do.
+// Fields beyond their ranges carry over, as with `mktime`.
 void NormaliseInUtc(SYSTEMTIME& time) {
   using namespace std::chrono;
   const sys_days firstOfMonth = year{time.wYear} / January / 1 + months{time.wMonth - 1};
@@ -24,6 +24,22 @@ void NormaliseInUtc(SYSTEMTIME& time) {
 }
 
 }  // namespace
+
+bool NormaliseInLocalCalendar(SYSTEMTIME& time) {
+  std::tm local{};
+  local.tm_year = time.wYear - 1900;
+  local.tm_mon = time.wMonth - 1;
+  local.tm_mday = time.wDay;
+  local.tm_hour = time.wHour;
+  local.tm_min = time.wMinute;
+  local.tm_sec = time.wSecond;
+  local.tm_isdst = -1;
+  if (!NormaliseLocal(local)) return false;
+  const auto field = [](int value) { return static_cast<std::uint16_t>(value); };
+  time = {field(local.tm_year + 1900), field(local.tm_mon + 1), field(local.tm_wday), field(local.tm_mday),
+          field(local.tm_hour),        field(local.tm_min),     field(local.tm_sec),  0};
+  return true;
+}
 
 bool LocalCalendar::Normalise(SYSTEMTIME& time) {
   if (calendar_ == Calendar::Utc) {

@@ -22,13 +22,6 @@ TextStream::TextStream(FilePtr file, CtrlZ ctrlZ)
   fileBytes_ = FileSize(file_.get()).value_or(0);
 }
 
-TextStream::TextStream(std::string_view text)
-    : bytes_(text.data()),
-      end_(std::min(text.find(kEndOfFile), text.size())),
-      bytesRead_(end_),
-      fileBytes_(end_),
-      atEnd_(true) {}
-
 bool TextStream::ReadLine(std::string_view& line, std::size_t longest) {
   if (!ReadPiece(line, longest)) return false;
   if (line.size() <= longest) return true;
@@ -39,7 +32,7 @@ bool TextStream::ReadLine(std::string_view& line, std::size_t longest) {
 
 bool TextStream::ReadPiece(std::string_view& line, std::size_t longest) {
   for (std::size_t searched = 0;;) {
-    const char* begin = bytes_ + begin_;
+    const char* begin = buffer_.data() + begin_;
     const std::size_t available = end_ - begin_;
     if (const void* found =
             available > searched ? std::memchr(begin + searched, '\n', available - searched) : nullptr) {
@@ -51,7 +44,7 @@ bool TextStream::ReadPiece(std::string_view& line, std::size_t longest) {
     searched = available;
     const bool mayFit = searched <= longest || searched - longest == 1;  // one more: the CR of a CR LF
     if (mayFit && Fill()) continue;
-    line = {bytes_ + begin_, end_ - begin_};
+    line = {buffer_.data() + begin_, end_ - begin_};
     begin_ = end_;
     return !line.empty();
   }
@@ -64,7 +57,6 @@ bool TextStream::Fill() {
   begin_ = 0;
   if (buffer_.size() < kept + kBlockBytes)
     buffer_.resize(kept < kBlockBytes ? 2 * kBlockBytes : 2 * kept + kBlockBytes);
-  bytes_ = buffer_.data();
   char* block = buffer_.data() + kept;
   std::size_t read = std::fread(block, 1, kBlockBytes, file_.get());
   atEnd_ = read < kBlockBytes;

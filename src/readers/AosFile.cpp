@@ -1,34 +1,37 @@
 #include <array>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
 #include "KVUtilities.h"
 #include "georef/ClockWatch.h"
 #include "platform/FileNames.h"
-#include "readers/ByteOrderMark.h"
 #include "readers/FieldFile.h"
 #include "readers/OrientationLine.h"
-#include "time/TimeConverter.h"
+#include "text/Blanks.h"
 
 namespace {
 
 constexpr const wchar_t* kErrorTicksPerSecond = L"Error computing Ticks/Second from heartbeat in AOS File.";
 
-// Calls `read` with the tokens of every line.
+// Calls `read` with the tokens of every line, widened from the code page.
 template <class Read>
 void ForEachAosLine(const std::wstring& path, Read read) {
   kv::ByteOrderMark mark;
   std::array<std::wstring_view, kv::kMostOrientationTokens> tokens;
-  kv::ForEachLine(path,
-                  [&](std::wstring_view line) { read(kv::Tokenise(mark.Skip(line), kv::Delimiters(","), tokens)); });
+  std::wstring wide;
+  kv::TextStream file(path);
+  for (std::string_view line; file.ReadLine(line);) {
+    kv::WidenAnsi(mark.Skip(line), wide);
+    read(kv::Tokenise(std::wstring_view(wide), kv::Delimiters(","), tokens));
+  }
 }
 
 }  // namespace
 
 std::vector<tagKVAosEvent> KVUtilities::ScanKVAosFile(std::wstring path, std::wstring& error) {
   error.clear();
-  TimeConverter::Init();
   std::vector<tagKVAosEvent> readings;
   ForEachAosLine(path, [&](std::span<const std::wstring_view> tokens) {
     if (const auto reading = kv::ReadDatedReading(tokens)) readings.push_back(*reading);
@@ -38,7 +41,6 @@ std::vector<tagKVAosEvent> KVUtilities::ScanKVAosFile(std::wstring path, std::ws
 
 std::vector<tagKVAosEvent> KVUtilities::ScanKVAosFileForQX7(std::wstring path, std::wstring& error) {
   error.clear();
-  TimeConverter::Init();
   std::vector<tagKVAosEvent> readings;
   if (!kv::PathExists(path)) return readings;
   kv::LocalCalendar calendar;

@@ -7,7 +7,6 @@
 #include "platform/FileNames.h"
 #include "platform/TextStream.h"
 #include "readers/ApplanixSamples.h"
-#include "time/TimeConverter.h"
 
 namespace {
 
@@ -20,7 +19,6 @@ constexpr const wchar_t* kRowsSkipped = L" rows that could not be read.";  // af
 // @param missionDate  nothing to take it from the header
 std::vector<tagKVPosEvent> Scan(const std::wstring& path, std::optional<FILETIME> missionDate, std::wstring& error) {
   error.clear();
-  TimeConverter::Init();
   std::vector<tagKVPosEvent> samples;
   if (!kv::PathExists(path)) return samples;
   kv::ApplanixReader reader;

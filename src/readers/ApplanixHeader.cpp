@@ -15,7 +15,7 @@ constexpr std::array<std::wstring_view, 4> kLabels = {L"Date of Mission", L"Star
                                                       L"Mapping frame projection"};
 constexpr std::size_t kMostEntriesOfLine = 16;
 
-// Nothing for a time that does not exist.
+// Gives nothing for a time that does not exist.
 std::optional<ApplanixHeader::WeekStart> WeekStartOf(std::wstring_view date, std::wstring_view time) {
   ApplanixHeader::WeekStart start{-1, 0};
   const std::wstring utc = std::wstring(date) + L' ' + std::wstring(time);
@@ -30,7 +30,7 @@ std::optional<ApplanixHeader::WeekStart> WeekStartOf(std::wstring_view date, std
 bool ApplanixHeader::Read(std::wstring_view line) {
   if (WithoutLeadingBlanks(line).starts_with(L"(time in Sec")) return true;
   if (!Trimmed(line).empty()) columns_ = line;
-  // One line may hold several entries, with semicolons between them.
+  // One line may hold several entries, separated by semicolons.
   std::array<std::wstring_view, kMostEntriesOfLine> entries;
   for (const std::wstring_view entry : Tokenise(line, Delimiters(";"), entries)) ReadEntry(entry);
   return false;
@@ -51,11 +51,11 @@ std::vector<std::wstring_view> ApplanixHeader::Columns() const {
     columns.push_back(Trimmed(rest.substr(0, length)));
     if (length != std::wstring_view::npos) rest.remove_prefix(length + 1);
   }
-  while (!columns.empty() && columns.back().empty()) columns.pop_back();  // a comma behind the last name
+  while (!columns.empty() && columns.back().empty()) columns.pop_back();  // a comma after the last name
   return columns;
 }
 
-// "label: value"; of several values of one label the first counts.
+// Reads "label: value". If a label occurs more than once, the first value counts.
 void ApplanixHeader::ReadEntry(std::wstring_view text) {
   static_assert(kLabels.size() == kEntries);
   const std::size_t colon = text.find(L':');

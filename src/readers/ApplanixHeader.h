@@ -10,7 +10,7 @@
 
 namespace kv {
 
-/// The header of an Applanix export, which is read line by line, see docs/formats/applanix.md.
+/// The header of an Applanix export, read line by line. See docs/formats/applanix.md.
 class ApplanixHeader {
  public:
   /// Where the mission begins in GPS time.
@@ -19,15 +19,15 @@ class ApplanixHeader {
     double secondsOfWeek;
   };
 
-  static constexpr std::size_t kMostColumns = 64;  ///< later ones are not looked at
+  static constexpr std::size_t kMostColumns = 64;  ///< later ones are ignored
 
   /// @return whether the line ends the header
   bool Read(std::wstring_view line);
 
-  /// Of the mission, at midnight when the time of day is none; nothing when the header has no date that exists.
+  /// Start of the mission; midnight if the header has no valid time of day, nothing if it has no valid date.
   std::optional<WeekStart> Start() const;
 
-  /// The names of the columns, from the last line before the end; one may be empty.
+  /// Column names from the last line before the end; a name may be empty.
   std::vector<std::wstring_view> Columns() const;
 
   std::wstring_view Datum() const { return values_[kDatum]; }

@@ -20,7 +20,7 @@ constexpr const wchar_t* kKind = L"Applanix";
 constexpr double kSecondsPerWeek = 604'800;
 constexpr double kGpsSecondsOfAdjustedZero = 1e9;
 
-// A column of numbers; a file without an optional one leaves its field as it is.
+// A column of numbers. If the file lacks an optional one, its field keeps its default.
 struct NumberColumn {
   std::wstring_view name;
   double Event::*number;
@@ -52,13 +52,7 @@ constexpr TextColumn kTextColumns[] = {
     {L"DISTANCE", &Event::Token15},
 };
 
-// What has no finite value is no measurement.
-std::optional<double> FiniteNumber(std::wstring_view token) {
-  const auto value = WholeDouble(token);
-  return value && std::isfinite(*value) ? value : std::nullopt;
-}
-
-// @param last  take the last of several columns of the name
+// @param last  whether to take the last of several columns with this name
 std::optional<std::size_t> Find(std::wstring_view name, bool last, std::span<const std::wstring_view> names) {
   std::optional<std::size_t> found;
   for (std::size_t i = 0; i < names.size() && (last || !found); ++i) {
@@ -139,7 +133,7 @@ void ApplanixReader::ReadRow(std::vector<Event>& samples) {
     ++skipped_;
     return;
   }
-  // Seconds of week start anew when the mission passes the end of its first week.
+  // The seconds of week restart when the mission passes the end of its first week.
   const bool isNextWeek = seconds < start_->secondsOfWeek - kSecondsPerWeek / 2;
   const std::int32_t week = start_->week + (isNextWeek ? 1 : 0);
   if (week != week_) {

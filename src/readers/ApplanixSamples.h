@@ -11,25 +11,25 @@
 
 #include "KVRecords.h"
 #include "readers/ApplanixHeader.h"
-#include "readers/ByteOrderMark.h"
 #include "readers/PosTime.h"
+#include "text/Blanks.h"
 
 namespace kv {
 
-/// Where the columns of an Applanix export stand in a row.
+/// Positions of the columns of an Applanix export in a row.
 class ApplanixColumns {
  public:
   /// No columns.
   ApplanixColumns();
   explicit ApplanixColumns(const ApplanixHeader& header);
 
-  /// Names of the required columns that are not there, separated by ", ".
+  /// Names of the missing required columns, separated by ", ".
   const std::wstring& Missing() const { return missing_; }
 
-  /// @param earlier  the row before, whose texts are shared where they are equal
+  /// @param earlier  the previous row, whose texts are shared where equal
   /// @param seconds  receives the time
-  /// @return         false for a row of too few columns or with something else where a finite number should be; `row` is
-  ///                 not defined then
+  /// @return         false for a row with too few columns or without a finite number where one belongs; `row` is then
+  ///                 undefined
   bool ReadRow(std::span<const std::wstring_view> tokens, const tagKVPosEvent& earlier, double& seconds,
                tagKVPosEvent& row) const;
 
@@ -54,19 +54,19 @@ class ApplanixReader {
   /// @param calendar  that the samples' times pass through
   explicit ApplanixReader(Calendar calendar = Calendar::Local);
 
-  /// Sets where the mission begins, in place of the header's date.
+  /// Sets the start of the mission, overriding the header's date.
   void BeginAt(FILETIME timeUTC);
 
   /// @param line     bytes in the code page; a byte order mark before the first line is skipped
-  /// @param samples  receives the sample of a row; it shares texts with the last one there
+  /// @param samples  a row's sample is appended; it shares texts with the previous sample
   void Read(std::string_view line, std::vector<tagKVPosEvent>& samples);
 
   bool IsInRows() const { return columns_.has_value(); }  ///< the header has ended
 
-  /// Names of the required columns that the header lacks, separated by ", "; all of them while it has not ended.
+  /// Names of the required columns that the header lacks, separated by ", "; all of them until the header has ended.
   std::wstring MissingColumns() const { return columns_.value_or(ApplanixColumns()).Missing(); }
 
-  /// A date was given, or the header had one that exists. Without it rows give no samples.
+  /// Whether a date was given or found in the header. Without a date, rows give no samples.
   bool IsDated() const { return start_.has_value(); }
 
   /// False once the header has ended without a date or a required column: no later line gives a sample.
@@ -89,7 +89,7 @@ class ApplanixReader {
   CStringW datum_, projection_, kind_;
   std::optional<std::int32_t> week_;  // of the latest sample
   CStringW weekText_;
-  tagKVPosEvent none_;  // stands for the row before the first
+  tagKVPosEvent none_;  // the "previous row" of the first
   PosClock clock_;
   std::size_t skipped_ = 0;
 };

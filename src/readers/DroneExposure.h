@@ -22,10 +22,9 @@ struct DroneExposure {
 };
 
 inline constexpr Delimiters kDroneDelimiters("\t, ");
-inline constexpr std::size_t kDroneTokens = 14;  ///< that an exposure has at least; later ones are not looked at
+inline constexpr std::size_t kDroneTokens = 14;  ///< fewest tokens of an exposure; later ones are ignored
 
-/// @return nothing for a line of too few tokens, or one with something else where a number belongs; the range of the
-///         numbers is not checked
+/// @return nothing for a line with too few tokens or without a number where one belongs; ranges are not checked
 std::optional<DroneExposure> ReadDroneExposure(std::span<const std::string_view> tokens);
 
 /// A located camera event of camera 1, without a photo.

@@ -8,11 +8,10 @@
 #include "KVUtilities.h"
 #include "platform/FileNames.h"
 #include "platform/TextStream.h"
-#include "readers/ByteOrderMark.h"
 #include "readers/DroneExposure.h"
 #include "readers/FieldFile.h"
 #include "readers/NumberedPhotos.h"
-#include "time/TimeConverter.h"
+#include "text/Blanks.h"
 
 namespace {
 
@@ -29,9 +28,8 @@ struct Exposures {
 
 Exposures ReadExposures(const std::wstring& path, std::wstring& error) {
   error.clear();
-  TimeConverter::Init();
   Exposures exposures;
-  // Unlike for the mission's other files, a missing one is an error, on purpose: there is no mission without it.
+  // Unlike the mission's other files, a missing one is an error, on purpose: without it there is no mission.
   if (!kv::PathExists(path)) {
     error = kNoFile + path;
     return exposures;

@@ -11,7 +11,7 @@ namespace kv {
 namespace {
 
 constexpr std::size_t kHeartbeatLength = 12;
-// The code beside a tick: a camera's number up to this, the text of a heartbeat above.
+// Codes up to this are camera numbers; larger ones are the text of a heartbeat.
 constexpr std::int64_t kLargestCameraNumber = 10;
 
 }  // namespace

@@ -8,27 +8,27 @@
 #include "KVRecords.h"
 #include "platform/LocalCalendar.h"
 
-/// Lines of the master clock, "tick,code": the code is a camera's number or the text of a heartbeat.
+/// Lines of the master clock, "tick,code". The code is a camera's number or the text of a heartbeat.
 namespace kv {
 
 struct Heartbeat {
   bool isValid;   ///< whether every value is in the calendar's range
-  FILETIME time;  ///< UTC, taken through the calendar: day 31 of a month of 30 becomes the first of the next month; in
-                  ///< the local calendar a time that a daylight-saving change skips moves with it
+  FILETIME time;  ///< UTC, taken through the calendar: day 31 of a 30-day month becomes the first of the next month; in
+                  ///< the local calendar a time that a daylight-saving change skips moves by the change
 
   /// @throws std::out_of_range when it is not valid
   FILETIME ValidTime() const;
 };
 
 /// @param text      hhmmssDDMMYY, of a code-page or a wide line
-/// @param calendar  one serves one file
+/// @param calendar  use one per file
 /// @return          nothing for a text that is not a whole number above 10 of 12 characters
 template <class Char>
 std::optional<Heartbeat> ReadHeartbeat(std::basic_string_view<Char> text, LocalCalendar& calendar);
 
 struct EventLine {
   std::int64_t tick = 0;
-  std::int64_t camera = 0;  ///< without a heartbeat
+  std::int64_t camera = 0;  ///< if there is no heartbeat
   std::optional<Heartbeat> heartbeat;
 };
 
@@ -36,7 +36,7 @@ struct EventLine {
 /// @return        nothing for a line that is neither a camera event nor a heartbeat
 std::optional<EventLine> ReadEventLine(std::span<const std::string_view> tokens, LocalCalendar& calendar);
 
-/// Records of a line; the tick may have been made continuous. A camera event has no time yet.
+/// The records of a line. The tick may have been made continuous. A camera event has no time yet.
 /// @param camera  its low 32 bits are kept
 tagKVSystemEvent CameraEvent(double tick, std::int64_t camera);
 tagKVSystemEvent HeartbeatEvent(double tick, FILETIME time);

@@ -44,7 +44,7 @@ void DayClock::SetTime(const TimeOfDay& time, tagKVTrajectoryObs& fix) const {
   if (isTimeOfDay && isDate_) {
     const int seconds = (calendar.wHour * 60 + calendar.wMinute) * 60 + calendar.wSecond;
     fix.TimeUTC = AddTicks(midnight_, seconds * kTicksPerSecond + calendar.wMilliseconds * kTicksPerMillisecond);
-    // A leap second comes at midnight, so a day's seconds are those of GPS.
+    // Leap seconds come at midnight, so within a day UTC and GPS seconds advance together.
     fix.AdjGpsSec = gpsMidnight_ + seconds + calendar.wMilliseconds / 1000.0;
   } else {
     fix.TimeUTC = FILETIME{};

@@ -16,7 +16,7 @@ using Tokens = std::span<const std::wstring_view>;
 
 constexpr std::size_t kFewestTokens = 3;
 
-// Letters of ASCII alone have two cases here, whatever the locale.
+// Only ASCII letters change case, in every locale.
 constexpr wchar_t UpperCase(wchar_t c) { return c >= L'a' && c <= L'z' ? static_cast<wchar_t>(c - L'a' + L'A') : c; }
 
 constexpr bool IsSameLetter(wchar_t a, wchar_t b) { return UpperCase(a) == UpperCase(b); }
@@ -30,7 +30,7 @@ void SetUpperCase(std::wstring_view text, std::wstring& upper) {
   std::transform(text.begin(), text.end(), upper.begin(), UpperCase);
 }
 
-// Each token followed by a blank, the last one too.
+// Appends a blank after each token, including the last.
 void AppendWithBlanks(Tokens tokens, std::wstring& text) {
   for (const std::wstring_view token : tokens) (text += token) += L' ';
 }
@@ -39,7 +39,7 @@ constexpr std::int64_t kOldestFirmware = 203;
 constexpr std::int64_t kFirmwareWithExtraColumn = 206;
 constexpr std::wstring_view kVersionWords = L"FIRMWARE VERSION";
 
-// Words that begin the line do not count, on purpose: the severity stands there.
+// Words at the very start of the line do not count, on purpose: the severity is there.
 bool Mentions(std::wstring_view line, std::wstring_view words) {
   const std::wstring_view rest = line.substr(1);
   return std::search(rest.begin(), rest.end(), words.begin(), words.end(), IsSameLetter) != rest.end();
@@ -94,14 +94,6 @@ void AppendErrorLine(Tokens tokens, Tokens deviceAndRest, std::wstring& text) {
   text += L'\n';
 }
 
-// A text of a column. One that repeats the latest shares its buffer.
-const CStringW& Shared(std::wstring_view text, CStringW& latest) {
-  if (text != std::wstring_view(latest.GetString(), static_cast<std::size_t>(latest.GetLength()))) {
-    latest = CStringW(text.data(), static_cast<int>(text.size()));
-  }
-  return latest;
-}
-
 }  // namespace
 
 HousekeepingReader::HousekeepingReader() {
@@ -132,16 +124,16 @@ std::optional<HousekeepingEntry> HousekeepingReader::Read(std::string_view line)
   const Tokens deviceAndRest = tokens.subspan(hasExtraColumn ? 3 : 2);
   Event& event = entry.emplace().event;
   SetUpperCase(tokens[0], scratch_);
-  event.Type = Shared(scratch_, type_);
+  event.Type = type_ = FieldText(scratch_, type_);
   event.SystemTimeUTC = CalendarTime(tokens[1]);
   event.AdjGpsSec = AdjGpsSeconds(FileTimeOrZero(event.SystemTimeUTC));
-  event.Source = Shared(tokens[1], source_);
+  event.Source = source_ = FieldText(tokens[1], source_);
   if (IsSameWord(tokens[0].substr(0, 3), L"ERR")) AppendErrorLine(tokens, deviceAndRest, entry->errorLine);
   ReadDevice(deviceAndRest, *entry);
   return entry;
 }
 
-// Description and readings. Of devices that are not in the table, and of a device alone, only the name is kept.
+// Reads description and readings. If the device is not in the table or nothing follows it, only its name is kept.
 void HousekeepingReader::ReadDevice(Tokens deviceAndRest, HousekeepingEntry& entry) {
   if (deviceAndRest.empty()) return;
   const std::wstring_view name = deviceAndRest.front();
@@ -150,14 +142,14 @@ void HousekeepingReader::ReadDevice(Tokens deviceAndRest, HousekeepingEntry& ent
       std::begin(kDeviceTable), std::end(kDeviceTable),
       [&](const HousekeepingDevice& row) { return IsSameWord(name.substr(0, row.prefix.size()), row.prefix); });
   if (rest.empty() || device == std::end(kDeviceTable)) {
-    entry.event.Desc = Shared(name, description_);
+    entry.event.Desc = description_ = FieldText(name, description_);
   } else if (rest.size() == device->decimals.size() + device->integers.size()) {
     entry.event.Desc = readingLines_[static_cast<std::size_t>(device - std::begin(kDeviceTable))];
     ReadReadings(*device, rest, entry);
   } else {
     scratch_.clear();
     AppendWithBlanks(deviceAndRest, scratch_);
-    entry.event.Desc = Shared(scratch_, description_);
+    entry.event.Desc = description_ = FieldText(scratch_, description_);
   }
 }
 

@@ -12,11 +12,11 @@
 #include "KVRecords.h"
 #include "readers/FieldFile.h"
 
-/// Entries of the housekeeping log, see docs/formats/log.md.
+/// Entries of the housekeeping log. See docs/formats/housekeeping.md.
 namespace kv {
 
-/// A device whose lines are kept whole. A line with exactly as many fields after the device as it has readings is a
-/// reading line and fills them, decimals first.
+/// A device whose lines are kept whole. A line with exactly one field per reading after the device is a reading line;
+/// its fields are the readings, decimals first.
 struct HousekeepingDevice {
   std::wstring_view prefix;
   const wchar_t* readingLine = nullptr;  ///< description of a reading line
@@ -24,21 +24,22 @@ struct HousekeepingDevice {
   std::span<std::int32_t tagKVLogEvent::*const> integers{};
 };
 
-/// One entry, with what its record cannot say.
+/// One entry, with details that its record cannot hold.
 struct HousekeepingEntry {
   tagKVLogEvent event;
   const HousekeepingDevice* device = nullptr;  ///< of a reading line, else null
-  std::bitset<8> numbers;  ///< which readings of the device were numbers, infinite ones included; the others are 0
-  std::wstring errorLine;  ///< for an error entry, its line for the scan's error text with the line end, else empty
+  std::bitset<8> numbers;  ///< which readings of the device were numbers, including infinite ones; the others are 0
+  std::wstring errorLine;  ///< for an error entry, its line in the scan's error text with the line end; else empty
 };
 
-/// Turns the lines of a housekeeping log into entries and follows the firmware that wrote them. Use one reader per file.
+/// Turns the lines of a housekeeping log into entries and follows the firmware that wrote them. Use one reader per
+/// file.
 class HousekeepingReader {
  public:
   HousekeepingReader();
 
-  /// @param line  bytes, each one character whatever the code page; only a line of up to `kLongestBoundedLine` is sure
-  ///              to be read whole
+  /// @param line  bytes, each of which is one character in every code page; a line longer than `kLongestBoundedLine`
+  ///              may be read only in part
   /// @return      nothing for a line of fewer than three fields
   std::optional<HousekeepingEntry> Read(std::string_view line);
 
@@ -50,10 +51,10 @@ class HousekeepingReader {
 
   static constexpr std::size_t kDevices = 6;
 
-  std::optional<std::int64_t> firmware_;  // its version, once the log has mentioned it
+  std::optional<std::int64_t> firmware_;  // version, once the log has stated it
   std::wstring line_, scratch_;
   std::array<std::wstring_view, (kLongestBoundedLine + 1) / 2> tokens_;  // one character and a delimiter each
-  CStringW type_, source_, description_;  // the latest ones: an entry that repeats them shares their buffers
+  CStringW type_, source_, description_;  // the latest: an entry that repeats them shares their buffers
   std::array<CStringW, kDevices> readingLines_;
 };
 

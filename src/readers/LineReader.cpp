@@ -7,9 +7,8 @@
 #include <system_error>
 #include <utility>
 
-#include "base/Failure.h"
-#include "base/Interrupt.h"
 #include "platform/FileNames.h"
+#include "text/Blanks.h"
 
 namespace kv::mission {
 namespace {
@@ -17,7 +16,6 @@ namespace {
 constexpr std::size_t kLongestLine = 256 * 1024;  // bytes
 
 [[noreturn]] void FailReading(const std::filesystem::path& path, int reason) {
-  ThrowIfInterrupted();
   throw Failure(fmt::format("{}: cannot be read: {}", Utf8(path), std::generic_category().message(reason)));
 }
 
@@ -33,26 +31,41 @@ std::string ReadBeginning(const std::filesystem::path& path, std::size_t length)
   return content;
 }
 
-void RefuseUnlessRegular(const std::filesystem::path& path) {
-  std::error_code ignored;
-  if (std::filesystem::is_other(path, ignored)) throw Failure(Utf8(path) + ": is no regular file");
+std::string ReadSmallFile(const std::filesystem::path& path, const char* what, Failure::Reason reason) {
+  constexpr std::size_t kLargest = 1 << 20;  // they take some kilobytes; anything larger is another file
+  std::string content = ReadBeginning(path, kLargest + 1);
+  if (content.size() > kLargest) throw Failure(fmt::format("{}: too large for {}", Utf8(path), what), reason);
+  return content;
 }
 
-LineReader::LineReader(const std::filesystem::path& path, CtrlZ ctrlZ)
-    : path_(path), stream_(OpenNative(path, "rb"), ctrlZ) {
-  if (stream_.Error() != 0) FailReading(path, stream_.Error());
+void RefuseUnlessRegular(const std::filesystem::path& path) {
+  std::error_code ignored;
+  if (std::filesystem::is_other(path, ignored)) throw Failure(Utf8(path) + ": not a regular file");
+}
+
+LineReader::LineReader(const std::filesystem::path& path, CtrlZ ctrlZ, Job& job, const char* what)
+    : path_(path), stream_(OpenNative(path, "rb"), ctrlZ), job_(job), meter_(job, what, "lines") {
+  ThrowOnError();
 }
 
 bool LineReader::Next(std::string_view& line) {
   while (stream_.ReadPiece(line, kLongestLine)) {
-    if (stream_.BytesRead() != bytesChecked_) ThrowIfInterrupted();
+    if (stream_.BytesRead() != bytesChecked_) job_.ThrowIfStopped();
     bytesChecked_ = stream_.BytesRead();
     if (std::exchange(isInLine_, !stream_.IsAtLineStart())) continue;
     line = line.substr(0, kLongestLine);
+    if (++number_ == 1) line = WithoutByteOrderMark(line);
+    meter_.Step(bytesChecked_, stream_.FileBytes());
     return true;
   }
-  if (stream_.Error() != 0) FailReading(path_, stream_.Error());
+  ThrowOnError();
   return false;
+}
+
+void LineReader::ThrowOnError() {
+  if (stream_.Error() == 0) return;
+  job_.ThrowIfStopped();  // an interrupt ends an opening or a read that waits
+  FailReading(path_, stream_.Error());
 }
 
 }  // namespace kv::mission

@@ -6,38 +6,51 @@
 #include <string>
 #include <string_view>
 
+#include "base/Job.h"
 #include "platform/TextStream.h"
 
-/// Files read with care: a file that cannot be opened or read is a failure with the system's reason.
+/// Careful reading: a file that cannot be opened or read is a failure with the system's reason.
 namespace kv::mission {
 
-/// The first bytes of a file, as far as it has them.
+/// The first bytes of a file, or all of it if it is shorter.
 /// @throws Failure when the file cannot be read, or is a folder
 std::string ReadBeginning(const std::filesystem::path& path, std::size_t length);
+
+/// All of a small file of definitions or settings.
+/// @param what    for the message: "a mission file"
+/// @param reason  of the failure when it is larger than 1 MiB
+/// @throws Failure when the file cannot be read, or is too large
+std::string ReadSmallFile(const std::filesystem::path& path, const char* what, Failure::Reason reason);
 
 /// @throws Failure for a pipe or a device, which cannot be read twice
 void RefuseUnlessRegular(const std::filesystem::path& path);
 
-/// The lines of a file in one pass and in fixed memory. LF and CR LF end a line; the last line needs no end. Of a line
-/// longer than 256 KiB only the beginning is given: no field file has such lines.
+/// The lines of a file in one pass and in fixed memory. LF and CR LF end a line; the last line needs no end. A line
+/// longer than 256 KiB is cut off there: no field file has such lines. Reports progress.
 class LineReader {
  public:
+  /// @param what  for the progress: "reading the trajectory"
   /// @throws Failure when the file cannot be opened, or is a folder
-  LineReader(const std::filesystem::path& path, CtrlZ ctrlZ);
+  LineReader(const std::filesystem::path& path, CtrlZ ctrlZ, Job& job, const char* what);
 
-  /// @param line  receives the next line without its end; valid until the next call
+  /// @param line  receives the next line without its end, the first one without a byte order mark; valid until the next
+  ///              call
   /// @return      false at the end
-  /// @throws      Failure when reading fails or the user interrupts
+  /// @throws      Failure when reading fails; (Stopped)
   bool Next(std::string_view& line);
 
-  std::uint64_t BytesRead() const { return stream_.BytesRead(); }
-  std::uint64_t FileSize() const { return stream_.FileBytes(); }  ///< 0 when it is not known, as of a pipe
+  std::size_t Number() const { return number_; }  ///< of the latest line, from 1
 
  private:
+  void ThrowOnError();
+
   std::filesystem::path path_;
   TextStream stream_;
-  std::uint64_t bytesChecked_ = 0;  // for an interrupt, once a block
-  bool isInLine_ = false;           // the rest of a line that was too long comes next
+  Job& job_;
+  Meter meter_;
+  std::uint64_t bytesChecked_ = 0;  // when a stop was last asked for: once per block
+  std::size_t number_ = 0;
+  bool isInLine_ = false;  // the rest of a line that was too long comes next
 };
 
 }  // namespace kv::mission

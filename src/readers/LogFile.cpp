@@ -7,11 +7,9 @@
 #include "platform/TextStream.h"
 #include "readers/FieldFile.h"
 #include "readers/HousekeepingEntry.h"
-#include "time/TimeConverter.h"
 
 std::vector<tagKVLogEvent> KVUtilities::ScanKVLogFile(std::wstring path, std::wstring& error) {
   error.clear();
-  TimeConverter::Init();
   std::vector<tagKVLogEvent> events;
   kv::HousekeepingReader reader;
   kv::TextStream file(path);

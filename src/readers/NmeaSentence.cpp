@@ -1,31 +1,12 @@
 #include "readers/NmeaSentence.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
-#include <iterator>
 
 #include "text/Blanks.h"
 #include "text/Numbers.h"
 
 namespace kv::mission {
 namespace {
-
-/// Fields of a position sentence, from the identifier at 0.
-enum FixField : std::size_t {
-  kTime = 1,
-  kLatitude,
-  kNorth,
-  kLongitude,
-  kEast,
-  kQuality,
-  kSatellites,
-  kHdop,
-  kHeight,
-  kHeightUnit,
-  kSeparation,
-  kSeparationUnit
-};
 
 // A thousand times finer than any receiver writes, and nothing that a number of 64 bits could not hold.
 constexpr std::size_t kMostFractionDigits = 15;
@@ -133,20 +114,20 @@ std::optional<Instant> RecommendedMinimumTime(const Sentence& sentence) {
 
 }  // namespace
 
-LineKind Classify(std::string_view line, Sentence& sentence) {
+SentenceKind Classify(std::string_view line, Sentence& sentence) {
   line = WithoutTrailingBlanks(line);
-  if (line.empty()) return LineKind::Blank;
-  if (line[0] != '$' && line[0] != '!') return LineKind::NotASentence;
+  if (line.empty()) return SentenceKind::Blank;
+  if (line[0] != '$' && line[0] != '!') return SentenceKind::NotASentence;
   const std::size_t star = line.find('*');
   const std::string_view body = line.substr(1, star == std::string_view::npos ? star : star - 1);
   const std::string_view identifier = body.substr(0, body.find(','));
-  if (!IsIdentifier(identifier)) return LineKind::NotASentence;
-  if (star != std::string_view::npos && !ChecksumIsRight(body, line.substr(star + 1))) return LineKind::BadChecksum;
+  if (!IsIdentifier(identifier)) return SentenceKind::NotASentence;
+  if (star != std::string_view::npos && !ChecksumIsRight(body, line.substr(star + 1))) return SentenceKind::BadChecksum;
   sentence.type = TypeOf(identifier);
   SplitFields(body, sentence);
-  if (sentence.type != "GGA") return LineKind::OtherSentence;
-  if (SaysNoFix(sentence)) return LineKind::NoFix;
-  return AllInPlace(sentence) ? LineKind::Fix : LineKind::Incomplete;
+  if (sentence.type != "GGA") return SentenceKind::OtherSentence;
+  if (SaysNoFix(sentence)) return SentenceKind::NoFix;
+  return AllInPlace(sentence) ? SentenceKind::Fix : SentenceKind::Incomplete;
 }
 
 std::optional<ClockTime> ParseClock(std::string_view text) {
@@ -168,18 +149,6 @@ std::optional<Instant> DatedTime(const Sentence& sentence) {
   if (sentence.type == "RMC") return RecommendedMinimumTime(sentence);
   if (sentence.type != "ZDA") return std::nullopt;
   return At(Digits(field[4]), Digits(field[3]), Digits(field[2]), ParseClock(field[1]));
-}
-
-void AppendFixLine(const Sentence& fix, Hundredths time, std::string& text) {
-  const std::chrono::hh_mm_ss clock{time};
-  const auto& field = fix.fields;
-  fmt::format_to(std::back_inserter(text), "${},{:02}{:02}{:02}.{:02}", field[0], clock.hours().count(),
-                 clock.minutes().count(), clock.seconds().count(), clock.subseconds().count());
-  for (std::size_t i = kLatitude; i <= kSeparation; ++i) {
-    text += ',';
-    text += field[i];
-  }
-  text += '\n';
 }
 
 }  // namespace kv::mission

@@ -7,21 +7,24 @@
 
 #include "time/Instants.h"
 
-/// The sentences of a receiver's log: what a line is, and what may be taken from it.
+/// The sentences of a receiver log: what a line is, and what may be taken from it.
 namespace kv::mission {
 
-/// What the trajectory reader may see of a log (`Fix`), and why it does not see the rest.
-enum class LineKind {
-  Fix,
-  NoFix,         ///< a position sentence of quality 0
-  Incomplete,    ///< a position sentence that lacks a field or holds an invalid one
-  RepeatedTime,  ///< a fix of the time of the fix before it: between the two nothing can be interpolated
-  BadChecksum,
-  OtherSentence,
-  NotASentence,
-  Blank,
+/// Fields of a position sentence, from the identifier at 0.
+enum FixField : std::size_t {
+  kTime = 1,
+  kLatitude,
+  kNorth,
+  kLongitude,
+  kEast,
+  kQuality,
+  kSatellites,
+  kHdop,
+  kHeight,
+  kHeightUnit,
+  kSeparation,
+  kSeparationUnit
 };
-inline constexpr std::size_t kLineKinds = 8;
 
 /// The pieces of one sentence; they point into the line.
 struct Sentence {
@@ -33,9 +36,9 @@ struct Sentence {
 
 /// @param sentence  filled for every kind but `BadChecksum`, `NotASentence` and `Blank`
 /// @return          never `RepeatedTime`, which takes two lines
-LineKind Classify(std::string_view line, Sentence& sentence);
+SentenceKind Classify(std::string_view line, Sentence& sentence);
 
-/// Time of day in hundredths of a second, the resolution of the trajectory reader.
+/// Time of day in hundredths of a second, the resolution of fixes.
 using Hundredths = std::chrono::duration<int, std::centi>;
 
 struct ClockTime {
@@ -48,8 +51,5 @@ std::optional<ClockTime> ParseClock(std::string_view text);
 
 /// UTC date and time of a sentence that has one: RMC with a valid fix, or ZDA.
 std::optional<Instant> DatedTime(const Sentence& sentence);
-
-/// Appends a fix as the trajectory reader takes it: two decimals of the second, no checksum, LF.
-void AppendFixLine(const Sentence& fix, Hundredths time, std::string& text);
 
 }  // namespace kv::mission

@@ -16,7 +16,7 @@ namespace {
 
 const std::vector<std::wstring> kExtensions = {L".jpg", L".JPG", L".jpeg", L".JPEG", L".dng", L".DNG"};
 
-constexpr wchar_t kHidden = L'.';                  // a Mac puts a file "._NAME" beside each one on a card
+constexpr wchar_t kHidden = L'.';                  // macOS writes a file "._NAME" beside each photo on a card
 constexpr std::wstring_view kSeparators = L"\\/";  // between folder and name, unlike the colon of a drive
 
 bool IsRegularFile(const std::wstring& path) {
@@ -37,7 +37,7 @@ NumberedPhotos::NumberedPhotos(const std::wstring& folder) {
     if (name.starts_with(kHidden)) continue;
     if (const auto found = PhotoNumberIn(name)) photos_.push_back({found->number, found->rank, std::wstring(name)});
   }
-  // Among equals the first by name, which is the order of the list.
+  // Stable: equals stay in name order, the order of the list.
   std::stable_sort(photos_.begin(), photos_.end(), [](const Photo& a, const Photo& b) {
     return std::tie(a.number, a.rank) < std::tie(b.number, b.rank);
   });
@@ -45,7 +45,7 @@ NumberedPhotos::NumberedPhotos(const std::wstring& folder) {
 
 std::wstring NumberedPhotos::PathOf(std::int64_t number) const {
   const auto isBefore = [](const Photo& photo, std::int64_t sought) { return photo.number < sought; };
-  // The list has pipes and links that lead nowhere, too. To ask only of what would be taken is mostly once a number.
+  // The list may contain pipes and broken links. Checking only candidates usually takes one query per number.
   for (auto photo = std::lower_bound(photos_.begin(), photos_.end(), number, isBefore);
        photo != photos_.end() && photo->number == number; ++photo) {
     std::wstring path = folder_ + L'\\' + photo->name;

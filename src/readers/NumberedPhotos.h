@@ -6,14 +6,14 @@
 
 namespace kv {
 
-/// The photos of a drone's folder by the number in their names, see docs/formats/drone-timestamps.md.
+/// A drone's photos by the number in their names. See docs/formats/drone-timestamps.md.
 class NumberedPhotos {
  public:
-  /// @param folder  its subfolders are not looked at; a missing one, and an empty text, has no photos
+  /// @param folder  searched without its subfolders; a missing folder or an empty text gives no photos
   explicit NumberedPhotos(const std::wstring& folder);
 
-  /// Folder, one backslash and the name of the best photo with a number that is a file, links followed; empty when there
-  /// is none.
+  /// Folder, one backslash and the name of the best photo with this number that is a file or a link to one; empty when
+  /// there is none.
   std::wstring PathOf(std::int64_t number) const;
 
  private:

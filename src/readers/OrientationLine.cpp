@@ -18,7 +18,7 @@ constexpr double Event::*kDecimals[] = {&Event::BrdTemp, &Event::Pitch, &Event::
 constexpr std::int32_t Event::*kStates[] = {&Event::CalStat, &Event::SysStat, &Event::SysError};
 static_assert(std::size(kDecimals) + std::size(kStates) == kReadings);
 
-// Every reading has to be a number; more tokens are dropped.
+// Every reading has to be a number; further tokens are ignored.
 bool ReadReadings(Tokens tokens, Event& event) {
   if (tokens.size() < kReadings) return false;
   auto token = tokens.begin();
@@ -37,12 +37,12 @@ bool ReadReadings(Tokens tokens, Event& event) {
 
 constexpr bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 
-// YYYY-MM-DD and more; what the digits say is not checked.
+// YYYY-MM-DD at the start; the values are not checked.
 bool IsDate(std::wstring_view text) {
   return text.size() >= 10 && IsDigit(text[0]) && text[4] == L'-' && text[7] == L'-';
 }
 
-// ".5" is half a second; digits beyond the third, and what is behind the digits, are dropped.
+// ".5" is half a second; anything after the third digit or after the digits is ignored.
 std::uint16_t Milliseconds(std::wstring_view time) {
   if (Piece(time, 19, 1) != L".") return 0;
   int milliseconds = 0;
@@ -68,12 +68,12 @@ std::optional<tagKVAosEvent> ReadDatedReading(Tokens tokens) {
   SYSTEMTIME written = CalendarTime(time);
   written.wMilliseconds = Milliseconds(time);
   SetTime(FileTimeOrZero(written), event);
-  if (Ticks(event.TimeUTC) == 0) event.SystemTimeUTC = written;  // no time of the calendar: what the file says
+  if (Ticks(event.TimeUTC) == 0) event.SystemTimeUTC = written;  // not a calendar time: keep the fields as read
   return event;
 }
 
 std::optional<ClockedReading> ReadClockedReading(Tokens tokens, LocalCalendar& calendar) {
-  // Ticks are as strict as in the system event file: a blank before one costs the line, also that of a reading.
+  // Ticks are as strict as in the system event file: a line whose tick begins with a blank is rejected.
   const auto tick = tokens.size() < 2 ? std::nullopt : WholeInteger(tokens[0]);
   if (!tick) return {};
   ClockedReading line{*tick, ReadHeartbeat(tokens[1], calendar), {}};

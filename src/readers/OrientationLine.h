@@ -10,15 +10,15 @@
 #include "platform/LocalCalendar.h"
 #include "readers/EventLine.h"
 
-/// Lines of orientation files: the sensor's own log with a date in each line, or the variant that the master clock
-/// stamps. Tokens are those of a line in code-page text, separated by commas.
+/// Lines of orientation files: the sensor's own log with a date in each line, or the variant stamped by the master
+/// clock. Tokens are comma-separated and widened from the code page.
 /// @see docs/formats/orientation.md
 namespace kv {
 
 inline constexpr std::size_t kReadings = 7;                           // board temperature, three angles, three states
-inline constexpr std::size_t kMostOrientationTokens = 3 + kReadings;  // that count in a line
+inline constexpr std::size_t kMostOrientationTokens = 3 + kReadings;  // in a line; later ones are ignored
 
-/// A reading whose date is among the first three tokens; a time outside the calendar gives no file time.
+/// Reads a line whose date is among the first three tokens. A time outside the calendar gives no file time.
 /// @return nothing for a line without a date and seven numbers
 std::optional<tagKVAosEvent> ReadDatedReading(std::span<const std::wstring_view> tokens);
 
@@ -26,10 +26,10 @@ std::optional<tagKVAosEvent> ReadDatedReading(std::span<const std::wstring_view>
 struct ClockedReading {
   std::int64_t tick;
   std::optional<Heartbeat> heartbeat;
-  tagKVAosEvent reading;  ///< without a heartbeat; it has its tick and no time yet
+  tagKVAosEvent reading;  ///< if there is no heartbeat; has its tick but no time yet
 };
 
-/// @return nothing for a line without a tick, and a heartbeat or seven numbers
+/// @return nothing for a line without a tick, or without a heartbeat or seven numbers after it
 std::optional<ClockedReading> ReadClockedReading(std::span<const std::wstring_view> tokens, LocalCalendar& calendar);
 
 }  // namespace kv

@@ -12,7 +12,8 @@ constexpr bool IsSeparator(wchar_t c) { return c == L'_' || c == L'-'; }
 constexpr bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 constexpr bool IsLetter(wchar_t c) { return (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z'); }
 
-// "100_0067_0012", "_W" of DJI_100_0067_0012_W: sensors mark their photos with separators and letters at the end.
+// Sensors mark their photos with separators and letters at the end: DJI_100_0067_0012_W gives "DJI_100_0067_0012",
+// "_W".
 std::pair<std::wstring_view, std::wstring_view> SplitSuffix(std::wstring_view stem) {
   std::size_t end = stem.size();
   for (std::size_t at = end; at > 0;) {

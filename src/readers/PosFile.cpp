@@ -9,18 +9,16 @@
 #include "base/ErrorText.h"
 #include "crs/CoordinateSystemTransformer.h"
 #include "crs/QuietErrors.h"
-#include "platform/ResourceText.h"
 #include "platform/TextStream.h"
 #include "readers/FieldFile.h"
 #include "readers/PosSamples.h"
-#include "time/TimeConverter.h"
 
 namespace {
 
 using Event = tagKVPosEvent;
 
-constexpr int kSetUpFailed = 15222;
-// What the transformer says follows at once.
+// The transformer's message follows both.
+constexpr const wchar_t* kSetUpFailed = L"The coordinate systems could not be set up. ";
 constexpr const wchar_t* kTransformFailed = L"Error transforming POS point to target SRS.";
 constexpr const wchar_t* kUnexpectedError = L"Unexpected error scanning POS file.";
 constexpr const wchar_t* kUnexpectedTransformError = L"Unexpected error transforming POS events.";
@@ -34,8 +32,8 @@ constexpr const wchar_t* kWgs84Wkt =
     LR"wkt(VERT_CS["Ellipsoid(Meters)",VERT_DATUM["Ellipsoid",2002],UNIT["metre",1,AUTHORITY["EPSG","9001"]],)wkt"
     LR"wkt(AXIS["Up",UP]]])wkt";
 
-// Takes positions from WGS 84 to the target, one point at a time: for many, GDAL takes the operation that suits their
-// middle, which need not be the one that suits each.
+// Transforms positions from WGS 84 to the target one point at a time. For several points GDAL would choose the
+// operation that suits their middle, which need not suit each of them.
 class Transformation {
  public:
   // @return false when the target cannot be used; `error` says why
@@ -44,11 +42,11 @@ class Transformation {
     const std::wstring sourceWkt = transformer_.PrepareVerticalWkt(kWgs84Wkt);
     const int result = transformer_.Setup(sourceWkt, transformer_.PrepareVerticalWkt(targetWkt), message);
     if (result == CoordinateSystemTransformer::kOk) return true;
-    error = MHwchar(kSetUpFailed) + message;
+    error = kSetUpFailed + message;
     return false;
   }
 
-  // @return false when the position cannot be transformed; the sample is untouched then, and `error` says why
+  // @return false when the position cannot be transformed; the sample is then untouched, and `error` says why
   bool Apply(Event& sample, std::wstring& error) {
     double x = sample.Longitude, y = sample.Latitude, z = sample.Height;
     if (transformer_.Transform(&x, &y, &z, 1) != CoordinateSystemTransformer::kOk) {
@@ -67,15 +65,15 @@ class Transformation {
   CoordinateSystemTransformer transformer_;
 };
 
-// @param source  path of a file, or a text
-template <class Source>
-std::vector<Event> Scan(Source source, const std::wstring& targetWkt, std::wstring& error) try {
+}  // namespace
+
+std::vector<tagKVPosEvent> KVUtilities::ScanKVPosFile(std::wstring posFilePath, std::wstring targetWkt,
+                                                      std::wstring& error) try {
   error.clear();
-  TimeConverter::Init();
   Transformation transformation;
   if (!transformation.SetUp(targetWkt, error)) return {};
   const kv::QuietErrors quiet;  // once for all points
-  kv::TextStream stream(source);
+  kv::TextStream stream(posFilePath);
   kv::PosSampleReader reader;
   std::array<std::string_view, kv::kPosTokens> tokens;
   kv::PosNumbers numbers;
@@ -94,18 +92,6 @@ std::vector<Event> Scan(Source source, const std::wstring& targetWkt, std::wstri
 } catch (...) {
   kv::Report(error, kUnexpectedError);
   return {};
-}
-
-}  // namespace
-
-std::vector<tagKVPosEvent> KVUtilities::ScanKVPosFile(std::wstring posFilePath, std::wstring targetWkt,
-                                                      std::wstring& error) {
-  return Scan(std::wstring_view(posFilePath), targetWkt, error);
-}
-
-std::vector<tagKVPosEvent> KVUtilities::ScanKVPosText(std::string_view text, std::wstring targetWkt,
-                                                      std::wstring& error) {
-  return Scan(text, targetWkt, error);
 }
 
 bool KVUtilities::TransformPosEvents(std::vector<tagKVPosEvent>& samples, std::wstring targetWkt,

@@ -11,11 +11,9 @@
 namespace kv::mission {
 namespace {
 
-constexpr Delimiters kBlanks(" \t");
 constexpr Delimiters kAnySeparator(" \t,;");
 constexpr std::string_view kOtherSeparators = ",;";
 constexpr std::string_view kDigits = "0123456789";
-constexpr std::size_t kColumns = 15;
 
 using Tokens = std::span<const std::string_view>;
 
@@ -55,12 +53,12 @@ bool IsNearTheGround(double x, double y, double z) {
   return distance > kLeast && distance < kMost;
 }
 
-PosLineKind KindOfNumbers(Tokens tokens, PosColumns& columns) {
+PosLineKind KindOfNumbers(Tokens tokens, PosNumbers& numbers) {
   const auto week = WholeInteger32(tokens[0]);
   const auto seconds = FiniteNumber(tokens[1]), latitude = FiniteNumber(tokens[2]), longitude = FiniteNumber(tokens[3]);
   const auto height = FiniteNumber(tokens[4]);
   if (!week || !seconds || !latitude || !longitude || !height) return PosLineKind::NotANumber;
-  columns = {*week, *seconds, *latitude, *longitude, *height};
+  numbers = {*week, *seconds, *latitude, *longitude, *height};
   if (IsNearTheGround(*latitude, *longitude, *height)) return PosLineKind::Ecef;
   if (std::abs(*latitude) > kLargestLatitude || std::abs(*longitude) > kLargestLongitude)
     return PosLineKind::OutOfRange;
@@ -71,28 +69,26 @@ bool BeginsNumber(std::string_view token) { return token.find_first_of("+-.01234
 
 }  // namespace
 
-PosLineKind ClassifyPos(std::string_view line, PosColumns& columns) {
-  std::array<std::string_view, kColumns> buffer;
-  const Tokens tokens = Tokenise(line, kBlanks, buffer);
+PosLineKind ClassifyPos(Tokens tokens, PosNumbers& numbers) {
   if (tokens.empty()) return PosLineKind::Blank;
   if (!BeginsNumber(tokens[0])) return PosLineKind::Comment;
   if (tokens[0].find_first_of(kOtherSeparators) != std::string_view::npos) return PosLineKind::CommaSeparated;
   if (BeginsWithDate(tokens[0])) return PosLineKind::CalendarTime;
   if (HasAnglesOfThree(tokens)) return PosLineKind::DegreesMinutesSeconds;
-  if (tokens.size() < kColumns) return PosLineKind::Short;
-  return KindOfNumbers(tokens, columns);
+  if (tokens.size() < kPosTokens) return PosLineKind::Short;
+  return KindOfNumbers(tokens, numbers);
 }
 
 bool IsPosLine(std::string_view line) {
   constexpr std::array kForms{PosLineKind::Sample, PosLineKind::Ecef, PosLineKind::DegreesMinutesSeconds,
                               PosLineKind::CalendarTime, PosLineKind::CommaSeparated};
-  PosColumns columns;
-  const PosLineKind kind = ClassifyPos(line, columns);
+  std::array<std::string_view, kPosTokens> buffer;
+  Tokens tokens = Tokenise(line, kPosDelimiters, buffer);
+  PosNumbers numbers;
+  const PosLineKind kind = ClassifyPos(tokens, numbers);
   if (std::find(kForms.begin(), kForms.end(), kind) == kForms.end()) return false;
-  std::array<std::string_view, kColumns> buffer;
-  const Tokens tokens =
-      kind == PosLineKind::CommaSeparated ? Tokenise(line, kAnySeparator, buffer) : Tokenise(line, kBlanks, buffer);
-  if (tokens.size() < kColumns || (!WholeInteger(tokens[0]) && !BeginsWithDate(tokens[0]))) return false;
+  if (kind == PosLineKind::CommaSeparated) tokens = Tokenise(line, kAnySeparator, buffer);
+  if (tokens.size() < kPosTokens || (!WholeInteger(tokens[0]) && !BeginsWithDate(tokens[0]))) return false;
   const auto places = tokens.subspan(2, 3);
   return std::all_of(places.begin(), places.end(),
                      [](std::string_view token) { return FiniteNumber(token).has_value(); });

@@ -49,7 +49,7 @@ void PosSampleReader::Read(std::span<const std::string_view> tokens, const PosNu
 
 CStringW PosSampleReader::Text(std::string_view ansi) {
   WidenAnsi(ansi, wide_);
-  return CStringW(wide_.data(), static_cast<int>(wide_.size()));
+  return FieldText(wide_);
 }
 
 }  // namespace kv

@@ -11,11 +11,11 @@
 #include "readers/FieldFile.h"
 #include "readers/PosTime.h"
 
-/// Samples of POS files, see docs/formats/pos.md.
+/// Samples of POS files. See docs/formats/pos.md.
 namespace kv {
 
 inline constexpr Delimiters kPosDelimiters("\t ");
-inline constexpr std::size_t kPosTokens = 15;  ///< that a sample has at least; later ones are not looked at
+inline constexpr std::size_t kPosTokens = 15;  ///< fewest tokens of a sample; later ones are ignored
 
 /// The numbers that a sample begins with.
 struct PosNumbers {
@@ -26,7 +26,7 @@ struct PosNumbers {
 };
 
 /// @param tokens  `kPosTokens` of a line
-/// @return        false for a line that is no sample; the range of the numbers is not checked
+/// @return        false if the line is not a sample; ranges are not checked
 bool ReadPosNumbers(std::span<const std::string_view> tokens, PosNumbers& numbers);
 
 /// Turns the lines of a POS file into samples. Use one reader per file, or per run of lines.
@@ -35,7 +35,7 @@ class PosSampleReader {
   /// @param calendar  that the samples' times pass through
   explicit PosSampleReader(Calendar calendar = Calendar::Local) : clock_(calendar) {}
 
-  /// Fills in what a line says; `X`, `Y` and `Z` stay as they are.
+  /// Fills in the fields of a line; `X`, `Y` and `Z` stay as they are.
   /// @param tokens   `kPosTokens` of the line, in the code page
   /// @param numbers  of these tokens
   void Read(std::span<const std::string_view> tokens, const PosNumbers& numbers, tagKVPosEvent& sample);

@@ -13,13 +13,13 @@ class PosClock {
   explicit PosClock(Calendar calendar) : calendar_(calendar) {}
 
   /// The whole second passes through the calendar; the fraction is added to the tick. The milliseconds of
-  /// `SystemTimeUTC` are the fraction rounded, and 1000 from 0.9995 on, on purpose: the seconds stay those of the file
-  /// time. Times outside the years 1601-9999 count from the file time zero.
+  /// `SystemTimeUTC` are the rounded fraction, on purpose up to 1000: the seconds always match the file time. Times
+  /// outside the years 1601-9999 count from the file time zero.
   void SetTime(double adjGpsSeconds, tagKVPosEvent& sample);
 
  private:
   LocalCalendar calendar_;
-  std::optional<double> second_;  // the latest, as many samples share one
+  std::optional<double> second_;  // the latest; many samples share one
   FILETIME time_{};               // of that second
 };
 

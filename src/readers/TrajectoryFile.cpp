@@ -1,18 +1,19 @@
+#include <array>
 #include <cstdint>
-#include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
 #include "KVUtilities.h"
+#include "platform/TextStream.h"
 #include "readers/FieldFile.h"
 #include "readers/Fix.h"
 #include "time/FileTimes.h"
-#include "time/TimeConverter.h"
 
 namespace {
 
-// One tick short of a day, on purpose: a base of exactly midnight stays on its date at the first midnight it meets, and
-// callers that pass a bare date rely on it.
+// One tick short of a day, on purpose: a base of exactly midnight keeps its date at the first midnight, and callers
+// that pass a bare date rely on this.
 constexpr std::int64_t kTicksToNextDate = 863'999'999'999;
 
 // Follows the date of a file whose lines carry only a time of day.
@@ -40,13 +41,17 @@ class RunningDate {
 std::vector<tagKVTrajectoryObs> KVUtilities::ScanKVTrajectoryFile(std::wstring path, FILETIME date,
                                                                   std::wstring& error) {
   error.clear();
-  TimeConverter::Init();
   RunningDate runningDate(date);
   kv::ColumnText units;
-  // Any line of enough tokens is a fix.
-  const auto readFix = [&](std::span<const std::string_view> tokens, tagKVTrajectoryObs& fix) {
+  std::array<std::string_view, kv::kFixTokens> tokens;
+  std::vector<tagKVTrajectoryObs> fixes;
+  kv::TextStream file(path);
+  for (std::string_view line; file.ReadLine(line);) {
+    if (kv::Tokenise(line, kv::Delimiters(","), tokens).size() < kv::kFixTokens) continue;  // any other line is a fix
+    kv::MakeRoom(fixes, line, file.BytesLeft());
+    tagKVTrajectoryObs& fix = fixes.emplace_back();
     runningDate.SetTime(kv::TimeOfDayIn(tokens[1]), fix);
     kv::SetPlace(tokens, units, fix);
-  };
-  return kv::ReadRecords<tagKVTrajectoryObs, kv::kFixTokens>(path, kv::Delimiters(","), readFix);
+  }
+  return fixes;
 }

@@ -1,30 +1,45 @@
 #pragma once
 
+#include <KVMission.h>
+
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <vector>
 
-#include "mission/inputs/ApplanixExport.h"
-#include "mission/inputs/OrientationFile.h"
-#include "mission/inputs/Readings.h"
-#include "mission/inputs/TimestampFile.h"
-#include "mission/inputs/Trajectory.h"
-
-/// Pieces that the summary and the file information share.
+/// The engine's records as JSON: one function for each, whatever document it stands in.
 namespace kv::mission {
 
+using namespace KVMission;
 using Json = nlohmann::ordered_json;
 
-Json JsonOf(const Bounds& bounds);                ///< null when empty
+template <typename T>
+Json OrNull(const std::optional<T>& value) {
+  return value ? Json(*value) : Json(nullptr);
+}
 Json JsonOf(const std::optional<Instant>& time);  ///< null when there is none
-Json JsonOfLines(const NmeaCounts& counts);
-Json JsonOf(const std::vector<Gap>& gaps);
-Json JsonOf(const std::vector<ReadingRange>& readings);
-Json JsonOf(const DroneTimestamps& timestamps);
+Json JsonOf(const Bounds& bounds);                ///< null when empty
+Json JsonOf(const PosCounts& counts);
+Json JsonOf(const Trajectory& trajectory);
+Json JsonOf(const EventFile& events);
+Json JsonOf(const HousekeepingLog& log);
+Json JsonOf(const TimestampFile& timestamps);
 Json JsonOf(const OrientationFile& orientation);
-Json JsonOf(const ApplanixFile& applanix);
+Json JsonOf(const ApplanixExport& applanix);
+Json JsonOf(const PosPoints& points);
 
-/// Indented, with a final line end; text that is no UTF-8 is replaced, control characters are escaped.
+/// A list of findings without the notes.
+Json JsonOf(const std::vector<Finding>& findings);
+
+/// "time", "order", "number"
+const char* WordFor(PairMode mode);
+/// "note", "warning", "doubt", "failure"
+const char* WordFor(Severity severity);
+
+/// Indented, with a final line end; text that is not UTF-8 is replaced, control characters are escaped.
 std::string Written(const Json& json);
+
+/// `KVMission::Visible`, with a control character that stays as it is.
+std::string Visible(const std::string& text, std::optional<char> kept = {});
 
 }  // namespace kv::mission

@@ -1,14 +1,13 @@
-#include "mission/Summary.h"
+#include "mission/Steps.h"
 #include "platform/FileNames.h"
 #include "report/Json.h"
-#include "report/PosReport.h"
 
 namespace kv::mission {
 namespace {
 
-Json PathOrNull(const std::optional<std::filesystem::path>& path) { return path ? Json(Utf8(*path)) : Json(nullptr); }
+namespace fs = std::filesystem;
 
-Json NumberOrNull(const std::optional<double>& number) { return number ? Json(*number) : Json(nullptr); }
+Json PathOrNull(const fs::path& path) { return path.empty() ? Json(nullptr) : Json(Utf8(path)); }
 
 Json Names(const std::vector<std::wstring>& names) {
   Json list = Json::array();
@@ -18,80 +17,50 @@ Json Names(const std::vector<std::wstring>& names) {
 
 /// @param of  what was read from the file; null when nothing was
 template <typename Input>
-Json InputOf(const std::optional<std::filesystem::path>& file, const std::optional<Input>& of) {
+Json InputOf(const fs::path& file, const std::optional<Input>& of) {
   if (!of) return nullptr;
   Json json = {{"file", PathOrNull(file)}};
   json.update(JsonOf(*of));
   return json;
 }
 
-Json PositionsOf(const Summary& summary) {
-  if (!summary.positions) return nullptr;
-  const PositionDifferences& positions = *summary.positions;
-  const auto distances = [](const auto& of) {
-    return of ? Json{{"medianMetres", of->median}, {"largestMetres", of->largest}} : Json(nullptr);
-  };
-  return {{"used", positions.used == PositionSource::Timestamps ? "mrk" : "pos"},
-          {"compared", positions.compared},
-          {"outside", positions.outside},
-          {"horizontal", distances(positions.horizontal)},
-          {"vertical", distances(positions.vertical)}};
-}
-
-Json TrajectoryOf(const Summary& summary) {
-  if (!summary.inputs.trajectory) return nullptr;
-  const Trajectory& trajectory = summary.trajectory;
-  Json json = {{"file", PathOrNull(summary.inputs.trajectory)}};
-  json.update(JsonOfLines(trajectory.counts));
-  json.update({{"date", DateText(trajectory.date.date)},
-               {"dateSource", trajectory.date.source},
-               {"first", IsoText(trajectory.first)},
-               {"last", IsoText(trajectory.last)},
-               {"bounds", JsonOf(trajectory.bounds)},
-               {"gaps", JsonOf(trajectory.gaps)}});
+Json EventsOf(const Mission& mission) {
+  Json json = InputOf(mission.settings.events, mission.events);
+  if (mission.events) json["heartbeats"]["placed"] = mission.events->heartbeatsPlaced;
   return json;
 }
 
-Json EventsOf(const Summary& summary) {
-  if (!summary.events) return nullptr;
-  const EventSummary& events = *summary.events;
-  return {{"file", PathOrNull(summary.inputs.events)},
-          {"lines", events.lines},
-          {"linesSkipped", events.skipped},
-          {"faultyHeartbeats", events.faultyHeartbeats},
-          {"wildTicks", events.wildTicks},
-          {"offHeartbeats", events.offHeartbeats},
-          {"timesDoubtful", events.timesDoubtful},
-          {"counterWraps", events.wraps},
-          {"heartbeats", {{"read", events.heartbeats}, {"placed", events.heartbeatsPlaced}}},
-          {"first", JsonOf(events.span.first)},
-          {"last", JsonOf(events.span.last)}};
+Json HousekeepingOf(const Mission& mission) {
+  Json json = InputOf(mission.settings.housekeeping, mission.housekeeping);
+  if (mission.housekeeping) json["entries"]["dropped"] = mission.housekeeping->dropped;
+  return json;
 }
 
-Json LogOf(const Summary& summary) {
-  if (!summary.log) return nullptr;
-  const LogSummary& log = *summary.log;
-  return {{"file", PathOrNull(summary.inputs.log)},
-          {"lines", log.lines},
-          {"linesSkipped", log.skipped},
-          {"endedAtLine", log.cutAtLine ? Json(*log.cutAtLine) : Json(nullptr)},
-          {"faultyDates", log.faultyDates},
-          {"entries", {{"read", log.entries}, {"dropped", log.dropped}}},
-          {"first", JsonOf(log.span.first)},
-          {"last", JsonOf(log.span.last)},
-          {"errors", log.errors},
-          {"readings", JsonOf(log.readings)}};
+Json PositionsOf(const std::optional<PositionDifferences>& positions) {
+  if (!positions) return nullptr;
+  const auto distances = [](const std::optional<Spread>& of) {
+    return of ? Json{{"medianMetres", of->median}, {"largestMetres", of->largest}} : Json(nullptr);
+  };
+  return {{"used", positions->used == PositionSource::Timestamps ? "timestamps" : "post-processed"},
+          {"compared", positions->compared},
+          {"outside", positions->outside},
+          {"horizontal", distances(positions->horizontalMetres)},
+          {"vertical", distances(positions->verticalMetres)}};
 }
 
-Json StationsOf(const Summary& summary) {
-  if (!summary.stations) return nullptr;
-  const StationSummary& stations = *summary.stations;
-  return {{"toleranceSeconds", stations.tolerance},
-          {"paired", stations.paired},
-          {"single", stations.single},
-          {"sameCamera", stations.sameCamera},
-          {"largestDifferenceSeconds", NumberOrNull(stations.largest)},
-          {"medianDifferenceSeconds", NumberOrNull(stations.median)}};
+void PutDifferences(const std::optional<Spread>& differences, Json& json) {
+  json["largestDifferenceSeconds"] = differences ? Json(differences->largest) : Json(nullptr);
+  json["medianDifferenceSeconds"] = differences ? Json(differences->median) : Json(nullptr);
+}
+
+Json StationsOf(const std::optional<Stations>& stations) {
+  if (!stations) return nullptr;
+  Json json = {{"toleranceSeconds", stations->toleranceSeconds},
+               {"paired", stations->paired},
+               {"single", stations->single},
+               {"sameCamera", stations->sameCamera}};
+  PutDifferences(stations->differences, json);
+  return json;
 }
 
 Json SharpnessOf(const std::optional<SharpnessSummary>& sharpness) {
@@ -113,75 +82,75 @@ Json SharpnessOf(const std::optional<SharpnessSummary>& sharpness) {
   return json;
 }
 
-Json CameraOf(const CameraSummary& camera) {
-  Json json = {{"camera", camera.camera},         {"read", camera.read},       {"placed", camera.placed},
+Json ObjectOf(const Camera& camera) {
+  Json json = {{"camera", camera.number},         {"read", camera.read},       {"placed", camera.placed},
                {"paired", camera.pairing.paired}, {"dropped", camera.dropped}, {"photoFolder", nullptr}};
   if (!camera.folder) return json;
   json.update({{"photoFolder", Utf8(camera.folder->path)},
                {"photos", camera.folder->photos.size()},
                {"pairedBy", WordFor(camera.pairing.mode)},
-               {"offsetSeconds", camera.offset},
-               {"largestDifferenceSeconds", NumberOrNull(camera.pairing.largest)},
-               {"medianDifferenceSeconds", NumberOrNull(camera.pairing.median)},
-               {"photosWithoutEvent", Names(camera.pairing.unused)},
+               {"offsetSeconds", camera.offsetSeconds}});
+  PutDifferences(camera.pairing.differences, json);
+  json.update({{"photosWithoutEvent", Names(camera.pairing.unused)},
                {"photosOfSeveralEvents", Names(camera.pairing.shared)},
                {"sharpness", SharpnessOf(camera.sharpness)}});
   return json;
 }
 
-/// Ticks up to 2^63 are read; as a number with a fraction that last one has no whole number to go to.
+/// Ticks reach 2^63, which as a double is beyond the whole numbers of 64 bits.
 Json TickOf(double tick) {
   constexpr double kEnd = 9223372036854775808.0;
   return tick >= -kEnd && tick < kEnd ? Json(static_cast<std::int64_t>(tick)) : Json(tick);
 }
 
-Json DropsOf(const Summary& summary) {
+Json DropsOf(const Mission& mission) {
   Json list = Json::array();
-  for (const Drop& drop : summary.drops) {
-    Json json = {{"camera", drop.camera}};
-    if (drop.tick) json["tick"] = TickOf(*drop.tick);
-    if (drop.photoNumber) json["photoNumber"] = *drop.photoNumber;
-    json.update({{"time", JsonOf(drop.time)}, {"reason", drop.reason}});
+  for (const auto& [event, time, photoNumber, difference, drop] : mission.exposures) {
+    if (!drop) continue;
+    Json json = {{"camera", event.CameraID}};
+    photoNumber ? json["photoNumber"] = *photoNumber : json["tick"] = TickOf(event.MasterTick);
+    json.update({{"time", JsonOf(time)}, {"code", CodeOf(drop->code)}, {"reason", TextOf(*drop)}});
     list.push_back(std::move(json));
   }
   return list;
 }
 
-Json LayersOf(const Summary& summary) {
+Json LayersIn(const fs::path& folder, const Mission& mission) {
   Json list = Json::array();
-  for (const Layer& layer : summary.layers)
-    list.push_back({{"name", layer.name},
-                    {"file", Utf8(summary.output / (std::string(layer.name) + ".shp"))},
-                    {"records", layer.records}});
+  for (const auto& [name, records] : LayersOf(mission)) {
+    const fs::path file = folder.empty() ? fs::path() : folder / (std::string(name) + ".shp");
+    list.push_back({{"name", name}, {"file", PathOrNull(file)}, {"records", records}});
+  }
   return list;
 }
 
 }  // namespace
-
-std::string SummaryJson(const Summary& summary) {
-  Json cameras = Json::array();
-  for (const auto& camera : summary.cameras) cameras.push_back(CameraOf(camera));
-  return Written({{"program", "kvmission"},
-                  {"version", KVMISSION_VERSION},
-                  {"complete", summary.IsComplete()},
-                  {"mission", PathOrNull(summary.mission)},
-                  {"trajectory", TrajectoryOf(summary)},
-                  {"events", EventsOf(summary)},
-                  {"cameras", std::move(cameras)},
-                  {"stations", StationsOf(summary)},
-                  {"log", LogOf(summary)},
-                  {"mrk", InputOf(summary.inputs.mrk, summary.timestamps)},
-                  {"aos", InputOf(summary.inputs.aos, summary.orientation)},
-                  {"applanix", InputOf(summary.inputs.applanix, summary.applanix)},
-                  {"positions", PositionsOf(summary)},
-                  {"pos", summary.pos ? JsonOf(*summary.pos) : Json(nullptr)},
-                  {"photos",
-                   {{"first", JsonOf(summary.photoSpan.first)},
-                    {"last", JsonOf(summary.photoSpan.last)},
-                    {"bounds", JsonOf(summary.photoBounds)}}},
-                  {"dropped", DropsOf(summary)},
-                  {"layers", LayersOf(summary)},
-                  {"warnings", summary.warnings}});
-}
-
 }  // namespace kv::mission
+
+std::string KVMission::SummaryJson(const Mission& mission, const std::filesystem::path& folder) {
+  using namespace kv::mission;
+  const Settings& settings = mission.settings;
+  Json cameras = Json::array();
+  for (const Camera& camera : mission.cameras) cameras.push_back(ObjectOf(camera));
+  return Written({{"program", "kvmission"},
+                  {"version", Version()},
+                  {"complete", mission.complete},
+                  {"mission", PathOrNull(settings.mission)},
+                  {"trajectory", InputOf(settings.trajectory, mission.trajectory)},
+                  {"events", EventsOf(mission)},
+                  {"cameras", std::move(cameras)},
+                  {"stations", StationsOf(mission.stations)},
+                  {"housekeeping", HousekeepingOf(mission)},
+                  {"timestamps", InputOf(settings.timestamps, mission.timestamps)},
+                  {"orientation", InputOf(settings.orientation, mission.orientation)},
+                  {"applanix", InputOf(settings.applanix, mission.applanix)},
+                  {"positions", PositionsOf(mission.positions)},
+                  {"pos", mission.pos ? JsonOf(*mission.pos) : Json(nullptr)},
+                  {"photos",
+                   {{"first", JsonOf(mission.photoSpan.first)},
+                    {"last", JsonOf(mission.photoSpan.last)},
+                    {"bounds", JsonOf(mission.photoBounds)}}},
+                  {"dropped", DropsOf(mission)},
+                  {"layers", LayersIn(folder.empty() ? settings.output : folder, mission)},
+                  {"findings", JsonOf(mission.findings)}});
+}

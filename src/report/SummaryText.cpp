@@ -2,9 +2,12 @@
 
 #include <algorithm>
 
-#include "mission/Summary.h"
+#include "base/Findings.h"
+#include "mission/OutputFolder.h"
+#include "mission/inputs/LeftOut.h"
 #include "platform/FileNames.h"
-#include "report/PosReport.h"
+#include "report/Json.h"
+#include "time/Instants.h"
 
 namespace kv::mission {
 namespace {
@@ -20,11 +23,17 @@ class Page {
   void Line(fmt::format_string<Values...> format, Values&&... values) {
     text_ += Visible(fmt::format(format, std::forward<Values>(values)...)) + '\n';
   }
+  void Append(const std::string& lines) { text_ += lines; }
   std::string Take() { return std::move(text_); }
 
  private:
   std::string text_;
 };
+
+/// Where to find the full lists.
+const char* WholeLists(const Mission& mission) {
+  return mission.settings.output.empty() ? "the JSON summary" : kSummaryFile;
+}
 
 void PrintBounds(const Bounds& bounds, Page& page) {
   if (bounds.IsEmpty()) return;
@@ -36,12 +45,13 @@ void PrintSpan(const TimeSpan& span, Page& page) {
   if (span.first) page.Line("  {} to {} UTC", TimeText(*span.first), TimeText(*span.last));
 }
 
-void PrintTrajectory(const Summary& summary, Page& page) {
-  if (!summary.inputs.trajectory) return;
-  const Trajectory& trajectory = summary.trajectory;
-  page.Line("Trajectory  {}", Utf8(*summary.inputs.trajectory));
-  page.Line("  {} of {} are usable fixes; the first is of {} ({})", trajectory.counts.Of(LineKind::Fix),
-            Counted(trajectory.counts.lines, "line"), DateText(trajectory.date.date), trajectory.date.source);
+void PrintTrajectory(const Mission& mission, Page& page) {
+  if (!mission.trajectory) return;
+  const Trajectory& trajectory = *mission.trajectory;
+  page.Line("Trajectory  {}", Utf8(mission.settings.trajectory));
+  page.Line("  {} of {} are usable fixes; date of the first: {} ({})", trajectory.counts.Of(SentenceKind::Fix),
+            Counted(trajectory.counts.lines, "line"), trajectory.date ? DateText(*trajectory.date) : "unknown",
+            trajectory.dateSource);
   if (const std::string leftOut = LeftOutText(trajectory.counts); !leftOut.empty())
     page.Line("  left out: {}", leftOut);
   page.Line("  {} to {} UTC", TimeText(trajectory.first), TimeText(trajectory.last));
@@ -52,13 +62,32 @@ void PrintTrajectory(const Summary& summary, Page& page) {
     page.Line("  {}, the longest of {:.1f} s", Counted(gaps.size(), "gap"), Seconds(longest->to - longest->from));
 }
 
-void PrintPairing(const CameraSummary& camera, Page& page) {
+void PrintEvents(const Mission& mission, Page& page) {
+  if (mission.timestamps) {
+    page.Line("Timestamps  {}", Utf8(mission.settings.timestamps));
+    page.Line("  {} of {} are exposures", mission.timestamps->photoNumbers.size(),
+              Counted(mission.timestamps->lines, "line"));
+    PrintSpan(mission.timestamps->span, page);
+  } else if (mission.events) {
+    page.Line("Events      {}", Utf8(mission.settings.events));
+    PrintSpan(mission.events->span, page);
+    page.Line("  heartbeats: {} read, {} placed; {} left out", mission.events->heartbeats,
+              mission.events->heartbeatsPlaced, Counted(mission.events->LinesLeftOut(), "line"));
+  } else {
+    return page.Line("Events      none");
+  }
+  for (const Camera& camera : mission.cameras)
+    page.Line("  camera {} events: {} read, {} placed, {} paired, {} dropped, {} in the layer", camera.number,
+              camera.read, camera.placed, camera.pairing.paired, camera.dropped, camera.read - camera.dropped);
+}
+
+void PrintPairing(const Camera& camera, Page& page) {
   const Pairing& pairing = camera.pairing;
-  page.Line("  camera {} photos: {} in {}, paired by {}, {} without an event", camera.camera,
+  page.Line("  camera {} photos: {} in {}, paired by {}, {} without an event", camera.number,
             camera.folder->photos.size(), Utf8(camera.folder->path), WordFor(pairing.mode), pairing.unused.size());
-  if (pairing.largest)
-    page.Line("    time difference to the events: median {:.3f} s, largest {:.3f} s", *pairing.median,
-              *pairing.largest);
+  if (pairing.differences)
+    page.Line("    time difference to the events: median {:.3f} s, largest {:.3f} s", pairing.differences->median,
+              pairing.differences->largest);
   for (std::size_t i = 0; i < std::min(kPhotosNamed, pairing.unused.size()); ++i)
     page.Line("    without an event: {}", Utf8(pairing.unused[i]));
   if (pairing.unused.size() > kPhotosNamed) page.Line("    and {} more", pairing.unused.size() - kPhotosNamed);
@@ -74,154 +103,124 @@ void PrintSharpness(const SharpnessSummary& sharpness, Page& page) {
   for (const auto& [photo, reason] : sharpness.ungraded) page.Line("    not graded: {} ({})", Utf8(photo), reason);
 }
 
-void PrintStations(const StationSummary& stations, Page& page) {
-  page.Line("  stations: {} of two exposures, {} of one", stations.paired, stations.single);
-  if (stations.largest)
-    page.Line("    time difference inside them: median {:.4f} s, largest {:.4f} s", *stations.median,
-              *stations.largest);
+void PrintStations(const std::optional<Stations>& stations, Page& page) {
+  if (!stations) return;
+  page.Line("  stations: {} with two exposures, {} with one", stations->paired, stations->single);
+  if (stations->differences)
+    page.Line("    time difference inside them: median {:.4f} s, largest {:.4f} s", stations->differences->median,
+              stations->differences->largest);
 }
 
-void PrintCameras(const Summary& summary, Page& page) {
-  for (const auto& camera : summary.cameras)
-    page.Line("  camera {} events: {} read, {} placed, {} paired, {} dropped", camera.camera, camera.read,
-              camera.placed, camera.pairing.paired, camera.dropped);
-}
-
-void PrintTimestamps(const Summary& summary, Page& page) {
-  const DroneTimestamps& timestamps = *summary.timestamps;
-  page.Line("Timestamps  {}", Utf8(*summary.inputs.mrk));
-  page.Line("  {} of {} are exposures", timestamps.photoNumbers.size(), Counted(timestamps.lines, "line"));
-  PrintSpan(timestamps.span, page);
-  PrintCameras(summary, page);
-}
-
-void PrintDistances(const char* direction, const std::optional<PositionDifferences::Distances>& distances, Page& page) {
+void PrintDistances(const char* direction, const std::optional<Spread>& distances, Page& page) {
   if (distances) page.Line("  {}: median {:.3f} m, largest {:.3f} m", direction, distances->median, distances->largest);
 }
 
-void PrintPositions(const Summary& summary, Page& page) {
-  if (!summary.positions) return;
-  const PositionDifferences& positions = *summary.positions;
-  page.Line("Positions   of the {}, {} compared with the {}",
-            positions.used == PositionSource::Timestamps ? "timestamp file" : "post-processed trajectory",
-            Counted(positions.compared, "exposure"),
-            positions.used == PositionSource::Timestamps ? "post-processed trajectory" : "timestamp file");
-  PrintDistances("horizontal", positions.horizontal, page);
-  PrintDistances("vertical", positions.vertical, page);
-  if (positions.outside > 0) page.Line("  outside the trajectory: {}", Counted(positions.outside, "exposure"));
-}
-
-void PrintApplanix(const Summary& summary, Page& page) {
-  if (!summary.applanix) return;
-  const ApplanixFile& applanix = *summary.applanix;
-  page.Line("Applanix    {}", Utf8(*summary.inputs.applanix));
-  page.Line("  {}, mapping frame {}", Counted(applanix.samples.size(), "sample"),
-            applanix.frame.empty() ? "unknown" : applanix.frame);
-  if (!applanix.report.empty()) page.Line("  {}", applanix.report);
-  PrintSpan(applanix.span, page);
-  PrintBounds(applanix.bounds, page);
-}
-
-std::string ExtremeText(const Extreme& extreme) {
-  return fmt::format("{} at {}", extreme.value, extreme.time ? TimeText(*extreme.time) : "an unknown time");
+void PrintPositions(const std::optional<PositionDifferences>& positions, Page& page) {
+  if (!positions) return;
+  const char *used = "timestamp file", *other = "post-processed trajectory";
+  if (positions->used == PositionSource::PostProcessed) std::swap(used, other);
+  page.Line("Positions   from the {}, {} compared with the {}", used, Counted(positions->compared, "exposure"), other);
+  PrintDistances("horizontal", positions->horizontalMetres, page);
+  PrintDistances("vertical", positions->verticalMetres, page);
+  if (positions->outside > 0) page.Line("  outside the trajectory: {}", Counted(positions->outside, "exposure"));
 }
 
 void PrintRanges(const std::vector<ReadingRange>& ranges, Page& page) {
-  for (const auto& range : ranges)
-    page.Line("  {}: {}, {}", range.name->words, ExtremeText(range.lowest), ExtremeText(range.highest));
+  const auto text = [](const Extreme& extreme) {
+    return fmt::format("{} at {}", extreme.value, extreme.time ? TimeText(*extreme.time) : "an unknown time");
+  };
+  for (const auto& range : ranges) page.Line("  {}: {}, {}", range.words, text(range.lowest), text(range.highest));
 }
 
-void PrintOrientation(const Summary& summary, Page& page) {
-  if (!summary.orientation) return;
-  const OrientationFile& orientation = *summary.orientation;
-  page.Line("Orientation {}", Utf8(*summary.inputs.aos));
-  page.Line("  {} stamped by {}, {} without a time; {} left out", Counted(orientation.readings, "reading"),
-            orientation.byMasterClock ? "the master clock" : "date", orientation.untimed,
-            Counted(orientation.LinesLeftOut(), "line"));
-  PrintSpan(orientation.span, page);
-  PrintRanges(orientation.ranges, page);
-}
-
-void PrintLog(const Summary& summary, Page& page) {
-  if (!summary.log) return;
-  const LogSummary& log = *summary.log;
-  page.Line("Log         {}", Utf8(*summary.inputs.log));
-  page.Line("  {} read, {} dropped; {} skipped", log.entries == 1 ? "1 entry" : fmt::format("{} entries", log.entries),
-            log.dropped, Counted(log.skipped, "line"));
+void PrintHousekeeping(const Mission& mission, Page& page) {
+  if (!mission.housekeeping) return;
+  const HousekeepingLog& log = *mission.housekeeping;
+  page.Line("Housekeeping {}", Utf8(mission.settings.housekeeping));
+  page.Line("  {} read, {} dropped; {} skipped", Counted(log.entries, "entry|entries"), log.dropped,
+            Counted(log.skipped, "line"));
   PrintSpan(log.span, page);
   PrintRanges(log.readings, page);
   for (std::size_t i = 0; i < std::min(kErrorsNamed, log.errors.size()); ++i) page.Line("  {}", log.errors[i]);
   if (log.errors.size() > kErrorsNamed) page.Line("  and {} more error lines", log.errors.size() - kErrorsNamed);
 }
 
-void PrintEvents(const Summary& summary, Page& page) {
-  if (summary.timestamps) return PrintTimestamps(summary, page);
-  if (!summary.events) return page.Line("Events      none");
-  const EventSummary& events = *summary.events;
-  page.Line("Events      {}", Utf8(*summary.inputs.events));
-  PrintSpan(events.span, page);
-  page.Line("  heartbeats: {} read, {} placed; {} left out", events.heartbeats, events.heartbeatsPlaced,
-            Counted(events.LinesLeftOut(), "line"));
-  PrintCameras(summary, page);
+void PrintOrientation(const Mission& mission, Page& page) {
+  if (!mission.orientation) return;
+  const OrientationFile& orientation = *mission.orientation;
+  page.Line("Orientation {}", Utf8(mission.settings.orientation));
+  page.Line("  {} stamped by {}, {} without a time; {} left out", Counted(orientation.readings.size(), "reading"),
+            orientation.byMasterClock ? "the master clock" : "date", orientation.untimed,
+            Counted(orientation.LinesLeftOut(), "line"));
+  PrintSpan(orientation.span, page);
+  PrintRanges(orientation.ranges, page);
 }
 
-void PrintDrops(const Summary& summary, Page& page) {
-  if (summary.drops.empty()) return;
-  page.Line("Dropped");
-  for (std::size_t i = 0; i < std::min(kDropsNamed, summary.drops.size()); ++i) {
-    const Drop& drop = summary.drops[i];
-    page.Line(
-        "  camera {}, {}, {}: {}", drop.camera,
-        drop.tick ? fmt::format("tick {:.0f}", *drop.tick) : fmt::format("number {}", drop.photoNumber.value_or(0)),
-        drop.time ? TimeText(*drop.time) : "no time", drop.reason);
+void PrintApplanix(const Mission& mission, Page& page) {
+  if (!mission.applanix) return;
+  const ApplanixExport& applanix = *mission.applanix;
+  page.Line("Applanix    {}", Utf8(mission.settings.applanix));
+  page.Line("  {}, mapping frame {}", Counted(applanix.samples.size(), "sample"),
+            applanix.frame.empty() ? "unknown" : applanix.frame);
+  if (applanix.unreadable > 0) page.Line("  {} could not be read", Counted(applanix.unreadable, "row"));
+  PrintSpan(applanix.span, page);
+  PrintBounds(applanix.bounds, page);
+}
+
+void PrintDrops(const Mission& mission, Page& page) {
+  std::size_t dropped = 0;
+  for (const auto& [event, time, photoNumber, difference, drop] : mission.exposures) {
+    if (!drop) continue;
+    if (dropped == 0) page.Line("Dropped");
+    if (++dropped > kDropsNamed) continue;
+    page.Line("  camera {}, {}, {}: {}", event.CameraID,
+              photoNumber ? fmt::format("number {}", *photoNumber) : fmt::format("tick {:.0f}", event.MasterTick),
+              time ? TimeText(*time) : "no time", TextOf(*drop));
   }
-  if (summary.drops.size() > kDropsNamed)
-    page.Line("  and {} more; {} names all", summary.drops.size() - kDropsNamed, kSummaryFile);
+  if (dropped > kDropsNamed) page.Line("  and {} more; {} lists all", dropped - kDropsNamed, WholeLists(mission));
 }
 
-void PrintLayers(const Summary& summary, Page& page) {
-  page.Line("Layers in {}", Utf8(summary.output));
-  for (const Layer& layer : summary.layers) page.Line("  {:<18}{}", layer.name, Counted(layer.records, "record"));
-  if (const TimeSpan& span = summary.photoSpan; span.first)
+void PrintLayers(const Mission& mission, Page& page) {
+  const auto& folder = mission.settings.output;
+  folder.empty() ? page.Line("Layers, not written") : page.Line("Layers in {}", Utf8(folder));
+  for (const Layer& layer : LayersOf(mission)) page.Line("  {:<18}{}", layer.name, Counted(layer.records, "record"));
+  if (const TimeSpan& span = mission.photoSpan; span.first)
     page.Line("  photos from {} to {} UTC", TimeText(*span.first), TimeText(*span.last));
-  PrintBounds(summary.photoBounds, page);
-  if (!summary.warnings.empty()) page.Line("{}: see {}", Counted(summary.warnings.size(), "warning"), kSummaryFile);
+  PrintBounds(mission.photoBounds, page);
+}
+
+/// Lists failures and doubts; counts warnings.
+void PrintFindings(const Mission& mission, Page& page) {
+  const auto& findings = mission.findings;
+  for (const Severity severity : {Severity::Failure, Severity::Doubt}) {
+    for (const Finding& finding : findings) {
+      if (finding.severity == severity) page.Line("{}: {}", WordFor(severity), finding.text);
+    }
+  }
+  const auto warnings = static_cast<std::size_t>(std::count_if(
+      findings.begin(), findings.end(), [](const Finding& finding) { return finding.severity == Severity::Warning; }));
+  if (warnings > 0) page.Line("{}: see {}", Counted(warnings, "warning"), WholeLists(mission));
 }
 
 }  // namespace
+}  // namespace kv::mission
 
-bool Summary::IsComplete() const {
-  if (!drops.empty() || (events && (events->LinesLeftOut() > 0 || events->timesDoubtful))) return false;
-  if (log && (log->dropped > 0 || log->cutAtLine)) return false;
-  if (pos && !pos->IsComplete()) return false;
-  if ((timestamps && !timestamps->skipped.empty()) || (applanix && !applanix->IsComplete())) return false;
-  if (timestamps && (inputs.pos || inputs.applanix) && !positions) return false;
-  if (orientation && (orientation->LinesLeftOut() > 0 || orientation->untimed > 0)) return false;
-  return std::all_of(cameras.begin(), cameras.end(), [](const CameraSummary& camera) {
-    if (camera.sharpness && !camera.sharpness->ungraded.empty()) return false;
-    return camera.folder ? camera.pairing.unused.empty() : camera.read == 0;
-  });
-}
-
-std::string SummaryText(const Summary& summary) {
+std::string KVMission::SummaryText(const Mission& mission) {
+  using namespace kv::mission;
   Page page;
-  PrintTrajectory(summary, page);
-  PrintEvents(summary, page);
-  for (const auto& camera : summary.cameras) {
+  PrintTrajectory(mission, page);
+  PrintEvents(mission, page);
+  for (const Camera& camera : mission.cameras) {
     if (camera.folder) PrintPairing(camera, page);
     if (camera.sharpness) PrintSharpness(*camera.sharpness, page);
   }
-  if (summary.stations) PrintStations(*summary.stations, page);
-  PrintPositions(summary, page);
-  PrintLog(summary, page);
-  PrintOrientation(summary, page);
-  PrintApplanix(summary, page);
-  if (summary.pos) {
-    for (const auto& line : PosReportLines(*summary.pos)) page.Line("{}", line);
-  }
-  PrintDrops(summary, page);
-  PrintLayers(summary, page);
+  PrintStations(mission.stations, page);
+  PrintPositions(mission.positions, page);
+  PrintHousekeeping(mission, page);
+  PrintOrientation(mission, page);
+  PrintApplanix(mission, page);
+  if (mission.pos) page.Append(PosText(*mission.pos));
+  PrintDrops(mission, page);
+  PrintLayers(mission, page);
+  PrintFindings(mission, page);
   return page.Take();
 }
-
-}  // namespace kv::mission

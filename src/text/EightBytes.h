@@ -5,14 +5,14 @@
 #include <cstdint>
 #include <cstring>
 
-/// Texts eight bytes at a time, the first one lowest.
+/// Text read eight bytes at a time, the first byte lowest.
 namespace kv {
 
 static_assert(std::endian::native == std::endian::little);
 
 inline constexpr std::uint64_t kEachByte = 0x0101'0101'0101'0101;
 
-/// @param count  at most eight; behind them are zeros
+/// @param count  at most eight; the remaining bytes are zero
 inline std::uint64_t LoadBytes(const char* from, std::size_t count = sizeof(std::uint64_t)) {
   std::uint64_t bytes = 0;
   std::memcpy(&bytes, from, count);
@@ -21,13 +21,13 @@ inline std::uint64_t LoadBytes(const char* from, std::size_t count = sizeof(std:
 
 /// @return  the highest bit of every byte that is zero
 constexpr std::uint64_t ZeroBytes(std::uint64_t bytes) {
-  // No byte's sum carries into the next: exact for every one of them.
+  // No sum carries into the next byte, so the result is exact for every byte.
   constexpr std::uint64_t kLowBits = 0x7F * kEachByte;
   return ~(((bytes & kLowBits) + kLowBits) | bytes | kLowBits);
 }
 
 /// @param found  highest bits of bytes, as from `ZeroBytes`
-/// @return       the place of the first of them, eight if there is none
+/// @return       the index of the first, eight if there is none
 constexpr std::size_t FirstByte(std::uint64_t found) { return static_cast<unsigned>(std::countr_zero(found)) / 8; }
 
 }  // namespace kv

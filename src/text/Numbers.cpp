@@ -51,8 +51,8 @@ struct DigitRun {
   std::uint64_t number;
 };
 
-// The digits that a text starts with, behind those of a number; the number wraps beyond 19 of them. Four at a time do
-// not wait for each other.
+// Appends the leading digits of a text to a number, which wraps beyond 19 digits. Digits are taken four at a time so
+// that the steps do not wait for each other.
 template <class Char>
 DigitRun<Char> TakeDigits(const Char* at, const Char* end, std::uint64_t number = 0) {
   const auto digit = [&at](int i) { return static_cast<std::uint32_t>(at[i]) - '0'; };
@@ -68,17 +68,17 @@ DigitRun<Char> TakeDigits(const Char* at, const Char* end, std::uint64_t number 
 constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8, 1e9,
                                    1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18};
 constexpr std::ptrdiff_t kMostDigits = std::size(kPowersOfTen) - 1;
-constexpr std::uint64_t kLargestExact = std::uint64_t{1} << 53;  // of whole numbers that are doubles
+constexpr std::uint64_t kLargestExact = std::uint64_t{1} << 53;  // up to here every whole number is a double
 
 // The values of eight characters, each 0-9 if it is a digit.
 constexpr std::uint64_t DigitValues(std::uint64_t characters) { return characters ^ '0' * kEachByte; }
 
-// The highest bit of every byte that is no value of a digit; behind the first of them any bits.
+// The highest bit of every byte that is not a digit's value; bits after the first such byte are undefined.
 constexpr std::uint64_t OtherThanDigits(std::uint64_t values) {
   return ((values + (0x7F - 9) * kEachByte) | values) & 0x80 * kEachByte;
 }
 
-// The number of eight digits, by their values: pairs, fours, all.
+// The number of eight digits from their values: joins pairs, then fours, then all.
 constexpr std::uint64_t NumberOf(std::uint64_t values) {
   values = (values * 10 + (values >> 8)) & 0x00FF'00FF'00FF'00FF;
   values = (values * 100 + (values >> 16)) & 0x0000'FFFF'0000'FFFF;
@@ -91,15 +91,14 @@ struct DecimalParts {
   std::size_t decimals;
 };
 
-// Up to seven digits, a point and digits, four to sixteen characters: most numbers of a field file. Nothing for any
-// other text.
+// Accepts up to seven digits, a point and digits, four to sixteen characters in all: most numbers of a field file.
 std::optional<DecimalParts> SplitShort(std::string_view text) {
   constexpr std::size_t kWord = sizeof(std::uint64_t), kHalf = kWord / 2;
   const std::size_t size = text.size();
   if (size < kHalf || size > 2 * kWord) return std::nullopt;
   const char *begin = text.data(), *end = begin + size;
-  // The first and the last eight bytes, which may be the same ones. A shorter text comes in two halves, as it must not
-  // be read beyond its ends.
+  // The first and the last eight bytes, which may overlap. A shorter text is loaded in two halves, since nothing beyond
+  // its ends may be read.
   std::uint64_t first, last;
   if (size >= kWord) {
     first = LoadBytes(begin);
@@ -113,7 +112,7 @@ std::optional<DecimalParts> SplitShort(std::string_view text) {
   const std::size_t decimals = size - point - 1;
   if (point == 0 || point >= kWord || decimals == 0 || decimals > 2 * kWord || begin[point] != '.') return std::nullopt;
 
-  const std::size_t others = 8 * (kWord - std::min(decimals, kWord));  // bits in front of the fraction
+  const std::size_t others = 8 * (kWord - std::min(decimals, kWord));  // bits before the fraction
   const std::uint64_t lastDecimals = DigitValues(last) >> others << others;
   if (OtherThanDigits(lastDecimals) != 0) return std::nullopt;
   std::uint64_t fraction = NumberOf(lastDecimals);
@@ -181,7 +180,7 @@ bool StartsHexadecimal(std::string_view digits) {
   return isHexDigit(digits[2]) || (digits[2] == '.' && digits.size() > 3 && isHexDigit(digits[3]));
 }
 
-// "nan", in any case of letters, also with anything between "(" and ")" behind it.
+// "nan" in any letter case, with or without "(anything)" after it.
 template <class Char>
 bool IsNan(std::basic_string_view<Char> text) {
   const auto isLetter = [](Char c, char letter) { return c == letter || c == letter - 'a' + 'A'; };
@@ -189,8 +188,8 @@ bool IsNan(std::basic_string_view<Char> text) {
   return isBare && isLetter(text[0], 'n') && isLetter(text[1], 'a') && isLetter(text[2], 'n');
 }
 
-// Whether a decimal number beyond the range of a double is too small for it rather than too large: its first
-// significant digit tells.
+// Whether a decimal number outside the range of a double is too small rather than too large, by the place of its first
+// significant digit.
 bool IsTooSmall(std::string_view number) {
   const std::size_t mantissaEnd = std::min(number.find_first_of("eE"), number.size());
   const std::string_view mantissa = number.substr(0, mantissaEnd);
@@ -200,7 +199,7 @@ bool IsTooSmall(std::string_view number) {
   return point - firstDigit + LeadingInteger(exponent) < 0;
 }
 
-// A number or infinity without a sign that is the whole of the text.
+// The whole text as a number or infinity without a sign.
 template <class Char>
 std::optional<double> UnsignedDouble(std::basic_string_view<Char> text) {
   std::string buffer;
@@ -213,7 +212,6 @@ std::optional<double> UnsignedDouble(std::basic_string_view<Char> text) {
   return IsTooSmall(number) ? std::optional(0.0) : std::nullopt;
 }
 
-// Of a magnitude without a sign.
 double WithSign(double magnitude, bool negative) {
   return std::bit_cast<double>(std::bit_cast<std::uint64_t>(magnitude) | std::uint64_t{negative} << 63);
 }
@@ -224,7 +222,7 @@ std::wstring Widened(std::string_view bytes) {
   return wide;
 }
 
-// A text that is no short decimal.
+// Reads a text that is not a short decimal.
 template <class Char>
 bool ReadOtherDouble(std::basic_string_view<Char> text, bool negative, double& number) {
   const auto magnitude = IsNan(text) ? std::numeric_limits<double>::quiet_NaN() : UnsignedDouble(text);
@@ -256,7 +254,7 @@ bool ReadInteger(std::basic_string_view<Char> text, std::int64_t& number) {
   return true;
 }
 
-// Of the number that the text starts with, which has no sign.
+// Reads the number at the start of the text, which has no sign.
 double LeadingMagnitude(std::string_view text) {
   if (text.starts_with('-')) text = {};
   const bool hexadecimal = StartsHexadecimal(text);

@@ -9,15 +9,15 @@
 /// rule depends on the process locale.
 namespace kv {
 
-/// Lenient: blanks, one sign, then decimal digits (of any script) as far as they go; no digits give 0, values beyond 32
-/// bits the nearest limit.
+/// Lenient: blanks, at most one sign, then decimal digits (of any script) as far as they go. Without digits the result
+/// is 0; a value beyond 32 bits gives the nearest limit.
 int LeadingInteger(std::wstring_view text);
 int LeadingInteger(std::string_view ansi);
 
-/// What `WholeInteger` and `WholeDouble` below ask, which are inline: an optional handed back by a call is written and
-/// read in pieces of different size, and the processor waits.
-/// @param number  unchanged where there is none
-/// @return        whether there is one
+/// Out-of-line core of `WholeInteger` and `WholeDouble`. Writes through a reference: returning an optional costs a
+/// store-forwarding stall.
+/// @param number  unchanged unless the text is a number
+/// @return        whether the text is a number
 bool ReadWhole(std::wstring_view text, std::int64_t& number);
 bool ReadWhole(std::string_view ansi, std::int64_t& number);
 bool ReadWhole(std::wstring_view text, double& number);
@@ -33,29 +33,30 @@ std::optional<Number> Whole(Text text) {
 inline std::optional<std::int64_t> WholeInteger(std::wstring_view text) { return Whole<std::int64_t>(text); }
 inline std::optional<std::int64_t> WholeInteger(std::string_view ansi) { return Whole<std::int64_t>(ansi); }
 
-/// What fits 32 bits, else nothing.
+/// The value if it fits 32 bits, else nothing.
 constexpr std::optional<std::int32_t> Within32Bits(std::optional<std::int64_t> value) {
   if (!value || static_cast<std::int32_t>(*value) != *value) return std::nullopt;
   return static_cast<std::int32_t>(*value);
 }
 
-/// As `WholeInteger` with the range of 32 bits.
+/// Like `WholeInteger`, limited to 32 bits.
 inline std::optional<std::int32_t> WholeInteger32(std::wstring_view text) { return Within32Bits(WholeInteger(text)); }
 inline std::optional<std::int32_t> WholeInteger32(std::string_view ansi) { return Within32Bits(WholeInteger(ansi)); }
 
-/// Strict: the whole text is a decimal number with at most one sign, digits on one side of the point at least, and an
-/// exponent that has digits; or "inf", "infinity", "nan", "nan(anything)" in any case of letters; else nothing. The
-/// nearest double; what is too small becomes zero, what is too large is no number.
+/// Strict: the whole text is a decimal number with at most one sign, digits on at least one side of the point and, if
+/// it has an exponent, digits there; or "inf", "infinity", "nan", "nan(anything)" in any letter case; else nothing.
+/// Gives the nearest double. A number too small for a double becomes zero; one too large gives nothing.
 inline std::optional<double> WholeDouble(std::wstring_view text) { return Whole<double>(text); }
 inline std::optional<double> WholeDouble(std::string_view ansi) { return Whole<double>(ansi); }
 
-/// As `WholeDouble`, but neither infinity nor NaN.
-inline std::optional<double> FiniteNumber(std::string_view ansi) {
-  const auto number = WholeDouble(ansi);
+/// Like `WholeDouble`, but refuses infinity and NaN.
+template <class Text>
+std::optional<double> FiniteNumber(const Text& text) {
+  const auto number = WholeDouble(text);
   return number && std::isfinite(*number) ? number : std::nullopt;
 }
 
-/// Strict: one to nine decimal digits and nothing else, so no sign either.
+/// Strict: one to nine decimal digits and nothing else, not even a sign.
 constexpr std::optional<int> Digits(std::string_view text) {
   if (text.empty() || text.size() > 9) return std::nullopt;
   int number = 0;
@@ -66,19 +67,19 @@ constexpr std::optional<int> Digits(std::string_view text) {
   return number;
 }
 
-/// A text of digits, a point and digits, of 18 digits at the most.
+/// The parts of a text of digits, a point and digits, with at most 18 digits.
 struct PlainDecimal {
   std::uint64_t whole;
-  double fraction;  // the double nearest to the text from its point on
+  double fraction;  // the double nearest to the text from the point on
 };
 
-/// Nothing for a text of any other form.
+/// @return nothing for a text of any other form
 std::optional<PlainDecimal> SplitDecimal(std::string_view ansi);
 
 /// The number at the start of the text, as `std::stod` reads it in the C locale: blanks, sign, decimal or hexadecimal
-/// digits with exponent, infinity, NaN; what follows is ignored. Subnormal values are numbers like others.
+/// digits with exponent, infinity, NaN; the rest is ignored. Subnormal values are accepted.
 /// @throws std::invalid_argument "invalid stod argument" when there is no number
-/// @throws std::out_of_range "stod argument out of range" when it is too large, or rounds to zero and is not
+/// @throws std::out_of_range "stod argument out of range" when it is too large, or not zero but rounds to zero
 double LeadingDouble(std::wstring_view text);
 double LeadingDouble(std::string_view ansi);
 

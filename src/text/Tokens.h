@@ -12,8 +12,8 @@
 /// Lines split into tokens.
 namespace kv {
 
-/// The characters that separate fields, each below U+0040, as tab, blank and comma are. Bytes of that value are no part
-/// of any other character of an ANSI code page.
+/// Characters that separate fields, each below U+0040, such as tab, blank and comma. In an ANSI code page bytes of
+/// these values are never part of another character.
 template <std::size_t kCount>
 class Delimiters {
  public:
@@ -28,7 +28,7 @@ class Delimiters {
     return code < 64 && (bits_ >> code & 1) != 0;
   }
 
-  /// @param eightBytes  of a text, the first one lowest
+  /// @param eightBytes  of a text, the first byte lowest
   /// @return            the highest bit of every byte that is a delimiter
   constexpr std::uint64_t In(std::uint64_t eightBytes) const {
     std::uint64_t found = 0;
@@ -43,7 +43,7 @@ class Delimiters {
 template <std::size_t kSize>
 Delimiters(const char (&)[kSize]) -> Delimiters<kSize - 1>;
 
-/// Splits a line; empty fields give no token, so later tokens move forward.
+/// Splits a line. Empty fields give no token, so later tokens move forward.
 /// @param tokens  filled from the start; tokens beyond its size are dropped
 /// @return        the tokens found
 template <std::size_t kCount>
@@ -59,7 +59,7 @@ std::span<std::wstring_view> Tokenise(std::wstring_view line, Delimiters<kCount>
   return tokens.first(count);
 }
 
-/// Like the other, for bytes, eight at a time. `tokens` must not be empty.
+/// Splits a line of bytes, eight at a time. `tokens` must not be empty.
 template <std::size_t kCount>
 std::span<std::string_view> Tokenise(std::string_view line, Delimiters<kCount> delimiters,
                                      std::span<std::string_view> tokens) {
@@ -80,7 +80,7 @@ std::span<std::string_view> Tokenise(std::string_view line, Delimiters<kCount> d
   for (; end - at >= kBytes; at += kBytes) {
     if (!takeEach(LoadBytes(at))) return tokens;
   }
-  // NUL, behind the line's end, is no delimiter.
+  // The zeros that pad the last bytes are not delimiters.
   if (at != end && !takeEach(LoadBytes(at, static_cast<std::size_t>(end - at)))) return tokens;
   if (begin < end) *token++ = {begin, end};
   return {tokens.data(), token};

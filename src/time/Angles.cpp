@@ -9,7 +9,7 @@
 namespace kv {
 namespace {
 
-// Truncated toward zero; what does not fit 32 bits is the value that the platform's conversion gives for it.
+// Truncates toward zero. A value that does not fit 32 bits gives the result of the platform's conversion.
 int TruncatedToInt(double value) {
   const double whole = std::trunc(value);
   constexpr double kTwo31 = 2147483648.0;

@@ -4,7 +4,7 @@
 
 namespace kv {
 
-/// `KVUtilities::NMEA_DMtoDD` on a view of wide text, or of bytes of the ANSI code page.
+/// `KVUtilities::NMEA_DMtoDD` for a view of wide text or of bytes in the ANSI code page.
 double DegreesFromNmea(std::wstring_view text, wchar_t hemisphere);
 double DegreesFromNmea(std::string_view ansi, char hemisphere);
 

@@ -9,8 +9,8 @@ namespace kv {
 
 inline constexpr std::int64_t kTicksPerSecond = 10'000'000;
 
-/// seconds / 0.0000001 truncated toward zero, as 64 bits: from 2^63 to below 2^64 the unsigned value wraps into the
-/// sign; what fits neither range, NaN included, is 0x8000000000000000.
+/// seconds / 0.0000001 truncated toward zero, as 64 bits. From 2^63 to below 2^64 the unsigned value wraps into the
+/// sign; beyond that range, and for NaN, the result is 0x8000000000000000.
 std::int64_t SecondsToTicks(double seconds);
 
 constexpr std::uint64_t Ticks(const FILETIME& time) {
@@ -21,7 +21,7 @@ constexpr FILETIME FileTimeFromTicks(std::uint64_t ticks) {
   return {static_cast<std::uint32_t>(ticks), static_cast<std::uint32_t>(ticks >> 32)};
 }
 
-/// 64-bit sum; wraps.
+/// 64-bit sum, which wraps.
 constexpr FILETIME AddTicks(const FILETIME& time, std::int64_t ticks) {
   return FileTimeFromTicks(Ticks(time) + static_cast<std::uint64_t>(ticks));
 }
@@ -32,14 +32,14 @@ constexpr double SecondsBetween(const FILETIME& a, const FILETIME& b) {
   return static_cast<double>(first > second ? first - second : second - first) / kTicksPerSecond;
 }
 
-/// The calendar time's file time, or zero when it has none; and the other way round.
+/// Conversions between calendar time and file time that give zero for an invalid time.
 FILETIME FileTimeOrZero(const SYSTEMTIME& time);
 SYSTEMTIME SystemTimeOrZero(const FILETIME& time);
 
 /// Adjusted GPS seconds of a UTC file time.
 double AdjGpsSeconds(const FILETIME& timeUTC);
 
-/// Gives a record a UTC time in all three forms.
+/// Sets a record's UTC time in all three forms.
 template <class Record>
 void SetTime(FILETIME timeUTC, Record& record) {
   record.TimeUTC = timeUTC;

@@ -5,8 +5,8 @@
 
 namespace kv {
 
-/// The days at whose beginning a leap second had just been inserted since GPS time began; GPS time gains one second on
-/// UTC at each. Source: IERS Bulletin C, as in the leap-seconds.list of the IANA time zone database.
+/// The days that follow a leap second, since GPS time began; at each, GPS time gains one second on UTC. Source: IERS
+/// Bulletin C, as in the leap-seconds.list of the IANA time zone database.
 inline constexpr auto kLeapSecondDays = [] {
   using namespace std::chrono;
   return std::to_array<sys_days>({

@@ -40,7 +40,7 @@ std::int64_t GpsFromUtc(std::int64_t utc) {
 }
 
 struct Utc {
-  std::int64_t seconds;  // since the GPS epoch, 86,400 a day; during a leap second those of the second that follows
+  std::int64_t seconds;  // since the GPS epoch, 86,400 a day; during a leap second those of the following second
   bool isLeapSecond;
 };
 
@@ -56,7 +56,7 @@ Utc UtcFromGps(std::int64_t gps) {
 
 struct Instant {
   std::int64_t gpsSeconds;  // since the GPS epoch
-  std::int64_t ticks;       // 0 to 10,000,000; a full second stands for a fraction that rounds up to it
+  std::int64_t ticks;       // 0 to 10,000,000; a full second if the fraction rounds up to it
 };
 
 std::optional<Instant> Split(double adjGpsSeconds) {
@@ -78,8 +78,6 @@ void PutDigits(int number, std::string& text, std::size_t begin, std::size_t cou
 }
 
 }  // namespace
-
-void TimeConverter::Init() {}  // the leap seconds are compiled in
 
 void TimeConverter::WindowsFiletimeToAdjGPSSecs(std::int64_t fileTime, double& adjGpsSeconds) {
   const std::int64_t seconds = FloorDiv(fileTime, kv::kTicksPerSecond);
@@ -146,7 +144,7 @@ void TimeConverter::UTCToGPSWeekSecs(const std::string& utc, std::int32_t& week,
   const std::int64_t day = (sys_days{date} - kGpsEpoch).count();
   const std::int64_t utcSeconds = day * kSecondsPerDay + (*hour * 60 + *minute) * 60 + *second - (isLeapSecond ? 1 : 0);
   const std::int64_t gps = GpsFromUtc(utcSeconds) + (isLeapSecond ? 1 : 0);
-  if (isLeapSecond && GpsFromUtc(utcSeconds + 1) != gps + 1) return;  // no leap second stands there
+  if (isLeapSecond && GpsFromUtc(utcSeconds + 1) != gps + 1) return;  // there is no leap second at this time
   const std::int64_t gpsWeek = FloorDiv(gps, kSecondsPerWeek);
   week = static_cast<std::int32_t>(gpsWeek);
   // One division of whole microseconds, so that the result is the double nearest to the decimal text.

@@ -8,23 +8,20 @@
 /// known leap second they keep its offset.
 class TimeConverter {
  public:
-  /// Prepares the converter; may be called any number of times.
-  static void Init();
-
   /// @param fileTime  UTC file time; any 64-bit value
   static void WindowsFiletimeToAdjGPSSecs(std::int64_t fileTime, double& adjGpsSeconds);
 
-  /// The way back: exact to the tick while the magnitude is below 2^29 s (September 1994 to September 2028), rounded to
-  /// the whole microsecond beyond. An instant inside a leap second gets the file time one second later, as that of the
-  /// day that follows.
+  /// The inverse: exact to the tick while the magnitude is below 2^29 s (September 1994 to September 2028), rounded to
+  /// the whole microsecond beyond. An instant inside a leap second gets the file time one second later, which belongs
+  /// to the following day.
   /// @param fileTime  receives 0x8000000000000000 for seconds at or beyond the ends of the 64-bit file time
   static void AdjGPSSecsToWindowsFiletime(double adjGpsSeconds, std::int64_t& fileTime);
 
   static void GPSWkSecsToAdjGPSSecs(std::int32_t week, double secondsOfWeek, double& adjGpsSeconds);
 
   /// Writes "YYYY-MM-DD hh:mm:ss", truncated; a leap second has second 60.
-  /// @param withFraction  append ".ffffff", the microseconds: truncated, beyond 2^29 s rounded, never up to the next
-  ///                      second
+  /// @param withFraction  appends ".ffffff", the microseconds: truncated, or rounded beyond 2^29 s, but never up to the
+  ///                      next second
   /// @param utc           receives an empty text outside the years 1-9999
   static void AdjGPSSecsToUTC(double adjGpsSeconds, bool withFraction, std::string& utc);
 

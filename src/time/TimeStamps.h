@@ -25,8 +25,13 @@ int TwoDigits(std::basic_string_view<Char> text, std::size_t begin) {
   return LeadingInteger(Piece(text, begin, 2));
 }
 
-/// What the digits of "YYYY-MM-DD hh:mm:ss" say, by position and unchecked; pieces that are missing or no numbers are
-/// 0. Day of week and milliseconds stay 0.
-SYSTEMTIME CalendarTime(std::wstring_view text);
+/// Reads "YYYY-MM-DD hh:mm:ss" by position, without checks; a missing or non-numeric piece gives 0. Day of week and
+/// milliseconds are 0.
+inline SYSTEMTIME CalendarTime(std::wstring_view text) {
+  const auto field = [&](std::size_t begin, std::size_t count) {
+    return static_cast<std::uint16_t>(LeadingInteger(Piece(text, begin, count)));
+  };
+  return {field(0, 4), field(5, 2), 0, field(8, 2), field(11, 2), field(14, 2), field(17, 2), 0};
+}
 
 }  // namespace kv

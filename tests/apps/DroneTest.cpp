@@ -3,14 +3,11 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "mission/inputs/TimestampFile.h"
-#include "photos/PhotoFolder.h"
 #include "support/CommandTest.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using Json = nlohmann::json;
 
 /// A line of a timestamp file in week 2178, which began on 2021-10-03; GPS is 18 s ahead of UTC.
 std::string Exposure(int number, const char* seconds, const char* latitude) {
@@ -42,32 +39,33 @@ class DroneTest : public CommandTest {
     for (const char* link : {"m/DJI_0001.JPG", "m/DJI_0004.JPG"}) fs::create_symlink("none", temp_.Path() / link);
     temp_.Write("sbet.txt", kExport);
     temp_.Write("bad.MRK", "no exposure\n");
+    const std::string header = std::string(kExport).substr(0, std::string(kExport).find(" 273850"));
+    temp_.Write("h.txt", header + "1 97.8 0 0\n2 98 0 0\n");
   }
-  Json Summary() { return Json::parse(temp_.Read("o/summary.json")); }
 };
 
 TEST_F(DroneTest, PhotosFindTheirExposuresByNumber) {
   EXPECT_EQ(Shell("$K run m -o o"), 3) << Errors();
   const Json summary = Summary();
   for (const char* absent : {"trajectory", "events", "stations", "positions"}) EXPECT_EQ(summary[absent], nullptr);
-  EXPECT_EQ(summary["mrk"]["linesSkipped"], 3);
-  EXPECT_EQ(summary["mrk"]["exposures"], 4);
+  EXPECT_EQ(summary["timestamps"]["linesSkipped"], 3);
+  EXPECT_EQ(summary["timestamps"]["exposures"], 4);
   const Json& camera = summary["cameras"][0];
   EXPECT_EQ(camera["pairedBy"], "number");
   EXPECT_EQ(camera["paired"], 3);
   EXPECT_EQ(camera["photosWithoutEvent"], (Json{"DJI_0004_V.Jpg", "DJI_0009_V.JPG"}));
   EXPECT_EQ(camera["sharpness"]["ungraded"].size(), 3u);  // none of the photos is a picture
   EXPECT_EQ(summary["dropped"], Json::parse(R"([{"camera": 1, "photoNumber": 4, "time": "2021-10-06T04:03:56.474Z",
-                                                 "reason": "no photo"}])"));
+                                                 "code": "no-photo", "reason": "no photo"}])"));
   ASSERT_EQ(summary["layers"].size(), 1u);
-  EXPECT_EQ(summary["layers"][0]["records"], 3);
+  EXPECT_EQ(LayerOf(summary, "photos")["records"], 3);
   EXPECT_NE(temp_.Read("o/photos.dbf").find((temp_.Path() / "m/DJI_0005_V.JPG").string()), std::string::npos);
   EXPECT_NE(temp_.Read("out").find("number 4"), std::string::npos);
 }
 
 TEST_F(DroneTest, PlacesComeFromThePostProcessedTrajectoryWhenWanted) {
   const std::string run = "$K run m -o o --overwrite --no-sharpness --applanix sbet.txt --max-gap 10 --position ";
-  for (const std::string position : {"mrk", "pos"}) {
+  for (const std::string position : {"timestamps", "post-processed"}) {
     EXPECT_EQ(Shell(run + position), 3) << Errors();
     const Json summary = Summary();
     EXPECT_EQ(summary["positions"]["used"], position);
@@ -76,14 +74,14 @@ TEST_F(DroneTest, PlacesComeFromThePostProcessedTrajectoryWhenWanted) {
     // 1 and 2 are 0.00001 degrees away; a degree of latitude has 110,993 m there (tables of the ellipsoid).
     EXPECT_NEAR(summary["positions"]["horizontal"]["medianMetres"], 1.10993, 2e-4);
     EXPECT_NEAR(summary["positions"]["vertical"]["largestMetres"], 2.0, 1e-9);
-    const bool isTaken = position == "pos";
-    EXPECT_EQ(summary["layers"][0]["records"], isTaken ? 2 : 3);
+    const bool isTaken = position == "post-processed";
+    EXPECT_EQ(LayerOf(summary, "photos")["records"], isTaken ? 2 : 3);
     EXPECT_NEAR(summary["photos"]["bounds"]["south"], isTaken ? 37.80002 : 37.80001, 1e-10);
     EXPECT_NEAR(summary["photos"]["bounds"]["highest"], isTaken ? 22.5 : 20.5, 1e-9);
     EXPECT_EQ(summary["dropped"].back()["photoNumber"], isTaken ? 5 : 4);
     EXPECT_EQ(summary["applanix"]["outOfRange"], 1);
     EXPECT_NE(Errors().find("2 single samples out of the order of time"), std::string::npos) << Errors();
-    EXPECT_NE(Errors().find("holds no date: taken to begin on 2021-10-06"), std::string::npos) << Errors();
+    EXPECT_NE(Errors().find("the header has no date: taken to begin on 2021-10-06"), std::string::npos) << Errors();
   }
   EXPECT_EQ(Summary()["dropped"].back()["reason"], "no place: after the last fix");
   EXPECT_EQ(Summary()["applanix"]["first"], "2021-10-06T04:03:52.000Z");
@@ -92,48 +90,37 @@ TEST_F(DroneTest, PlacesComeFromThePostProcessedTrajectoryWhenWanted) {
 }
 
 TEST_F(DroneTest, ExitCodesTellHowItWent) {
-  struct {
-    const char* script;
-    int code;
-    const char* said;  // part of what is on standard error
-  } const rows[] = {
-      {"$K run --mrk m/flight.MRK --photos m -o o --no-sharpness", 3, "1 exposure without a photo"},
-      {"cp m/flight.MRK alone.MRK; $K run --mrk alone.MRK -o p", 3, "stay without photos"},
-      {"$K run --mrk bad.MRK -o u", 1, "bad.MRK: no exposure in 1 line"},
-      {"$K run --mrk m/flight.MRK --applanix bad.MRK -o u", 1, "no sample"},
-      {"(head -n 5 sbet.txt; echo 1 97.8 0 0; echo 2 98 0 0) > h.txt; $K run m -o u --applanix h.txt --position pos", 1,
-       "h.txt: no usable sample"},
-      {"$K run m -o o --overwrite --applanix h.txt", 3, "h.txt: no usable sample: places are not compared"},
-      {"$K run m -o o --overwrite --no-sharpness --applanix sbet.txt --position pos 2> e; code=$?; cat e >&2;"
-       "grep -q 'post-processed trajectory gap of 10.0 s' e && ! grep -q 'inside trajectory gaps' e && exit $code",
+  const std::string fix = "echo '$GPGGA,120000,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,' > m/log; ";
+  ExpectEach({
+      {"$K run --timestamps m/flight.MRK --photos m -o o --no-sharpness", 3, "1 exposure without a photo"},
+      {"cp m/flight.MRK alone.MRK; $K run --timestamps alone.MRK -o p", 3, "stay without photos"},
+      {"$K run --timestamps bad.MRK -o u", 1, "bad.MRK: no exposure in 1 line"},
+      {"$K run --timestamps m/flight.MRK --applanix bad.MRK -o u", 1, "no sample"},
+      {"$K run m -o u --applanix h.txt --position post-processed", 1, "h.txt: no usable sample"},
+      {"$K run m -o o --applanix h.txt", 3, "h.txt: no usable sample: places are not compared"},
+      {"$K run m -o o --no-sharpness --applanix sbet.txt --position post-processed 2> e; code=$?; cat e >&2;"
+       "grep -q 'post-processed trajectory: gap of 10.0 s' e && ! grep -q 'inside trajectory gaps' e && exit $code",
        3, "4 exposures outside the post-processed trajectory"},
       {"(yes noise | head -n 50; printf '0,120000061021\\n5,31.5,2,0,1,3,0,0\\n9,120009061021\\n') > sparse;"
-       "$K run m -o o --overwrite --aos sparse --tolerance 1",
-       3, "50 lines left out, line 1, 2, 3, 4, 5, ...: without a stamp"},
-      {"mkfifo f; $K run --mrk f -o u", 1, "f: is no regular file"},
-      {"$K run m -o u --aos sbet.txt", 1, "no orientation reading"},
-      {"$K run m -o u --position pos", 2, "needs a post-processed trajectory"},
-      {"$K run m -o u --position neither", 2, "mrk or pos"},
-      {"$K run m -o u --log sbet.txt", 2, "a drone mission has"},
-      {"$K run --trajectory sbet.txt --photos m -o u", 2, "--mrk"},
-      {"mkdir r; cp m/flight.MRK r/summary.json; $K run --mrk r/summary.json -o r --overwrite", 2, "this input has"},
-      {"echo 'mrk = \"flight.MRK\"' > m/mission.toml; $K run m -o o --overwrite --no-sharpness --pair time --tolerance "
-       "1",
-       3, "without effect in a drone mission: --pair, --tolerance\n"},
-      {"rm m/mission.toml; echo '$GPGGA,120000,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,' > m/log;"
-       "$K run m -o o --overwrite --date 2024-05-01",
-       0, "flight.MRK: left aside"},
-      {"$K run m -o o --overwrite --date 2024-05-01 --applanix h.txt", 3, "h.txt: no usable sample"},
-      {"printf '2024-05-01 12:00:00,31.5,2,0,1,3,0,0\\nx\\n' > tilt;"
-       "$K run m -o o --overwrite --date 2024-05-01 --aos tilt",
-       3, "1 line left out, line 2: without a stamp"},
-      {"$K run m -o o --overwrite --mrk m/flight.MRK --no-sharpness", 3, "log: left aside: the mission is a drone's"},
-  };
-  for (const auto& [script, code, said] : rows) {
-    EXPECT_EQ(Shell(script), code) << script << Errors();
-    EXPECT_NE(Errors().find(said), std::string::npos) << script << Errors();
-    EXPECT_FALSE(fs::exists(temp_.Path() / "u")) << script;
-  }
+       "$K run m -o o --orientation sparse --tolerance 1",
+       3, "50 lines left out, without a stamp and seven numbers: line 1, 2, 3, 4, 5, ..."},
+      {"mkfifo f; $K run --timestamps f -o u", 1, "f: not a regular file"},
+      {"$K run m -o u --orientation sbet.txt", 1, "no orientation reading"},
+      {"$K run m -o u --position post-processed", 2, "post-processed needs a trajectory: give"},
+      {"$K run m -o u --position neither", 2, "timestamps or post-processed"},
+      {"$K run m -o u --housekeeping sbet.txt", 2, "a drone mission has"},
+      {"$K run --trajectory sbet.txt --photos m -o u", 2, "--timestamps"},
+      {"mkdir r; cp m/flight.MRK r/summary.json; $K run --timestamps r/summary.json -o r --overwrite", 2,
+       "overwrite this input"},
+      {"echo 'timestamps = \"flight.MRK\"' > m/mission.toml; $K run m -o o --no-sharpness --pair time --tolerance 1", 3,
+       "without effect in a drone mission: --pair, --tolerance\n"},
+      {fix + "$K run m -o o --date 2024-05-01", 0, "flight.MRK: left aside"},
+      {fix + "$K run m -o o --date 2024-05-01 --applanix h.txt", 3, "h.txt: no usable sample"},
+      {fix + "printf '2024-05-01 12:00:00,31.5,2,0,1,3,0,0\\nx\\n' > tilt;"
+             "$K run m -o o --date 2024-05-01 --orientation tilt",
+       3, "1 line left out, without a stamp and seven numbers: line 2"},
+      {fix + "$K run m -o o --timestamps m/flight.MRK --no-sharpness", 3, "log: left aside: the mission is a drone's"},
+  });
 }
 
 TEST_F(DroneTest, OrientationReadingsAreSummarised) {
@@ -148,16 +135,17 @@ TEST_F(DroneTest, OrientationReadingsAreSummarised) {
     int entries, untimed;
     const char* said;  // part of what is on standard error
   } const rows[] = {
-      {mark + dated, 2, 0, "1 line left out, line 2"},
-      {std::string(dated) + "2021-10-06 12:00:01,nan,inf,0,1,3,0,0\n", 3, 0, "2 readings that are no finite number"},
+      {mark + dated, 2, 0, "1 line left out, without a stamp and seven numbers: line 2"},
+      {std::string(dated) + "2021-10-06 12:00:01,nan,inf,0,1,3,0,0\n", 3, 0,
+       "2 readings are not a finite number, first in line 4"},
       {dated + std::string("2021-13-06 12:00:01,31,0,0,1,3,0,0\n"), 3, 1, "1 reading without a time"},
-      {mark + clocked, 2, 0, "1 line left out, line 3"},
-      {clocked + std::string("5,120002061321\n"), 2, 0, "1 heartbeat left out, line 6"},
+      {mark + clocked, 2, 0, "1 line left out, without a stamp and seven numbers: line 3"},
+      {clocked + std::string("5,120002061321\n"), 2, 0, "1 heartbeat left out, without a valid date and time: line 6"},
       {std::string("4294967290,31,0,0,1,3,0,0\n") + clocked, 3, 1, "1 reading before the first heartbeat"},
       {clocked + std::string("900000000,32,-9,0,1,3,0,0\n3000000,120003061021\n"), 2, 0,
-       "1 line left out, line 6: the tick is far"},
+       "1 line left out, tick far from those before and after: line 6"},
       {clocked + std::string("3000000,120003061021\n4000000,120004061021\n5000000,120005061099\n"), 2, 0,
-       "1 heartbeat left out, line 8: more than 0.5 s off"},
+       "1 heartbeat left out, more than 0.5 s off the others: line 8"},
       // The counter wraps between the heartbeats.
       {"4294000000,120000061021\n4294000000,31.5,2,0,1,3,0,0\nno reading\n532704,30,-1.25,0,1,3,0,0\n"
        "1032704,120002061021\n",
@@ -167,30 +155,13 @@ TEST_F(DroneTest, OrientationReadingsAreSummarised) {
     temp_.Write("m/tilt", content);
     EXPECT_EQ(Shell("$K run m -o o --overwrite --no-sharpness"), 3) << Errors();
     EXPECT_NE(Errors().find(said), std::string::npos) << Errors();
-    const Json aos = Summary()["aos"];
-    EXPECT_EQ(aos["entries"], entries) << content;
-    EXPECT_EQ(aos["withoutTime"], untimed) << content;
-    EXPECT_EQ(aos["linesSkipped"], 1) << content;
-    EXPECT_EQ(aos["readings"]["pitch"]["lowest"], Json::parse(lowestPitch)) << content;
-    EXPECT_EQ(aos["readings"]["boardTemperature"]["highest"]["value"], 31.5) << content;
+    const Json orientation = Summary()["orientation"];
+    EXPECT_EQ(orientation["entries"], entries) << content;
+    EXPECT_EQ(orientation["withoutTime"], untimed) << content;
+    EXPECT_EQ(orientation["linesSkipped"], 1) << content;
+    EXPECT_EQ(orientation["readings"]["pitch"]["lowest"], Json::parse(lowestPitch)) << content;
+    EXPECT_EQ(orientation["readings"]["boardTemperature"]["highest"]["value"], 31.5) << content;
   }
-}
-
-TEST(DronePhotos, AreNumberedAsTheLibraryNumbersThem) {
-  struct {
-    const char* name;
-    std::optional<int> number;
-  } const rows[] = {{"100_0067_0012.JPG", 12},
-                    {"DJI_20230816103011_0012_W.JPG", 12},
-                    {"DJI-0012_MS_G.JPG", 12},
-                    {"7.jpg", 7},
-                    {"x12.jpg", {}},
-                    {"12_W2.jpg", {}},
-                    {"_V.jpg", {}},
-                    {"", {}}};
-  for (const auto& [name, number] : rows) EXPECT_EQ(kv::mission::PhotoNumber(name), number) << name;
-  EXPECT_EQ(kv::mission::PhotoNameAt("/"), 1u);
-  EXPECT_EQ(kv::mission::PhotoNameAt("/a"), 3u);
 }
 
 /// Files of public collections, when they are there. The numbers are those of their description.
@@ -198,8 +169,8 @@ TEST_F(DroneTest, RealFilesPass) {
   const fs::path data(SHARED_DATA_FOLDER);
   if (!fs::exists(data / "mrk")) GTEST_SKIP() << "no shared data";
   for (const auto& [name, exposures] : {std::pair("m4e_anton4_sample", 5), std::pair("p4rtk_100_0067_Timestamp", 56)}) {
-    Shell("$K run -o o --overwrite --mrk " + (data / "mrk" / name).string() + ".MRK");
-    EXPECT_EQ(Summary()["layers"][0]["records"], exposures) << Errors();
+    Shell("$K run -o o --overwrite --timestamps " + (data / "mrk" / name).string() + ".MRK");
+    EXPECT_EQ(LayerOf(Summary(), "photos")["records"], exposures) << Errors();
   }
   EXPECT_EQ(Shell("$K info --json " + (data / "applanix/s251_sbet_subset.txt").string()), 0) << Errors();
   EXPECT_EQ(Json::parse(temp_.Read("out"))[0]["samples"], 335);

@@ -1,11 +1,13 @@
+#include <KVMission.h>
 #include <gtest/gtest.h>
 
-#include "base/Failure.h"
-#include "report/FileReport.h"
+#include <nlohmann/json.hpp>
+
 #include "support/TempFolder.h"
 
-namespace kv::mission {
 namespace {
+
+using Json = nlohmann::json;
 
 /// Whether a value has all that another one has; keys may be more.
 bool Holds(const Json& whole, const Json& part) {
@@ -46,6 +48,8 @@ TEST(Info, DescribesEveryKind) {
       {"events", "0,120000010524\n1,1\n2,7\nx\n5,120005010524\n",
        R"J({"kind": "system event file", "heartbeats": 2, "eventsByCamera": {"1": 1, "7": 1}, "linesSkipped": 1,
            "heartbeatGaps": [{"seconds": 5.0}], "first": "2024-05-01T12:00:00.000Z", "last": "2024-05-01T12:00:05.000Z"})J"},
+      {"box", "INFO,2024-05-01 11:59:00,CCU,31.5\nx\n",
+       R"J({"kind": "housekeeping log", "entries": 1, "linesSkipped": 1, "last": "2024-05-01T11:59:00.000Z"})J"},
       {"240501_120000.jpg", "\xFF\xD8\xFF\xD9",
        R"J({"kind": "photo (JPEG)", "timeInName": "2024-05-01T12:00:00.000Z", "timeInExif": null})J"},
       {"layer.shp", shape,
@@ -80,14 +84,15 @@ TEST(Info, DescribesEveryKind) {
       {"empty", "", R"J({"kind": "unknown", "bytes": 0})J"},
   };
   const TempFolder folder;
+  KVMission::Observer nobody;
   for (const auto& [name, content, expected] : rows) {
     folder.Write(name, content);
-    const Json description = DescribeFile(folder.Path() / name, 2.0);
-    EXPECT_TRUE(Holds(description, Json::parse(expected))) << name << description.dump();
-    EXPECT_NE(DescriptionText(description).find(description["kind"].get<std::string>()), std::string::npos);
+    const auto description = KVMission::DescribeFile(folder.Path() / name, 2.0, nobody);
+    const Json json = Json::parse(KVMission::DescriptionJson({description}))[0];
+    EXPECT_TRUE(Holds(json, Json::parse(expected))) << name << json.dump();
+    EXPECT_NE(KVMission::DescriptionText(description).find(description.kind), std::string::npos);
   }
-  EXPECT_THROW(DescribeFile(folder.Path(), 2.0), Failure);
+  EXPECT_THROW(KVMission::DescribeFile(folder.Path(), 2.0, nobody), KVMission::Failure);
 }
 
 }  // namespace
-}  // namespace kv::mission

@@ -10,12 +10,10 @@
 namespace {
 
 namespace fs = std::filesystem;
-using Json = nlohmann::json;
 
 /// A folder in which the command runs.
 class RunTest : public CommandTest {
  protected:
-  Json Summary(const std::string& folder = "o") { return Json::parse(temp_.Read(folder + "/summary.json")); }
   std::set<std::string> Names(const std::string& folder) {
     std::set<std::string> names;
     for (const auto& entry : fs::directory_iterator(temp_.Path() / folder))
@@ -65,13 +63,14 @@ TEST_F(RunTest, TurnsAMissionIntoLayersAndSaysWhatItDropped) {
   EXPECT_EQ(camera["pairedBy"], "time");
   EXPECT_NEAR(camera["largestDifferenceSeconds"], 0.5, 1e-3);
   EXPECT_EQ(summary["dropped"], Json::parse(R"([{"camera": 1, "tick": 31000000, "time": "2024-05-01T12:00:30.000Z",
+                                                 "code": "after-last-fix",
                                                  "reason": "no place: after the last fix"}])"));
   // 0.006 minutes of latitude a second: 0.5 s and 4.5 s after 48 degrees.
   EXPECT_NEAR(summary["photos"]["bounds"]["south"], 48 + 0.00005, 1e-9);
   EXPECT_NEAR(summary["photos"]["bounds"]["north"], 48 + 0.00045, 1e-9);
   EXPECT_NEAR(summary["photos"]["bounds"]["highest"], 540.0, 1e-9);
-  EXPECT_EQ(summary["layers"][2]["records"], 4);
-  EXPECT_EQ(summary["layers"][3]["records"], 3);
+  EXPECT_EQ(LayerOf(summary, "photos")["records"], 4);
+  EXPECT_EQ(LayerOf(summary, "stations")["records"], 3);
   EXPECT_EQ(summary["stations"]["paired"], 1);
   EXPECT_EQ(camera["sharpness"]["graded"], 0);  // none of the photos is a picture
   EXPECT_EQ(camera["sharpness"]["ungraded"][2]["photo"], "240501_120004.jpg");
@@ -82,23 +81,25 @@ TEST_F(RunTest, TurnsAMissionIntoLayersAndSaysWhatItDropped) {
 TEST_F(RunTest, ExitCodesTellHowItWent) {
   MakeMission();
   temp_.Write("two.nmea", "$GPGGA,235959,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*4F\n");
-  struct {
-    const char* script;
-    int code;
-    const char* said;  // part of what is on standard error
-  } const rows[] = {
+  const std::string whole = "sed -i /31000000/d m/clock.csv; ", one = "mv m/cam2 m/other; ";
+  ExpectEach({
       {"$K run m -o o -q", 3, ""},
-      {"$K run m -o o", 1, "--overwrite"},
-      {"$K run m -o o --overwrite -q && false; $K run m -o o --overwrite --events m/none", 1, "m/none: cannot be read"},
-      {"sed -i /31000000/d m/clock.csv && $K run m -o o --overwrite", 3, "could not be graded"},
-      {"$K run m -o o --overwrite --no-sharpness", 0, ""},
-      {"mv m/cam2 m/other && $K run m -o o --overwrite", 3, ""},
+      {"$K run m -o o -q; $K run m -o o", 1, "--overwrite"},
+      {"$K run m -o o -q; $K run m -o o -q --overwrite", 3, ""},
+      {"$K run m -o o -q; cp -r o before; $K run m -o o --overwrite --events m/none; code=$?\n"
+       "diff -r o before && exit $code",
+       1, "m/none: cannot be read"},
+      {whole + "$K run m -o o", 3, "could not be graded"},
+      {whole + "$K run m -o o --no-sharpness", 0, ""},
+      {whole + one + "$K run m -o o --no-sharpness", 3, ""},
       {"$K run m -o u --events two.nmea", 1, "two.nmea: no heartbeat and no camera event in 1 line"},
-      {"mkdir m/camera1 && $K run m -o p", 1, "cam1, camera1; choose with --cam1"},
+      {"mkdir m/camera1 && $K run m -o u", 1, "cam1, camera1; choose with --cam1"},
       {"$K run --trajectory m/rover.nmea -o t", 0, ""},
-      {"$K run --trajectory m/rover.nmea -o t/summary.json", 1, "t/summary.json"},
+      {"echo > t; $K run --trajectory m/rover.nmea -o t", 1, "t: "},
+      {"$K run --trajectory m/rover.nmea -o t; $K run --trajectory m/rover.nmea -o t/summary.json", 1,
+       "t/summary.json"},
       {"$K run --trajectory m -o u", 1, "m: cannot be read: Is a directory"},
-      {"$K run --trajectory m/clock.csv -o u", 1, "no usable fix in 6 lines: 6 that are no sentence"},
+      {"$K run --trajectory m/clock.csv -o u", 1, "no usable fix in 7 lines: 7 lines that are not NMEA sentences"},
       {"$K run --trajectory $K -o u", 1, "no usable fix"},
       {"$K run none -o u", 1, "none: no such folder"},
       {"$K run m -o u --max-gap 1,5", 2, "--max-gap"},
@@ -109,24 +110,66 @@ TEST_F(RunTest, ExitCodesTellHowItWent) {
       {"$K run m -o u -q -v", 2, "excludes"},
       {"$K run -o u", 2, "--trajectory"},
       {"$K run m -o ''", 2, "--output"},
-      {"rmdir m/camera1; mkdir r; cp m/clock.csv r/summary.json; $K run m --events r/summary.json -o r --overwrite", 2,
-       "this input has"},
-      {"cmp m/clock.csv r/summary.json", 0, ""},
-      {"$K run m -o o --overwrite --cam1 m/other --cam2 m/../m/other", 3, "both cameras have the photo folder"},
-      {"cp -r m 'm\\1'; $K run 'm\\1' -o u --cam1 'm\\1/other' --pair order", 1, "cannot have a backslash"},
-      {"touch m/other/._a.jpg; $K run m -o u --cam1 m/other --pair order", 1, "1 hidden file named .*.jpg"},
+      {"mkdir r; cp m/clock.csv r/summary.json; $K run m --events r/summary.json -o r --overwrite; code=$?\n"
+       "cmp m/clock.csv r/summary.json && exit $code",
+       2, "overwrite this input"},
+      {one + "$K run m -o o --cam1 m/other --cam2 m/../m/other", 3, "both cameras use the photo folder"},
+      {one + "cp -r m 'm\\1'; $K run 'm\\1' -o u --cam1 'm\\1/other' --pair order", 1, "cannot have a backslash"},
+      {one + "touch m/other/._a.jpg; $K run m -o u --cam1 m/other --pair order", 1, "1 hidden file named .*.jpg"},
       {"ln -s none m/mission.toml; $K run m -o u", 1, "mission.toml: cannot be read"},
-      {"$K rotate m --camera 1 --angle 90 --yes; code=$?; rm m/mission.toml; exit $code", 1, "toml: cannot be read"},
-      {"mkfifo f; $K info m/clock.csv f m/clock.csv", 1, "f: is no regular file"},
-      {"TMPDIR=/none $K info m/clock.csv", 1, "no folder for temporary files"},
+      {"ln -s none m/mission.toml; $K rotate m --camera 1 --angle 90 --yes", 1, "toml: cannot be read"},
+      {"mkfifo f; $K info m/clock.csv f m/clock.csv > list; code=$?; test $(grep -c clock.csv list) = 2 && exit $code",
+       1, "f: not a regular file"},
       {"echo camera1=1 > m/mission.toml; $K run m -o u", 2, "unknown key \"camera1\""},
       {"$K", 2, ""},
       {"$K run --help && $K --version", 0, ""},
-  };
-  for (const auto& [script, code, said] : rows) {
-    EXPECT_EQ(Shell(script), code) << script << Errors();
-    EXPECT_NE(Errors().find(said), std::string::npos) << script << Errors();
-    EXPECT_FALSE(fs::exists(temp_.Path() / "u")) << script;
+  });
+}
+
+/// What a mission.toml and the command line settle, by the gaps that the log then has: it pauses for 3 s once.
+TEST_F(RunTest, TheCommandLineDecidesBeforeTheMissionFileAndTheDefaults) {
+  MakeMission();
+  ASSERT_EQ(Shell("sed -i -e /12000[56]/d m/rover.nmea"), 0);
+  struct {
+    const char *file, *options;
+    std::size_t gaps;
+  } const rows[] = {{"", "", 1},
+                    {"max-gap = 0.5\n", "", 7},
+                    {"max-gap = 5\n", "", 0},
+                    {"max-gap = 0.5\n", " --max-gap 5", 0},
+                    {"", " --max-gap 0.5", 7}};
+  for (const auto& [file, options, gaps] : rows) {
+    temp_.Write("m/mission.toml", file);
+    EXPECT_EQ(Shell(std::string("$K run m -o o --overwrite -q") + options), 3) << file << options << Errors();
+    EXPECT_EQ(Summary()["trajectory"]["gaps"].size(), gaps) << file << options;
+  }
+}
+
+/// Making a file in a folder, even one that is gone again, changes the folder's time.
+TEST_F(RunTest, NoFileIsMadeOutsideTheOutputFolder) {
+  ASSERT_EQ(Shell("$K simulate m -q --minutes 1.2 --photo-size 16x16; mkdir tmp; find m tmp . -type d |"
+                  "xargs touch -d 2001-02-03"),
+            0);
+  ASSERT_EQ(Shell("export TMPDIR=$PWD/tmp; "
+                  "$K run m -o o -q; $K info m/*.* > /dev/null; touch -d 2001-02-03 .\n"
+                  "$K run m -o o -q --overwrite; $K info m/* > /dev/null\n"
+                  "find . -type d ! -path './o*' -newermt 2001-02-04"),
+            0);
+  EXPECT_EQ(temp_.Read("out"), "");
+  ExpectEach({{"TMPDIR=/none $K info m/events.txt", 0, ""}, {"TMPDIR=/none $K run m -o p", 3, ""}});
+}
+
+/// The engine's calendar is UTC, on days with and without a change of the local clock. The zone is that of Berlin, by its
+/// rule: names of zones need a database.
+TEST_F(RunTest, ResultsDoNotDependOnTheTimeZone) {
+  for (const std::string start : {"2024-03-31 00:58:30", "2024-10-27 00:58:30"}) {
+    ASSERT_EQ(
+        Shell("rm -rf m o berlin; $K simulate m -q --minutes 3 --photo-size 16x16 --names exif --start '" + start +
+              "'\nTZ=CET-1CEST,M3.5.0,M10.5.0/3 $K run m -o o -q; mv o berlin; TZ=UTC $K run m -o o -q\n"
+              "test -s o/photos.shp && diff -r o berlin"),
+        0)
+        << start << Errors() << temp_.Read("out");
+    EXPECT_EQ(Summary()["events"]["first"].get<std::string>().substr(0, 13), start.substr(0, 10) + "T00") << start;
   }
 }
 
@@ -136,17 +179,18 @@ TEST_F(RunTest, BringsTheLogOntoTheMap) {
               "INFO,2024-05-01 11:59:00,CCU,31.5\r\nERR,2024-05-01 12:00:05,CAM,failed\r\n"
               "INFO,2024-05-01 12:00:08,CCU,29.25\r\n");
   EXPECT_EQ(Shell("$K run m -o o --no-sharpness"), 3) << Errors();
-  const Json log = Summary()["log"];
+  const Json log = Summary()["housekeeping"];
   EXPECT_EQ(log["entries"], (Json{{"read", 3}, {"dropped", 0}}));
   EXPECT_EQ(log["errors"], Json::parse(R"(["ERR:  2024-05-01 12:00:05  :  CAM failed"])"));
   EXPECT_EQ(log["readings"], Json::parse(R"({"controlUnitTemperature": {
       "lowest": {"value": 29.25, "time": "2024-05-01T12:00:08.000Z"},
       "highest": {"value": 31.5, "time": "2024-05-01T11:59:00.000Z"}}})"));
-  EXPECT_EQ(Summary()["layers"][2], Json::parse("{\"name\": \"log_points\", \"file\": \"" +
-                                                (temp_.Path() / "o/log_points.shp").string() + "\", \"records\": 3}"));
+  EXPECT_EQ(LayerOf(Summary(), "log_points"),
+            Json::parse("{\"name\": \"log_points\", \"file\": \"" + (temp_.Path() / "o/log_points.shp").string() +
+                        "\", \"records\": 3}"));
   // Nothing of a log of another day is on the trajectory.
   EXPECT_EQ(Shell("sed -i s/05-01/05-02/ m/box.log; $K run m -o o --no-sharpness --overwrite"), 3);
-  EXPECT_EQ(Summary()["log"]["entries"]["dropped"], 3);
+  EXPECT_EQ(Summary()["housekeeping"]["entries"]["dropped"], 3);
   EXPECT_NE(Errors().find("3 of 3 entries dropped"), std::string::npos) << Errors();
 }
 
@@ -163,7 +207,6 @@ TEST_F(RunTest, FailedWritesLeaveTheOldResultsAlone) {
   MakeMission();
   ASSERT_EQ(Shell("$K run --trajectory m/rover.nmea -o o"), 0);
   const std::string before = temp_.Read("o/trajectory_points.dbf");
-  // One block of 512 bytes holds the scratch copies' first lines at most.
   EXPECT_EQ(Shell("ulimit -f 1; $K run m -o o --overwrite"), 1);
   EXPECT_EQ(Shell("ulimit -f 1; $K run m -o p"), 1);
   EXPECT_EQ(Names("o"), kTrajectoryFiles);
@@ -192,8 +235,8 @@ TEST_F(RunTest, NamesAreTextOfAnyKind) {
                   "$K run Ausflug* --no-sharpness -o '\xD0\xBE\xD1\x83\xD1\x82'"),
             0)
       << Errors();
-  EXPECT_EQ(Summary("\xD0\xBE\xD1\x83\xD1\x82")["layers"][2]["records"], 4);
-  EXPECT_NE(Errors().find("photo paths cannot be written whole"), std::string::npos) << Errors();
+  EXPECT_EQ(LayerOf(Summary("\xD0\xBE\xD1\x83\xD1\x82"), "photos")["records"], 4);
+  EXPECT_NE(Errors().find("photo paths do not fit PhotoPath"), std::string::npos) << Errors();
   // A name that is no UTF-8 at all; JSON has U+FFFD for its byte.
   ASSERT_EQ(Shell("mv Ausflug* 'b\xFF' && $K run b* --no-sharpness -o 'q\xFE' && mv q* plain"), 0) << Errors();
   EXPECT_EQ(Summary("plain")["mission"], "b\xEF\xBF\xBD");

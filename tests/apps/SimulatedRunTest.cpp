@@ -174,7 +174,7 @@ TEST(SimulatedRun, FindsTheExtremesOfTheOrientation) {
       ReadCsv("time,temperature,pitch,roll,heading,calibration,status,error\n" + temp.Read("m/orientation.txt"));
   std::set<double> rolls;
   for (const Row& row : rows) rolls.insert(Number(row, "roll"));
-  const auto aos = nlohmann::json::parse(temp.Read("o/summary.json"))["aos"];
+  const auto aos = nlohmann::json::parse(temp.Read("o/summary.json"))["orientation"];
   EXPECT_EQ(aos["entries"], rows.size());
   EXPECT_EQ(aos["first"], "2025-06-18T09:30:00.000Z");
   EXPECT_EQ(aos["last"], "2025-06-18T09:32:00.000Z");

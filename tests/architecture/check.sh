@@ -19,7 +19,7 @@ while read -r folder allowed; do
   done < <(grep -rE '^#include "' "src/$folder" || true)
 done <<'ROWS'
 platform platform
-base     base platform
+base     base time text platform
 text     text platform
 time     time text platform
 georef   georef time text base platform
@@ -40,6 +40,7 @@ src/export     shapefil\.h
 src/photos     opencv2/
 src/crs        gdal|ogr_|cpl_|proj\.h
 src/mission    toml
+src/report     nlohmann/
 apps/kvmission CLI/
 ROWS
 

@@ -14,9 +14,23 @@ cmake --build "$work/cmake" >/dev/null
 "$work/cmake/consumer"
 
 export PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name kvutilities.pc)")
-flags=$(pkg-config --define-prefix --cflags --libs kvutilities)
-# shellcheck disable=SC2086
-g++ -std=c++17 "$here/main.cpp" $flags -o "$work/pkg-config-consumer"
-LD_LIBRARY_PATH=$(pkg-config --define-prefix --variable=libdir kvutilities) "$work/pkg-config-consumer"
+build_with() { # PACKAGE SOURCE
+  # shellcheck disable=SC2046
+  g++ -std=c++17 "$2" $(pkg-config --cflags --libs "$1") -o "$work/$1-consumer"
+}
+build_with kvutilities "$here/main.cpp"
+build_with kvmission "$here/../../examples/run_mission.cpp"
+LD_LIBRARY_PATH=$(pkg-config --variable=libdir kvutilities)
+export LD_LIBRARY_PATH
+"$work/kvutilities-consumer"
 
 "$work/prefix/bin/kvmission" --version
+"$work/prefix/bin/kvmission" simulate "$work/mission" --minutes 1 --quiet
+# The example of the engine runs the mission, prints findings by severity and stops on a flag.
+for program in "$work/cmake/run_mission" "$work/kvmission-consumer"; do
+  status=0
+  "$program" "$work/mission" "$work/layers" || status=$?
+  [ "$status" = 3 ] || { echo "$program ended with $status instead of 3" >&2; exit 1; }
+  [ -s "$work/layers/photos.shp" ] && [ -s "$work/layers/summary.json" ]
+  rm -r "$work/layers"
+done

@@ -10,7 +10,6 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
-#include "base/Failure.h"
 #include "commands/Commands.h"
 #include "support/TempFolder.h"
 
@@ -41,8 +40,8 @@ inline double Number(const std::string& text) {
 /// Runs the command on the folder's "mission". @return its exit code; what fails otherwise is thrown
 inline int Simulate(const TempFolder& folder, const std::string& options) {
   CLI::App app;
-  int exitCode = -1;
-  AddSimulateCommand(app, exitCode);
+  kv::command::ExitCode exitCode{};
+  kv::command::AddSimulateCommand(app, exitCode);
   Words words{"kvmission", "simulate", "-q", (folder.Path() / "mission").string()};
   for (const std::string& word : Split(options, ' ')) {
     if (!word.empty()) words.push_back(word);
@@ -53,10 +52,10 @@ inline int Simulate(const TempFolder& folder, const std::string& options) {
     app.parse(static_cast<int>(arguments.size()), arguments.data());
   } catch (const CLI::ParseError&) {
     return 2;
-  } catch (const kv::mission::Failure& failure) {
-    return static_cast<int>(failure.Code());
+  } catch (const KVMission::Failure& failure) {
+    return static_cast<int>(kv::command::CodeFor(failure.Why()));
   }
-  return exitCode;
+  return static_cast<int>(exitCode);
 }
 
 struct Truth {

@@ -3,24 +3,65 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <filesystem>
+#include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 #include "support/TempFolder.h"
 
-/// A folder in which the command runs.
+/// Runs the command in a folder of its own.
 class CommandTest : public testing::Test {
  protected:
-  /// @param script  shell commands with kvmission as $K; what they write is in the files "out" and "err"
+  using Json = nlohmann::json;
+
+  struct Row {
+    std::string script;
+    int code;
+    std::string said;  // part of what is on standard error
+  };
+
+  /// @param script  shell commands, with kvmission as $K; their output goes to the files "out" and "err"
   /// @return        exit code of the last one
-  int Shell(const std::string& script) {
-    const std::string folder = temp_.Path().string();
-    temp_.Write("script", "cd '" + folder + "'\nK='" KVMISSION_PROGRAM "'\n" + script + "\n");
+  int Shell(const std::string& script) { return ShellIn(temp_, script); }
+  std::string Errors() { return temp_.Read("err"); }
+
+  /// Runs each row in its own copy of the folder as it now stands. None may make a folder "u".
+  void ExpectEach(const std::vector<Row>& rows) {
+    namespace fs = std::filesystem;
+    for (const auto& [script, code, said] : rows) {
+      const TempFolder copy;
+      fs::copy(temp_.Path(), copy.Path(), fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+      EXPECT_EQ(ShellIn(copy, script), code) << script << '\n' << copy.Read("err");
+      EXPECT_NE(copy.Read("err").find(said), std::string::npos) << script << '\n' << copy.Read("err");
+      EXPECT_FALSE(fs::exists(copy.Path() / "u")) << script;
+    }
+  }
+
+  Json Summary(const std::string& folder = "o") const { return Json::parse(temp_.Read(folder + "/summary.json")); }
+  /// @return null for a layer that the summary does not name
+  static Json LayerOf(const Json& summary, const std::string& name) {
+    const Json& layers = summary["layers"];
+    const auto found =
+        std::find_if(layers.begin(), layers.end(), [&](const Json& layer) { return layer["name"] == name; });
+    return found == layers.end() ? Json() : *found;
+  }
+  static std::size_t CountOf(const Json& summary, const std::string& code) {
+    const Json& all = summary["findings"];
+    return static_cast<std::size_t>(
+        std::count_if(all.begin(), all.end(), [&](const Json& finding) { return finding["code"] == code; }));
+  }
+
+  TempFolder temp_;
+
+ private:
+  static int ShellIn(const TempFolder& place, const std::string& script) {
+    const std::string folder = place.Path().string();
+    place.Write("script", "cd '" + folder + "'\nK='" KVMISSION_PROGRAM "'\n" + script + "\n");
     const int status =
         std::system(("sh '" + folder + "/script' > '" + folder + "/out' 2> '" + folder + "/err'").c_str());
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
-  std::string Errors() { return temp_.Read("err"); }
-
-  TempFolder temp_;
 };

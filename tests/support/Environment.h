@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-/// Gives an environment variable a value, or with null none, as long as it lives.
+/// Sets an environment variable, or with null unsets it, during its lifetime.
 class ScopedVariable {
  public:
   ScopedVariable(const char* name, const char* value) : name_(name) {

@@ -10,8 +10,8 @@
 #include "support/Environment.h"
 #include "support/TempFolder.h"
 
-/// Geodetic data of a test's own, in force as long as it lives: the build's, with a lookup file and grids written here.
-/// GDAL remembers grids by name for the whole process, so every content has a name of its own.
+/// Geodetic data for one test: the build's data with a lookup file and grids written here. GDAL caches grids by name
+/// for the whole process, so use a new name for every content.
 class GeodeticFolder {
  public:
   explicit GeodeticFolder(std::string_view lookup) {
@@ -30,7 +30,7 @@ class GeodeticFolder {
 
   void Write(const std::string& name, std::string_view content) const { folder_.Write(kProj + ("/" + name), content); }
 
-  /// A geoid that lies everywhere from 48 to 49 degrees north and 15 to 16 east as high above the ellipsoid.
+  /// Writes a geoid of constant height above the ellipsoid, from 48 to 49 degrees north and 15 to 16 degrees east.
   void WriteGrid(const std::string& name, float metres) const {
     constexpr std::int32_t kRows = 11, kColumns = 11;
     std::string grid;

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-/// A folder of its own for one test, removed with everything in it at the end.
+/// A temporary folder for one test. The destructor removes it with its content.
 class TempFolder {
  public:
   TempFolder() {
@@ -23,13 +23,13 @@ class TempFolder {
   TempFolder& operator=(const TempFolder&) = delete;
 
   const std::filesystem::path& Path() const { return path_; }
-  /// The wide path of a UTF-8 name in the folder, or of the folder; `path::wstring` would ask the process locale.
+  /// The wide path of a UTF-8 name in the folder, or of the folder; `path::wstring` would use the process locale.
   std::wstring Wide(std::string_view name = {}) const {
     const std::u32string path = (name.empty() ? path_ : path_ / name).u32string();
     return {path.begin(), path.end()};
   }
 
-  /// Writes a file byte for byte and gives its path.
+  /// Writes a file byte for byte and returns its path.
   std::wstring Write(std::string_view name, std::string_view content) const {
     std::ofstream(path_ / name, std::ios::binary) << content;
     return Wide(name);

@@ -3,7 +3,7 @@
 #include <exception>
 #include <string>
 
-/// What the exception that `action` throws says; a fixed text when it throws none.
+/// The text of the exception that `action` throws; a fixed text if it does not throw.
 template <class Action>
 std::string ThrownText(Action action) {
   try {

@@ -13,7 +13,7 @@ inline SYSTEMTIME Calendar(int year, int month, int day, int hour = 0, int minut
   return {field(year), field(month), 0, field(day), field(hour), field(minute), field(second), field(milliseconds)};
 }
 
-/// Equal in every field but the day of week.
+/// Whether all fields except the day of week are equal.
 inline bool SameInstant(const SYSTEMTIME& a, const SYSTEMTIME& b) {
   const auto fields = [](const SYSTEMTIME& t) {
     return std::tie(t.wYear, t.wMonth, t.wDay, t.wHour, t.wMinute, t.wSecond, t.wMilliseconds);

@@ -1,11 +1,59 @@
 #pragma once
 
 #include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <charconv>
+#include <cmath>
+#include <optional>
+#include <string>
+
+#include "terminal/Messages.h"
+
+namespace kv::command {
 
 /// Each function adds one subcommand to the command line. Its callback does the work and stores the exit code.
-void AddRunCommand(CLI::App& app, int& exitCode);
-void AddInfoCommand(CLI::App& app, int& exitCode);
-void AddTransformCommand(CLI::App& app, int& exitCode);
-void AddGradeCommand(CLI::App& app, int& exitCode);
-void AddRotateCommand(CLI::App& app, int& exitCode);
-void AddSimulateCommand(CLI::App& app, int& exitCode);
+void AddRunCommand(CLI::App& app, ExitCode& exitCode);
+void AddInfoCommand(CLI::App& app, ExitCode& exitCode);
+void AddTransformCommand(CLI::App& app, ExitCode& exitCode);
+void AddGradeCommand(CLI::App& app, ExitCode& exitCode);
+void AddRotateCommand(CLI::App& app, ExitCode& exitCode);
+void AddSimulateCommand(CLI::App& app, ExitCode& exitCode);
+
+/// Options that several commands have.
+struct CommonOptions {
+  unsigned jobs = 0;
+  bool quiet = false, verbose = false;
+
+  Verbosity Wanted() const { return quiet ? Verbosity::Quiet : verbose ? Verbosity::Verbose : Verbosity::Normal; }
+};
+inline void AddJobsOption(CLI::App& command, CommonOptions& options, const std::string& what) {
+  command.add_option("--jobs", options.jobs, what + " (default: as many as there are processors)")
+      ->check(CLI::Range(1u, 1024u));
+}
+inline void AddVerbosity(CLI::App& command, CommonOptions& options) {
+  auto* quiet = command.add_flag("-q,--quiet", options.quiet, "say nothing but errors (and JSON when asked for)");
+  command.add_flag("-v,--verbose", options.verbose, "say more")->excludes(quiet);
+}
+
+/// A finite decimal number that is the whole text, whatever the locale.
+inline std::optional<double> ReadNumber(const std::string& text) {
+  const char *const end = text.data() + text.size(), *begin = text.data() + (text.starts_with('+') ? 1 : 0);
+  double number = 0;
+  const auto [read, error] = std::from_chars(begin, end, number);
+  return error == std::errc() && read == end && std::isfinite(number) ? std::optional(number) : std::nullopt;
+}
+
+/// Adds an option that stores a number, with `complaint` for what is not one or not wanted.
+template <typename Wanted>
+CLI::Option* AddNumber(CLI::App& command, const std::string& name, double& number, const std::string& help,
+                       const char* complaint, Wanted isWanted) {
+  const auto store = [=, &number](const std::string& text) {
+    const auto value = ReadNumber(text);
+    if (!value || !isWanted(*value)) throw CLI::ValidationError(name, complaint);
+    number = *value;
+  };
+  return command.add_option_function<std::string>(name, store, help);
+}
+
+}  // namespace kv::command

@@ -1,89 +1,74 @@
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
-
+#include <fmt/format.h>
 #include <cstdio>
 #include <exception>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "base/Failure.h"
-#include "base/Interrupt.h"
-#include "base/Log.h"
 #include "commands/Commands.h"
-#include "mission/Settings.h"
-#include "platform/FileNames.h"
-#include "report/FileReport.h"
-#include "report/GeodeticReport.h"
-#include "text/Numbers.h"
 
-namespace kv::mission {
+namespace kv::command {
 namespace {
+
+using KVMission::Failure;
 
 struct InfoOptions {
   std::vector<std::string> files;
-  double maxGap = kDefaultMaxGap;
+  double maxGapSeconds = KVMission::Settings().maxGapSeconds;
   bool json = false;
 };
 
-/// A file that cannot be described does not keep the others from it.
-std::optional<Json> Describe(const std::string& file, double maxGap) {
+/// Reports a file that cannot be described; the others are still described.
+std::optional<KVMission::FileDescription> Describe(const std::string& file, double maxGapSeconds) {
+  Messages messages(Verbosity::Quiet);  // findings are part of the description
   try {
-    return DescribeFile(file, maxGap);
+    return KVMission::DescribeFile(file, maxGapSeconds, messages);
   } catch (const Failure& failure) {
-    if (failure.Code() == ExitCode::Interrupted) throw;
+    if (failure.Why() == Failure::Reason::Stopped) throw;
     SayError(failure.what());
   } catch (const std::exception& fault) {
-    SayError(fmt::format("{}: {}", Utf8(std::filesystem::path(file)), fault.what()));
+    SayError(fmt::format("{}: {}", KVMission::Utf8(file), fault.what()));
   }
   return std::nullopt;
 }
 
-ExitCode InformOfGeodeticData(bool asJson) {
-  const Json data = DescribeGeodeticData();
-  fmt::print("{}", asJson ? Written(Json::array({data})) : GeodeticText(data));
-  return ExitCode::Good;
-}
-
 ExitCode Inform(const InfoOptions& options) {
   CatchInterrupts();
-  if (options.files.empty()) return InformOfGeodeticData(options.json);
+  if (options.files.empty()) {
+    fmt::print("{}", options.json ? KVMission::GeodeticDataJson() : KVMission::GeodeticDataText());
+    return ExitCode::Good;
+  }
+  std::vector<KVMission::FileDescription> all;
   ExitCode code = ExitCode::Good;
-  Json all = Json::array();
   for (const auto& file : options.files) {
-    auto description = Describe(file, options.maxGap);
+    auto description = Describe(file, options.maxGapSeconds);
     if (!description) {
       code = ExitCode::Failed;
     } else if (options.json) {
       all.push_back(std::move(*description));
     } else {
-      fmt::print("{}", DescriptionText(*description));
+      fmt::print("{}", KVMission::DescriptionText(*description));
     }
   }
-  if (options.json) fmt::print("{}", Written(all));
+  if (options.json) fmt::print("{}", KVMission::DescriptionJson(all));
   return code;
 }
 
 }  // namespace
-}  // namespace kv::mission
 
-void AddInfoCommand(CLI::App& app, int& exitCode) {
-  using namespace kv::mission;
+void AddInfoCommand(CLI::App& app, ExitCode& exitCode) {
   CLI::App& command = *app.add_subcommand("info", "Say what files are and hold");
   const auto options = std::make_shared<InfoOptions>();
   command.add_option("FILE", options->files,
                      "logs, event and timestamp files, POS and orientation files, exports, photos, Shapefiles; none: "
                      "the geodetic data in use");
-  const auto storeGap = [options](const std::string& text) {
-    const auto seconds = kv::FiniteNumber(text);
-    if (!seconds || *seconds <= 0) throw CLI::ValidationError("--max-gap", "must be a positive number of seconds");
-    options->maxGap = *seconds;
-  };
-  command.add_option_function<std::string>("--max-gap", storeGap, "longest pause that is no gap (default 2)")
+  AddNumber(command, "--max-gap", options->maxGapSeconds,
+            fmt::format("longest pause that is not a gap (default {})", options->maxGapSeconds),
+            "must be a positive number of seconds", [](double seconds) { return seconds > 0; })
       ->type_name("SECONDS");
   command.add_flag("--json", options->json, "print JSON: an array with an object for each file");
-  command.callback([options, &exitCode] { exitCode = static_cast<int>(Inform(*options)); });
+  command.callback([options, &exitCode] { exitCode = Inform(*options); });
 }
+
+}  // namespace kv::command

@@ -1,7 +1,4 @@
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
-
+#include <fmt/format.h>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
@@ -9,52 +6,45 @@
 #include <iostream>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <system_error>
 #include <vector>
 
-#include "base/Failure.h"
-#include "base/Interrupt.h"
-#include "base/Log.h"
 #include "commands/Commands.h"
-#include "mission/MissionFolder.h"
-#include "photos/PhotoFolder.h"
-#include "photos/PhotoRotation.h"
-#include "platform/FileNames.h"
-#include "platform/System.h"
-#include "text/Numbers.h"
+#include "terminal/Console.h"
 
-namespace kv::mission {
+namespace kv::command {
 namespace {
 
+using KVMission::Failure;
+using KVMission::Utf8;
+using KVMission::Visible;
 namespace fs = std::filesystem;
 
 struct RotateOptions {
-  std::string mission;
+  fs::path mission;
   int camera = 0;
   double angle = 0;  // degrees
-  std::optional<std::string> backup;
-  bool yes = false, quiet = false;
+  fs::path backup;   // empty for none
+  bool hasBackup = false, yes = false, quiet = false;
 };
 
-/// @return nothing when no backup is wanted
-std::optional<fs::path> BackupFolder(const RotateOptions& options) {
-  if (!options.backup) return std::nullopt;
-  return fs::path(*options.backup) / fmt::format("cam{}", options.camera);
+/// @return an empty path when no backup is wanted
+fs::path BackupFolder(const RotateOptions& options) {
+  return options.hasBackup ? options.backup / fmt::format("cam{}", options.camera) : fs::path();
 }
 
 /// In the mission's folder a backup would be the photos themselves, or a later run would take it for them.
 void RefuseBackupAmongPhotos(const RotateOptions& options, const fs::path& photos) {
   std::error_code notThere;
-  if (options.backup && (options.backup->empty() || fs::equivalent(*options.backup, options.mission, notThere) ||
-                         fs::equivalent(*BackupFolder(options), photos, notThere)))
-    throw Failure(fmt::format("--backup \"{}\": a backup needs a folder apart from the photos", *options.backup),
-                  ExitCode::WrongUsage);
+  if (options.hasBackup && (options.backup.empty() || fs::equivalent(options.backup, options.mission, notThere) ||
+                            fs::equivalent(BackupFolder(options), photos, notThere)))
+    throw Failure(fmt::format("--backup \"{}\": a backup needs a folder apart from the photos", Utf8(options.backup)),
+                  Failure::Reason::WrongUsage);
 }
 
-/// A photo is turned once, however many names in the folder lead to it: its own name stays, of links the first.
-std::vector<fs::path> EachOnce(const fs::path& folder, const std::vector<fs::path>& names, Log& log) {
+/// Keeps one name of each photo, so that it is turned once: its own, or else the first link to it.
+std::vector<fs::path> EachOnce(const fs::path& folder, const std::vector<fs::path>& names, bool quiet) {
   const auto photoOf = [&](const fs::path& name) {
     std::error_code unknown;
     const fs::path photo = fs::canonical(folder / name, unknown);
@@ -71,8 +61,9 @@ std::vector<fs::path> EachOnce(const fs::path& folder, const std::vector<fs::pat
     const fs::path& taken = nameOf.at(photoOf(name));
     if (taken == name) {
       once.push_back(name);
-    } else {
-      log.Warn("{}: skipped: it leads to the same photo as {}", Utf8(name), Utf8(taken));
+    } else if (!quiet) {
+      ShowText(fmt::format("kvmission: warning: {}: skipped: it leads to the same photo as {}\n", Visible(Utf8(name)),
+                           Visible(Utf8(taken))));
     }
   }
   return once;
@@ -80,17 +71,16 @@ std::vector<fs::path> EachOnce(const fs::path& folder, const std::vector<fs::pat
 
 /// Asks the user at the terminal.
 bool Agrees(const RotateOptions& options, std::size_t photos, const fs::path& folder) {
-  if (!StandardInputIsTerminal())
-    throw Failure("photos are rotated in place: --yes says that this is meant", ExitCode::WrongUsage);
-  ShowText(fmt::format("Rotate {} in {} in place by {} degrees{}? [y/N] ", Counted(photos, "photo"),
-                       Visible(Utf8(folder)), options.angle, options.backup ? "" : ", without a backup"));
+  if (!IsTerminal(stdin)) throw Failure("photos are rotated in place; confirm with --yes", Failure::Reason::WrongUsage);
+  ShowText(fmt::format("Rotate {} photo{} in {} in place by {} degrees{}? [y/N] ", photos, photos == 1 ? "" : "s",
+                       Visible(Utf8(folder)), options.angle, options.hasBackup ? "" : ", without a backup"));
   std::string answer;
   std::getline(std::cin, answer);
   ThrowIfInterrupted();
   return answer == "y" || answer == "Y" || answer == "yes";
 }
 
-/// Photos in order of their names, so that an interrupt leaves those before one rotated and the others as they were.
+/// Rotates photos in the order of their names: after an interrupt, all before one name are rotated and the rest are not.
 class Rotation {
  public:
   explicit Rotation(const RotateOptions& options) : options_(options), backup_(BackupFolder(options)) {}
@@ -113,19 +103,16 @@ class Rotation {
   /// @throws only what ends the run
   void Rotate(const fs::path& folder, const fs::path& name) {
     try {
-      RotatePhoto(folder / name, options_.angle, backup_);
+      KVMission::RotatePhoto(folder / name, options_.angle, backup_);
     } catch (const Failure& failure) {
-      if (failure.Code() == ExitCode::Interrupted) throw;
+      if (failure.Why() == Failure::Reason::Stopped) throw;
       Say(name, failure.what());
-      return;
-    } catch (const fs::filesystem_error& error) {
-      Say(name, error.code().message());
       return;
     }
     ++done_;
     if (options_.quiet) return;
     const std::string line = PathForOutput(folder / name) + '\n';
-    // Whatever happens next, it is told; where nobody can be told any more, the run ends.
+    // Every rotated photo is reported at once; if that is impossible, the run ends.
     if (std::fputs(line.c_str(), stdout) < 0 || std::fflush(stdout) != 0)
       throw Failure("standard output: " + std::generic_category().message(errno));
   }
@@ -137,46 +124,48 @@ class Rotation {
 
   void SayHowFar(const std::vector<fs::path>& names) const {
     const std::size_t next = done_ + failed_;
-    SayError(fmt::format("{} of {} rotated, {} failed{}", done_, Counted(names.size(), "photo"), failed_,
-                         next < names.size() ? "; as they were: from " + Utf8(names[next]) + " on" : ""));
+    SayError(fmt::format("{} of {} photo{} rotated, {} failed{}", done_, names.size(), names.size() == 1 ? "" : "s",
+                         failed_, next < names.size() ? "; as they were: from " + Utf8(names[next]) + " on" : ""));
   }
 
   const RotateOptions& options_;
-  std::optional<fs::path> backup_;
+  fs::path backup_;
   std::size_t done_ = 0, failed_ = 0;
 };
 
 ExitCode RotateCamera(const RotateOptions& options) {
   CatchInterrupts();
-  Log log(options.quiet ? Verbosity::Quiet : Verbosity::Normal);
-  const fs::path folder = FindCameraFolder(options.mission, options.camera, log);
+  Messages messages(options.quiet ? Verbosity::Quiet : Verbosity::Normal);
+  const fs::path folder = KVMission::FindCameraFolder(options.mission, options.camera, messages);
   RefuseBackupAmongPhotos(options, folder);
-  const auto names = EachOnce(folder, PhotosIn(folder), log);
-  if (names.empty()) throw Failure(Utf8(folder) + ": no photo in it");
+  const auto names = EachOnce(folder, KVMission::PhotosIn(folder), options.quiet);
+  if (names.empty()) throw Failure(Utf8(folder) + ": no photos in it");
   if (!options.yes && !Agrees(options, names.size(), folder)) throw Failure("nothing was rotated");
   return Rotation(options).Run(folder, names);
 }
 
 }  // namespace
-}  // namespace kv::mission
 
-void AddRotateCommand(CLI::App& app, int& exitCode) {
-  using namespace kv::mission;
+void AddRotateCommand(CLI::App& app, ExitCode& exitCode) {
   CLI::App& command = *app.add_subcommand("rotate", "Rotate the photos of one camera in place");
   const auto options = std::make_shared<RotateOptions>();
   command.add_option("MISSION", options->mission, "mission folder")->type_name("FOLDER")->required();
-  command.add_option("--camera", options->camera, "whose photos")->check(CLI::IsMember({1, 2}))->required();
-  const auto storeAngle = [options](const std::string& text) {
-    const auto angle = kv::FiniteNumber(text);
-    if (!angle || std::fmod(*angle, 360.0) == 0)
-      throw CLI::ValidationError("--angle", "must be a number of degrees that turns something");
-    options->angle = *angle;
-  };
-  command.add_option_function<std::string>("--angle", storeAngle, "degrees, positive counter-clockwise")
+  command.add_option("--camera", options->camera, "camera whose photos are rotated")
+      ->check(CLI::IsMember({1, 2}))
+      ->required();
+  AddNumber(command, "--angle", options->angle, "degrees, positive counter-clockwise",
+            "must be a number of degrees that turns something",
+            [](double angle) { return std::isfinite(angle) && std::fmod(angle, 360.0) != 0; })
       ->type_name("DEGREES")
       ->required();
-  command.add_option("--backup", options->backup, "folder that receives the photos as they were")->type_name("FOLDER");
+  const auto storeBackup = [options](const std::string& folder) {
+    options->backup = folder, options->hasBackup = true;
+  };
+  command.add_option_function<std::string>("--backup", storeBackup, "folder that receives the photos as they were")
+      ->type_name("FOLDER");
   command.add_flag("--yes", options->yes, "do not ask");
   command.add_flag("-q,--quiet", options->quiet, "say nothing but errors");
-  command.callback([options, &exitCode] { exitCode = static_cast<int>(RotateCamera(*options)); });
+  command.callback([options, &exitCode] { exitCode = RotateCamera(*options); });
 }
+
+}  // namespace kv::command

@@ -1,75 +1,85 @@
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
-
+#include <fmt/format.h>
 #include <cstdio>
 #include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
-#include "base/Failure.h"
-#include "base/Interrupt.h"
-#include "base/Log.h"
 #include "commands/Commands.h"
-#include "commands/JobsOption.h"
-#include "mission/Mission.h"
 
-namespace kv::mission {
+namespace kv::command {
 namespace {
 
+using KVMission::Failure;
+using KVMission::Settings;
+using Type = KVMission::SettingKey::Type;
+
 struct RunOptions {
-  std::string mission, output;
-  Settings settings;
-  unsigned jobs = 0;
-  bool overwrite = false, noSharpness = false, json = false, quiet = false, verbose = false;
+  std::string mission;
+  std::vector<std::pair<std::string, std::string>> given;  // settings by key
+  bool json = false;
+  CommonOptions common;
 };
 
-void AddSettings(CLI::App& command, Settings& settings) {
-  for (const auto& key : kSettingKeys) {
-    const auto store = [&key, &settings](const std::string& text) {
-      const std::string complaint = SetFromText(key.member, text, settings);
-      if (!complaint.empty()) throw CLI::ValidationError(std::string("--") + key.name, complaint);
+/// Every setting of the table, checked as it is given.
+void AddSettings(CLI::App& command, RunOptions& options) {
+  for (const auto& key : KVMission::SettingKeys()) {
+    const auto store = [name = std::string(key.name), &options](const std::string& text) {
+      try {
+        Settings trial;
+        KVMission::Set(trial, name, text);
+      } catch (const Failure& failure) {
+        throw CLI::ValidationError("--" + std::string(failure.what()));
+      }
+      options.given.emplace_back(name, text);
     };
-    command.add_option_function<std::string>(std::string("--") + key.name, store, key.help)->type_name(key.placeholder);
+    const std::string option = (std::string_view(key.name) == "output" ? "-o,--" : "--") + std::string(key.name);
+    if (key.type == Type::Flag) {
+      command.add_flag_callback(
+          option, [store] { store("true"); }, key.help);
+    } else {
+      command.add_option_function<std::string>(option, store, key.help)->type_name(key.placeholder);
+    }
   }
+  command.get_option("--output")->required();
+}
+
+/// The command line decides before the mission.toml.
+Settings SettingsFor(const RunOptions& options) {
+  Settings settings = options.mission.empty() ? Settings() : KVMission::SettingsOf(options.mission);
+  for (const auto& [key, text] : options.given) KVMission::Set(settings, key, text);
+  return settings;
 }
 
 ExitCode Run(const RunOptions& options) {
-  if (options.mission.empty() && !options.settings.trajectory && !options.settings.mrk)
-    throw Failure("give a mission folder, --trajectory FILE or --mrk FILE", ExitCode::WrongUsage);
-  if (options.output.empty()) throw Failure("--output: a path is missing", ExitCode::WrongUsage);
+  const Settings settings = SettingsFor(options);
+  if (settings.mission.empty() && settings.trajectory.empty() && settings.timestamps.empty())
+    throw Failure("give a mission folder, --trajectory FILE or --timestamps FILE", Failure::Reason::WrongUsage);
   CatchInterrupts();
-  Log log(options.quiet ? Verbosity::Quiet : options.verbose ? Verbosity::Verbose : Verbosity::Normal);
-  RunRequest request{{}, options.settings, options.output, options.overwrite, !options.noSharpness, options.jobs};
-  if (!options.mission.empty()) request.mission = options.mission;
-  const Summary summary = RunMission(request, log);
+  Messages messages(options.common.Wanted());
+  const KVMission::Mission mission = KVMission::RunMission(settings, messages);
   if (options.json) {
-    fmt::print("{}", SummaryJson(summary));
-  } else if (!options.quiet) {
-    fmt::print("{}", SummaryText(summary));
+    fmt::print("{}", KVMission::SummaryJson(mission));
+  } else if (!options.common.quiet) {
+    fmt::print("{}", KVMission::SummaryText(mission));
   }
-  return summary.IsComplete() ? ExitCode::Good : ExitCode::Unmatched;
+  return mission.complete ? ExitCode::Good : ExitCode::Unmatched;
 }
 
 }  // namespace
-}  // namespace kv::mission
 
-void AddRunCommand(CLI::App& app, int& exitCode) {
-  using namespace kv::mission;
+void AddRunCommand(CLI::App& app, ExitCode& exitCode) {
   CLI::App& command = *app.add_subcommand("run", "Turn a mission into GIS layers and a summary");
   const auto options = std::make_shared<RunOptions>();
   command
       .add_option("MISSION", options->mission,
-                  "mission folder; its files are found by content and name, or named in "
-                  "its mission.toml by the options' names")
+                  "mission folder; its files are found by content and name, or named in its mission.toml by the "
+                  "options' names")
       ->type_name("FOLDER");
-  command.add_option("-o,--output", options->output, "folder for the layers and summary.json")
-      ->type_name("FOLDER")
-      ->required();
-  AddSettings(command, options->settings);
-  command.add_flag("--overwrite", options->overwrite, "replace the results of an earlier run");
-  command.add_flag("--no-sharpness", options->noSharpness, "do not grade the photos");
-  AddJobsOption(command, options->jobs);
+  AddSettings(command, *options);
   command.add_flag("--json", options->json, "print the summary as JSON");
-  auto* quiet = command.add_flag("-q,--quiet", options->quiet, "say nothing but errors (and JSON when asked for)");
-  command.add_flag("-v,--verbose", options->verbose, "say more")->excludes(quiet);
-  command.callback([options, &exitCode] { exitCode = static_cast<int>(Run(*options)); });
+  AddVerbosity(command, options->common);
+  command.callback([options, &exitCode] { exitCode = Run(*options); });
 }
+
+}  // namespace kv::command

@@ -1,3 +1,5 @@
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -5,29 +7,19 @@
 #include <memory>
 #include <string>
 
-#include <fmt/format.h>
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
-
-#include "base/Failure.h"
-#include "base/Interrupt.h"
-#include "base/Log.h"
-#include "base/Progress.h"
 #include "commands/Commands.h"
-#include "platform/FileNames.h"
 #include "simulation/MissionTime.h"
 #include "simulation/SimulatedMission.h"
-#include "text/Numbers.h"
 
+namespace kv::command {
 namespace {
 
-using kv::mission::ExitCode;
-using kv::mission::Failure;
-using kv::simulation::Exposure;
-using kv::simulation::Firmware;
-using kv::simulation::MissionOptions;
-using kv::simulation::PhotoNames;
+using KVMission::Failure;
+using KVMission::Utf8;
+using simulation::Exposure;
+using simulation::Firmware;
+using simulation::MissionOptions;
+using simulation::PhotoNames;
 
 constexpr double kLongestMinutes = 600.0;                   // at 100 kHz the tick counter wraps after 11.9 hours
 constexpr int kSmallestPhoto = 16, kLargestPhoto = 20'000;  // pixels
@@ -60,17 +52,17 @@ bool ParsePhotoSize(std::string_view text, MissionOptions& mission) {
 }
 
 void ReadStart(const Arguments& arguments, MissionOptions& mission) {
-  const auto start = kv::simulation::ParseStart(arguments.start);
+  const auto start = simulation::ParseStart(arguments.start);
   if (!start) {
     throw CLI::ValidationError("--start", "not a time YYYY-MM-DD hh:mm:ss of the years 2000-2079: " + arguments.start);
   }
   mission.start = *start;
   const std::chrono::sys_seconds end = mission.start + mission.duration;
-  if (kv::simulation::LeapSeconds(mission.start) != kv::simulation::LeapSeconds(end)) {
+  if (simulation::LeapSeconds(mission.start) != simulation::LeapSeconds(end)) {
     throw CLI::ValidationError("--start", "a leap second falls into the mission");
   }
   if (std::chrono::year_month_day(std::chrono::floor<std::chrono::days>(end)).year() >
-      std::chrono::year(kv::simulation::kLastYear)) {
+      std::chrono::year(simulation::kLastYear)) {
     throw CLI::ValidationError("--start", "the mission ends after 2079");
   }
 }
@@ -99,19 +91,19 @@ MissionOptions ReadOptions(const Arguments& arguments) {
 }
 
 void CheckFolder(const std::filesystem::path& folder, bool overwrite) {
-  if (folder.empty()) throw Failure("a folder for the mission is missing", ExitCode::WrongUsage);
+  if (folder.empty()) throw Failure("a folder for the mission is missing", Failure::Reason::WrongUsage);
   if (!std::filesystem::exists(folder)) return;
-  if (!std::filesystem::is_directory(folder)) throw Failure(kv::Utf8(folder) + ": is no folder", ExitCode::WrongUsage);
+  if (!std::filesystem::is_directory(folder))
+    throw Failure(Utf8(folder) + ": not a folder", Failure::Reason::WrongUsage);
   if (overwrite || std::filesystem::is_empty(folder)) return;
-  throw Failure(kv::Utf8(folder) + " is not empty; --overwrite replaces an earlier mission in it",
-                ExitCode::WrongUsage);
+  throw Failure(Utf8(folder) + " is not empty; --overwrite replaces an earlier mission in it",
+                Failure::Reason::WrongUsage);
 }
 
 void PrintResult(const std::filesystem::path& folder, const std::vector<Exposure>& exposures) {
   const auto count = [&](auto condition) { return std::count_if(exposures.begin(), exposures.end(), condition); };
-  fmt::print("{}: {} exposures, {} photos, {} of them blurred, {} faults\n", kv::mission::Visible(kv::Utf8(folder)),
-             exposures.size(), kv::simulation::CountPhotos(exposures),
-             count([](const Exposure& e) { return e.blurred; }),
+  fmt::print("{}: {} exposures, {} photos, {} of them blurred, {} faults\n", KVMission::Visible(Utf8(folder)),
+             exposures.size(), simulation::CountPhotos(exposures), count([](const Exposure& e) { return e.blurred; }),
              count([](const Exposure& e) { return !e.fault.empty(); }));
 }
 
@@ -119,22 +111,21 @@ void Simulate(const Arguments& arguments) {
   const MissionOptions mission = ReadOptions(arguments);
   const std::filesystem::path folder(arguments.folder);
   CheckFolder(folder, arguments.overwrite);
-  kv::mission::CatchInterrupts();
-  const kv::mission::Log log(arguments.quiet ? kv::mission::Verbosity::Quiet : kv::mission::Verbosity::Normal);
-  kv::mission::Progress progress(log.ShowsProgress(), "simulate", "photos");
-  const auto report = [&progress](std::size_t done, std::size_t of) {
-    if (done > 0) progress.Step(done, of);
-    return !kv::mission::Interrupted();
+  CatchInterrupts();
+  Messages messages(arguments.quiet ? Verbosity::Quiet : Verbosity::Normal);
+  const auto report = [&messages](std::size_t done, std::size_t of) {
+    if (done > 0) messages.OnProgress({"simulating", "photos", done, done, of});
+    return !Interrupted();
   };
   const auto exposures = WriteMission(folder, mission, report);
-  if (!exposures) throw Failure("interrupted", ExitCode::Interrupted);
+  if (!exposures) throw Failure("interrupted", Failure::Reason::Stopped);
   if (!arguments.quiet) PrintResult(folder, *exposures);
 }
 
 /// Accepts numbers as the other commands do. CLI11 alone would also take "nan".
 CLI::Validator InRange(double least, double most) {
   const auto check = [=](const std::string& text) {
-    const auto number = kv::FiniteNumber(text);
+    const auto number = ReadNumber(text);
     const bool holds = number && *number >= least && *number <= most;
     return holds ? std::string() : fmt::format("not a number from {} to {}: {}", least, most, text);
   };
@@ -143,10 +134,9 @@ CLI::Validator InRange(double least, double most) {
 
 void AddOptions(CLI::App& command, Arguments& arguments) {
   MissionOptions& mission = arguments.mission;
-  command.add_option("DIR", arguments.folder, "folder of the mission; made when it is not there")->required();
+  command.add_option("DIR", arguments.folder, "folder of the mission; made if missing")->required();
   command.add_option("--minutes", arguments.minutes, "length of the mission")->check(InRange(1.0, kLongestMinutes));
-  command.add_option("--seed", arguments.seed, "missions of one seed and the same options are equal")
-      ->type_name("UINT");
+  command.add_option("--seed", arguments.seed, "missions with equal seed and options are equal")->type_name("UINT");
   command.add_option("--start", arguments.start, "UTC start, YYYY-MM-DD hh:mm:ss; date and seconds may be left out");
   command.add_option("--latitude", mission.latitude, "start in degrees")->check(InRange(-80.0, 80.0));
   command.add_option("--longitude", mission.longitude, "start in degrees")->check(InRange(-180.0, 180.0));
@@ -159,12 +149,14 @@ void AddOptions(CLI::App& command, Arguments& arguments) {
   command
       .add_option("--names", arguments.names, "stamp: YYMMDD_HHMMSS.jpg; exif: DSC_0001.jpg, timed by its EXIF data")
       ->check(CLI::IsMember({"stamp", "exif"}));
-  command.add_option("--firmware", arguments.firmware, "the control unit's; from 2.0.6 on its log has one more column")
+  command
+      .add_option("--firmware", arguments.firmware,
+                  "of the control unit; from 2.0.6 on its housekeeping log has one more column")
       ->check(CLI::IsMember({"2.0.5", "2.1.0"}));
   command.add_flag("--drone", mission.drone, "a drone's mission: a timestamp file beside numbered photos");
   command.add_flag("--no-photos", arguments.noPhotos, "write no photos");
   command.add_flag("--no-faults", arguments.noFaults,
-                   "no missing photos, early exposure, gap in the trajectory or errors in the log");
+                   "no missing photos, early exposure, gap in the trajectory or errors in the housekeeping log");
   command.add_flag("--overwrite", arguments.overwrite,
                    "write into a folder that is not empty, replacing an earlier mission");
   command.add_flag("-q,--quiet", arguments.quiet, "say nothing but errors");
@@ -172,13 +164,15 @@ void AddOptions(CLI::App& command, Arguments& arguments) {
 
 }  // namespace
 
-void AddSimulateCommand(CLI::App& app, int& exitCode) {
+void AddSimulateCommand(CLI::App& app, ExitCode& exitCode) {
   const auto arguments = std::make_shared<Arguments>();
   CLI::App* command = app.add_subcommand("simulate", "Write a made-up mission with the truth about it");
   command->option_defaults()->always_capture_default();
   AddOptions(*command, *arguments);
   command->callback([arguments, &exitCode] {
     Simulate(*arguments);
-    exitCode = static_cast<int>(ExitCode::Good);
+    exitCode = ExitCode::Good;
   });
 }
+
+}  // namespace kv::command

@@ -1,28 +1,20 @@
-#include "mission/inputs/ApplanixExport.h"
+#include "mission/inputs/Inputs.h"
 
-#include <KVUtilities.h>
+#include <fmt/format.h>
 
-#include <algorithm>
 #include <cmath>
-#include <utility>
+#include <string>
 
-#include "base/Failure.h"
 #include "mission/inputs/PostProcessed.h"
 #include "platform/FileNames.h"
+#include "readers/ApplanixSamples.h"
 #include "readers/LineReader.h"
 #include "readers/PosLine.h"
 #include "text/Blanks.h"
+#include "time/Instants.h"
 
 namespace kv::mission {
 namespace {
-
-/// "WGS84, TM": what the scan found in the header and gave every sample.
-std::string FrameOf(const tagKVPosEvent& sample) {
-  std::string frame = Utf8(std::wstring(sample.Extra1.GetString()));
-  const std::string projection = Utf8(std::wstring(sample.Extra2.GetString()));
-  if (!frame.empty() && !projection.empty()) frame += ", ";
-  return frame + projection;
-}
 
 bool IsInRange(const tagKVPosEvent& sample) {
   constexpr double kLargestHeight = 1e5;  // metres
@@ -30,33 +22,40 @@ bool IsInRange(const tagKVPosEvent& sample) {
          std::abs(sample.Longitude) <= kLargestLongitude && std::abs(sample.Height) <= kLargestHeight;
 }
 
-/// The library's other reports are of rows left out.
-bool IsFailure(std::wstring_view report) { return report.starts_with(L"Error"); }
+/// "WGS84, TM"
+std::string FrameOf(const ApplanixReader& reader) {
+  std::string frame = Utf8(std::wstring(reader.Datum()));
+  const std::string projection = Utf8(std::wstring(reader.Projection()));
+  if (!frame.empty() && !projection.empty()) frame += ", ";
+  return frame + projection;
+}
 
 }  // namespace
 
 bool EndsApplanixHeader(std::string_view line) { return WithoutBlanks(line).starts_with("(time in Sec"); }
 
-ApplanixFile ReadApplanixFile(const std::filesystem::path& path, Instant date, Log& log) {
+ApplanixExport ReadApplanixExport(const std::filesystem::path& path, Instant date, Job& job) {
   RefuseUnlessRegular(path);
-  ApplanixFile file;
-  std::wstring report;
-  file.samples = KVUtilities::ScanApplanixPostProcessTrajectoryFile(WidePath(path), report);
-  if (IsFailure(report)) {
-    // With a date the complaint is another one, or none, only where the header lacks a date.
-    const std::wstring complaint = std::exchange(report, {});
-    file.samples = KVUtilities::ScanApplanixPostProcessTrajectoryFile(ToFileTime(date), WidePath(path), report);
-    file.isDated = report == complaint;
+  ApplanixExport file;
+  ApplanixReader reader(Calendar::Utc);
+  LineReader lines(path, CtrlZ::EndsText, job, "reading the Applanix export");
+  for (std::string_view line; lines.Next(line);) {
+    const bool wasInRows = reader.IsInRows();
+    reader.Read(line, file.samples);
+    if (wasInRows || !reader.IsInRows()) continue;
+    if (!reader.MissingColumns().empty()) break;
+    file.isDated = reader.IsDated();
+    if (!file.isDated) reader.BeginAt(ToFileTime(date));
   }
-  if (IsFailure(report)) throw Failure(fmt::format("{}: no sample: {}", Utf8(path), Utf8(report)));
-  if (!file.samples.empty()) file.frame = FrameOf(file.samples.front());
-  file.report = Utf8(report);
-  if (!report.empty()) log.Warn("post-processed trajectory: {}", file.report);
+  if (const std::wstring missing = reader.MissingColumns(); !missing.empty())
+    throw Failure(fmt::format("{}: no sample: the header names no {}", Utf8(path), Utf8(missing)));
+  file.unreadable = reader.Skipped();
+  if (!file.samples.empty()) file.frame = FrameOf(reader);
+  const Subject subject{.file = path};
+  if (file.unreadable > 0) job.Add(Found::RowsUnreadable, {{"count", Count(file.unreadable)}}, subject);
   file.outOfRange = std::erase_if(file.samples, [](const tagKVPosEvent& sample) { return !IsInRange(sample); });
-  if (file.outOfRange > 0)
-    log.Warn("post-processed trajectory: {} with a time or place out of range: left out",
-             Counted(file.outOfRange, "row"));
-  file.outOfOrder = LeaveOutOutliers(file.samples, log);
+  if (file.outOfRange > 0) job.Add(Found::RowsOutOfRange, {{"count", Count(file.outOfRange)}}, subject);
+  file.outOfOrder = LeaveOutOutliers(file.samples, job);
   for (const auto& sample : file.samples) {
     file.span.Add(FromFileTime(sample.TimeUTC));
     file.bounds.Add(sample.Latitude, sample.Longitude, sample.Height);

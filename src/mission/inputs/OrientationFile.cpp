@@ -1,163 +1,229 @@
-#include "mission/inputs/OrientationFile.h"
+#include "mission/inputs/Inputs.h"
 
-#include <KVUtilities.h>
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <span>
-#include <tuple>
 #include <utility>
 
-#include "base/Failure.h"
-#include "mission/inputs/ClockedOrientation.h"
-#include "mission/inputs/FileKind.h"
-#include "mission/inputs/LineWriter.h"
+#include "georef/ClockWatch.h"
+#include "georef/EventRecords.h"
+#include "mission/inputs/EventFile.h"
+#include "mission/inputs/Readings.h"
+#include "platform/CodePage.h"
 #include "platform/FileNames.h"
 #include "readers/LineReader.h"
+#include "readers/OrientationLine.h"
 #include "text/Blanks.h"
-#include "text/Numbers.h"
 #include "text/Tokens.h"
+#include "time/Instants.h"
 
 namespace kv::mission {
 namespace {
 
-constexpr std::size_t kReadings = 7;    // board temperature, three angles, three states
-constexpr std::size_t kStates = 3;      // whole numbers, at the end
-constexpr std::size_t kDateAtMost = 2;  // places before the date: severity and device
+constexpr auto kRangeValues =
+    std::to_array<double tagKVAosEvent::*>({&tagKVAosEvent::BrdTemp, &tagKVAosEvent::Pitch, &tagKVAosEvent::Roll});
 
-struct AosReading {
-  ReadingName name;
-  double tagKVAosEvent::*value;
+/// The tokens of a line of bytes, as wide text.
+class WideTokens {
+ public:
+  std::span<const std::wstring_view> Of(std::string_view line) {
+    WidenAnsi(WithoutTrailingBlanks(line), wide_);
+    return Tokenise(std::wstring_view(wide_), Delimiters(","), tokens_);
+  }
+
+ private:
+  std::wstring wide_;
+  std::array<std::wstring_view, kMostOrientationTokens> tokens_;
 };
-constexpr std::array<AosReading, 3> kAosReadings{{
-    {{"boardTemperature", "orientation sensor temperature"}, &tagKVAosEvent::BrdTemp},
-    {{"pitch", "pitch"}, &tagKVAosEvent::Pitch},
-    {{"roll", "roll"}, &tagKVAosEvent::Roll},
-}};
 
-bool IsDated(std::string_view token) {
-  token = WithoutBlanks(token);
-  return token.size() >= 10 && Digits(token.substr(0, 1)) && token[4] == '-' && token[7] == '-';
-}
-
-/// @param tokens  behind the stamp; numbers that are not finite are readings, too
-bool AreReadings(std::span<const std::string_view> tokens) {
-  if (tokens.size() < kReadings) return false;
-  const auto decimals = tokens.first(kReadings - kStates), states = tokens.subspan(kReadings - kStates, kStates);
-  const auto isDecimal = [](std::string_view token) { return WholeDouble(WithoutBlanks(token)).has_value(); };
-  const auto isWhole = [](std::string_view token) { return WholeInteger32(WithoutBlanks(token)).has_value(); };
-  return std::all_of(decimals.begin(), decimals.end(), isDecimal) && std::all_of(states.begin(), states.end(), isWhole);
-}
-
-/// Writes the readings with a date.
-/// @return their lines
-LineNumbers CopyDated(const std::filesystem::path& path, const std::filesystem::path& copy, OrientationFile& file) {
-  LineReader reader(path, CtrlZ::EndsText);
-  LineWriter writer(copy);
+/// The readings of a file, and the line number of each.
+struct Readings {
+  std::vector<tagKVAosEvent> readings;
   LineNumbers lines;
+};
+
+bool IsHeartbeat(const EventRecord& record) { return record.time.has_value(); }
+
+bool IsJump(const EventRecord& from, const EventRecord& to) {
+  return std::abs(static_cast<double>(to.tick) - static_cast<double>(from.tick)) > kLargestStep;
+}
+
+Readings ReadDated(const std::filesystem::path& path, OrientationFile& file, Job& job) {
+  LineReader reader(path, CtrlZ::EndsText, job, "reading orientation");
+  Readings dated;
+  WideTokens tokens;
   for (std::string_view line; reader.Next(line);) {
-    if (++file.lines == 1) line = WithoutByteOrderMark(line);
-    if (ClassifyOrientation(line) == OrientationLine::Dated) {
-      lines.push_back(file.lines);
-      (writer.Text() += line) += '\n';
-      writer.LineDone();
+    if (auto reading = ReadDatedReading(tokens.Of(line))) {
+      dated.readings.push_back(*reading);
+      dated.lines.push_back(reader.Number());
     } else if (!WithoutBlanks(line).empty()) {
-      file.skipped.push_back(file.lines);
+      file.skipped.push_back(reader.Number());
     }
   }
-  writer.Close();
-  return lines;
+  file.lines = reader.Number();
+  return dated;
 }
 
-/// @param file  tells the kind, and receives what is left out
-/// @return      the lines of the readings, and the clock of the variant
-std::pair<LineNumbers, ClockedOrientation> CopyLines(const std::filesystem::path& path,
-                                                     const std::filesystem::path& copy, OrientationFile& file) {
-  if (!file.byMasterClock) return {CopyDated(path, copy, file), ClockedOrientation{}};
-  ClockedOrientation clocked = ReadStamps(path, file);
-  CopyClocked(path, copy, clocked);
-  return {clocked.Readings(), std::move(clocked)};
+/// @return null when readings can be timed
+const char* ComplaintAbout(const std::vector<EventRecord>& records, bool heartbeatsAgree) {
+  if (std::count_if(records.begin(), records.end(), IsHeartbeat) < 2) return "fewer than two heartbeats";
+  if (std::adjacent_find(records.begin(), records.end(), IsJump) != records.end()) return "the tick count jumps";
+  const auto first = std::find_if(records.begin(), records.end(), IsHeartbeat);
+  const auto last = std::find_if(records.rbegin(), records.rend(), IsHeartbeat);
+  const bool isLong = first->tick < last->tick && *first->time < *last->time;
+  if (!isLong) return "the first and the last heartbeat do not tell how long a tick is";
+  return heartbeatsAgree ? nullptr : "the heartbeats do not advance with the ticks";
 }
 
-/// @param complaint  receives the library's sentence
-std::vector<tagKVAosEvent> Scan(const std::filesystem::path& copy, bool byMasterClock, std::wstring& complaint) {
-  return byMasterClock ? KVUtilities::ScanKVAosFileForQX7(WidePath(copy), complaint)
-                       : KVUtilities::ScanKVAosFile(WidePath(copy), complaint);
+/// Times the readings by the heartbeats around them, if these can be trusted.
+/// @param records   of heartbeats and readings that stay
+/// @param readings  one for each record of a reading
+void TimeReadings(const std::vector<EventRecord>& records, bool heartbeatsAgree, std::vector<tagKVAosEvent>& readings,
+                  Job& job) {
+  if (const char* complaint = ComplaintAbout(records, heartbeatsAgree))
+    return job.Add(Found::ReadingsWithoutClock, {{"reason", complaint}});
+  ClockWatch clock;
+  for (const EventRecord& record : records) {
+    const auto tick = static_cast<double>(record.tick);
+    record.time ? clock.Heartbeat(tick, ToFileTime(*record.time)) : clock.Stamp(tick);
+  }
+  clock.SetTimes(readings, [](auto&) { return true; });
+
+  const std::int64_t firstTick = std::find_if(records.begin(), records.end(), IsHeartbeat)->tick;
+  std::size_t early = 0, besideWrong = 0;
+  auto reading = readings.begin();
+  for (const EventRecord& record : records) {
+    if (IsHeartbeat(record)) continue;
+    const bool isEarly = record.tick < firstTick;
+    early += isEarly;
+    besideWrong += !isEarly && !record.timeable;
+    if (isEarly || !record.timeable) reading->TimeUTC = {};
+    ++reading;
+  }
+  if (early > 0) job.Add(Found::ReadingsBeforeHeartbeats, {{"count", Count(early)}});
+  if (besideWrong > 0) job.Add(Found::ReadingsBesideWrongHeartbeats, {{"count", Count(besideWrong)}});
 }
 
-void AddReadings(const std::vector<tagKVAosEvent>& events, const LineNumbers& lines, OrientationFile& file, Log& log) {
-  std::array<std::optional<ReadingRange>, kAosReadings.size()> ranges;
-  LineNumbers unread;
-  for (std::size_t i = 0; i < events.size(); ++i) {
-    const bool isTimed = KVUtilities::FiletimeToInt64(events[i].TimeUTC) > 0;
-    const auto time = isTimed ? std::optional(FromFileTime(events[i].TimeUTC)) : std::nullopt;
+/// The records of the lines that the master clock stamped, and the readings among them.
+struct Clocked {
+  std::vector<EventRecord> records;
+  Readings readings;
+  bool heartbeatsAgree = true;
+
+  /// Removes the readings whose records were taken out, and gives the others their continuous ticks.
+  void KeepReadingsOfRecords() {
+    Readings kept;
+    std::size_t at = 0;
+    for (const EventRecord& record : records) {
+      if (IsHeartbeat(record)) continue;
+      while (readings.lines[at] != record.line) ++at;
+      kept.readings.push_back(readings.readings[at]);
+      kept.readings.back().MasterTick = static_cast<double>(record.tick);
+      kept.lines.push_back(record.line);
+    }
+    readings = std::move(kept);
+  }
+};
+
+Clocked ReadClocked(const std::filesystem::path& path, OrientationFile& file, Job& job) {
+  LineReader reader(path, CtrlZ::EndsText, job, "reading orientation");
+  LocalCalendar calendar(Calendar::Utc);
+  Clocked clocked;
+  WideTokens tokens;
+  for (std::string_view line; reader.Next(line);) {
+    const auto [kind, event] = ClassifyEvent(line, calendar);
+    if (kind == EventKind::Heartbeat) {
+      clocked.records.push_back({reader.Number(), event.tick, 0, event.time});
+    } else if (kind == EventKind::FaultyHeartbeat) {
+      file.faultyHeartbeats.push_back(reader.Number());
+    } else if (const auto reading = ReadClockedReading(tokens.Of(line), calendar); reading && !reading->heartbeat) {
+      clocked.records.push_back({reader.Number(), reading->tick, 0, std::nullopt});
+      clocked.readings.readings.push_back(reading->reading);
+      clocked.readings.lines.push_back(reader.Number());
+    } else if (!WithoutBlanks(line).empty()) {
+      file.skipped.push_back(reader.Number());
+    }
+  }
+  file.lines = reader.Number();
+  file.wildTicks = LinesOf(TakeOutWildTicks(clocked.records));
+  MakeContinuous(clocked.records);
+  HeartbeatCheck check = TakeOutOffHeartbeats(clocked.records);
+  file.offHeartbeats = std::move(check.off);
+  clocked.heartbeatsAgree = check.agree;
+  file.heartbeats =
+      static_cast<std::size_t>(std::count_if(clocked.records.begin(), clocked.records.end(), IsHeartbeat));
+  clocked.KeepReadingsOfRecords();
+  return clocked;
+}
+
+void TellOfLines(const OrientationFile& file, Job& job) {
+  const auto tell = [&](const FindingKind& kind, const LineNumbers& lines) {
+    job.AddLines(kind, "orientation", lines,
+                 {{"what", lines.size() == 1 ? "line" : "lines"}, {"reason", "without a stamp and seven numbers"}});
+  };
+  tell(Found::LinesLeftOut, file.skipped);
+  tell(Found::TicksWild, file.wildTicks);
+  job.AddLines(Found::HeartbeatsFaulty, "orientation", file.faultyHeartbeats);
+  job.AddLines(Found::HeartbeatsOff, "orientation", file.offHeartbeats);
+}
+
+void TakeRanges(const LineNumbers& lines, OrientationFile& file, Job& job) {
+  ReadingRanges ranges({{"boardTemperature", "orientation sensor temperature"}, {"pitch", "pitch"}, {"roll", "roll"}});
+  for (std::size_t i = 0; i < file.readings.size(); ++i) {
+    const bool isTimed = Ticks(file.readings[i].TimeUTC) > 0;
+    const auto time = isTimed ? std::optional(FromFileTime(file.readings[i].TimeUTC)) : std::nullopt;
     if (time) file.span.Add(*time);
     file.untimed += !isTimed;
-    for (std::size_t k = 0; k < ranges.size(); ++k) {
-      const double value = events[i].*kAosReadings[k].value;
-      if (std::isfinite(value)) {
-        Widen(ranges[k], kAosReadings[k].name, {value, time});
-      } else {
-        unread.push_back(lines[i]);
-      }
-    }
+    for (std::size_t k = 0; k < kRangeValues.size(); ++k)
+      ranges.Add(k, file.readings[i].*kRangeValues[k], time, lines[i]);
   }
-  for (const auto& range : ranges) {
-    if (range) file.ranges.push_back(*range);
-  }
-  if (!unread.empty()) WarnOfUnread("orientation", unread.size(), unread[0], log);
+  ranges.TellOfNotNumbers("orientation", job);
+  file.ranges = ranges.Found();
 }
 
-void WarnOfLines(const OrientationFile& file, Log& log) {
-  const auto warn = [&](const char* noun, const char* fault, const LineNumbers& lines) {
-    if (!lines.empty()) log.Warn("orientation: {} left out, {}: {}", Counted(lines.size(), noun), Named(lines), fault);
-  };
-  warn("line", "without a stamp and seven numbers", file.skipped);
-  warn("heartbeat", "no valid date and time", file.faultyHeartbeats);
-  warn("line", kWildTick, file.wildTicks);
-  warn("heartbeat", kOffHeartbeat, file.offHeartbeats);
+/// @return the line numbers of the readings; empty when the file is not of this kind
+LineNumbers ReadAs(bool byMasterClock, const std::filesystem::path& path, OrientationFile& file, Job& job) {
+  file = OrientationFile();
+  file.byMasterClock = byMasterClock;
+  if (!byMasterClock) {
+    auto [readings, lines] = ReadDated(path, file, job);
+    file.readings = std::move(readings);
+    if (!lines.empty()) TellOfLines(file, job);
+    return lines;
+  }
+  auto [records, readings, heartbeatsAgree] = ReadClocked(path, file, job);
+  if (readings.lines.empty()) return {};
+  TellOfLines(file, job);
+  TimeReadings(records, heartbeatsAgree, readings.readings, job);
+  file.readings = std::move(readings.readings);
+  return std::move(readings.lines);
 }
 
 }  // namespace
 
 OrientationLine ClassifyOrientation(std::string_view line) {
-  std::array<std::string_view, kDateAtMost + 1 + kReadings> buffer;
-  const std::span<const std::string_view> tokens = Tokenise(line, Delimiters(","), buffer);
-  for (std::size_t place = 0; place <= kDateAtMost && place + 1 < tokens.size(); ++place) {
-    if (IsDated(tokens[place]))
-      return AreReadings(tokens.subspan(place + 1)) ? OrientationLine::Dated : OrientationLine::None;
-  }
-  const bool isClocked = tokens.size() > kReadings && WholeInteger(tokens[0]) && AreReadings(tokens.subspan(1));
-  return isClocked ? OrientationLine::Clocked : OrientationLine::None;
+  WideTokens wide;
+  const auto tokens = wide.Of(line);
+  if (ReadDatedReading(tokens)) return OrientationLine::Dated;
+  LocalCalendar calendar(Calendar::Utc);
+  const auto clocked = ReadClockedReading(tokens, calendar);
+  return clocked && !clocked->heartbeat ? OrientationLine::Clocked : OrientationLine::None;
 }
 
-OrientationFile ReadOrientationFile(const std::filesystem::path& path, const std::filesystem::path& scratch, Log& log) {
+OrientationFile ReadOrientationFile(const std::filesystem::path& path, Job& job) {
   RefuseUnlessRegular(path);
-  const auto copy = scratch / "orientation";
   OrientationFile file;
-  file.byMasterClock = KindOfFile(path) == FileKind::ClockedOrientation;
-  auto [lines, clocked] = CopyLines(path, copy, file);
-  if (lines.empty()) {  // few readings among other lines do not show at the beginning
-    const bool other = !file.byMasterClock;
-    file = OrientationFile();
-    file.byMasterClock = other;
-    std::tie(lines, clocked) = CopyLines(path, copy, file);
-  }
+  const bool byMasterClock = KindOfFile(path) == FileKind::ClockedOrientation;
+  LineNumbers lines = ReadAs(byMasterClock, path, file, job);
+  // A few readings among other lines may not show at the beginning.
+  if (lines.empty()) lines = ReadAs(!byMasterClock, path, file, job);
   if (lines.empty())
     throw Failure(fmt::format("{}: no orientation reading in {}", Utf8(path), Counted(file.lines, "line")));
-  file.readings = lines.size();
-  std::wstring complaint;
-  auto events = Scan(copy, file.byMasterClock, complaint);
-  if (events.size() != file.readings) throw Failure(Utf8(path) + ": the readings could not be read back");
-  WarnOfLines(file, log);
-  if (!complaint.empty()) {
-    log.Warn("orientation: {}", Utf8(complaint));
-  } else if (file.byMasterClock) {
-    ClearUnsoundTimes(clocked, events, log);
-  }
-  AddReadings(events, lines, file, log);
-  if (file.untimed > 0) log.Warn("orientation: {} without a time", Counted(file.untimed, "reading"));
+  TakeRanges(lines, file, job);
+  if (file.untimed > 0) job.Add(Found::ReadingsWithoutTime, {{"count", Count(file.untimed)}});
   return file;
 }
 

@@ -1,8 +1,12 @@
 #include "mission/inputs/PosFile.h"
 
 #include <algorithm>
+#include <array>
 
-#include "text/Blanks.h"
+#include "mission/inputs/LeftOut.h"
+#include "readers/PosLine.h"
+#include "readers/PosSamples.h"
+#include "text/Tokens.h"
 
 namespace kv::mission {
 namespace {
@@ -18,91 +22,68 @@ void AddWeek(std::int32_t week, PosFile& file) {
   file.lastWeek = std::max(file.lastWeek.value_or(week), week);
 }
 
-void AddSample(const PosColumns& columns, std::size_t number, PosFile& file) {
-  file.sampleLines.push_back(number);
-  AddWeek(columns.week, file);
-  file.bounds.Add(columns.latitude, columns.longitude, columns.height);
-}
-
 }  // namespace
 
-void PosCounts::Append(const PosCounts& next) {
-  for (std::size_t kind = 0; kind < kPosLineKinds; ++kind) {
-    if (kinds[kind] == 0) firstLines[kind] = next.firstLines[kind];
-    kinds[kind] += next.kinds[kind];
-  }
-  lines += next.lines;
-}
-
-void PosFile::Append(const PosFile& next) {
-  counts.Append(next.counts);
-  sampleLines.insert(sampleLines.end(), next.sampleLines.begin(), next.sampleLines.end());
-  for (const auto& week : {next.firstWeek, next.lastWeek}) {
-    if (week) AddWeek(*week, *this);
-  }
-  bounds.Add(next.bounds);
-}
-
-PosReader::PosReader(const std::filesystem::path& path, const Log& messages)
-    : reader_(path, CtrlZ::EndsText), progress_(messages.ShowsProgress(), "reading the POS file", "lines") {}
-
-bool PosReader::Take(std::size_t count, PosLines& lines) {
+bool TakeLines(LineReader& reader, std::size_t count, PosLines& lines) {
   constexpr std::size_t kManyBytes = 4 * 1024 * 1024;
   lines.text.clear();
-  lines.before = given_;
-  const auto isFull = [&] { return given_ - lines.before == count || lines.text.size() >= kManyBytes; };
-  for (std::string_view line; !isFull() && reader_.Next(line);) {
-    lines.text += given_ == 0 ? WithoutByteOrderMark(line) : line;
-    lines.text += line.ends_with('\r') ? "\r\n" : "\n";  // the line keeps its CR where the scan takes one away
-    ++given_;
-    progress_.Step(reader_.BytesRead(), reader_.FileSize());
-  }
-  return given_ > lines.before;
+  lines.before = reader.Number();
+  const auto isFull = [&] { return reader.Number() - lines.before == count || lines.text.size() >= kManyBytes; };
+  for (std::string_view line; !isFull() && reader.Next(line);) (lines.text += line) += '\n';
+  return reader.Number() > lines.before;
 }
 
-PosFile KeepSamples(PosLines& lines) {
-  PosFile file;
-  PosColumns columns;
-  std::string& text = lines.text;
-  std::size_t kept = 0;
-  for (std::size_t begin = 0, end; begin < text.size(); begin = end) {
-    end = text.find('\n', begin) + 1;
-    const std::string_view line(text.data() + begin, end - begin);
-    const std::size_t lineEnd = line.ends_with("\r\n") ? 2 : 1;
-    const PosLineKind kind = ClassifyPos(line.substr(0, line.size() - lineEnd), columns);
-    const std::size_t number = lines.before + file.counts.lines + 1;
-    Note(kind, number, file.counts);
+PosPart ReadPosLines(const PosLines& lines, bool wantsSamples) {
+  PosPart part;
+  PosSampleReader reader(Calendar::Utc);
+  PosNumbers numbers;
+  std::array<std::string_view, kPosTokens> buffer;
+  for (std::string_view rest = lines.text; !rest.empty();) {
+    const std::size_t length = rest.find('\n');
+    const auto tokens = Tokenise(rest.substr(0, length), kPosDelimiters, buffer);
+    rest.remove_prefix(length + 1);
+    const PosLineKind kind = ClassifyPos(tokens, numbers);
+    const std::size_t number = lines.before + part.file.counts.lines + 1;
+    Note(kind, number, part.file.counts);
     if (kind != PosLineKind::Sample) continue;
-    AddSample(columns, number, file);
-    if (kept < begin) std::copy(line.begin(), line.end(), text.begin() + static_cast<std::ptrdiff_t>(kept));
-    kept += line.size();
+    part.lines.push_back(number);
+    AddWeek(numbers.week, part.file);
+    part.file.bounds.Add(numbers.latitude, numbers.longitude, numbers.height);
+    if (wantsSamples) reader.Read(tokens, numbers, part.samples.emplace_back());
   }
-  text.resize(kept);
-  return file;
+  return part;
 }
 
-PosFile ReadPosFile(const std::filesystem::path& path, const Log& messages) {
+void Append(const PosFile& next, PosFile& file) {
+  PosCounts& counts = file.counts;
+  for (std::size_t kind = 0; kind < kPosLineKinds; ++kind) {
+    if (counts.kinds[kind] == 0) counts.firstLines[kind] = next.counts.firstLines[kind];
+    counts.kinds[kind] += next.counts.kinds[kind];
+  }
+  counts.lines += next.counts.lines;
+  for (const auto& week : {next.firstWeek, next.lastWeek}) {
+    if (week) AddWeek(*week, file);
+  }
+  file.bounds.Add(next.bounds);
+}
+
+PosFile ReadPosFile(const std::filesystem::path& path, Job& job) {
   constexpr std::size_t kLinesAtOnce = 1024;
   PosFile file;
-  PosReader reader(path, messages);
-  for (PosLines lines; reader.Take(kLinesAtOnce, lines);) file.Append(KeepSamples(lines));
+  LineReader reader(path, CtrlZ::EndsText, job, "reading the POS file");
+  for (PosLines lines; TakeLines(reader, kLinesAtOnce, lines);) Append(ReadPosLines(lines, false).file, file);
+  TellOfPosLines(file.counts, job);
   return file;
 }
 
-void WarnOfPosLines(const PosCounts& counts, Log& log) {
+void TellOfPosLines(const PosCounts& counts, Job& job) {
   for (const auto& [kind, words, key] : kLeftOutPosLines) {
     if (kind == PosLineKind::Comment || kind == PosLineKind::Blank || counts.Of(kind) == 0) continue;
-    log.Warn("POS: {} {}, first line {}: left out", Counted(counts.Of(kind), "line"), words,
-             counts.firstLines[static_cast<std::size_t>(kind)]);
+    const std::size_t first = counts.firstLines[static_cast<std::size_t>(kind)];
+    job.Add(Found::PosLinesLeftOut,
+            {{"count", Count(counts.Of(kind))}, {"reason", words}, {"kind", key}, {"line", Count(first)}},
+            {.line = first});
   }
-}
-
-std::string LeftOutText(const PosCounts& counts) {
-  std::string text;
-  for (const auto& [kind, words, key] : kLeftOutPosLines) {
-    if (counts.Of(kind) > 0) text += fmt::format("{}{} {}", text.empty() ? "" : ", ", counts.Of(kind), words);
-  }
-  return text;
 }
 
 }  // namespace kv::mission

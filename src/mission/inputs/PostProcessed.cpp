@@ -20,7 +20,7 @@ bool IsOutlier(const std::vector<Sample>& samples, std::size_t kept, std::size_t
 }
 
 template <typename Sample>
-std::size_t TakeOutOutliers(std::vector<Sample>& samples, Log& log) {
+std::size_t TakeOutOutliers(std::vector<Sample>& samples, Job& job) {
   std::size_t kept = 0;
   for (std::size_t i = 0; i < samples.size(); ++i) {
     if (IsOutlier(samples, kept, i)) continue;
@@ -29,30 +29,29 @@ std::size_t TakeOutOutliers(std::vector<Sample>& samples, Log& log) {
   }
   const std::size_t count = samples.size() - kept;
   samples.resize(kept);
-  if (count > 0)
-    log.Warn("post-processed trajectory: {} out of the order of time: left out", Counted(count, "single sample"));
+  if (count > 0) job.Add(Found::SamplesOutOfOrder, {{"count", Count(count)}});
   return count;
 }
 
 }  // namespace
 
-std::size_t LeaveOutOutliers(std::vector<tagKVPosEvent>& samples, Log& log) { return TakeOutOutliers(samples, log); }
+std::size_t LeaveOutOutliers(std::vector<tagKVPosEvent>& samples, Job& job) { return TakeOutOutliers(samples, job); }
 
-std::vector<tagKVTrajectoryObs> ObservationsOf(const std::vector<tagKVPosEvent>& samples, Log& log) {
-  std::vector<tagKVTrajectoryObs> observations;
-  observations.reserve(samples.size());
+std::vector<tagKVTrajectoryObs> FixesOf(const std::vector<tagKVPosEvent>& samples, Job& job) {
+  std::vector<tagKVTrajectoryObs> fixes;
+  fixes.reserve(samples.size());
   for (const auto& sample : samples) {
     if (!HasTime(sample)) continue;
-    tagKVTrajectoryObs& observation = observations.emplace_back();
-    observation.TimeUTC = sample.TimeUTC, observation.SystemTimeUTC = sample.SystemTimeUTC;
-    observation.AdjGpsSec = sample.AdjGpsSec;
-    observation.Latitude = sample.Latitude, observation.Longitude = sample.Longitude;
-    observation.Altitude = sample.Height;
+    tagKVTrajectoryObs& fix = fixes.emplace_back();
+    fix.TimeUTC = sample.TimeUTC, fix.SystemTimeUTC = sample.SystemTimeUTC;
+    fix.AdjGpsSec = sample.AdjGpsSec;
+    fix.Latitude = sample.Latitude, fix.Longitude = sample.Longitude;
+    fix.Altitude = sample.Height;
   }
-  const std::size_t untimed = samples.size() - observations.size();
-  if (untimed > 0) log.Warn("post-processed trajectory: {} without a valid time: left out", Counted(untimed, "sample"));
-  TakeOutOutliers(observations, log);
-  return observations;
+  const std::size_t untimed = samples.size() - fixes.size();
+  if (untimed > 0) job.Add(Found::SamplesWithoutTime, {{"count", Count(untimed)}});
+  TakeOutOutliers(fixes, job);
+  return fixes;
 }
 
 }  // namespace kv::mission

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <KVRecords.h>
-
 #include <cstddef>
 #include <vector>
 
-#include "base/Log.h"
+#include "base/Job.h"
 
 /// Trajectories from post-processing, be they POS files or Applanix exports: which of their samples may be believed.
 namespace kv::mission {
@@ -17,11 +15,11 @@ inline bool HasTime(const tagKVPosEvent& sample) {
 }
 
 /// Takes out single samples whose time is out of order while those beside them are in order, as one garbled digit makes
-/// it, and a last one more than a week away from that before; warns of them.
+/// it, and a last one more than a week away from that before; tells of them.
 /// @return how many
-std::size_t LeaveOutOutliers(std::vector<tagKVPosEvent>& samples, Log& log);
+std::size_t LeaveOutOutliers(std::vector<tagKVPosEvent>& samples, Job& job);
 
-/// The samples as what events are placed on. Those without a time are left out, and the same outliers, with warnings.
-std::vector<tagKVTrajectoryObs> ObservationsOf(const std::vector<tagKVPosEvent>& samples, Log& log);
+/// The samples as what events are placed on. Those without a time are left out, and the same outliers, with findings.
+std::vector<tagKVTrajectoryObs> FixesOf(const std::vector<tagKVPosEvent>& samples, Job& job);
 
 }  // namespace kv::mission

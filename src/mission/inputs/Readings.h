@@ -1,18 +1,11 @@
 #pragma once
 
-#include <KVRecords.h>
-
-#include <bitset>
-#include <cstddef>
 #include <optional>
-#include <string_view>
 #include <vector>
 
-#include "base/Log.h"
-#include "time/Instants.h"
+#include "base/Job.h"
 
-/// Readings of a sensor log and their ranges, in the units of the log; of the housekeeping log those of battery and
-/// temperatures.
+/// Readings of a sensor log and their ranges, in the units of the log.
 namespace kv::mission {
 
 struct ReadingName {
@@ -20,34 +13,25 @@ struct ReadingName {
   const char* words;  ///< for people
 };
 
-struct Extreme {
-  double value;
-  std::optional<Instant> time;  ///< of the first entry with this value
+/// The ranges of a log's readings, each of which it may have or not.
+class ReadingRanges {
+ public:
+  /// @param names  outlive the ranges
+  explicit ReadingRanges(std::vector<ReadingName> names) : names_(std::move(names)), ranges_(names_.size()) {}
+
+  /// A reading that is not a finite number is counted and left out.
+  /// @param line  of the file
+  void Add(std::size_t reading, double value, const std::optional<Instant>& time, std::size_t line);
+
+  /// @param input  "housekeeping log"
+  void TellOfNotNumbers(const char* input, Job& job) const;
+
+  std::vector<ReadingRange> Found() const;
+
+ private:
+  std::vector<ReadingName> names_;
+  std::vector<std::optional<ReadingRange>> ranges_;
+  std::size_t notNumbers_ = 0, firstLine_ = 0;
 };
-
-struct ReadingRange {
-  const ReadingName* name;
-  Extreme lowest, highest;
-};
-
-/// @param name  outlives the range
-void Widen(std::optional<ReadingRange>& range, const ReadingName& name, const Extreme& reading);
-
-/// Says how many readings are in no range.
-/// @param file  a word for it
-/// @param line  of the first of them
-void WarnOfUnread(const char* file, std::size_t count, std::size_t line, Log& log);
-
-/// Which of the last fields of a line are numbers, by place.
-using NumberFields = std::bitset<7>;
-NumberFields FindNumbers(std::string_view line);
-
-struct Readings {
-  std::vector<ReadingRange> ranges;  ///< of each reading that the log has
-  std::vector<std::size_t> unread;   ///< the entry of each reading that is no finite number, and in no range
-};
-
-/// @param numbers  for each entry, those of its line
-Readings ReadingsOf(const std::vector<tagKVLogEvent>& events, const std::vector<NumberFields>& numbers);
 
 }  // namespace kv::mission

@@ -1,6 +1,5 @@
-#include "mission/inputs/ShapefileHeader.h"
+#include "mission/inputs/Inputs.h"
 
-#include <array>
 #include <bit>
 #include <string>
 #include <utility>
@@ -43,33 +42,17 @@ std::optional<ShapefileHeader> ReadShapefileHeader(const std::filesystem::path& 
   const Header header = ReadBeginning(path, kHeaderSize);
   if (header.size() < kHeaderSize) return std::nullopt;
   const auto type = static_cast<std::int32_t>(LittleEndian<std::uint32_t>(header, kTypeAt));
-  return ShapefileHeader{type,
-                         CountRecords(path),
-                         Bound(header, 0),
-                         Bound(header, 1),
-                         Bound(header, 2),
-                         Bound(header, 3),
-                         Bound(header, 4),
-                         Bound(header, 5)};
+  const Bounds bounds{Bound(header, 0), Bound(header, 1), Bound(header, 4),
+                      Bound(header, 2), Bound(header, 3), Bound(header, 5)};
+  return ShapefileHeader{type, CountRecords(path), bounds};
 }
 
-const char* ShapeTypeName(std::int32_t type) {
-  constexpr std::array<std::pair<std::int32_t, const char*>, 14> names{{{0, "Null"},
-                                                                        {1, "Point"},
-                                                                        {3, "PolyLine"},
-                                                                        {5, "Polygon"},
-                                                                        {8, "MultiPoint"},
-                                                                        {11, "PointZ"},
-                                                                        {13, "PolyLineZ"},
-                                                                        {15, "PolygonZ"},
-                                                                        {18, "MultiPointZ"},
-                                                                        {21, "PointM"},
-                                                                        {23, "PolyLineM"},
-                                                                        {25, "PolygonM"},
-                                                                        {28, "MultiPointM"},
-                                                                        {31, "MultiPatch"}}};
-  for (const auto& [number, name] : names) {
-    if (number == type) return name;
+std::string ShapeTypeName(std::int32_t type) {
+  if (type == 0) return "Null";
+  if (type == 31) return "MultiPatch";
+  constexpr const char* kSuffixes[] = {"", "Z", "M"};  // of 1 to 8, 11 to 18 and 21 to 28
+  for (const auto& [number, name] : {std::pair{1, "Point"}, {3, "PolyLine"}, {5, "Polygon"}, {8, "MultiPoint"}}) {
+    if (type > 0 && type < 30 && type % 10 == number) return std::string(name) + kSuffixes[type / 10];
   }
   return "unknown";
 }

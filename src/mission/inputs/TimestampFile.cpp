@@ -1,132 +1,92 @@
-#include "mission/inputs/TimestampFile.h"
+#include "mission/inputs/Inputs.h"
 
-#include <KVUtilities.h>
+#include <fmt/format.h>
 
-#include <algorithm>
 #include <array>
+#include <cmath>
+#include <optional>
 #include <string>
 
-#include "base/Failure.h"
-#include "mission/inputs/LineWriter.h"
 #include "photos/PhotoFolder.h"
 #include "platform/FileNames.h"
+#include "readers/DroneExposure.h"
 #include "readers/LineReader.h"
+#include "readers/NumberedPhotos.h"
 #include "text/Blanks.h"
-#include "text/Numbers.h"
 #include "text/Tokens.h"
+#include "time/Instants.h"
 
 namespace kv::mission {
 namespace {
 
-namespace fs = std::filesystem;
+constexpr std::int32_t kLastWeek = 417'993;  // begins in the year 9990; layers have four digits for a year
+constexpr double kSecondsOfWeek = 604'800, kLargestHeight = 1e5;
 
-constexpr std::size_t kFewestTokens = 14;
-constexpr std::size_t kLongestLine = 1023;  // characters that the scan takes; a longer line would end it
-
-constexpr bool IsSeparator(char c) { return c == '_' || c == '-'; }
-constexpr bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-constexpr bool IsLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
-
-/// Without the marks of a sensor at its end, each a separator and letters: "_W", "_MS_G".
-std::string_view WithoutMarks(std::string_view stem) {
-  for (std::size_t at = stem.size();;) {
-    while (at > 0 && IsLetter(stem[at - 1])) --at;
-    if (at == stem.size() || at == 0 || !IsSeparator(stem[at - 1])) return stem;
-    stem = stem.substr(0, --at);
-  }
+bool IsInRange(const DroneExposure& exposure) {
+  return exposure.week >= 0 && exposure.week <= kLastWeek && exposure.secondsOfWeek >= 0 &&
+         exposure.secondsOfWeek <= kSecondsOfWeek && std::abs(exposure.latitude) <= 90 &&
+         std::abs(exposure.longitude) <= 360 && std::abs(exposure.height) <= kLargestHeight;
 }
 
-void CopyExposures(const fs::path& path, const fs::path& copy, DroneTimestamps& timestamps) {
-  LineReader reader(path, CtrlZ::EndsText);
-  LineWriter writer(copy);
-  for (std::string_view line; reader.Next(line);) {
-    if (++timestamps.lines == 1) line = WithoutByteOrderMark(line);
-    const auto number = line.size() <= kLongestLine ? ExposureNumber(line) : std::nullopt;
-    if (!number) {
-      if (line.find_first_not_of(" \t") != std::string_view::npos) timestamps.skipped.push_back(timestamps.lines);
-      continue;
-    }
-    timestamps.photoNumbers.push_back(*number);
-    (writer.Text() += line) += '\n';
-    writer.LineDone();
-  }
-  writer.Close();
+std::optional<DroneExposure> ExposureIn(std::string_view line) {
+  if (line.size() > kLongestBoundedLine) return std::nullopt;
+  std::array<std::string_view, kDroneTokens> tokens;
+  const auto exposure = ReadDroneExposure(Tokenise(line, kDroneDelimiters, tokens));
+  return exposure && IsInRange(*exposure) ? exposure : std::nullopt;
 }
 
-/// Of the numbers that an exposure is made of.
-struct Range {
-  std::size_t place;
-  double least, greatest;
+/// The photos of a folder by number.
+class PhotosByNumber {
+ public:
+  explicit PhotosByNumber(const std::filesystem::path& folder)
+      : photos_(WidePath(Checked(folder))), nameAt_(PhotoNameAt(folder)) {}
+
+  /// @return an empty path when there is none
+  CStringW PathOf(std::int32_t number) const {
+    std::wstring path = photos_.PathOf(number);
+    if (!path.empty()) path[nameAt_ - 1] = PhotoPathSeparator();
+    return path.c_str();
+  }
+
+ private:
+  static const std::filesystem::path& Checked(const std::filesystem::path& folder) {
+    if (LibraryMisreads(folder))
+      throw Failure(Utf8(folder) + ": a folder of numbered photos cannot have a backslash in its name");
+    return folder;
+  }
+
+  NumberedPhotos photos_;
+  std::size_t nameAt_;
 };
-constexpr std::array<Range, 4> kRanges{{{1, 0, 604'800},    // seconds of week
-                                        {9, -90, 90},       // latitude
-                                        {11, -360, 360},    // longitude
-                                        {13, -1e5, 1e5}}};  // height
-constexpr std::size_t kWeekAt = 2;
-constexpr std::int32_t kLastWeek = 417'993;  // to begin in the year 9990; layers have four digits for a year
-
-std::vector<tagKVSystemEvent> Scan(const fs::path& copy, const std::optional<fs::path>& photos) {
-  std::wstring report;  // how many have no photo, which the pairing tells by name
-  if (!photos) return KVUtilities::ScanDjiTimestampFileWithoutImages(WidePath(copy), report);
-  if (LibraryMisreads(*photos))
-    throw Failure(Utf8(*photos) + ": a folder of numbered photos cannot have a backslash in its name");
-  const std::size_t nameAt = PhotoNameAt(*photos);
-  auto events = KVUtilities::ScanDjiTimestampFile(WidePath(copy), WidePath(*photos), report);
-  for (auto& event : events) {
-    std::wstring photo = event.PhotoPath.GetString();
-    if (photo.empty()) continue;
-    photo[nameAt - 1] = PhotoPathSeparator();
-    event.PhotoPath = photo.c_str();
-  }
-  return events;
-}
-
-void WarnOfSkipped(const LineNumbers& skipped, Log& log) {
-  if (skipped.empty()) return;
-  log.Warn("timestamps: {} left out, {}: fewer than {} fields, no number where one belongs, or one out of range",
-           Counted(skipped.size(), "line"), Named(skipped), kFewestTokens);
-}
 
 }  // namespace
 
-std::optional<std::int32_t> ExposureNumber(std::string_view line) {
-  std::array<std::string_view, kFewestTokens> tokens;
-  if (Tokenise(line, Delimiters("\t, "), tokens).size() < kFewestTokens) return std::nullopt;
-  std::string digits(tokens[kWeekAt]);
-  std::erase_if(digits, [](char c) { return c == '[' || c == ']'; });
-  const auto week = WholeInteger32(digits);
-  const bool isInRange = std::all_of(kRanges.begin(), kRanges.end(), [&](const Range& range) {
-    const auto value = FiniteNumber(tokens[range.place]);
-    return value && *value >= range.least && *value <= range.greatest;
-  });
-  return isInRange && week && *week >= 0 && *week <= kLastWeek ? WholeInteger32(tokens[0]) : std::nullopt;
-}
+bool IsExposureLine(std::string_view line) { return ExposureIn(line).has_value(); }
 
-std::optional<std::int32_t> PhotoNumber(std::string_view name) {
-  const std::string_view numbered = WithoutMarks(name.substr(0, name.rfind('.')));
-  std::size_t begin = numbered.size();
-  while (begin > 0 && IsDigit(numbered[begin - 1])) --begin;
-  if (begin > 0 && !IsSeparator(numbered[begin - 1])) return std::nullopt;
-  return WholeInteger32(numbered.substr(begin));
-}
-
-DroneTimestamps ReadDroneTimestamps(const fs::path& path, const std::optional<fs::path>& photos,
-                                    const fs::path& scratch, Log& log) {
+TimestampFile ReadTimestampFile(const std::filesystem::path& path, const std::filesystem::path& photoFolder, Job& job) {
   RefuseUnlessRegular(path);
-  DroneTimestamps timestamps;
-  const fs::path copy = scratch / "timestamps";
-  CopyExposures(path, copy, timestamps);
-  if (timestamps.photoNumbers.empty())
-    throw Failure(fmt::format("{}: no exposure in {}", Utf8(path), Counted(timestamps.lines, "line")));
-  timestamps.events = Scan(copy, photos);
-  if (timestamps.events.size() != timestamps.photoNumbers.size())
-    throw Failure(Utf8(path) + ": the exposures could not be read back");
-  WarnOfSkipped(timestamps.skipped, log);
-  for (const auto& event : timestamps.events) {
-    timestamps.span.Add(FromFileTime(event.TimeUTC));
-    timestamps.bounds.Add(event.Latitude, event.Longitude, event.Altitude);
+  std::optional<PhotosByNumber> photos;
+  if (!photoFolder.empty()) photos.emplace(photoFolder);
+  TimestampFile file;
+  LineReader reader(path, CtrlZ::EndsText, job, "reading timestamps");
+  for (std::string_view line; reader.Next(line);) {
+    const auto exposure = ExposureIn(line);
+    if (!exposure) {
+      if (!WithoutBlanks(line, " \t").empty()) file.skipped.push_back(reader.Number());
+      continue;
+    }
+    tagKVSystemEvent& event = file.events.emplace_back(EventOf(*exposure));
+    if (photos) event.PhotoPath = photos->PathOf(exposure->photoNumber);
+    file.photoNumbers.push_back(exposure->photoNumber);
+    file.span.Add(FromFileTime(event.TimeUTC));
+    file.bounds.Add(event.Latitude, event.Longitude, event.Altitude);
   }
-  return timestamps;
+  file.lines = reader.Number();
+  if (file.events.empty()) throw Failure(fmt::format("{}: no exposure in {}", Utf8(path), Counted(file.lines, "line")));
+  job.AddLines(Found::LinesLeftOut, "timestamps", file.skipped,
+               {{"reason", "fewer than 14 fields, something else where a number belongs, or a number out of range"}},
+               {.file = path});
+  return file;
 }
 
 }  // namespace kv::mission

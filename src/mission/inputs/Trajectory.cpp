@@ -1,29 +1,115 @@
 #include "mission/inputs/Trajectory.h"
 
-#include <KVUtilities.h>
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
-#include <stdexcept>
+#include <span>
 
-#include "base/Failure.h"
+#include "mission/inputs/LeftOut.h"
 #include "platform/FileNames.h"
+#include "readers/Fix.h"
+#include "readers/LineReader.h"
+#include "readers/NmeaSentence.h"
+#include "text/Numbers.h"
+#include "time/Instants.h"
 
 namespace kv::mission {
 namespace {
 
-constexpr double kHalfTurn = 180.0;
+using std::chrono::days;
+using std::chrono::hours;
 
-void Inspect(Trajectory& trajectory, double maxGap) {
-  trajectory.first = FromFileTime(trajectory.observations.front().TimeUTC);
-  trajectory.last = FromFileTime(trajectory.observations.back().TimeUTC);
+constexpr double kHalfTurn = 180.0;
+/// Any date will do: without one only times of day are shown.
+constexpr std::chrono::sys_days kNoDate = std::chrono::year{1980} / std::chrono::January / 6;
+
+/// Days from one fix to the next. A receiver log that goes on within a day pauses for less than 23 hours; one whose
+/// pieces are out of order goes back by less than 12.
+int DaysBetween(Hundredths from, Hundredths to) { return to - from < -hours{12} ? 1 : to - from > hours{23} ? -1 : 0; }
+
+/// Collects the fixes of one receiver log, line by line.
+class SentenceCollector {
+ public:
+  void Take(std::string_view line) {
+    SentenceCounts& counts = trajectory.counts;
+    ++counts.lines;
+    SentenceKind kind = Classify(line, sentence_);
+    if (kind == SentenceKind::Fix && !TakeFix()) kind = SentenceKind::RepeatedTime;
+    if (kind == SentenceKind::OtherSentence) {
+      ++counts.others[std::string(sentence_.type)];
+      KeepDate();
+    }
+    ++counts.kinds[static_cast<std::size_t>(kind)];
+  }
+
+  bool HasFix() const { return !times_.empty(); }
+  Hundredths FirstTime() const { return times_.front().timeOfDay; }
+  const std::optional<Instant>& DatedTime() const { return dated_; }
+
+  /// Gives the fixes their times once the date of the first is known.
+  void SetTimes(Date first) {
+    std::optional<DayClock> clock;
+    int day = 0;
+    for (std::size_t i = 0; i < times_.size(); ++i) {
+      if (!clock || times_[i].day != day) clock.emplace(ToFileTime(first + days{day = times_[i].day}));
+      clock->SetTime(TimeOfDayAt(times_[i].timeOfDay.count()), trajectory.fixes[i]);
+    }
+  }
+
+  Trajectory trajectory;
+
+ private:
+  struct FixTime {
+    int day;  ///< from the first fix's
+    Hundredths timeOfDay;
+  };
+
+  /// Keeps the last dated sentence before the first fix, or the one after it: there the receiver knows the time.
+  void KeepDate() {
+    if (isDateSettled_) return;
+    const auto time = mission::DatedTime(sentence_);
+    if (!time) return;
+    dated_ = time;
+    isDateSettled_ = HasFix();
+  }
+
+  bool TakeFix() {
+    const auto& field = sentence_.fields;
+    const ClockTime clock = *ParseClock(field[kTime]);
+    int day = 0;
+    if (HasFix()) {
+      const FixTime& last = times_.back();
+      if (last.timeOfDay == clock.time) return false;
+      day = last.day + DaysBetween(last.timeOfDay, clock.time);
+    }
+    times_.push_back({day, clock.time});
+    trajectory.counts.truncatedTimes += clock.truncated;
+    const int quality = *Digits(field[kQuality]);
+    ++trajectory.counts.qualities[quality];
+    trajectory.qualities.push_back({static_cast<std::uint16_t>(std::min(quality, 0xFFFF)),
+                                    static_cast<std::uint16_t>(std::min(*Digits(field[kSatellites]), 0xFFFF)),
+                                    static_cast<float>(*FiniteNumber(field[kHdop]))});
+    SetPlace(std::span(field).first(kFixTokens), units_, trajectory.fixes.emplace_back());
+    return true;
+  }
+
+  Sentence sentence_;
+  ColumnText units_;
+  std::vector<FixTime> times_;
+  std::optional<Instant> dated_;
+  bool isDateSettled_ = false;
+};
+
+void Inspect(double maxGapSeconds, Trajectory& trajectory) {
+  trajectory.first = FromFileTime(trajectory.fixes.front().TimeUTC);
+  trajectory.last = FromFileTime(trajectory.fixes.back().TimeUTC);
   const tagKVTrajectoryObs* last = nullptr;
-  for (const auto& fix : trajectory.observations) {
+  for (const auto& fix : trajectory.fixes) {
     trajectory.bounds.Add(fix.Latitude, fix.Longitude, fix.Altitude);
     if (last) {
       const Instant from = FromFileTime(last->TimeUTC), to = FromFileTime(fix.TimeUTC);
-      if (Seconds(to - from) > maxGap) trajectory.gaps.push_back({from, to, last->Latitude, last->Longitude});
+      if (Seconds(to - from) > maxGapSeconds) trajectory.gaps.push_back({from, to, last->Latitude, last->Longitude});
       trajectory.stepsBack += to < from;
       if (std::abs(fix.Longitude - last->Longitude) > kHalfTurn)
         trajectory.crossings.push_back({from, to, last->Latitude, last->Longitude});
@@ -32,82 +118,86 @@ void Inspect(Trajectory& trajectory, double maxGap) {
   }
 }
 
-[[noreturn]] void FailWithoutFix(const std::filesystem::path& path, const NmeaCounts& counts) {
+[[noreturn]] void FailWithoutFix(const std::filesystem::path& path, const SentenceCounts& counts) {
   const std::string leftOut = LeftOutText(counts);
   throw Failure(fmt::format("{}: no usable fix in {}{}{}", Utf8(path), Counted(counts.lines, "line"),
                             leftOut.empty() ? "" : ": ", leftOut));
 }
 
+/// Takes the date from the first source that has it, and reports sources that contradict it.
+void ChooseDate(const DateSources& sources, const SentenceCollector& collector, Trajectory& trajectory, Job& job) {
+  const auto choose = [&](Date date, const char* source) {
+    if (!trajectory.date) {
+      trajectory.date = date, trajectory.dateSource = source;
+    } else if (date != *trajectory.date) {
+      job.Add(Found::TrajectoryDateContradicted, {{"date", DateText(*trajectory.date)},
+                                                  {"source", trajectory.dateSource},
+                                                  {"other", source},
+                                                  {"otherDate", DateText(date)}});
+    }
+  };
+  if (sources.given) choose(*sources.given, "option");
+  if (sources.heartbeat) choose(DateNearest(*sources.heartbeat, collector.FirstTime()), "heartbeat");
+  if (collector.DatedTime()) choose(DateNearest(*collector.DatedTime(), collector.FirstTime()), "sentence");
+}
+
 }  // namespace
 
-void Bounds::Add(double latitude, double longitude, double altitude) {
-  west = std::min(west, longitude), east = std::max(east, longitude);
-  south = std::min(south, latitude), north = std::max(north, latitude);
-  lowest = std::min(lowest, altitude), highest = std::max(highest, altitude);
+Date DateNearest(Instant instant, Hundredths timeOfDay) {
+  // Half a day later the day that began last is the nearest one.
+  return std::chrono::floor<days>(instant - timeOfDay + hours{12});
 }
 
-void Bounds::Add(const Bounds& other) {
-  west = std::min(west, other.west), east = std::max(east, other.east);
-  south = std::min(south, other.south), north = std::max(north, other.north);
-  lowest = std::min(lowest, other.lowest), highest = std::max(highest, other.highest);
+Trajectory ReadTrajectoryFile(const std::filesystem::path& path, const DateSources& dates, double maxGapSeconds,
+                              Job& job) {
+  LineReader reader(path, CtrlZ::IsText, job, "reading the trajectory");
+  SentenceCollector collector;
+  for (std::string_view line; reader.Next(line);) collector.Take(line);
+  Trajectory& trajectory = collector.trajectory;
+  if (!collector.HasFix() && dates.mustBeDated) FailWithoutFix(path, trajectory.counts);
+  if (!collector.HasFix()) return std::move(trajectory);
+  ChooseDate(dates, collector, trajectory, job);
+  if (!trajectory.date && dates.mustBeDated)
+    throw Failure(Utf8(path) + ": nothing tells the date of the fixes; give it with --date YYYY-MM-DD");
+  collector.SetTimes(trajectory.date.value_or(kNoDate));
+  Inspect(maxGapSeconds, trajectory);
+  return std::move(trajectory);
 }
 
-Trajectory ReadTrajectory(const std::filesystem::path& path, DateSources dates, const std::filesystem::path& scratch,
-                          double maxGap, Log& log) {
-  const auto copy = scratch / "fixes";
-  NmeaLog fixes = CopyFixes(path, copy, log);
-  if (!fixes.firstFix) FailWithoutFix(path, fixes.counts);
-  dates.sentence = fixes.dated;
-  const auto date = ChooseDate(dates, *fixes.firstFix, log);
-  if (!date) throw Failure(Utf8(path) + ": nothing tells the date of the fixes; give it with --date YYYY-MM-DD");
-  return ScanFixes(path, copy, fixes, *date, maxGap);
-}
-
-Trajectory ScanFixes(const std::filesystem::path& path, const std::filesystem::path& copy, const NmeaLog& fixes,
-                     MissionDate date, double maxGap) {
+Trajectory InspectedTrajectory(std::vector<tagKVTrajectoryObs>&& fixes, double maxGapSeconds) {
   Trajectory trajectory;
-  trajectory.counts = fixes.counts;
-  trajectory.date = date;
-  auto& observations = trajectory.observations;
-  std::wstring error;
-  try {
-    for (std::size_t i = 0; i < fixes.days.size(); ++i) {
-      const FILETIME noon = NoonOf(date.date + std::chrono::days{fixes.days[i]});
-      auto piece = KVUtilities::ScanKVTrajectoryFile(WidePath(PieceOf(copy, i)), noon, error);
-      if (i == 0) std::swap(observations, piece);  // mostly all
-      std::move(piece.begin(), piece.end(), std::back_inserter(observations));
-    }
-  } catch (const std::logic_error& fault) {  // a number that the library does not take
-    throw Failure(fmt::format("{}: the fixes cannot be read: {}", Utf8(path), fault.what()));
-  }
-  if (observations.size() != fixes.counts.Of(LineKind::Fix))
-    throw Failure(Utf8(path) + ": the fixes could not be read back");
-  Inspect(trajectory, maxGap);
+  trajectory.fixes = std::move(fixes);
+  Inspect(maxGapSeconds, trajectory);
   return trajectory;
 }
 
-Trajectory InspectedTrajectory(std::vector<tagKVTrajectoryObs>&& observations, double maxGap) {
-  Trajectory trajectory;
-  trajectory.observations = std::move(observations);
-  Inspect(trajectory, maxGap);
-  return trajectory;
-}
-
-void WarnOfTrajectory(const Trajectory& trajectory, const TrajectoryWords& words, Log& log) {
+void TellOfTrajectory(const Trajectory& trajectory, const TrajectoryWords& words, Job& job) {
   constexpr std::size_t kNamed = 5;
   const auto& gaps = trajectory.gaps;
   for (std::size_t i = 0; i < std::min(kNamed, gaps.size()); ++i) {
-    log.Warn("{} gap of {:.1f} s from {} at {:.7f}, {:.7f}", words.name, Seconds(gaps[i].to - gaps[i].from),
-             TimeText(gaps[i].from), gaps[i].latitude, gaps[i].longitude);
+    job.Add(Found::TrajectoryGap, {{"trajectory", words.name},
+                                   {"seconds", Seconds(gaps[i].to - gaps[i].from)},
+                                   {"from", gaps[i].from},
+                                   {"latitude", gaps[i].latitude},
+                                   {"longitude", gaps[i].longitude}});
   }
-  if (gaps.size() > kNamed) log.Warn("{}: {} more", words.name, Counted(gaps.size() - kNamed, "gap"));
+  if (gaps.size() > kNamed)
+    job.Add(Found::TrajectoryGapsMore, {{"trajectory", words.name}, {"count", Count(gaps.size() - kNamed)}});
   if (trajectory.stepsBack > 0)
-    log.Warn("the time of the {} runs back {}: {}", words.fixes, Counted(trajectory.stepsBack, "time"),
-             words.outOfOrder);
-  if (!trajectory.crossings.empty()) log.Warn("{}", words.crossing);
+    job.Add(Found::TrajectoryRunsBack,
+            {{"trajectory", words.name}, {"count", Count(trajectory.stepsBack)}, {"reason", words.outOfOrder}});
+  if (!trajectory.crossings.empty())
+    job.Add(Found::TrajectoryCrossesMeridian, {{"trajectory", words.name}, {"effect", words.crossing}});
   if (trajectory.counts.truncatedTimes > 0)
-    log.Warn("{} finer than a hundredth of a second: cut to hundredths",
-             Counted(trajectory.counts.truncatedTimes, "fix time"));
+    job.Add(Found::FixTimesCut, {{"count", Count(trajectory.counts.truncatedTimes)}});
 }
 
 }  // namespace kv::mission
+
+KVMission::Trajectory KVMission::ReadTrajectory(const std::filesystem::path& path, const TrajectoryOptions& options,
+                                                Observer& observer) {
+  kv::mission::Job job(observer);
+  Trajectory trajectory = kv::mission::ReadTrajectoryFile(path, {options.date, {}, true}, options.maxGapSeconds, job);
+  kv::mission::TellOfTrajectory(trajectory, kv::mission::kReceiverWords, job);
+  return trajectory;
+}

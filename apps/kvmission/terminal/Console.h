@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+
+/// Terminal and process, one source per system.
+namespace kv::command {
+
+/// Makes reading and writing fail on a standard stream that was closed; otherwise the next file opened would take its
+/// place. Writing also fails when the reader of standard output has gone.
+void SecureStandardStreams();
+
+bool IsTerminal(std::FILE* stream);
+
+/// Columns of the terminal on standard error; 80 if unknown.
+std::size_t TerminalWidth();
+
+/// Keeps freed memory for reuse: returning it to the system and fetching it again costs a good part of the time.
+void KeepFreedMemory();
+
+/// Calls `handler` for Ctrl-C and requests to terminate, except signals that the process was started to ignore, and
+/// lets a blocked read return. Writing beyond the file size limit then fails instead of ending the process.
+void InstallInterruptHandler(void (*handler)(int));
+
+}  // namespace kv::command

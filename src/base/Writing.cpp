@@ -1,0 +1,38 @@
+#include "base/Writing.h"
+
+#include <KVMission.h>
+#include <fmt/format.h>
+
+#include <cstdio>
+
+#include "platform/FileNames.h"
+
+namespace kv::mission {
+
+void FailWriting(const std::filesystem::path& path, const std::error_code& reason) {
+  throw KVMission::Failure(fmt::format("{}: cannot be written: {}", Utf8(path), reason.message()));
+}
+
+void WriteFile(const std::filesystem::path& path, const std::string& content, bool onDisk) {
+  FilePtr file = OpenNative(path, "wb");
+  if (!file || std::fwrite(content.data(), 1, content.size(), file.get()) != content.size() ||
+      (onDisk && !FlushToDisk(file.get())) || std::fclose(file.release()) != 0)
+    FailWriting(path);
+}
+
+ScratchFolder::ScratchFolder(const std::filesystem::path& parent) {
+  std::error_code error;
+  bool made = false;
+  for (int attempt = 0; !made && !error; ++attempt) {
+    path_ = parent / fmt::format(".kvmission-{}-{}", ProcessId(), attempt);
+    made = std::filesystem::create_directory(path_, error);
+  }
+  if (error) FailWriting(parent, error);
+}
+
+ScratchFolder::~ScratchFolder() {
+  std::error_code ignored;
+  if (!kept_) std::filesystem::remove_all(path_, ignored);
+}
+
+}  // namespace kv::mission

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/Job.h"
+
+/// The steps of a run.
+namespace kv::mission {
+
+class OutputFolder;
+using SystemEvents = std::vector<tagKVSystemEvent>;
+using Differences = std::vector<std::optional<double>>;
+
+/// Looks in the mission's folder, not in those below, for what the settings leave open: files by their content, photo
+/// folders by the names cam1, cam2, camera1, camera2 in any letter case. What is not there stays open.
+/// @throws Failure when there are several candidates, which names them and the option that decides; when the folder
+///         cannot be listed
+void FindMissionFiles(Settings& settings, Job& job);
+
+/// Completes the inputs of a drone mission: photos beside the timestamp file, which become those of camera 1.
+/// @throws Failure (WrongUsage) when inputs do not go together
+void SettleDroneInputs(Settings& settings, Job& job);
+
+/// Reads a drone's timestamp file and the names of its photos into the mission. Exposures find photos by number.
+/// @return the exposures as events, with their photos
+/// @throws Failure without an exposure; when the photo folder cannot be listed
+SystemEvents ReadDroneEvents(Mission& mission, Job& job);
+
+/// Compares the places of a drone's exposures with those of a post-processed trajectory at the same GPS time. When the
+/// settings ask for these, takes them over; exposures outside the trajectory then have no place.
+/// @param samples  those without a valid time, and single ones out of the order of time, are left out
+/// @return  the trajectory; without fixes if the places of the timestamp file stay
+/// @throws Failure without a usable sample when its places are wanted; otherwise that is a finding
+Trajectory ApplyPostProcessed(const std::vector<tagKVPosEvent>& samples, SystemEvents& events, Mission& mission,
+                              Job& job);
+
+/// Gives every event with a time its place on the trajectory. A camera event inside a gap, or between two fixes across
+/// the 180th meridian, gets none. @throws Failure with the sentence of the operation that failed
+void PlaceEvents(SystemEvents& events, Trajectory& trajectory, Job& job);
+
+/// Gives every entry of the housekeeping log its place; one without a place of its own gets a neighbour's. Removes and
+/// counts those that stay without. @throws Failure with the sentence of the operation that failed
+void PlaceEntries(HousekeepingLog& housekeeping, Trajectory& trajectory, Job& job);
+
+/// Gives the camera events of one camera their photos.
+/// @param offset       seconds, added to every photo's time
+/// @param events       of all cameras, in the order of the event file; an event without a time is paired by order only
+/// @param differences  one for each event; receives photo time minus event time of this camera's pairs, seconds
+/// @throws Failure when the folder cannot be paired by order
+Pairing PairPhotos(int camera, const PhotoFolder& folder, PairBy wanted, double offset, SystemEvents& events,
+                   Differences& differences, Job& job);
+
+/// Moves the camera events into exposures, and says which cannot be in the photo layer, and why.
+/// @param events       in file order, heartbeats among them; only these stay
+/// @param differences  of each event: photo time minus event time, seconds
+/// @param mission      its event or timestamp file, trajectory and settings tell why
+std::vector<Exposure> ExposuresOf(SystemEvents& events, const Differences& differences, const Mission& mission,
+                                  const Trajectory& trajectory);
+
+/// "inside-gap"
+const char* CodeOf(DropCode code);
+
+/// Stores the sharpness of the photos of exposures that have a place; a photo that cannot be graded leaves 0.
+/// @return  a summary for camera 1 and one for camera 2
+/// @throws Failure (Stopped)
+std::array<SharpnessSummary, 2> GradeExposures(std::vector<Exposure>& exposures, const Settings& settings, Job& job);
+
+/// Combines the exposures of both cameras that have a place into stations. Findings tell of stations that are no pair
+/// of the two cameras. @throws Failure with the sentence of the operation that failed
+Stations FormStations(const std::vector<Exposure>& exposures, double toleranceSeconds, Job& job);
+
+/// Whether the attribute table of photos can hold a path: it has 254 characters of Windows-1252.
+bool FitsPhotoPath(const CStringW& path);
+
+/// Writes the layers of a mission and its summary into the staging folder.
+/// @throws Failure with the sentence of the operation that failed; (Stopped)
+void WriteResults(const Mission& mission, const OutputFolder& output, Job& job);
+
+/// Writes a layer of samples in a target coordinate system.
+void WritePosLayer(const std::string& name, const PosPoints& points, const OutputFolder& output, Job& job);
+
+}  // namespace kv::mission

@@ -1,0 +1,96 @@
+#include "readers/NmeaSentence.h"
+
+#include <gtest/gtest.h>
+
+namespace kv::mission {
+namespace {
+
+// The sentence with checksum 47 is the example that receivers' manuals share.
+TEST(NmeaSentence, TellsFixesFromOtherLines) {
+  struct {
+    const char* line;
+    SentenceKind kind;
+  } const rows[] = {
+      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*47", SentenceKind::Fix},
+      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*47 \r", SentenceKind::Fix},
+      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*48", SentenceKind::BadChecksum},
+      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*4", SentenceKind::BadChecksum},
+      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*47$GPGGA", SentenceKind::BadChecksum},
+      {"$BDGGA,123519.45,9000.00,S,18000.000,W,8,08,+0.9,-5.4,M,-46.9", SentenceKind::Fix},
+      {"$GPGGA,,,,,,0,,,,M,,M,,*66", SentenceKind::NoFix},
+      {"$GPGGA,123519,4807.038,N,01131.000,E,0,00,,545.4,M,46.9,M,,", SentenceKind::NoFix},
+      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,,545.4,M,46.9,M,,", SentenceKind::Incomplete},
+      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,,M,,", SentenceKind::Incomplete},
+      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4", SentenceKind::Incomplete},
+      {"$GPGGA,240000,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,", SentenceKind::Incomplete},
+      {"$GPGGA,123560,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,", SentenceKind::Incomplete},
+      {"$GPGGA,123519,4860.000,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,", SentenceKind::Incomplete},
+      {"$GPGGA,123519,9000.001,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,", SentenceKind::Incomplete},
+      {"$GPGGA,123519,4807,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,", SentenceKind::Incomplete},
+      {"$GPGGA,123519,4807.,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,", SentenceKind::Incomplete},
+      {"$GPGGA,123519,4807.038,E,01131.000,N,1,08,0.9,545.4,M,46.9,M,,", SentenceKind::Incomplete},
+      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,nan,M,46.9,M,,", SentenceKind::Incomplete},
+      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,1e999,M,46.9,M,,", SentenceKind::Incomplete},
+      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,1e308,M,46.9,M,,", SentenceKind::Incomplete},
+      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,1e-320,M,,", SentenceKind::Incomplete},
+      {"$GPGGA,123519,4807.0380000000000000,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,", SentenceKind::Incomplete},
+      {"$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W*6A", SentenceKind::OtherSentence},
+      {"!AIVDM,1,1,,A,14eG;o@034o8sd<L9i:a;WF>062D,0*7D", SentenceKind::OtherSentence},
+      {"# GPS: Hemisphere", SentenceKind::NotASentence},
+      {"$", SentenceKind::NotASentence},
+      {"$gpgga,123519", SentenceKind::NotASentence},
+      {" \r", SentenceKind::Blank},
+  };
+  Sentence sentence;
+  for (const auto& [line, kind] : rows) EXPECT_EQ(Classify(line, sentence), kind) << line;
+}
+
+TEST(NmeaSentence, ReadsTimesOfDayToTheHundredth) {
+  struct {
+    const char* text;
+    int hundredths;  // -1: no time
+    bool truncated;
+  } const rows[] = {
+      {"000000", 0, false},
+      {"123519", 4531900, false},
+      {"123519.5", 4531950, false},
+      {"123519.05", 4531905, false},
+      {"235959.999", 8639999, true},
+      {"123519.9900", 4531999, false},
+      {"12351", -1, false},
+      {"123519,5", -1, false},
+      {"123519.4x", -1, false},
+      {"126019", -1, false},
+      {"", -1, false},
+  };
+  for (const auto& [text, hundredths, truncated] : rows) {
+    const auto clock = ParseClock(text);
+    ASSERT_EQ(clock.has_value(), hundredths >= 0) << text;
+    if (!clock) continue;
+    EXPECT_EQ(clock->time.count(), hundredths) << text;
+    EXPECT_EQ(clock->truncated, truncated) << text;
+  }
+}
+
+TEST(NmeaSentence, ReadsDatedSentences) {
+  struct {
+    const char* line;
+    const char* time;  // empty: none
+  } const rows[] = {
+      {"$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W*6A", "1994-03-23T12:35:19.000Z"},
+      {"$GNRMC,003956.00,A,4552.65403,S,17030.00668,E,0.025,,120419,,,A,V*07", "2019-04-12T00:39:56.000Z"},
+      {"$GPZDA,193913.00,07,09,2018,00,00*63", "2018-09-07T19:39:13.000Z"},
+      {"$GPRMC,123519,V,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W", ""},
+      {"$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,310494,003.1,W", ""},
+      {"$GPZDA,193913.00,,,,00,00", ""},
+  };
+  Sentence sentence;
+  for (const auto& [line, time] : rows) {
+    ASSERT_EQ(Classify(line, sentence), SentenceKind::OtherSentence) << line;
+    const auto read = DatedTime(sentence);
+    EXPECT_EQ(read ? IsoText(*read) : "", time) << line;
+  }
+}
+
+}  // namespace
+}  // namespace kv::mission
