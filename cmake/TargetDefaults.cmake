@@ -1,7 +1,7 @@
 # Compile options of every target of this project. They are set per target, so that a project which includes this one
 # keeps its own.
 function(kv_target_defaults target)
-  target_compile_features(${target} PUBLIC cxx_std_20)
+  target_compile_features(${target} PRIVATE cxx_std_20)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden
                                              VISIBILITY_INLINES_HIDDEN ON)
   if(WIN32)

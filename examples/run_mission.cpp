@@ -31,7 +31,10 @@ int main(int argc, char** argv) try {
       if (finding.severity == severity) std::printf("%s: %s\n", finding.code.c_str(), finding.text.c_str());
     }
   }
-  std::printf("%zu of %zu exposures are in the photo layer\n", mission.cameras[0].read, mission.exposures.size());
+  std::size_t dropped = 0;
+  for (const KVMission::Exposure& exposure : mission.exposures) dropped += exposure.drop.has_value();
+  std::printf("%zu of %zu exposures are in the photo layer\n", mission.exposures.size() - dropped,
+              mission.exposures.size());
   return mission.complete ? 0 : 3;
 } catch (const KVMission::Failure& failure) {
   std::fprintf(stderr, "%s\n", failure.what());

@@ -512,7 +512,8 @@ struct Mission {
   TimeSpan photoSpan;  ///< of the exposures in the photo layer
   Bounds photoBounds;  ///< of the exposures in the photo layer
   std::vector<Finding> findings;
-  /// Every line was read, and every exposure and photo matched, graded and reliably timed.
+  /// Nothing was dropped, unmatched, ungraded or without a reliable time, and no line was left out except for short or
+  /// undated ones of the housekeeping log and of the receiver log. docs/kvmission/checks.md has each condition.
   bool complete = false;
 };
 

@@ -44,10 +44,10 @@ inline constexpr FindingKind  // Lines left out
     TicksWild{"ticks-wild", Warning, "{input}: {count} {what} left out, tick far from those before and after: {lines}"},
     HeartbeatsOff{"heartbeats-off", Warning,
                   "{input}: {count:heartbeat} left out, more than 0.5 s off the others: {lines}"},
-    ReadingsNotNumbers{
-        "readings-not-numbers", Warning,
-        "{input}: {count:reading is|readings are} not a finite number, first in line {line}: left out of "
-        "the minima and maxima"};
+    ReadingsNotNumbers{"readings-not-numbers", Warning,
+                       "{input}: {count:reading is not a finite number|readings are not finite numbers}, first in line "
+                       "{line}: left out of "
+                       "the minima and maxima"};
 
 inline constexpr FindingKind  // Trajectory
     TrajectoryDateContradicted{

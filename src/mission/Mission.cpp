@@ -207,9 +207,9 @@ void KVMission::WriteLayers(const Mission& mission, const std::filesystem::path&
   using namespace kv::mission;
   Job job(observer);
   Settings settings = mission.settings;
-  settings.output = folder;
+  settings.output = std::filesystem::absolute(folder).lexically_normal();
   RefuseResultsAsInputs(settings);
-  OutputFolder output(folder, overwrite, RunResults());
+  OutputFolder output(settings.output, overwrite, RunResults());
   WriteResults(mission, output, job);
   output.Commit(job);
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <system_error>
 
+#include "mission/inputs/Inputs.h"
 #include "platform/FileNames.h"
 
 namespace kv::mission {
@@ -106,10 +107,12 @@ void RefuseResultAsInput(const fs::path& folder, const Results& results, const f
 }
 
 void RefuseResultsAsInputs(const Settings& settings) {
-  for (const auto* input : {&settings.trajectory, &settings.events, &settings.housekeeping, &settings.pos,
-                            &settings.timestamps, &settings.orientation, &settings.applanix}) {
-    if (!input->empty()) RefuseResultAsInput(settings.output, RunResults(), *input);
+  for (const Input& input : Inputs()) {
+    if (input.setting && !(settings.*input.setting).empty())
+      RefuseResultAsInput(settings.output, RunResults(), settings.*input.setting);
   }
+  if (std::error_code noPath; fs::is_regular_file(settings.target, noPath))
+    RefuseResultAsInput(settings.output, RunResults(), settings.target);
 }
 
 NewFolders::NewFolders(const fs::path& path) {

@@ -68,8 +68,8 @@ const char* CodeOf(DropCode code);
 /// @throws Failure (Stopped)
 std::array<SharpnessSummary, 2> GradeExposures(std::vector<Exposure>& exposures, const Settings& settings, Job& job);
 
-/// Combines the exposures of both cameras that have a place into stations. Findings tell of stations that are no pair
-/// of the two cameras. @throws Failure with the sentence of the operation that failed
+/// Combines the exposures of both cameras that have a place into stations. Findings tell of stations that are not a
+/// pair of the two cameras. @throws Failure with the sentence of the operation that failed
 Stations FormStations(const std::vector<Exposure>& exposures, double toleranceSeconds, Job& job);
 
 /// Whether the attribute table of photos can hold a path: it has 254 characters of Windows-1252.

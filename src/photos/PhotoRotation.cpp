@@ -28,7 +28,7 @@ std::string ReadWhole(const fs::path& path) {
 
 std::string ReadPhoto(const fs::path& path) {
   if (ReadBeginning(path, kStartOfJpeg.size()) != kStartOfJpeg) throw Failure("not a JPEG file");
-  if (fs::file_size(path) > kLargestPhoto) throw Failure("larger than 1 GiB, which no photo is");
+  if (fs::file_size(path) > kLargestPhoto) throw Failure("larger than 1 GiB, the most that is rotated");
   std::string photo = ReadWhole(path);
   if (!IsJpeg(photo)) throw Failure("not a JPEG file");
   if (const std::string damage = JpegDamage(photo); !damage.empty())

@@ -20,6 +20,17 @@ int Milliseconds(std::string_view text) {
   return LeadingInteger(std::string_view(digits, length));
 }
 
+void SetAngles(std::span<const std::string_view> tokens, tagKVTrajectoryObs& fix) {
+  fix.Latitude = DegreesFromNmea(tokens[2], tokens[3].front());
+  fix.Longitude = DegreesFromNmea(tokens[4], tokens[5].front());
+}
+
+void SetHeights(double aboveGeoid, double separation, const CStringW& unit, tagKVTrajectoryObs& fix) {
+  fix.GeoidOffst = separation;
+  fix.Altitude = aboveGeoid + separation;
+  fix.AltUnit = unit;
+}
+
 }  // namespace
 
 TimeOfDay TimeOfDayIn(std::string_view token) {
@@ -53,12 +64,15 @@ void DayClock::SetTime(const TimeOfDay& time, tagKVTrajectoryObs& fix) const {
 }
 
 void SetPlace(std::span<const std::string_view> tokens, ColumnText& units, tagKVTrajectoryObs& fix) {
-  fix.Latitude = DegreesFromNmea(tokens[2], tokens[3].front());
-  fix.Longitude = DegreesFromNmea(tokens[4], tokens[5].front());
+  SetAngles(tokens, fix);
   const double heightAboveGeoid = LeadingDouble(tokens[9]);
-  fix.GeoidOffst = LeadingDouble(tokens[11]);
-  fix.Altitude = heightAboveGeoid + fix.GeoidOffst;
-  fix.AltUnit = units.Of(tokens[10]);
+  SetHeights(heightAboveGeoid, LeadingDouble(tokens[11]), units.Of(tokens[10]), fix);
+}
+
+void SetPlace(std::span<const std::string_view> tokens, double heightAboveGeoid, double separation, ColumnText& units,
+              tagKVTrajectoryObs& fix) {
+  SetAngles(tokens, fix);
+  SetHeights(heightAboveGeoid, separation, units.Of(tokens[10]), fix);
 }
 
 }  // namespace kv

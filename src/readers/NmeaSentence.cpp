@@ -73,21 +73,30 @@ bool IsOneOf(std::string_view text, std::string_view letters) {
 
 bool IsUnit(std::string_view text) { return !text.empty() && std::all_of(text.begin(), text.end(), IsLetter); }
 
-bool IsMeasure(std::string_view text) {
+/// @param measure  unchanged for a text that is not one
+bool ReadMeasure(std::string_view text, double& measure) {
   const auto value = FiniteNumber(text);
   if (!value) return false;
   const double size = std::abs(*value);
-  // The scan refuses what merely rounds to zero.
+  // What merely rounds to zero is refused: the strict numbers throw on it.
   const bool isZero = size == 0 && text.substr(0, text.find_first_of("eE")).find_first_of("123456789") == text.npos;
-  return isZero || (size >= kSmallestMeasure && size < kLargestMeasure);
+  if (!isZero && (size < kSmallestMeasure || size >= kLargestMeasure)) return false;
+  measure = *value;
+  return true;
 }
 
-bool AllInPlace(const Sentence& fix) {
-  const auto& field = fix.fields;
-  return ParseClock(field[kTime]) && IsAngle(field[kLatitude], 90) && IsOneOf(field[kNorth], "NS") &&
-         IsAngle(field[kLongitude], 180) && IsOneOf(field[kEast], "EW") && Digits(field[kQuality]) &&
-         Digits(field[kSatellites]) && IsMeasure(field[kHdop]) && IsMeasure(field[kHeight]) &&
-         IsUnit(field[kHeightUnit]) && IsMeasure(field[kSeparation]);
+/// @return whether every field is there and valid; `sentence.fix` is then filled
+bool ReadFix(Sentence& sentence) {
+  const auto& field = sentence.fields;
+  FixNumbers& fix = sentence.fix;
+  const auto clock = ParseClock(field[kTime]);
+  const auto quality = Digits(field[kQuality]), satellites = Digits(field[kSatellites]);
+  if (!clock || !quality || !satellites) return false;
+  fix.clock = *clock, fix.quality = *quality, fix.satellites = *satellites;
+  return IsAngle(field[kLatitude], 90) && IsOneOf(field[kNorth], "NS") && IsAngle(field[kLongitude], 180) &&
+         IsOneOf(field[kEast], "EW") && ReadMeasure(field[kHdop], fix.hdop) &&
+         ReadMeasure(field[kHeight], fix.height) && IsUnit(field[kHeightUnit]) &&
+         ReadMeasure(field[kSeparation], fix.separation);
 }
 
 bool SaysNoFix(const Sentence& fix) {
@@ -127,7 +136,7 @@ SentenceKind Classify(std::string_view line, Sentence& sentence) {
   SplitFields(body, sentence);
   if (sentence.type != "GGA") return SentenceKind::OtherSentence;
   if (SaysNoFix(sentence)) return SentenceKind::NoFix;
-  return AllInPlace(sentence) ? SentenceKind::Fix : SentenceKind::Incomplete;
+  return ReadFix(sentence) ? SentenceKind::Fix : SentenceKind::Incomplete;
 }
 
 std::optional<ClockTime> ParseClock(std::string_view text) {

@@ -26,25 +26,35 @@ enum FixField : std::size_t {
   kSeparationUnit
 };
 
+/// Time of day in hundredths of a second, the resolution of fixes.
+using Hundredths = std::chrono::duration<int, std::centi>;
+
+struct ClockTime {
+  Hundredths time{};
+  bool truncated = false;  ///< digits beyond the hundredths, and not all zero, were dropped
+};
+
+/// The numbers of a position sentence, except for its angles.
+struct FixNumbers {
+  ClockTime clock;
+  int quality = 0, satellites = 0;
+  double hdop = 0;
+  double height = 0;      ///< above the geoid
+  double separation = 0;  ///< of the geoid
+};
+
 /// The pieces of one sentence; they point into the line.
 struct Sentence {
   static constexpr std::size_t kFields = 13;  // none of those read here has more that matter
 
   std::string_view type;  ///< without the talker: "GGA"; the whole identifier of a proprietary sentence
   std::array<std::string_view, kFields> fields;  ///< the identifier and what follows it; empty where there is none
+  FixNumbers fix;                                ///< of a fix
 };
 
 /// @param sentence  filled for every kind but `BadChecksum`, `NotASentence` and `Blank`
 /// @return          never `RepeatedTime`, which takes two lines
 SentenceKind Classify(std::string_view line, Sentence& sentence);
-
-/// Time of day in hundredths of a second, the resolution of fixes.
-using Hundredths = std::chrono::duration<int, std::centi>;
-
-struct ClockTime {
-  Hundredths time;
-  bool truncated;  ///< digits beyond the hundredths, and not all zero, were dropped
-};
 
 /// @param text  hhmmss, with or without a fraction
 std::optional<ClockTime> ParseClock(std::string_view text);

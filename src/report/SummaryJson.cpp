@@ -110,6 +110,7 @@ Json DropsOf(const Mission& mission) {
     Json json = {{"camera", event.CameraID}};
     photoNumber ? json["photoNumber"] = *photoNumber : json["tick"] = TickOf(event.MasterTick);
     json.update({{"time", JsonOf(time)}, {"code", CodeOf(drop->code)}, {"reason", TextOf(*drop)}});
+    if (drop->code == DropCode::InsideGap) json["seconds"] = drop->seconds;
     list.push_back(std::move(json));
   }
   return list;

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <map>
 #include <thread>
+#include <utility>
 
 #include "simulation/SimulatedMission.h"
 #include "support/TempFolder.h"
@@ -55,6 +56,21 @@ TEST(KVMission, RunsDifferentMissionsAtOnce) {
     other.join();
     EXPECT_EQ(Content(temp, temp.Path()), oneByOne);
   }
+}
+
+TEST(KVMission, WritesAMissionThatWasKept) {
+  const TempFolder temp;
+  KVMission::Settings settings = Simulated(temp.Path() / "m", false, 1);
+  KVMission::Observer nobody;
+  KVMission::RunMission(settings, nobody);
+  const Files written = Content(temp, settings.output);
+  fs::remove_all(settings.output);
+  const fs::path output = std::exchange(settings.output, {});
+  const KVMission::Mission mission = KVMission::RunMission(settings, nobody);
+  EXPECT_FALSE(fs::exists(output));
+  KVMission::WriteLayers(mission, output, false, nobody);
+  EXPECT_EQ(Content(temp, output), written);
+  EXPECT_THROW(KVMission::WriteLayers(mission, output, false, nobody), KVMission::Failure);
 }
 
 /// Counts the questions, and says "stop" to one of them and all later ones.

@@ -51,4 +51,13 @@ done < <(grep -rnE '^ *# *include' simulation | grep -vE 'include ("simulation/|
 while IFS=: read -r file _ line; do
   fail "$file: $line; simulation belongs to the command and to tests"
 done < <(grep -rnE '^ *# *include ["<]([^">]*/)?simulation/' include src || true)
+
+# Findings: each code stands once, on the page of checks and, except for notes, in the schema of the summary.
+codes=$(grep -oE '"[a-z]+(-[a-z]+)+"' src/base/Findings.h | tr -d '"' | sort)
+[ -z "$(uniq -d <<<"$codes")" ] || fail "finding codes that stand twice: $(uniq -d <<<"$codes" | tr '\n' ' ')"
+for code in $codes; do
+  grep -q "\"$code\", Note" src/base/Findings.h || grep -q "\"$code\"" docs/kvmission/summary.schema.json ||
+    fail "summary.schema.json does not know the finding $code"
+  grep -q "\`$code\`" docs/kvmission/checks.md || fail "checks.md does not explain the finding $code"
+done
 exit "$failures"

@@ -29,8 +29,12 @@ export LD_LIBRARY_PATH
 # The example of the engine runs the mission, prints findings by severity and stops on a flag.
 for program in "$work/cmake/run_mission" "$work/kvmission-consumer"; do
   status=0
-  "$program" "$work/mission" "$work/layers" || status=$?
-  [ "$status" = 3 ] || { echo "$program ended with $status instead of 3" >&2; exit 1; }
+  "$program" "$work/mission" "$work/layers" >"$work/out" || status=$?
+  photos=$(sed -n '/"name": "photos"/,/records/s/.*"records": //p' "$work/layers/summary.json")
+  if [ "$status" != 3 ] || ! grep -q "^$photos of [0-9]* exposures are in the photo layer$" "$work/out"; then
+    echo "$program ended with $status: $(cat "$work/out")" >&2
+    exit 1
+  fi
   [ -s "$work/layers/photos.shp" ] && [ -s "$work/layers/summary.json" ]
   rm -r "$work/layers"
 done

@@ -44,16 +44,13 @@ inline std::optional<double> ReadNumber(const std::string& text) {
   return error == std::errc() && read == end && std::isfinite(number) ? std::optional(number) : std::nullopt;
 }
 
-/// Adds an option that stores a number, with `complaint` for what is not one or not wanted.
-template <typename Wanted>
-CLI::Option* AddNumber(CLI::App& command, const std::string& name, double& number, const std::string& help,
-                       const char* complaint, Wanted isWanted) {
-  const auto store = [=, &number](const std::string& text) {
-    const auto value = ReadNumber(text);
-    if (!value || !isWanted(*value)) throw CLI::ValidationError(name, complaint);
-    number = *value;
-  };
-  return command.add_option_function<std::string>(name, store, help);
+/// Stores a setting that an option of its name gives. @throws CLI::ValidationError
+inline void SetFromOption(KVMission::Settings& settings, const std::string& key, const std::string& text) {
+  try {
+    KVMission::Set(settings, key, text);
+  } catch (const KVMission::Failure& failure) {
+    throw CLI::ValidationError("--" + std::string(failure.what()));
+  }
 }
 
 }  // namespace kv::command

@@ -15,7 +15,7 @@ using KVMission::Failure;
 
 struct InfoOptions {
   std::vector<std::string> files;
-  double maxGapSeconds = KVMission::Settings().maxGapSeconds;
+  KVMission::Settings settings;  // of which the gap counts
   bool json = false;
 };
 
@@ -42,7 +42,7 @@ ExitCode Inform(const InfoOptions& options) {
   std::vector<KVMission::FileDescription> all;
   ExitCode code = ExitCode::Good;
   for (const auto& file : options.files) {
-    auto description = Describe(file, options.maxGapSeconds);
+    auto description = Describe(file, options.settings.maxGapSeconds);
     if (!description) {
       code = ExitCode::Failed;
     } else if (options.json) {
@@ -63,9 +63,11 @@ void AddInfoCommand(CLI::App& app, ExitCode& exitCode) {
   command.add_option("FILE", options->files,
                      "logs, event and timestamp files, POS and orientation files, exports, photos, Shapefiles; none: "
                      "the geodetic data in use");
-  AddNumber(command, "--max-gap", options->maxGapSeconds,
-            fmt::format("longest pause that is not a gap (default {})", options->maxGapSeconds),
-            "must be a positive number of seconds", [](double seconds) { return seconds > 0; })
+  const auto storeGap = [options](const std::string& text) { SetFromOption(options->settings, "max-gap", text); };
+  command
+      .add_option_function<std::string>(
+          "--max-gap", storeGap,
+          fmt::format("longest pause that is not a gap (default {})", options->settings.maxGapSeconds))
       ->type_name("SECONDS");
   command.add_flag("--json", options->json, "print JSON: an array with an object for each file");
   command.callback([options, &exitCode] { exitCode = Inform(*options); });

@@ -153,9 +153,13 @@ void AddRotateCommand(CLI::App& app, ExitCode& exitCode) {
   command.add_option("--camera", options->camera, "camera whose photos are rotated")
       ->check(CLI::IsMember({1, 2}))
       ->required();
-  AddNumber(command, "--angle", options->angle, "degrees, positive counter-clockwise",
-            "must be a number of degrees that turns something",
-            [](double angle) { return std::isfinite(angle) && std::fmod(angle, 360.0) != 0; })
+  const auto storeAngle = [options](const std::string& text) {
+    const auto angle = ReadNumber(text);
+    if (!angle || std::fmod(*angle, 360.0) == 0)
+      throw CLI::ValidationError("--angle", "must be a number of degrees that turns something");
+    options->angle = *angle;
+  };
+  command.add_option_function<std::string>("--angle", storeAngle, "degrees, positive counter-clockwise")
       ->type_name("DEGREES")
       ->required();
   const auto storeBackup = [options](const std::string& folder) {

@@ -25,12 +25,8 @@ struct RunOptions {
 void AddSettings(CLI::App& command, RunOptions& options) {
   for (const auto& key : KVMission::SettingKeys()) {
     const auto store = [name = std::string(key.name), &options](const std::string& text) {
-      try {
-        Settings trial;
-        KVMission::Set(trial, name, text);
-      } catch (const Failure& failure) {
-        throw CLI::ValidationError("--" + std::string(failure.what()));
-      }
+      Settings trial;
+      SetFromOption(trial, name, text);
       options.given.emplace_back(name, text);
     };
     const std::string option = (std::string_view(key.name) == "output" ? "-o,--" : "--") + std::string(key.name);

@@ -37,10 +37,15 @@ Messages::Messages(Verbosity verbosity)
     : verbosity_(verbosity), showsProgress_(verbosity != Verbosity::Quiet && IsTerminal(stderr)) {}
 
 void Messages::OnFinding(const KVMission::Finding& finding) {
-  const bool isNote = finding.severity == KVMission::Severity::Note;
+  using KVMission::Severity;
+  const bool isNote = finding.severity == Severity::Note;
   if (verbosity_ == Verbosity::Quiet || (isNote && verbosity_ != Verbosity::Verbose)) return;
   ClearProgress();
-  ShowText(fmt::format("kvmission: {}{}\n", isNote ? "" : "warning: ", KVMission::Visible(finding.text)));
+  ShowText(fmt::format("kvmission: {}{}\n",
+                       isNote                                ? ""
+                       : finding.severity == Severity::Doubt ? "doubt: "
+                                                             : "warning: ",
+                       KVMission::Visible(finding.text)));
 }
 
 void Messages::OnProgress(const KVMission::Progress& progress) {

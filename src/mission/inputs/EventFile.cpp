@@ -158,11 +158,11 @@ EventFile ReadEventFile(const std::filesystem::path& path, Job& job) {
   MakeEvents(records, file);
   file.heartbeats = static_cast<std::size_t>(std::count_if(file.events.begin(), file.events.end(), IsHeartbeat));
 
-  job.AddLines(Found::LinesLeftOut, "events", file.skipped, {{"reason", "not an event"}});
+  job.AddLines(Found::LinesLeftOut, "events", file.skipped, {{"reason", "not an event"}}, {.file = path});
   TellOfWildTicks("heartbeat", wild, true, job);
   TellOfWildTicks("camera event", wild, false, job);
-  job.AddLines(Found::HeartbeatsFaulty, "events", file.faultyHeartbeats);
-  job.AddLines(Found::HeartbeatsOff, "events", file.offHeartbeats);
+  job.AddLines(Found::HeartbeatsFaulty, "events", file.faultyHeartbeats, {}, {.file = path});
+  job.AddLines(Found::HeartbeatsOff, "events", file.offHeartbeats, {}, {.file = path});
   if (file.wraps > 0) job.Add(Found::CounterWraps, {{"count", Count(file.wraps)}});
   TellOfTickSteps(records, file, job);
   TellOfHeartbeats(file, job);

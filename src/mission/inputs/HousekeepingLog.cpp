@@ -107,7 +107,8 @@ HousekeepingLog ReadHousekeepingLog(const std::filesystem::path& path, Job& job)
   if (housekeeping.endedAtLine)
     job.Add(Found::HousekeepingEndsEarly,
             {{"line", Count(*housekeeping.endedAtLine)}, {"length", Count(kLongestBoundedLine + 1)}});
-  job.AddLines(Found::LinesLeftOut, "housekeeping log", skipped, {{"reason", "fewer than three fields"}});
+  job.AddLines(Found::LinesLeftOut, "housekeeping log", skipped, {{"reason", "fewer than three fields"}},
+               {.file = path});
   if (!undated.empty())
     job.Add(Found::EntriesWithoutDate, {{"count", Count(undated.size())}, {"lines", Named(undated)}});
   ranges.TellOfNotNumbers("housekeeping log", job);

@@ -159,15 +159,14 @@ Clocked ReadClocked(const std::filesystem::path& path, OrientationFile& file, Jo
   return clocked;
 }
 
-void TellOfLines(const OrientationFile& file, Job& job) {
-  const auto tell = [&](const FindingKind& kind, const LineNumbers& lines) {
-    job.AddLines(kind, "orientation", lines,
-                 {{"what", lines.size() == 1 ? "line" : "lines"}, {"reason", "without a stamp and seven numbers"}});
+void TellOfLines(const std::filesystem::path& path, const OrientationFile& file, Job& job) {
+  const auto tell = [&](const FindingKind& kind, const LineNumbers& lines, const Values& more = {}) {
+    job.AddLines(kind, "orientation", lines, more, {.file = path});
   };
-  tell(Found::LinesLeftOut, file.skipped);
-  tell(Found::TicksWild, file.wildTicks);
-  job.AddLines(Found::HeartbeatsFaulty, "orientation", file.faultyHeartbeats);
-  job.AddLines(Found::HeartbeatsOff, "orientation", file.offHeartbeats);
+  tell(Found::LinesLeftOut, file.skipped, {{"reason", "without a stamp and seven numbers"}});
+  tell(Found::TicksWild, file.wildTicks, {{"what", file.wildTicks.size() == 1 ? "line" : "lines"}});
+  tell(Found::HeartbeatsFaulty, file.faultyHeartbeats);
+  tell(Found::HeartbeatsOff, file.offHeartbeats);
 }
 
 void TakeRanges(const LineNumbers& lines, OrientationFile& file, Job& job) {
@@ -191,12 +190,12 @@ LineNumbers ReadAs(bool byMasterClock, const std::filesystem::path& path, Orient
   if (!byMasterClock) {
     auto [readings, lines] = ReadDated(path, file, job);
     file.readings = std::move(readings);
-    if (!lines.empty()) TellOfLines(file, job);
+    if (!lines.empty()) TellOfLines(path, file, job);
     return lines;
   }
   auto [records, readings, heartbeatsAgree] = ReadClocked(path, file, job);
   if (readings.lines.empty()) return {};
-  TellOfLines(file, job);
+  TellOfLines(path, file, job);
   TimeReadings(records, heartbeatsAgree, readings.readings, job);
   file.readings = std::move(readings.readings);
   return std::move(readings.lines);

@@ -6,7 +6,7 @@
 namespace kv::mission {
 namespace {
 
-constexpr double kWeek = 604'800;  // seconds; no mission is as long
+constexpr double kWeek = 604'800;  // seconds; missions are shorter
 
 /// @param kept  samples before this one that stay, at the beginning
 template <typename Sample>

@@ -11,7 +11,6 @@
 #include "readers/Fix.h"
 #include "readers/LineReader.h"
 #include "readers/NmeaSentence.h"
-#include "text/Numbers.h"
 #include "time/Instants.h"
 
 namespace kv::mission {
@@ -75,8 +74,7 @@ class SentenceCollector {
   }
 
   bool TakeFix() {
-    const auto& field = sentence_.fields;
-    const ClockTime clock = *ParseClock(field[kTime]);
+    const auto& [clock, quality, satellites, hdop, height, separation] = sentence_.fix;
     int day = 0;
     if (HasFix()) {
       const FixTime& last = times_.back();
@@ -85,12 +83,12 @@ class SentenceCollector {
     }
     times_.push_back({day, clock.time});
     trajectory.counts.truncatedTimes += clock.truncated;
-    const int quality = *Digits(field[kQuality]);
     ++trajectory.counts.qualities[quality];
     trajectory.qualities.push_back({static_cast<std::uint16_t>(std::min(quality, 0xFFFF)),
-                                    static_cast<std::uint16_t>(std::min(*Digits(field[kSatellites]), 0xFFFF)),
-                                    static_cast<float>(*FiniteNumber(field[kHdop]))});
-    SetPlace(std::span(field).first(kFixTokens), units_, trajectory.fixes.emplace_back());
+                                    static_cast<std::uint16_t>(std::min(satellites, 0xFFFF)),
+                                    static_cast<float>(hdop)});
+    SetPlace(std::span(sentence_.fields).first(kFixTokens), height, separation, units_,
+             trajectory.fixes.emplace_back());
     return true;
   }
 
