@@ -80,7 +80,7 @@ void WriteResults(const Mission& mission, const OutputFolder& output, Job& job) 
   if (mission.stations)
     writer.Write(kStations, KVUtilities::ExportExposureStationPointShapefile, mission.stations->stations);
   if (mission.pos) WritePosLayer(kPosPoints, *mission.pos, output, job);
-  WriteFile(output.Staging() / kSummaryFile, SummaryJson(mission, output.Path()));
+  WriteFile(output.Staging() / kSummaryFile, SummaryJson(mission, fs::absolute(output.Path()).lexically_normal()));
 }
 
 bool FitsPhotoPath(const CStringW& path) {

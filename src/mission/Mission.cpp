@@ -185,9 +185,10 @@ KVMission::Mission KVMission::RunMission(const Settings& settings, Observer& obs
   const Settings& inputs = mission.settings;
   std::optional<tagKVCoordinateSystem> target;
   std::optional<OutputFolder> output;
-  if (!inputs.output.empty()) RefuseResultsAsInputs(inputs);
+  if (!settings.output.empty()) RefuseResultsAsInputs(settings.output, inputs);
   if (!inputs.pos.empty()) target = ReadTargetSystem(inputs.target);
-  if (!inputs.output.empty()) output.emplace(inputs.output, inputs.overwrite, RunResults());
+  // As given: to fold ".." in a path with links would lead elsewhere.
+  if (!settings.output.empty()) output.emplace(settings.output, inputs.overwrite, RunResults());
 
   if (target) mission.pos = ReadPosPoints(inputs.pos, *target, inputs.jobs, job);
   if (!inputs.orientation.empty()) mission.orientation = ReadOrientationFile(inputs.orientation, job);
@@ -206,10 +207,9 @@ void KVMission::WriteLayers(const Mission& mission, const std::filesystem::path&
                             Observer& observer) {
   using namespace kv::mission;
   Job job(observer);
-  Settings settings = mission.settings;
-  settings.output = std::filesystem::absolute(folder).lexically_normal();
-  RefuseResultsAsInputs(settings);
-  OutputFolder output(settings.output, overwrite, RunResults());
+  if (folder.empty()) throw Failure("a folder for the layers is missing", Failure::Reason::WrongUsage);
+  RefuseResultsAsInputs(folder, mission.settings);
+  OutputFolder output(folder, overwrite, RunResults());
   WriteResults(mission, output, job);
   output.Commit(job);
 }

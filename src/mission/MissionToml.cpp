@@ -70,6 +70,7 @@ void Apply(const Path& file, std::string_view name, const toml::node& value, Set
 }  // namespace
 
 void ReadMissionToml(const Path& path, Settings& settings) try {
+  RefuseUnlessRegular(path);
   const std::string content = ReadSmallFile(path, "a mission file", Failure::Reason::WrongUsage);
   for (const auto& [name, value] : toml::parse(std::string_view(content))) Apply(path, name.str(), value, settings);
 } catch (const toml::parse_error& error) {

@@ -106,13 +106,11 @@ void RefuseResultAsInput(const fs::path& folder, const Results& results, const f
   }
 }
 
-void RefuseResultsAsInputs(const Settings& settings) {
+void RefuseResultsAsInputs(const fs::path& folder, const Settings& settings) {
   for (const Input& input : Inputs()) {
     if (input.setting && !(settings.*input.setting).empty())
-      RefuseResultAsInput(settings.output, RunResults(), settings.*input.setting);
+      RefuseResultAsInput(folder, RunResults(), settings.*input.setting);
   }
-  if (std::error_code noPath; fs::is_regular_file(settings.target, noPath))
-    RefuseResultAsInput(settings.output, RunResults(), settings.target);
 }
 
 NewFolders::NewFolders(const fs::path& path) {

@@ -32,7 +32,7 @@ Results RunResults();
 void RefuseResultAsInput(const std::filesystem::path& folder, const Results& results,
                          const std::filesystem::path& input);
 /// Refuses any input of a run that stands in its output folder under a name of a result.
-void RefuseResultsAsInputs(const Settings& settings);
+void RefuseResultsAsInputs(const std::filesystem::path& folder, const Settings& settings);
 
 /// Makes the missing folders of a path. Unless they are kept, the empty ones are removed again.
 class NewFolders {

@@ -134,8 +134,6 @@ PosPoints TransformInto(const TransformSettings& settings, const tagKVCoordinate
   const std::string name = (isLayer ? output.stem() : output.filename()).string();
   const Results results = isLayer ? Results{{name}, {}} : Results{{}, {name}};
   RefuseResultAsInput(folder, results, settings.pos);
-  if (std::error_code noPath; fs::is_regular_file(settings.target, noPath))
-    RefuseResultAsInput(folder, results, settings.target);
   OutputFolder place(folder, settings.overwrite, results);
   PosPoints points;
   if (isLayer) {

@@ -53,8 +53,9 @@ Reader FlagTo(bool Settings::*member, bool whenGiven) {
 }
 
 std::string ReadTarget(std::string_view text, Settings& settings) {
+  if (text.empty()) return "must not be empty";
   settings.target = text;
-  return text.empty() ? "must not be empty" : "";
+  return {};
 }
 
 std::string ReadPosition(std::string_view text, Settings& settings) {
@@ -70,8 +71,10 @@ std::string ReadPair(std::string_view text, Settings& settings) {
 }
 
 std::string ReadDate(std::string_view text, Settings& settings) {
-  settings.date = ParseDate(text);
-  return settings.date ? "" : "must be a date YYYY-MM-DD";
+  const auto date = ParseDate(text);
+  if (!date) return "must be a date YYYY-MM-DD";
+  settings.date = date;
+  return {};
 }
 
 std::string ReadJobs(std::string_view text, Settings& settings) {

@@ -16,6 +16,7 @@ using std::chrono::year_month_day;
 constexpr sys_days kFileTimeOrigin = std::chrono::year{1601} / std::chrono::January / 1;
 
 std::optional<sys_days> DayOf(int year, int month, int day) {
+  if (month < 1 || month > 12 || day < 1 || day > 31) return std::nullopt;  // the fields below keep a byte of each
   const year_month_day date{std::chrono::year{year}, std::chrono::month{static_cast<unsigned>(month)},
                             std::chrono::day{static_cast<unsigned>(day)}};
   if (!date.ok() || year < 1601 || year > 9999) return std::nullopt;

@@ -137,7 +137,7 @@ TEST_F(DroneTest, OrientationReadingsAreSummarised) {
   } const rows[] = {
       {mark + dated, 2, 0, "1 line left out, without a stamp and seven numbers: line 2"},
       {std::string(dated) + "2021-10-06 12:00:01,nan,inf,0,1,3,0,0\n", 3, 0,
-       "2 readings are not a finite number, first in line 4"},
+       "2 readings are not finite numbers, first in line 4"},
       {dated + std::string("2021-13-06 12:00:01,31,0,0,1,3,0,0\n"), 3, 1, "1 reading without a time"},
       {mark + clocked, 2, 0, "1 line left out, without a stamp and seven numbers: line 3"},
       {clocked + std::string("5,120002061321\n"), 2, 0, "1 heartbeat left out, without a valid date and time: line 6"},

@@ -32,7 +32,7 @@ TEST(HousekeepingLog, TellsWhatItLeavesOutOrTakesAsItIs) {
       {entry + "1\nA,2024-05-01 12:00:00,\r", 2, {}},            // a CR without a LF ends no line and is a field
       {entry + "1\n" + entry + "on\nI,2024-05-01 12:00:00,POWER,n/a,inf,12.5,nan, 90 \n",
        3,
-       {"4 readings are not a finite number, first in line 2"}},
+       {"4 readings are not finite numbers, first in line 2"}},
   };
   const TempFolder folder;
   for (const auto& [content, entries, warnings] : rows) {

@@ -40,6 +40,7 @@ inline void AddVerbosity(CLI::App& command, CommonOptions& options) {
 inline std::optional<double> ReadNumber(const std::string& text) {
   const char *const end = text.data() + text.size(), *begin = text.data() + (text.starts_with('+') ? 1 : 0);
   double number = 0;
+  if (begin != text.data() && text.starts_with("+-")) return std::nullopt;
   const auto [read, error] = std::from_chars(begin, end, number);
   return error == std::errc() && read == end && std::isfinite(number) ? std::optional(number) : std::nullopt;
 }

@@ -36,6 +36,7 @@ ExitCode GradeFiles(const GradeOptions& options) {
   Messages messages(options.common.Wanted());
   const Paths photos(options.photos.begin(), options.photos.end());
   const Grades grades = KVMission::GradePhotos(photos, options.common.jobs, messages);
+  messages.ClearProgress();
   if (options.json) {
     fmt::print("{}", KVMission::GradesJson(photos, grades));
   } else {

@@ -31,8 +31,8 @@ void AddSettings(CLI::App& command, RunOptions& options) {
     };
     const std::string option = (std::string_view(key.name) == "output" ? "-o,--" : "--") + std::string(key.name);
     if (key.type == Type::Flag) {
-      command.add_flag_callback(
-          option, [store] { store("true"); }, key.help);
+      command.add_flag_function(
+          option, [store](std::int64_t count) { store(count > 0 ? "true" : "false"); }, key.help);
     } else {
       command.add_option_function<std::string>(option, store, key.help)->type_name(key.placeholder);
     }
@@ -54,6 +54,7 @@ ExitCode Run(const RunOptions& options) {
   CatchInterrupts();
   Messages messages(options.common.Wanted());
   const KVMission::Mission mission = KVMission::RunMission(settings, messages);
+  messages.ClearProgress();
   if (options.json) {
     fmt::print("{}", KVMission::SummaryJson(mission));
   } else if (!options.common.quiet) {

@@ -26,6 +26,7 @@ ExitCode Transform(const TransformOptions& options) {
   const auto write = [](const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); };
   const auto points = KVMission::TransformPos(
       {options.pos, options.target, options.output, options.common.jobs, options.overwrite}, write, messages);
+  messages.ClearProgress();
   if (options.json) {
     fmt::print("{}", KVMission::PosJson(points));
   } else if (!options.common.quiet) {

@@ -51,7 +51,9 @@ void Messages::OnFinding(const KVMission::Finding& finding) {
 void Messages::OnProgress(const KVMission::Progress& progress) {
   if (!showsProgress_) return;
   const auto now = Clock::now();
-  if (what_ != progress.what) what_ = progress.what, start_ = lastDrawn_ = now;
+  const bool isNew = what_ != progress.what || progress.count < count_;
+  if (isNew) what_ = progress.what, start_ = lastDrawn_ = now;
+  count_ = progress.count;
   if (now - lastDrawn_ < kBetweenDraws) return;
   lastDrawn_ = now;
   const double seconds = std::chrono::duration<double>(now - start_).count();

@@ -28,15 +28,17 @@ class Messages : public KVMission::Observer {
   void OnProgress(const KVMission::Progress& progress) override;
   bool ShouldStop() override;
 
+  /// Removes the progress line, before anything else is printed.
+  void ClearProgress();
+
  private:
   using Clock = std::chrono::steady_clock;
-
-  void ClearProgress();
 
   Verbosity verbosity_;
   bool showsProgress_;
   bool isDrawn_ = false;
   const char* what_ = nullptr;
+  std::uint64_t count_ = 0;  // at the latest look
   Clock::time_point start_, lastDrawn_;
 };
 

@@ -45,6 +45,12 @@ struct Readings {
   LineNumbers lines;
 };
 
+void ClearTime(tagKVAosEvent& reading) {
+  reading.TimeUTC = {};
+  reading.SystemTimeUTC = {};
+  reading.AdjGpsSec = 0;
+}
+
 bool IsHeartbeat(const EventRecord& record) { return record.time.has_value(); }
 
 bool IsJump(const EventRecord& from, const EventRecord& to) {
@@ -100,7 +106,7 @@ void TimeReadings(const std::vector<EventRecord>& records, bool heartbeatsAgree,
     const bool isEarly = record.tick < firstTick;
     early += isEarly;
     besideWrong += !isEarly && !record.timeable;
-    if (isEarly || !record.timeable) reading->TimeUTC = {};
+    if (isEarly || !record.timeable) ClearTime(*reading);
     ++reading;
   }
   if (early > 0) job.Add(Found::ReadingsBeforeHeartbeats, {{"count", Count(early)}});
@@ -172,7 +178,8 @@ void TellOfLines(const std::filesystem::path& path, const OrientationFile& file,
 void TakeRanges(const LineNumbers& lines, OrientationFile& file, Job& job) {
   ReadingRanges ranges({{"boardTemperature", "orientation sensor temperature"}, {"pitch", "pitch"}, {"roll", "roll"}});
   for (std::size_t i = 0; i < file.readings.size(); ++i) {
-    const bool isTimed = Ticks(file.readings[i].TimeUTC) > 0;
+    const bool isTimed = static_cast<std::int64_t>(Ticks(file.readings[i].TimeUTC)) > 0;
+    if (!isTimed) ClearTime(file.readings[i]);
     const auto time = isTimed ? std::optional(FromFileTime(file.readings[i].TimeUTC)) : std::nullopt;
     if (time) file.span.Add(*time);
     file.untimed += !isTimed;
