@@ -38,10 +38,12 @@ bool IsPicture(const fs::path& path) {
 }
 
 bool HaveSameContent(const std::vector<fs::path>& paths) {
-  const auto size = fs::file_size(paths[0]);
+  std::error_code unknown;
+  const auto size = fs::file_size(paths[0], unknown);
+  if (unknown) return false;
   const std::string content = ReadBeginning(paths[0], size + 1);
   return std::all_of(paths.begin() + 1, paths.end(), [&](const fs::path& path) {
-    return fs::file_size(path) == size && ReadBeginning(path, size + 1) == content;
+    return fs::file_size(path, unknown) == size && ReadBeginning(path, size + 1) == content;
   });
 }
 
