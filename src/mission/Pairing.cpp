@@ -15,7 +15,7 @@
 namespace kv::mission {
 namespace {
 
-constexpr double kPairingRange = 1.0;  // seconds, of the library's pairing by time
+constexpr double kPairingRange = 1.0;  // seconds; pairing by time looks no further
 
 PairMode ChooseMode(const PhotoFolder& folder) {
   return folder.timed > 0 && folder.timed >= folder.Untimed() ? PairMode::Time : PairMode::Order;

@@ -1,8 +1,6 @@
 #include "platform/FileNames.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <iterator>
 #include <system_error>
 
 namespace kv {

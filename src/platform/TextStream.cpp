@@ -1,6 +1,5 @@
 #include "platform/TextStream.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>

@@ -11,7 +11,7 @@ namespace {
 
 std::string Narrow(const CStringW& text) { return Utf8(std::wstring(text.GetString())); }
 
-/// @throws Failure with the library's sentence
+/// @throws Failure with the sentence of the operation that failed
 tagKVGeodeticData DataInUse() {
   std::wstring error;
   auto data = KVUtilities::DescribeGeodeticData(error);

@@ -105,7 +105,6 @@ class Rotation {
     try {
       KVMission::RotatePhoto(folder / name, options_.angle, backup_);
     } catch (const Failure& failure) {
-      if (failure.Why() == Failure::Reason::Stopped) throw;
       Say(name, failure.what());
       return;
     }
