@@ -217,16 +217,40 @@ struct Gap {
   double latitude, longitude;  ///< where it begins
 };
 
-/// What a receiver says about a fix besides its place.
+/// Quality of a position, in words that all its sources share.
+enum class PositionQuality : std::uint8_t {
+  None,  ///< the source does not say
+  Single,
+  Dgps,
+  Float,
+  Fixed,
+  Estimated,  ///< dead reckoning
+  Simulated,
+  Mixed,  ///< between two fixes of different quality
+};
+
+/// What a source says about a fix besides its place.
 struct FixQuality {
-  std::uint16_t quality = 0;  ///< as in GGA: 1 single, 2 differential, 4 RTK fixed, 5 RTK float
-  std::uint16_t satellites = 0;
-  float hdop = 0;
+  static constexpr float kUnknown = std::numeric_limits<float>::quiet_NaN();
+
+  PositionQuality quality = PositionQuality::None;
+  std::uint16_t satellites = 0;      ///< 0 when unknown
+  float hdop = 0;                    ///< 0 when unknown
+  float horizontalSigma = kUnknown;  ///< metres, one sigma
+  float verticalSigma = kUnknown;    ///< metres, one sigma
+};
+
+/// Orientation of the sensor; degrees.
+struct Attitude {
+  double roll = 0;     ///< right side down
+  double pitch = 0;    ///< nose up
+  double heading = 0;  ///< clockwise from true north
 };
 
 struct Trajectory {
   std::vector<tagKVTrajectoryObs> fixes;
-  std::vector<FixQuality> qualities;  ///< of the fixes of a receiver log; else empty
+  std::vector<FixQuality> qualities;  ///< of the fixes; empty when the source has none
+  std::vector<Attitude> attitudes;    ///< at the fixes; empty when the source has none
   SentenceCounts counts;
   std::optional<Date> date;     ///< of the first fix; nothing when no source tells it, and times are times of day
   const char* dateSource = "";  ///< "option", "heartbeat" or "sentence"

@@ -43,11 +43,12 @@ TEST(Trajectory, TakesFixesAndCountsTheRest) {
     const char* time;
     double latitude, longitude, altitude, separation;
     const wchar_t* unit;
-    int quality, satellites;
+    PositionQuality quality;
+    int satellites;
   } const rows[] = {
-      {"2024-05-01T23:59:50.500Z", 48 + 7.038 / 60, 11 + 31 / 60.0, 592.3, 46.9, L"M", 4, 8},
+      {"2024-05-01T23:59:50.500Z", 48 + 7.038 / 60, 11 + 31 / 60.0, 592.3, 46.9, L"M", PositionQuality::Fixed, 8},
       // Milliseconds go no finer than the hundredths of the format; a count stays within 16 bits.
-      {"2024-05-02T00:00:01.120Z", -48 - 7.038 / 60, -11 - 31 / 60.0, 41.5, 46.9, L"ft", 5, 65535},
+      {"2024-05-02T00:00:01.120Z", -48 - 7.038 / 60, -11 - 31 / 60.0, 41.5, 46.9, L"ft", PositionQuality::Float, 65535},
   };
   ASSERT_EQ(trajectory.fixes.size(), std::size(rows));
   ASSERT_EQ(trajectory.qualities.size(), std::size(rows));

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <span>
 
@@ -26,6 +27,14 @@ constexpr std::chrono::sys_days kNoDate = std::chrono::year{1980} / std::chrono:
 /// Days from one fix to the next. A receiver log that goes on within a day pauses for less than 23 hours; one whose
 /// pieces are out of order goes back by less than 12.
 int DaysBetween(Hundredths from, Hundredths to) { return to - from < -hours{12} ? 1 : to - from > hours{23} ? -1 : 0; }
+
+/// @param figure  as in GGA; 3 is a military fix, which says nothing about its accuracy
+PositionQuality QualityOf(int figure) {
+  using enum PositionQuality;
+  constexpr std::array kQualities{None, Single, Dgps, None, Fixed, Float, Estimated, Estimated, Simulated};
+  const auto index = static_cast<std::size_t>(figure);
+  return index < kQualities.size() ? kQualities[index] : None;
+}
 
 /// Collects the fixes of one receiver log, line by line.
 class SentenceCollector {
@@ -84,9 +93,8 @@ class SentenceCollector {
     times_.push_back({day, clock.time});
     trajectory.counts.truncatedTimes += clock.truncated;
     ++trajectory.counts.qualities[quality];
-    trajectory.qualities.push_back({static_cast<std::uint16_t>(std::min(quality, 0xFFFF)),
-                                    static_cast<std::uint16_t>(std::min(satellites, 0xFFFF)),
-                                    static_cast<float>(hdop)});
+    trajectory.qualities.push_back(
+        {QualityOf(quality), static_cast<std::uint16_t>(std::min(satellites, 0xFFFF)), static_cast<float>(hdop)});
     SetPlace(std::span(sentence_.fields).first(kFixTokens), height, separation, units_,
              trajectory.fixes.emplace_back());
     return true;
