@@ -67,10 +67,13 @@ double SmallestSpread(double width) { return std::sqrt(width * width / 12 + 0.00
 
 }  // namespace
 
-ClockFit FitCells(std::span<const TimePair> pairs, double width, double outside) {
+ClockFit FitCells(std::span<const TimePair> pairs, double width, double outside, double drift) {
   // Weighs a clock that no offset fits as if this wide a range did.
   const double leastWidth = 0.3 * outside;
-  double middle = 0, reach = std::min(3 * kDriftSigma, 1.2 * width / LargestMagnitude(pairs));
+  constexpr double kAllDrifts = 3 * kDriftSigma;
+  // A wrong drift moves the ends of the mission by more than a cell: further away nothing was paired.
+  double reach = std::min(kAllDrifts, 1.2 * width / LargestMagnitude(pairs));
+  double middle = reach < kAllDrifts ? drift : 0;
   ClockFit fit;
   std::vector<double> lows;
   lows.reserve(pairs.size());
@@ -83,17 +86,17 @@ ClockFit FitCells(std::span<const TimePair> pairs, double width, double outside)
       ranges[i] = OffsetsFor(drifts[i], pairs, width, outside, lows);
       least = std::min(least, ranges[i].cost);
     }
-    double weights = 0, offset = 0, drift = 0, offsetSquares = 0, driftSquares = 0;
+    double weights = 0, offset = 0, driftSum = 0, offsetSquares = 0, driftSquares = 0;
     for (Index i = 0; i < kDriftSteps; ++i) {
       const double open = std::max(ranges[i].width, leastWidth);
       const double weight = std::exp(least - ranges[i].cost) * open;
       weights += weight;
       offset += weight * ranges[i].middle;
-      drift += weight * drifts[i];
+      driftSum += weight * drifts[i];
       offsetSquares += weight * (ranges[i].middle * ranges[i].middle + open * open / 12);
       driftSquares += weight * drifts[i] * drifts[i];
     }
-    fit.clock = {offset / weights, drift / weights, outside};
+    fit.clock = {offset / weights, driftSum / weights, outside};
     fit.offsetSigma = std::sqrt(std::max(1e-8, offsetSquares / weights - fit.clock.offset * fit.clock.offset));
     fit.driftSigma = std::sqrt(std::max(0.0, driftSquares / weights - fit.clock.drift * fit.clock.drift));
     const double nextReach = std::max(4 * fit.driftSigma, reach * 2.2 / (kDriftSteps - 1));

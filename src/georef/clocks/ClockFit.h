@@ -21,7 +21,8 @@ struct ClockFit {
 /// The clock that puts the events into the cells of wide stamps: the mean over all clocks that do, and, where none does,
 /// over those that miss the cells least.
 /// @param outside  standard deviation of an event outside its cell, seconds; becomes the clock's spread
-ClockFit FitCells(std::span<const TimePair> pairs, double width, double outside);
+/// @param drift    about the right one, for missions so long that it can be off only by little
+ClockFit FitCells(std::span<const TimePair> pairs, double width, double outside, double drift);
 
 /// The clock through fine stamps: least squares of offset and drift, outliers weighted down.
 /// @param spread  to begin with; the clock's own is estimated

@@ -8,10 +8,10 @@
 namespace kv::clocks {
 namespace {
 
-constexpr Index kFewestPhotos = 6;         // that can tell a clock of their own
-constexpr Index kFewestToDivide = 12;      // twice as many
-constexpr Index kQuartered = 40;           // photos from which quarters are looked at beside halves
-constexpr Index kMostWindowPhotos = 1500;  // more say nothing new of a clock: the middle of the window serves
+constexpr Index kFewestPhotos = 6;        // that can tell a clock of their own
+constexpr Index kFewestToDivide = 12;     // twice as many
+constexpr Index kQuartered = 40;          // photos from which quarters are looked at beside halves
+constexpr Index kMostWindowPhotos = 800;  // clocks of longer windows are found on their middle, and grow from there
 constexpr Index kWindowCandidates = 12;
 constexpr double kAboutAsGood = 15;  // nats: a change that is worse by less leaves doubts
 
@@ -35,12 +35,12 @@ std::vector<Stretch> Windows(const std::vector<Index>& eventOf) {
     windows.push_back({n * quarter / 4, n * (quarter + 1) / 4});
   }
   for (const Stretch& stretch : UnpairedStretches(eventOf)) windows.push_back(stretch);
-  for (Stretch& window : windows) {
-    const Index surplus = Below(window.end - window.first, kMostWindowPhotos);
-    window.first += surplus / 2;
-    window.end -= surplus - surplus / 2;
-  }
   return windows;
+}
+
+Stretch MiddleOf(const Stretch& window) {
+  const Index surplus = Below(window.end - window.first, kMostWindowPhotos);
+  return {window.first + surplus / 2, window.end - (surplus - surplus / 2)};
 }
 
 class RunDivider {
@@ -98,17 +98,35 @@ class RunDivider {
   void ProposeFrom(const Stretch& window) {
     constexpr std::size_t kBest = 3, kFurther = 6;
     constexpr double kBeside = 15, kNearlyAsGood = 6;  // seconds, nats
-    const Sequences part = sequences_.Part(window.first, window.end);
+    const Stretch middle = MiddleOf(window);
+    const Sequences part = sequences_.Part(middle.first, middle.end);
     ClockSearch search(part, window_);
-    for (const Hypothesis& hypothesis : BesideTheBest(search, window)) Propose(hypothesis.clock);
+    for (const Hypothesis& hypothesis : BesideTheBest(search, middle)) ProposeGrown(hypothesis.clock, middle, window);
     const std::vector<Hypothesis> found = search.FromVotes(kWindowCandidates);
     std::size_t further = 0;
     for (std::size_t j = 0; j < found.size(); ++j) {
       const bool isBeside = std::abs(found[j].clock.offset - best_.clock.offset) < kBeside &&
                             found[j].score > found.front().score - kNearlyAsGood;
       if (j >= kBest && (!isBeside || further++ >= kFurther)) continue;
-      Propose(found[j].clock);
+      ProposeGrown(found[j].clock, middle, window);
     }
+  }
+
+  // A clock found on the middle of a long window drifts away from the photos at its ends: fitted again as the part grows.
+  void ProposeGrown(Clock clock, Stretch part, const Stretch& window) {
+    const double event = sequences_.stamps[part.first + (part.end - part.first) / 2] - clock.offset;
+    const auto meetsHere = [&](const RunClock& other) {
+      return std::abs(other.clock.At(event) - clock.At(event)) < sameOffset_;
+    };
+    const bool isWhole = part.first == window.first && part.end == window.end;
+    if (!isWhole && std::ranges::any_of(clocks_, meetsHere)) return;
+    while (part.first > window.first || part.end < window.end) {
+      const Index step = part.end - part.first;
+      part = {std::max(window.first, Below(part.first, step)), std::min(window.end, part.end + step)};
+      const Sequences grown = sequences_.Part(part.first, part.end);
+      clock = ClockSearch(grown, {}).Refine(clock, 0.3).clock;
+    }
+    Propose(clock);
   }
 
   void Propose(const Clock& clock) {
