@@ -5,6 +5,7 @@
 #include <memory>
 #include <utility>
 
+#include "georef/clocks/ClockChange.h"
 #include "georef/clocks/ClockDecision.h"
 #include "georef/clocks/ClockResets.h"
 #include "georef/clocks/ClockSearch.h"

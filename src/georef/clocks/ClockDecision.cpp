@@ -16,6 +16,8 @@ constexpr Index kAnchorDistance = 13;
 constexpr double kMostOfOnePhoto = 2.5;
 // Evidence over chance that a mission's own photos reach, and the share of photos and events that must be paired.
 constexpr double kCoarseEvidence = 20, kFineEvidence = 40, kLeastCoverage = 0.5;
+// Share of the pairs that must be certain.
+constexpr double kLeastCertain = 0.2;
 // Above this probability of having an event a photo is not said to have none.
 constexpr double kUnpaired = 0.02;
 
@@ -75,6 +77,11 @@ class Judge {
     decision.paired = standing_.paired;
     decision.evidence = Evidence();
     decision.verdict = Verdict(decision.evidence);
+    // A clock that leaves nearly every photo uncertain is not found.
+    const auto certainCount = static_cast<double>(std::ranges::count_if(decision.certain, [](char c) { return c; }));
+    if (decision.verdict == ClockVerdict::Resolved && certainCount < kLeastCertain * best_.PairCount()) {
+      decision.verdict = ClockVerdict::Ambiguous;
+    }
     return decision;
   }
 

@@ -28,14 +28,4 @@ RunDivision DivideRun(ClockSearch& search, const std::vector<Hypothesis>& hypoth
 /// Consecutive photos of one clock.
 std::vector<Stretch> StretchesOf(const Division& division);
 
-/// Between which photos the clock may have changed.
-struct ChangeRange {
-  Index first, last;
-};
-
-/// @param near         a photo near the change
-/// @param evaluations  of places, to begin with
-ChangeRange WhereChanged(const Sequences& sequences, const Clock& before, const Clock& after, Index near,
-                         Index evaluations);
-
 }  // namespace kv::clocks

@@ -11,10 +11,11 @@ namespace kv::clocks {
 namespace {
 
 constexpr Index kCandidates = 32;
-constexpr Index kLongMission = 1500;  // photos; longer ones are judged on slices first
-constexpr Index kSliceReach = 300;    // photos to either side of a slice's middle
-constexpr Index kFitSteps = 3;        // assignments and fits in turn; more change nothing
-constexpr Index kFewestPairs = 3;     // offset, drift and a witness
+constexpr Index kLongMission = 1500;                     // photos; longer ones are judged on slices first
+constexpr Index kSliceReach = 300;                       // photos to either side of a slice's middle
+constexpr Index kFitSteps = 3;                           // assignments and fits in turn; more change nothing
+constexpr Index kFewestPairs = 3;                        // offset, drift and a witness
+constexpr int kShifts[] = {-4, -3, -2, -1, 1, 2, 3, 4};  // events
 
 // The pairs of an assignment, of long ones evenly spread pairs: some thousands fix an offset to a quarter of a millisecond.
 std::vector<TimePair> Times(const Sequences& sequences, const std::vector<Index>& eventOf) {
@@ -68,7 +69,9 @@ std::vector<Hypothesis> ClockSearch::Find(const std::vector<Clock>& further) {
   for (const Clock& clock : further) hypotheses.push_back(Refine(clock, UsualReach()));
   SortByScore(hypotheses);
   if (hypotheses.empty()) return hypotheses;
-  return WithSurroundings(WithNeighbours(WithSurroundings(std::move(hypotheses), 3)), 1);
+  hypotheses = WithSurroundings(WithNeighbours(WithSurroundings(std::move(hypotheses), 3)), 1);
+  AddExactShifts(hypotheses);
+  return hypotheses;
 }
 
 bool ClockSearch::IsLong() const {
@@ -273,96 +276,12 @@ std::vector<Index> ClockSearch::Pair(const Clock& clock) {
   return eventOf;
 }
 
-std::vector<Hypothesis> ClockSearch::WithSurroundings(std::vector<Hypothesis> hypotheses, std::size_t most) {
-  if (!sequences_.IsCoarse() || hypotheses.empty()) return hypotheses;
-  std::vector<Hypothesis> found;
-  std::vector<double> seen;
-  for (const Hypothesis& centre : hypotheses) {
-    const double offset = centre.clock.offset;
-    if (std::ranges::any_of(seen, [&](double other) { return std::abs(offset - other) < 0.5; })) continue;
-    seen.push_back(offset);
-    AddSurroundings(centre, found);
-    if (seen.size() >= most) break;
-  }
-  std::ranges::move(found, std::back_inserter(hypotheses));
-  KeepDistinct(hypotheses);
-  return hypotheses;
-}
-
-namespace {
-
-constexpr double kGridDrift = 150e-6;  // s per s to either side
-
-// Offsets over more than a cell, drifts as far as they matter over the mission. A long mission or one whose offset is
-// known well has few clocks left: a small grid around its own.
-Grid SurroundingGrid(const Sequences& sequences, const Hypothesis& centre) {
-  const double halfSpan = std::max(1.0, 0.5 * sequences.EventSpan());
-  const Index photos = sequences.PhotoCount();
-  if (photos > 3000 || (photos > 1500 && centre.offsetSigma < 0.05)) {
-    return {centre.clock.offset, 0.03, 5, centre.clock.drift, 0.02 / halfSpan, 3};
-  }
-  Grid grid{centre.clock.offset, 0.031, 41};
-  if (halfSpan * kGridDrift <= 0.015) return grid;
-  grid.drifts = 2 * static_cast<Index>(std::min(5.0, std::ceil(kGridDrift * halfSpan / 0.035))) + 1;
-  grid.driftStep = 2 * kGridDrift / (grid.drifts - 1);
-  return grid;
-}
-
-// Adds the prior of the drift to grid scores.
-void AddDriftCosts(const Grid& grid, std::vector<double>& scores) {
-  for (Index j = 0; j < grid.drifts; ++j) {
-    for (Index i = 0; i < grid.offsets; ++i) scores[j * grid.offsets + i] -= DriftCost(grid.Drift(j));
-  }
-}
-
-// The cells of a grid that none of their eight neighbours tops, the best first.
-std::vector<Index> LocalMaxima(const Grid& grid, const std::vector<double>& scores) {
-  std::vector<Index> maxima;
-  for (Index j = 0; j < grid.drifts; ++j) {
-    for (Index i = 0; i < grid.offsets; ++i) {
-      bool isMaximum = true;
-      for (Index y = Below(j, 1); y <= std::min(grid.drifts - 1, j + 1); ++y) {
-        for (Index x = Below(i, 1); x <= std::min(grid.offsets - 1, i + 1); ++x) {
-          isMaximum = isMaximum && scores[y * grid.offsets + x] <= scores[j * grid.offsets + i];
-        }
-      }
-      if (isMaximum) maxima.push_back(j * grid.offsets + i);
-    }
-  }
-  std::ranges::stable_sort(maxima, [&](Index a, Index b) { return scores[a] > scores[b]; });
-  return maxima;
-}
-
-}  // namespace
-
-void ClockSearch::AddSurroundings(const Hypothesis& centre, std::vector<Hypothesis>& found) {
-  constexpr std::size_t kMaxima = 12;
-  constexpr double kWorthALook = 40;                                        // nats behind the best of the grid
-  constexpr double kSpread = 0.018, kFineSpread = 0.012, kFitReach = 0.15;  // seconds
-  const Grid grid = SurroundingGrid(sequences_, centre);
-  std::vector<double> scores = Scores(grid, kSpread);
-  AddDriftCosts(grid, scores);
-  std::vector<Index> maxima = LocalMaxima(grid, scores);
-  if (maxima.size() > kMaxima) maxima.resize(kMaxima);
-  for (const Index at : maxima) {
-    if (scores[at] < scores[maxima.front()] - kWorthALook) break;
-    const Grid fine{grid.Offset(at % grid.offsets), grid.offsetStep / 2, 5,
-                    grid.Drift(at / grid.offsets),  grid.driftStep / 2,  grid.drifts > 1 ? 3u : 1u};
-    std::vector<double> fineScores = Scores(fine, kFineSpread);
-    AddDriftCosts(fine, fineScores);
-    const Index best = static_cast<Index>(std::ranges::max_element(fineScores) - fineScores.begin());
-    const double offset = fine.Offset(best % fine.offsets), drift = fine.Drift(best / fine.offsets);
-    found.push_back(InWindow(At(offset, drift)));
-    found.push_back(InWindow(Refine({offset, drift}, kFitReach)));
-  }
-}
-
 // The clocks that pair each photo with the event one to four before or after; they are what regular triggering confuses.
 std::vector<Hypothesis> ClockSearch::WithNeighbours(std::vector<Hypothesis> hypotheses) {
   constexpr Index kRounds = 3;  // the best may be a neighbour of a neighbour
   for (Index round = 0; round < kRounds; ++round) {
     const Hypothesis best = hypotheses.front();
-    for (const int shift : {-4, -3, -2, -1, 1, 2, 3, 4}) {
+    for (const int shift : kShifts) {
       const std::optional<double> offset = ShiftedOffset(best.clock.offset, best.eventOf, shift, 1);
       if (offset) hypotheses.push_back(InWindow(Refine({*offset, best.clock.drift}, UsualReach())));
     }
@@ -370,6 +289,18 @@ std::vector<Hypothesis> ClockSearch::WithNeighbours(std::vector<Hypothesis> hypo
     if (hypotheses.front().score <= best.score + 1e-9) break;
   }
   return hypotheses;
+}
+
+// The neighbours of the best clock with its very phase, drift and spread: where triggering is regular, they are as good
+// but for the ends, and a fit of their own would only add noise to the comparison.
+void ClockSearch::AddExactShifts(std::vector<Hypothesis>& hypotheses) {
+  const Hypothesis best = hypotheses.front();
+  for (const int shift : kShifts) {
+    const std::optional<double> offset = ShiftedOffset(best.clock.offset, best.eventOf, shift, 1);
+    if (!offset || (window_ && std::abs(*offset - window_->centre) > window_->reach)) continue;
+    hypotheses.push_back(Judge({*offset, best.clock.drift, best.clock.spread}));
+  }
+  KeepDistinct(hypotheses);
 }
 
 }  // namespace kv::clocks

@@ -92,6 +92,7 @@ class ClockSearch {
   Hypothesis GrownFrom(Index middle, Hypothesis hypothesis);
   double BestNearby(double offset);
   std::vector<Hypothesis> WithNeighbours(std::vector<Hypothesis> hypotheses);
+  void AddExactShifts(std::vector<Hypothesis>& hypotheses);
   void AddSurroundings(const Hypothesis& centre, std::vector<Hypothesis>& found);
   Hypothesis RefineCoarse(Clock clock, double reach);
   Hypothesis RefineFine(const Clock& clock, double reach);
