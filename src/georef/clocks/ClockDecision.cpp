@@ -65,10 +65,12 @@ class Judge {
     const PhotoFlags shaky = ChangedByNearClocks();
     if (sequences_.IsCoarse()) DropChanceHits(certain);
     decision.certain.resize(certain.size());
-    decision.withoutEvent = InClosedGaps();
     decision.probability.resize(certain.size());
     for (std::size_t k = 0; k < certain.size(); ++k) {
       decision.certain[k] = certain[k] && !shaky[k] && !contradicted_[k];
+    }
+    decision.withoutEvent = InClosedGaps(decision.certain);
+    for (std::size_t k = 0; k < certain.size(); ++k) {
       decision.withoutEvent[k] = decision.withoutEvent[k] && standing_.paired[k] < kUnpaired && !pairedElsewhere_[k];
       decision.probability[k] = standing_.amongEvents[k] * standing_.paired[k] / (1 + rivalOdds_[k]);
     }
@@ -194,18 +196,21 @@ class Judge {
     }
   }
 
-  // Photos between two pairs whose events follow each other: no event is left for them.
-  PhotoFlags InClosedGaps() const {
+  // Photos between two certain pairs whose events follow each other: no event is left for them.
+  PhotoFlags InClosedGaps(const PhotoFlags& certain) const {
     PhotoFlags inGap(eventOf_.size());
     const Pairing pairing = PairingOf(eventOf_);
     Index nextPhoto = 0, nextEvent = 0;  // behind the pair before
+    bool begins = true;                  // by a certain pair, or by the first photo
     for (std::size_t j = 0; j <= pairing.photos.size(); ++j) {
       const bool isLast = j == pairing.photos.size();
       const Index photo = isLast ? sequences_.PhotoCount() : pairing.photos[j];
       const Index event = isLast ? sequences_.EventCount() : pairing.events[j];
-      if (event == nextEvent) std::fill(inGap.begin() + nextPhoto, inGap.begin() + photo, char{1});
+      const bool ends = isLast || certain[photo];
+      if (event == nextEvent && begins && ends) std::fill(inGap.begin() + nextPhoto, inGap.begin() + photo, char{1});
       nextPhoto = photo + 1;
       nextEvent = event + 1;
+      begins = ends;
     }
     return inGap;
   }
