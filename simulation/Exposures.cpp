@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 
 #include <fmt/chrono.h>
 
+#include "simulation/ExposureTrouble.h"
 #include "simulation/MissionTime.h"
 #include "simulation/Receiver.h"
 
@@ -15,7 +17,7 @@ using namespace std::chrono_literals;
 using std::chrono::microseconds;
 
 constexpr double kStripMargin = 1.0;  // seconds without exposures at each end of a strip
-constexpr double kIntervalSpread = 0.02;
+constexpr double kIntervalSpread = 0.02, kIrregularSpread = 1.0;
 constexpr double kBlurredShare = 0.03;
 
 microseconds FromSeconds(double seconds) { return microseconds(static_cast<std::int64_t>(seconds * 1e6)); }
@@ -28,23 +30,41 @@ microseconds ClearOfHalfSecond(microseconds time) {
   return unclear ? time - fraction + 505ms : time;
 }
 
+/// Returns when the cameras fire, seconds from the start of the mission.
+std::vector<FlightPath::Span> FiringSpans(Triggers triggers, const FlightPath& path) {
+  if (triggers != Triggers::Nonstop || path.Strips().empty()) return path.Strips();
+  return {{path.Strips().front().begin, path.Strips().back().end}};
+}
+
+/// Returns the time of the exposure after one of camera 1.
+microseconds NextStation(microseconds time, const MissionOptions& options, Random& random) {
+  const Triggers triggers = options.trouble.triggers;
+  if (triggers == Triggers::Regular || triggers == Triggers::Nonstop) return time + FromSeconds(options.interval);
+  const double spread = triggers == Triggers::Irregular ? kIrregularSpread : kIntervalSpread;
+  const double pause = options.interval * (1.0 + random.Uniform(0.0, spread));
+  return ClearOfHalfSecond(time + FromSeconds(pause));
+}
+
 /// Returns the times of camera 1's exposures, at least the interval apart.
 std::vector<microseconds> PlanStations(const MissionOptions& options, const FlightPath& path, Random& random) {
   std::vector<microseconds> stations;
-  for (const auto& [begin, end] : path.Strips()) {
+  for (const auto& [begin, end] : FiringSpans(options.trouble.triggers, path)) {
     const microseconds last = FromSeconds(end - kStripMargin);
     microseconds time = ClearOfHalfSecond(FromSeconds(begin + kStripMargin + random.Uniform(0.0, 1.0)));
     while (time + kCamera2Delay <= last) {
       stations.push_back(time);
-      const double pause = options.interval * (1.0 + random.Uniform(0.0, kIntervalSpread));
-      time = ClearOfHalfSecond(time + FromSeconds(pause));
+      time = NextStation(time, options, random);
     }
   }
   return stations;
 }
 
-std::string StampName(UtcTime time) {
-  return fmt::format("{:%y%m%d_%H%M%S}.jpg", Calendar(time + 500ms));  // to the nearest second
+/// @param taken  names of the camera's photos; a name that is among them gets a suffix
+std::string StampName(UtcTime time, std::set<std::string>& taken) {
+  const std::string stamp = fmt::format("{:%y%m%d_%H%M%S}", Calendar(time + 500ms));  // to the nearest second
+  std::string name = stamp + ".jpg";
+  for (int copy = 2; !taken.insert(name).second; ++copy) name = fmt::format("{}_{}.jpg", stamp, copy);
+  return name;
 }
 
 std::string DronePhotoName(UtcTime time, int number) {
@@ -54,16 +74,15 @@ std::string DronePhotoName(UtcTime time, int number) {
 void NamePhotos(std::vector<Exposure>& exposures, const MissionOptions& options) {
   const int digits = exposures.size() < 10'000 ? 4 : 5;  // all of one width, so that names sort by time
   int counts[2] = {};
+  std::set<std::string> taken[2];
   for (Exposure& exposure : exposures) {
+    if (exposure.fault == kNoPhotoTaken) continue;
     const int number = ++counts[exposure.camera - 1];
-    exposure.photo = options.names == PhotoNames::Stamp ? StampName(options.start + exposure.time)
+    if (!HasPhoto(exposure)) continue;
+    const UtcTime shown = options.start + exposure.time + exposure.clockError;
+    exposure.photo = options.names == PhotoNames::Stamp ? StampName(shown, taken[exposure.camera - 1])
                                                         : fmt::format("DSC_{:0{}}.jpg", number, digits);
   }
-}
-
-void LosePhoto(Exposure& exposure) {
-  exposure.fault = kPhotoMissing;
-  exposure.photo.clear();
 }
 
 /// @param stations  their number; the last 2 * stations exposures belong to them, the cameras alternating
@@ -72,8 +91,8 @@ void LosePhotos(std::vector<Exposure>& exposures, std::size_t stations, Random& 
   const std::size_t first = exposures.size() - 2 * stations;
   const std::size_t lost = random.Index(stations);
   const std::size_t otherLost = (lost + 1 + random.Index(stations - 1)) % stations;
-  LosePhoto(exposures[first + 2 * lost]);
-  LosePhoto(exposures[first + 2 * otherLost + 1]);
+  exposures[first + 2 * lost].fault = kPhotoMissing;
+  exposures[first + 2 * otherLost + 1].fault = kPhotoMissing;
 }
 
 void BlurPhotos(std::vector<Exposure>& exposures, Random& random) {
@@ -103,9 +122,11 @@ std::vector<Exposure> PlanExposures(const MissionOptions& options, const FlightP
   }
   if (!options.photos) return exposures;
 
-  NamePhotos(exposures, options);
   if (options.faults) LosePhotos(exposures, stations.size(), random);
   BlurPhotos(exposures, random);
+  TroubleExposures(exposures, options);
+  SetCameraClocks(exposures, options);
+  NamePhotos(exposures, options);
   return exposures;
 }
 
@@ -122,7 +143,8 @@ std::vector<Exposure> PlanDroneExposures(const MissionOptions& options, const Fl
   }
   if (hasFaults) {
     const std::size_t lost = random.Index(times.size());
-    LosePhoto(exposures[lost]);
+    exposures[lost].fault = kPhotoMissing;
+    exposures[lost].photo.clear();
     exposures[(lost + 1 + random.Index(times.size() - 1)) % times.size()].fault = kTimestampMissing;
   }
   if (options.photos) BlurPhotos(exposures, random);

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <cstdint>
 
+#include "simulation/Trouble.h"
+
 namespace kv::simulation {
 
 enum class PhotoNames {
@@ -33,6 +35,7 @@ struct MissionOptions {
   bool drone = false;  ///< write a drone's timestamp file and numbered photos instead of the sensor's files
   bool photos = true;
   bool faults = true;  ///< see Faults in docs/simulation.md
+  Trouble trouble;
 };
 
 }  // namespace kv::simulation

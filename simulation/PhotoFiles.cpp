@@ -45,7 +45,7 @@ class Photographer {
  private:
   std::vector<unsigned char> Metadata(const Exposure& exposure) const {
     if (options_.names != PhotoNames::Exif) return {};
-    return ExifSegment(options_.start + exposure.time, options_.photoWidth, options_.photoHeight);
+    return ExifSegment(options_.start + exposure.time + exposure.clockError, options_.photoWidth, options_.photoHeight);
   }
 
   const MissionOptions& options_;
@@ -64,7 +64,7 @@ bool WritePhotos(const std::filesystem::path& mission, const MissionOptions& opt
   std::size_t done = 0;
   for (const Exposure& exposure : exposures) {
     if (exposure.photo.empty()) continue;
-    const std::filesystem::path folder = options.drone ? mission : CameraFolder(mission, exposure.camera);
+    const std::filesystem::path folder = mission / PhotoFolder(options, exposure.camera);
     photographer.Write(folder / exposure.photo, exposure, flight.At(ToSeconds(exposure.time)));
     if (!progress(++done, all)) return false;
   }

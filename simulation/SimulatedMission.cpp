@@ -20,7 +20,7 @@ bool WriteSensorFiles(const std::filesystem::path& folder, const MissionOptions&
   WriteHousekeepingLog(folder / kHousekeepingName, options, flight, exposures);
   WriteOrientationFile(folder / kOrientationName, options, flight);
   if (options.photos) {
-    for (const int camera : {1, 2}) std::filesystem::create_directories(CameraFolder(folder, camera));
+    for (const int camera : {1, 2}) std::filesystem::create_directories(folder / PhotoFolder(options, camera));
   }
   return true;
 }

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <span>
+#include <string>
 
 #include "simulation/Exposures.h"
 #include "simulation/FlightPath.h"
@@ -20,8 +21,8 @@ void WriteTruthFile(const std::filesystem::path& path, const MissionOptions& opt
 /// `path` is not a truth file.
 void RemoveMissionOfTruthFile(const std::filesystem::path& path);
 
-/// Returns the folder of a camera's photos in a mission.
-std::filesystem::path CameraFolder(const std::filesystem::path& mission, int camera);
+/// Returns the folder of a camera's photos, relative to the mission's; empty for a drone's.
+std::string PhotoFolder(const MissionOptions& options, int camera);
 
 inline constexpr const char* kTrajectoryName = "trajectory.nmea";
 inline constexpr const char* kEventsName = "events.txt";

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <charconv>
+#include <map>
 #include <string>
 #include <vector>
 
 #include <KVUtilities.h>
 #include <gtest/gtest.h>
+#include <libexif/exif-data.h>
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
@@ -35,6 +37,26 @@ inline double Number(const std::string& text) {
   double value = 0.0;
   std::from_chars(text.data(), text.data() + text.size(), value);
   return value;
+}
+
+/// A file of comma-separated lines below a header: for each line, the fields by their names.
+inline std::vector<std::map<std::string, std::string>> ReadTable(const TempFolder& folder, const std::string& name) {
+  const Words lines = Lines(folder.Read(name)), names = Split(lines[0], ',');
+  std::vector<std::map<std::string, std::string>> rows(lines.size() - 1);
+  for (std::size_t i = 1; i < lines.size(); ++i) {
+    const Words fields = Split(lines[i], ',');
+    EXPECT_EQ(fields.size(), names.size()) << lines[i];
+    for (std::size_t k = 0; k < names.size() && k < fields.size(); ++k) rows[i - 1][names[k]] = fields[k];
+  }
+  return rows;
+}
+
+inline std::string ExifText(const std::filesystem::path& path, ExifTag tag) {
+  ExifData* data = exif_data_new_from_file(path.string().c_str());
+  const ExifEntry* entry = data ? exif_content_get_entry(data->ifd[EXIF_IFD_EXIF], tag) : nullptr;
+  const std::string text = entry ? reinterpret_cast<const char*>(entry->data) : "";
+  if (data) exif_data_unref(data);
+  return text;
 }
 
 /// Runs the command on the folder's "mission". @return its exit code; what fails otherwise is thrown

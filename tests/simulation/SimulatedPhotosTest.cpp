@@ -6,7 +6,6 @@
 #include <utility>
 
 #include <jpeglib.h>
-#include <libexif/exif-data.h>
 
 #include "SimulatedFiles.h"
 
@@ -40,14 +39,6 @@ double Median(const Grades& grades) {
   all.insert(all.end(), grades.blurred.begin(), grades.blurred.end());
   std::nth_element(all.begin(), all.begin() + std::ptrdiff_t(all.size() / 2), all.end());
   return all[all.size() / 2];
-}
-
-std::string ExifText(const fs::path& path, ExifTag tag) {
-  ExifData* data = exif_data_new_from_file(path.string().c_str());
-  const ExifEntry* entry = data ? exif_content_get_entry(data->ifd[EXIF_IFD_EXIF], tag) : nullptr;
-  const std::string text = entry ? reinterpret_cast<const char*>(entry->data) : "";
-  if (data) exif_data_unref(data);
-  return text;
 }
 
 TEST(Simulation, PhotosAreTheOnesOfTheTruth) {

@@ -164,6 +164,13 @@ TEST(Simulation, ExitCodes) {
               {"--rate 3", 2},
               {"--names other", 2},
               {"--firmware 2.0.6", 2},
+              {"--cam1-clock nan", 2},
+              {"--cam2-clock 1e9", 2},
+              {"--cam1-reset 0.5", 2},
+              {"--cam1-reset 1.5,10", 2},
+              {"--lost-photos 1", 2},
+              {"--triggers never", 2},
+              {"--drone --test-shots 3", 2},
               {"--minutes 1 --photo-size 16x16", 0},
               {"--minutes 1 --photo-size 16x16", 2},  // not empty any more
               {"--minutes 1 --no-photos --overwrite", 0}};
@@ -199,8 +206,11 @@ TEST(Simulation, OverwritingSparesWhatIsNotTheMissions) {
   struct {
     const char* options;
     std::size_t files;  // with the one that is no mission's
-  } const rows[] = {
-      {"--start 12:00 --no-photos", 6}, {"--drone --photo-size 16x16 --no-faults", 3 + 14}, {"--drone --no-photos", 3}};
+  } const rows[] = {{"--start 12:00 --no-photos", 6},
+                    {"--photo-size 16x16 --no-faults --photo-folders nested --swap-cameras", 6 + 28},
+                    {"--photo-size 16x16 --no-faults --photo-folders dcim --test-shots 2", 6 + 32},
+                    {"--drone --photo-size 16x16 --no-faults", 3 + 14},
+                    {"--drone --no-photos", 3}};
   for (const auto& [options, count] : rows) {
     ASSERT_EQ(Simulate(folder, std::string("--minutes 1 --overwrite ") + options), 0);
     const auto files = Content(folder);

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "commands/Commands.h"
+#include "commands/SimulateTrouble.h"
 #include "simulation/MissionTime.h"
 #include "simulation/SimulatedMission.h"
 
@@ -122,16 +123,6 @@ void Simulate(const Arguments& arguments) {
   if (!arguments.quiet) PrintResult(folder, *exposures);
 }
 
-/// Accepts numbers as the other commands do. CLI11 alone would also take "nan".
-CLI::Validator InRange(double least, double most) {
-  const auto check = [=](const std::string& text) {
-    const auto number = ReadNumber(text);
-    const bool holds = number && *number >= least && *number <= most;
-    return holds ? std::string() : fmt::format("not a number from {} to {}: {}", least, most, text);
-  };
-  return {check, fmt::format("[{} - {}]", least, most), "range"};
-}
-
 void AddOptions(CLI::App& command, Arguments& arguments) {
   MissionOptions& mission = arguments.mission;
   command.add_option("DIR", arguments.folder, "folder of the mission; made if missing")->required();
@@ -160,6 +151,7 @@ void AddOptions(CLI::App& command, Arguments& arguments) {
   command.add_flag("--overwrite", arguments.overwrite,
                    "write into a folder that is not empty, replacing an earlier mission");
   command.add_flag("-q,--quiet", arguments.quiet, "say nothing but errors");
+  AddTroubleOptions(command, mission.trouble);
 }
 
 }  // namespace
@@ -169,7 +161,8 @@ void AddSimulateCommand(CLI::App& app, ExitCode& exitCode) {
   CLI::App* command = app.add_subcommand("simulate", "Write a made-up mission with the truth about it");
   command->option_defaults()->always_capture_default();
   AddOptions(*command, *arguments);
-  command->callback([arguments, &exitCode] {
+  command->callback([arguments, command, &exitCode] {
+    if (arguments->mission.drone) RefuseSensorTrouble(*command);
     Simulate(*arguments);
     exitCode = ExitCode::Good;
   });

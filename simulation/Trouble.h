@@ -1,0 +1,50 @@
+#pragma once
+
+#include <optional>
+
+namespace kv::simulation {
+
+/// What a camera's clock shows: the true time plus `offset`, plus `drift` since the mission's start, and plus `resetBy`
+/// from one of its photos on.
+struct CameraClock {
+  double offset = 0.0;   ///< seconds
+  double drift = 0.0;    ///< parts per million
+  double resetAt = 1.0;  ///< share of the camera's photos taken before the reset
+  double resetBy = 0.0;  ///< seconds
+};
+
+enum class Triggers {
+  Usual,      ///< on strips, each pause up to 2 % longer than the interval
+  Regular,    ///< on strips, exactly the interval
+  Nonstop,    ///< exactly the interval, in turns too
+  Irregular,  ///< on strips, one to two intervals
+};
+
+enum class PhotoFolders {
+  Camera,  ///< cam1
+  Dcim,    ///< DCIM1
+  Nested,  ///< cam1/100DSC
+};
+
+/// The time system in which the control unit writes heartbeats.
+enum class EventClock {
+  Utc,
+  Gps,
+  Local,  ///< two hours ahead of UTC
+};
+
+/// What goes wrong in a mission. The defaults change nothing. Shares are those of the exposures of a camera's stations.
+struct Trouble {
+  std::optional<CameraClock> clocks[2];
+  double lostPhotos = 0.0;
+  double failedTriggers = 0.0;
+  double missedEvents = 0.0;
+  double extraPhotos = 0.0;
+  int testShots = 0;  ///< of each camera
+  Triggers triggers = Triggers::Usual;
+  bool swapCameras = false;
+  PhotoFolders photoFolders = PhotoFolders::Camera;
+  EventClock eventClock = EventClock::Utc;
+};
+
+}  // namespace kv::simulation
