@@ -6,6 +6,7 @@
 #include "simulation/MissionTime.h"
 #include "simulation/OutputFile.h"
 #include "simulation/Random.h"
+#include "simulation/Receiver.h"
 
 namespace kv::simulation {
 namespace {
@@ -14,6 +15,12 @@ LocalPosition Error(double noise, Random& random) {
   const double alongAxis = noise / std::sqrt(3.0);
   const auto error = [&] { return random.Uniform(-alongAxis, alongAxis); };
   return {error(), error(), error()};  // a braced list is evaluated from left to right
+}
+
+int Flag(const RtkLoss& loss, double seconds) {
+  constexpr int kFixed = 50, kFloat = 34, kSingle = 16;  // a drone has no flag of its own for differential fixes
+  if (!loss.Holds(seconds)) return kFixed;
+  return loss.quality == RtkLoss::Quality::Float ? kFloat : kSingle;
 }
 
 }  // namespace
@@ -28,12 +35,13 @@ void WriteDroneTimestamps(const std::filesystem::path& path, const MissionOption
     const auto gps = GpsTime(options.start + exposure.time);
     const auto week = std::chrono::floor<std::chrono::weeks>(gps);
     const LocalPosition place = flight.At(ToSeconds(exposure.time));
-    const GeodeticPosition seen = frame.ToGeodetic(place + Error(options.noise, random));
+    const double noise = options.noise * NoiseFactor(options.trouble.rtkLoss, ToSeconds(exposure.time));
+    const GeodeticPosition seen = frame.ToGeodetic(place + Error(noise, random));
     file.Print(
         "{}\t{}\t[{}]\t    -4,N\t    12,E\t   190,V\t{:.8f},Lat\t{:.8f},Lon\t{:.3f},Ellh\t{:.6f}, {:.6f}, "
-        "{:.6f}\t50,Q\r\n",
-        exposure.number, SecondsText(gps - week), week.count(), seen.latitude, seen.longitude, seen.height,
-        options.noise, options.noise, 2.0 * options.noise);
+        "{:.6f}\t{},Q\r\n",
+        exposure.number, SecondsText(gps - week), week.count(), seen.latitude, seen.longitude, seen.height, noise,
+        noise, 2.0 * noise, Flag(options.trouble.rtkLoss, ToSeconds(exposure.time)));
   }
   file.Close();
 }

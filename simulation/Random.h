@@ -20,6 +20,9 @@ enum class Stream : std::uint64_t {
   Orientation,
   Trouble1,  ///< with camera 1's photos and triggers
   Trouble2,
+  Log,
+  EarlierLog,
+  Instrument
 };
 
 /// Gives the same numbers for a seed on every platform. The standard defines the engine's bits but not the results of

@@ -26,15 +26,28 @@ constexpr auto kPhases = std::to_array<Phase>({
     {13.0, 5, "GN", 14, 0.9, 10.0},
     {std::numeric_limits<double>::infinity(), 4, "GN", 16, 0.7, 1.0},
 });
+/// What is left once the corrections are lost, by RtkLoss::Quality.
+constexpr auto kLostPhases = std::to_array<Phase>({
+    {0.0, 5, "GN", 14, 0.9, 20.0},
+    {0.0, 2, "GN", 13, 1.0, 100.0},
+    {0.0, 1, "GN", 12, 1.1, 400.0},
+});
+const Phase& LostPhase(const RtkLoss& loss) { return kLostPhases[static_cast<std::size_t>(loss.quality)]; }
+
 static_assert(kPhases[kPhases.size() - 2].until < FlightPath::kParkedSeconds);
 
 }  // namespace
+
+double NoiseFactor(const RtkLoss& loss, double seconds) {
+  return loss.Holds(seconds) ? LostPhase(loss).noiseFactor : 1.0;
+}
 
 Receiver::Receiver(const MissionOptions& options, const FlightPath& path, Random random)
     : path_(path),
       frame_(options.latitude, options.longitude),
       random_(random),
       noise_(options.noise),
+      loss_(options.trouble.rtkLoss),
       memory_(std::exp(-1.0 / (options.rate * kCorrelationSeconds))) {
   for (double& axis : state_) axis = random_.Normal();
 }
@@ -48,8 +61,9 @@ LocalPosition Receiver::NextError(double limit) {
 }
 
 Fix Receiver::Next(double seconds) {
-  const Phase& phase =
+  const Phase& settled =
       *std::find_if(kPhases.begin(), kPhases.end(), [&](const Phase& candidate) { return seconds < candidate.until; });
+  const Phase& phase = settled.quality == 4 && loss_.Holds(seconds) ? LostPhase(loss_) : settled;
   const LocalPosition seen = path_.At(seconds) + NextError(noise_ * phase.noiseFactor);
   return {
       phase.quality, phase.talker, phase.satellites, phase.hdop, frame_.ToGeodetic(seen), path_.VelocityAt(seconds)};

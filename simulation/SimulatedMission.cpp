@@ -3,6 +3,7 @@
 #include "simulation/DroneTimestamps.h"
 #include "simulation/EventFile.h"
 #include "simulation/HousekeepingLog.h"
+#include "simulation/NmeaLog.h"
 #include "simulation/OrientationFile.h"
 #include "simulation/PhotoFiles.h"
 #include "simulation/TrajectoryFile.h"
@@ -17,6 +18,7 @@ bool WriteSensorFiles(const std::filesystem::path& folder, const MissionOptions&
   WriteEventFile(folder / kEventsName, options, clock, exposures);
   const auto goesOn = [&progress, photos = CountPhotos(exposures)] { return progress(0, photos); };
   if (!WriteTrajectoryFile(folder / kTrajectoryName, options, flight, goesOn)) return false;
+  if (options.trouble.log.beside) WriteInstrumentFile(folder / kInstrumentName, options);
   WriteHousekeepingLog(folder / kHousekeepingName, options, flight, exposures);
   WriteOrientationFile(folder / kOrientationName, options, flight);
   if (options.photos) {

@@ -8,14 +8,15 @@
 #include <string>
 
 #include "simulation/MissionTime.h"
-#include "simulation/OutputFile.h"
+#include "simulation/NmeaLog.h"
 #include "simulation/Receiver.h"
 
 namespace kv::simulation {
 namespace {
 
-constexpr FlightPath::Span kGapInTurn{4.0, 7.5};  // seconds from the start of the turn
-constexpr int kSkyViewSeconds = 5;                // between sets of GSV sentences
+constexpr FlightPath::Span kGapInTurn{4.0, 7.5};        // seconds from the start of the turn
+constexpr std::chrono::hours kEarlierLog{1 - 30 * 24};  // start of another day's log, since that of the mission
+constexpr int kSkyViewSeconds = 5;                      // between sets of GSV sentences
 constexpr double kMetresPerSecondInKnots = 3600.0 / 1852.0;
 constexpr double kCourseFromKnots = 0.5;  // a slower receiver reports no course
 
@@ -65,22 +66,6 @@ std::string TimeOfDay(UtcTime time) {
   return fmt::format("{:%H%M%S}.{:02}", Calendar(time), Microsecond(time) / 10'000);
 }
 
-class SentenceFile {
- public:
-  explicit SentenceFile(const std::filesystem::path& path) : file_(path) {}
-
-  /// Writes the sentence between "$" and "*", then its checksum, the exclusive or of its characters.
-  void Write(std::string_view sentence) {
-    unsigned checksum = 0;
-    for (const char c : sentence) checksum ^= static_cast<unsigned char>(c);
-    file_.Print("${}*{:02X}\r\n", sentence, checksum);
-  }
-  void Close() { file_.Close(); }
-
- private:
-  OutputFile file_;
-};
-
 std::string Gga(const Fix& fix, UtcTime time, const MissionOptions& options) {
   if (fix.quality == 0) return fmt::format("{}GGA,{},,,,,0,00,{:.2f},,,,,,", fix.talker, TimeOfDay(time), fix.hdop);
   const double separation = GeoidSeparation(fix.position, options);
@@ -98,7 +83,7 @@ std::string Rmc(const Fix& fix, UtcTime time) {
   const double knots = std::hypot(east, north) * kMetresPerSecondInKnots;
   const double course = std::fmod(std::atan2(east, north) * 180.0 / std::numbers::pi + 360.0, 360.0);
   const std::string courseText = knots < kCourseFromKnots ? "" : fmt::format("{:.2f}", course);
-  const char mode = fix.quality == 1 ? 'A' : fix.quality == 5 ? 'F' : 'R';
+  const char mode = fix.quality == 1 ? 'A' : fix.quality == 2 ? 'D' : fix.quality == 5 ? 'F' : 'R';
   return fmt::format("{}RMC,{},A,{},{},{:.3f},{},{},,,{},V", fix.talker, TimeOfDay(time), Latitude(fix), Longitude(fix),
                      knots, courseText, date, mode);
 }
@@ -113,7 +98,7 @@ std::string Gsa(const Fix& fix, std::span<const Satellite> satellites) {
   return sentence + fmt::format(",{:.2f},{:.2f},{:.2f}", pdop, fix.hdop, vdop);
 }
 
-void WriteSkyView(SentenceFile& file, std::string_view talker, std::span<const Satellite> satellites, double seconds) {
+void WriteSkyView(NmeaLog& file, std::string_view talker, std::span<const Satellite> satellites, double seconds) {
   const std::size_t count = (satellites.size() + kSatellitesPerSentence - 1) / kSatellitesPerSentence;
   for (std::size_t i = 0; i < satellites.size(); i += kSatellitesPerSentence) {
     std::string sentence =
@@ -126,14 +111,52 @@ void WriteSkyView(SentenceFile& file, std::string_view talker, std::span<const S
   }
 }
 
+/// Writes wind and heading, as instruments on the receiver's line give them.
+void WriteInstruments(NmeaLog& file, std::int64_t second) {
+  file.Write(fmt::format("WIMWV,{:.1f},R,{:.1f},N,A", static_cast<double>(second * 7 % 360), 4.5));
+  file.Write(fmt::format("HEHDT,{:.1f},T", static_cast<double>(second * 3 % 360)));
+}
+
 /// Writes the sentences that follow GGA at a whole second.
-void WriteSecond(SentenceFile& file, const Fix& fix, UtcTime time, std::int64_t second) {
-  file.Write(Rmc(fix, time));
+void WriteSecond(NmeaLog& file, const Fix& fix, UtcTime time, std::int64_t second, const MissionOptions& options) {
+  const LogTrouble& trouble = options.trouble.log;
+  const bool dated = !trouble.undated && !(trouble.halfDated && 2 * second < options.duration.count());
+  if (dated) file.Write(Rmc(fix, time));
   file.Write(Gsa(fix, kGps));
   if (fix.talker == "GN") file.Write(Gsa(fix, kGlonass));
+  if (trouble.instrument) WriteInstruments(file, second);
   if (second % kSkyViewSeconds != 0) return;
   WriteSkyView(file, "GP", kGps, static_cast<double>(second));
   WriteSkyView(file, "GL", kGlonass, static_cast<double>(second));
+}
+
+/// Writes what the receiver reports in the mission's time, but for the gap.
+/// @return false if `goesOn` stopped it
+bool WriteEpochs(NmeaLog& file, const MissionOptions& options, Receiver receiver, const FlightPath::Span& gap,
+                 const std::function<bool()>& goesOn) {
+  const std::int64_t epochs = options.duration.count() * options.rate;
+  for (std::int64_t epoch = 0; epoch <= epochs; ++epoch) {
+    const std::chrono::microseconds sinceStart(epoch * 1'000'000 / options.rate);
+    const double seconds = ToSeconds(sinceStart);
+    const Fix fix = receiver.Next(seconds);
+    if (!goesOn()) return false;
+    if (seconds >= gap.begin && seconds < gap.end) continue;
+
+    const UtcTime time = options.start + sinceStart;
+    file.WriteFix(Gga(fix, time, options));
+    if (epoch % options.rate == 0) WriteSecond(file, fix, time, epoch / options.rate, options);
+  }
+  return true;
+}
+
+/// Writes the first minute of the flight as another day's.
+bool WriteEarlierLog(NmeaLog& file, const MissionOptions& options, const FlightPath& flight,
+                     const std::function<bool()>& goesOn) {
+  MissionOptions earlier = options;
+  earlier.start += kEarlierLog;
+  earlier.duration = std::chrono::minutes(1);
+  const Receiver receiver(earlier, flight, Random(options.seed, Stream::EarlierLog));
+  return WriteEpochs(file, earlier, receiver, {0.0, 0.0}, goesOn);
 }
 
 }  // namespace
@@ -146,21 +169,10 @@ FlightPath::Span TrajectoryGap(const MissionOptions& options, const FlightPath& 
 
 bool WriteTrajectoryFile(const std::filesystem::path& path, const MissionOptions& options, const FlightPath& flight,
                          const std::function<bool()>& goesOn) {
-  Receiver receiver(options, flight, Random(options.seed, Stream::Receiver));
-  const FlightPath::Span gap = TrajectoryGap(options, flight);
-  SentenceFile file(path);
-  const std::int64_t epochs = options.duration.count() * options.rate;
-  for (std::int64_t epoch = 0; epoch <= epochs; ++epoch) {
-    const std::chrono::microseconds sinceStart(epoch * 1'000'000 / options.rate);
-    const double seconds = ToSeconds(sinceStart);
-    const Fix fix = receiver.Next(seconds);
-    if (!goesOn()) return false;
-    if (seconds >= gap.begin && seconds < gap.end) continue;
-
-    const UtcTime time = options.start + sinceStart;
-    file.Write(Gga(fix, time, options));
-    if (epoch % options.rate == 0) WriteSecond(file, fix, time, epoch / options.rate);
-  }
+  NmeaLog file(path, options);
+  if (options.trouble.log.appended && !WriteEarlierLog(file, options, flight, goesOn)) return false;
+  const Receiver receiver(options, flight, Random(options.seed, Stream::Receiver));
+  if (!WriteEpochs(file, options, receiver, TrajectoryGap(options, flight), goesOn)) return false;
   file.Close();
   return true;
 }

@@ -33,6 +33,27 @@ enum class EventClock {
   Local,  ///< two hours ahead of UTC
 };
 
+/// A stretch of the mission, in seconds from its start, without the corrections that fix ambiguities.
+struct RtkLoss {
+  enum class Quality { Float, Differential, Single };
+
+  double from = 0.0, to = 0.0;
+  Quality quality = Quality::Single;
+
+  bool Holds(double seconds) const { return seconds >= from && seconds < to; }
+};
+
+/// What makes the receiver's log hard to read.
+struct LogTrouble {
+  bool shuffled = false;    ///< some fixes stand behind later ones
+  bool binary = false;      ///< bytes in front of some sentences
+  bool instrument = false;  ///< sentences of other instruments
+  bool beside = false;      ///< another instrument's log beside it
+  bool appended = false;    ///< another day's log stands in front
+  bool undated = false;     ///< no sentence with a date
+  bool halfDated = false;   ///< sentences with a date in the second half only
+};
+
 /// What goes wrong in a mission. The defaults change nothing. Shares are those of the exposures of a camera's stations.
 struct Trouble {
   std::optional<CameraClock> clocks[2];
@@ -45,6 +66,8 @@ struct Trouble {
   bool swapCameras = false;
   PhotoFolders photoFolders = PhotoFolders::Camera;
   EventClock eventClock = EventClock::Utc;
+  RtkLoss rtkLoss;
+  LogTrouble log;
 };
 
 }  // namespace kv::simulation

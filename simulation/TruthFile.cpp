@@ -115,7 +115,8 @@ void RemoveMissionOfTruthFile(const std::filesystem::path& path) {
   const auto folderColumn =
       static_cast<std::size_t>(std::find(header.begin(), header.end(), kFolderColumn) - header.begin());
   std::error_code ignored;  // a file that cannot be removed cannot be overwritten, and that is reported
-  for (const char* name : {kTrajectoryName, kEventsName, kHousekeepingName, kOrientationName, kTimestampsName})
+  for (const char* name :
+       {kTrajectoryName, kEventsName, kHousekeepingName, kOrientationName, kInstrumentName, kTimestampsName})
     std::filesystem::remove(path.parent_path() / name, ignored);
   while (std::getline(file, line)) {
     const std::vector<std::string> fields = Fields(line);

@@ -28,6 +28,7 @@ inline constexpr const char* kTrajectoryName = "trajectory.nmea";
 inline constexpr const char* kEventsName = "events.txt";
 inline constexpr const char* kHousekeepingName = "housekeeping.log";
 inline constexpr const char* kOrientationName = "orientation.txt";
+inline constexpr const char* kInstrumentName = "instrument.nmea";
 inline constexpr const char* kTimestampsName = "flight.MRK";  ///< a drone's
 
 }  // namespace kv::simulation

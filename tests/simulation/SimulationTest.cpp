@@ -171,6 +171,9 @@ TEST(Simulation, ExitCodes) {
               {"--lost-photos 1", 2},
               {"--triggers never", 2},
               {"--drone --test-shots 3", 2},
+              {"--rtk-lost 90,50", 2},
+              {"--rtk-lost 50,90,fixed", 2},
+              {"--log-trouble binary,none", 2},
               {"--minutes 1 --photo-size 16x16", 0},
               {"--minutes 1 --photo-size 16x16", 2},  // not empty any more
               {"--minutes 1 --no-photos --overwrite", 0}};
