@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 
 #include "simulation/Trouble.h"
 
@@ -16,6 +17,29 @@ enum class PhotoNames {
 enum class Firmware {
   V2_0_5,
   V2_1_0,  ///< adds a column with the entry's number between time and device
+};
+
+/// The form of a POS file.
+struct PosForm {
+  enum Coordinates { Degrees, Sexagesimal, Ecef, Baseline };
+  enum System { Gpst, Utc, Jst };
+
+  Coordinates coordinates = Degrees;
+  System system = Gpst;
+  bool calendar = false;  ///< date and time of day instead of week and seconds
+  bool geodetic = false;  ///< heights above the geoid
+  char separator = ' ';
+};
+
+/// What the times of an SBET file count from.
+enum class SbetTime { Week, GpsEpoch };
+
+/// Trajectories in other forms than the receiver's log.
+struct Tracks {
+  std::optional<PosForm> pos;
+  std::optional<SbetTime> sbet;
+  bool gpx = false;
+  bool postProcessed = false;  ///< not the receiver's fixes, but fixed ones with an error of their own
 };
 
 /// What to simulate. The command checks the ranges when it reads the options.
@@ -36,6 +60,7 @@ struct MissionOptions {
   bool photos = true;
   bool faults = true;  ///< see Faults in docs/simulation.md
   Trouble trouble;
+  Tracks tracks;
 };
 
 }  // namespace kv::simulation

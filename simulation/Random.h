@@ -22,7 +22,8 @@ enum class Stream : std::uint64_t {
   Trouble2,
   Log,
   EarlierLog,
-  Instrument
+  Instrument,
+  PostProcessed
 };
 
 /// Gives the same numbers for a seed on every platform. The standard defines the engine's bits but not the results of

@@ -11,8 +11,9 @@ namespace {
 constexpr double kCorrelationSeconds = 10.0;
 constexpr double kDeviationsInNoise = 3.0;
 
-/// How the receiver settles. The last phase begins before take-off and lasts to the end.
-struct Phase {
+}  // namespace
+
+struct Receiver::Phase {
   double until;  // seconds from the start of the mission
   int quality;
   std::string_view talker;
@@ -20,6 +21,12 @@ struct Phase {
   double hdop;
   double noiseFactor;
 };
+
+namespace {
+
+using Phase = Receiver::Phase;
+
+/// How the receiver settles. The last phase begins before take-off and lasts to the end.
 constexpr auto kPhases = std::to_array<Phase>({
     {kFirstFixSeconds, 0, "GN", 0, kNoDop, 0.0},
     {9.0, 1, "GP", 7, 1.6, 100.0},
@@ -63,10 +70,20 @@ LocalPosition Receiver::NextError(double limit) {
 Fix Receiver::Next(double seconds) {
   const Phase& settled =
       *std::find_if(kPhases.begin(), kPhases.end(), [&](const Phase& candidate) { return seconds < candidate.until; });
-  const Phase& phase = settled.quality == 4 && loss_.Holds(seconds) ? LostPhase(loss_) : settled;
+  return NextOf(settled.quality == 4 && loss_.Holds(seconds) ? LostPhase(loss_) : settled, seconds);
+}
+
+Fix Receiver::NextSettled(double seconds) { return NextOf(kPhases.back(), seconds); }
+
+Fix Receiver::NextOf(const Phase& phase, double seconds) {
   const LocalPosition seen = path_.At(seconds) + NextError(noise_ * phase.noiseFactor);
-  return {
-      phase.quality, phase.talker, phase.satellites, phase.hdop, frame_.ToGeodetic(seen), path_.VelocityAt(seconds)};
+  return {phase.quality,
+          phase.talker,
+          phase.satellites,
+          phase.hdop,
+          frame_.ToGeodetic(seen),
+          path_.VelocityAt(seconds),
+          noise_ * phase.noiseFactor};
 }
 
 }  // namespace kv::simulation

@@ -17,6 +17,7 @@ struct Fix {
   double hdop;
   GeodeticPosition position;  ///< with the receiver's error; meaningless for quality 0
   LocalVelocity velocity;
+  double largestError;  ///< metres; three standard deviations of each axis
 };
 
 /// The dilution of precision that a receiver without a fix reports.
@@ -35,13 +36,19 @@ double NoiseFactor(const RtkLoss& loss, double seconds);
 /// depends on the quality, and so they are while corrections are lost.
 class Receiver {
  public:
+  struct Phase;
+
   Receiver(const MissionOptions& options, const FlightPath& path, Random random);
 
   /// Makes the fix of the next epoch.
   /// @param seconds  from the start of the mission, later than in the call before
   Fix Next(double seconds);
 
+  /// Makes the next fix as if the receiver had settled before the start and never lost its corrections.
+  Fix NextSettled(double seconds);
+
  private:
+  Fix NextOf(const Phase& phase, double seconds);
   LocalPosition NextError(double limit);
 
   const FlightPath& path_;

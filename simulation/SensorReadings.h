@@ -41,7 +41,6 @@ class SensorReadings {
 
   double Temperature(const Warming& warming, double seconds);
   double Noise(double largest) { return random_.Uniform(-largest, largest); }
-  double Course(double seconds) const;
 
   const FlightPath& flight_;
   Random random_;

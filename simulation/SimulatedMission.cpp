@@ -6,6 +6,7 @@
 #include "simulation/NmeaLog.h"
 #include "simulation/OrientationFile.h"
 #include "simulation/PhotoFiles.h"
+#include "simulation/TrackFiles.h"
 #include "simulation/TrajectoryFile.h"
 #include "simulation/TruthFile.h"
 
@@ -27,6 +28,12 @@ bool WriteSensorFiles(const std::filesystem::path& folder, const MissionOptions&
   return true;
 }
 
+void WriteTracks(const std::filesystem::path& folder, const MissionOptions& options, const FlightPath& flight) {
+  if (options.tracks.pos) WritePosFile(folder / kPosName, options, flight);
+  if (options.tracks.sbet) WriteSbetFile(folder / kSbetName, options, flight);
+  if (options.tracks.gpx) WriteGpxFile(folder / kGpxName, options, flight);
+}
+
 }  // namespace
 
 std::optional<std::vector<Exposure>> WriteMission(const std::filesystem::path& folder, const MissionOptions& options,
@@ -45,6 +52,7 @@ std::optional<std::vector<Exposure>> WriteMission(const std::filesystem::path& f
   } else if (!WriteSensorFiles(folder, options, flight, clock, exposures, progress)) {
     return {};
   }
+  WriteTracks(folder, options, flight);
   if (!WritePhotos(folder, options, flight, exposures, progress)) return {};
   return exposures;
 }

@@ -45,12 +45,6 @@ constexpr auto kGlonass = std::to_array<Satellite>({{66, 62, 88, 47, 0.5},
 constexpr std::size_t kSatellitesPerSentence = 4;
 constexpr std::size_t kActiveSlots = 12;  // of a GSA sentence
 
-/// Returns the geoid separation in metres: a slightly tilted plane.
-double GeoidSeparation(const GeodeticPosition& position, const MissionOptions& options) {
-  return 47.3 + 0.6 * (position.latitude - options.latitude) -
-         0.4 * std::remainder(position.longitude - options.longitude, 360.0);
-}
-
 /// Formats "ddmm.mmmmmmmm,h" or "dddmm.mmmmmmmm,h", with h for the hemisphere.
 std::string Angle(double degrees, int degreeDigits, std::string_view hemispheres) {
   constexpr std::int64_t kUnit = 100'000'000;  // units of the last digit in a minute
@@ -160,6 +154,11 @@ bool WriteEarlierLog(NmeaLog& file, const MissionOptions& options, const FlightP
 }
 
 }  // namespace
+
+double GeoidSeparation(const GeodeticPosition& position, const MissionOptions& options) {
+  return 47.3 + 0.6 * (position.latitude - options.latitude) -
+         0.4 * std::remainder(position.longitude - options.longitude, 360.0);
+}
 
 FlightPath::Span TrajectoryGap(const MissionOptions& options, const FlightPath& flight) {
   if (!options.faults || flight.Turns().empty()) return {0.0, 0.0};

@@ -33,6 +33,12 @@ enum class EventClock {
   Local,  ///< two hours ahead of UTC
 };
 
+/// Where a camera is, and when it really exposes.
+struct CameraMount {
+  double forward = 0.0, right = 0.0, down = 0.0;  ///< metres from the antenna
+  double shutterDelay = 0.0;                      ///< seconds from the event to the exposure
+};
+
 /// A stretch of the mission, in seconds from its start, without the corrections that fix ambiguities.
 struct RtkLoss {
   enum class Quality { Float, Differential, Single };
@@ -57,6 +63,7 @@ struct LogTrouble {
 /// What goes wrong in a mission. The defaults change nothing. Shares are those of the exposures of a camera's stations.
 struct Trouble {
   std::optional<CameraClock> clocks[2];
+  std::optional<CameraMount> mounts[2];
   double lostPhotos = 0.0;
   double failedTriggers = 0.0;
   double missedEvents = 0.0;

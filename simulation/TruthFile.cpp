@@ -7,6 +7,7 @@
 #include <system_error>
 #include <vector>
 
+#include "simulation/Attitude.h"
 #include "simulation/LocalFrame.h"
 #include "simulation/MissionTime.h"
 #include "simulation/OutputFile.h"
@@ -19,6 +20,7 @@ constexpr std::string_view kFirstColumns =
     "camera,master_tick,utc,adj_gps_seconds,latitude,longitude,height,photo,blurred,fault";
 constexpr std::string_view kLaterColumns = ",station";
 constexpr std::string_view kFolderColumn = "folder", kClockColumn = "camera_clock";  // only if needed
+constexpr std::string_view kCameraColumns = "roll,pitch,heading,camera_latitude,camera_longitude,camera_height";
 constexpr std::size_t kCameraColumn = 0, kPhotoColumn = 7;
 constexpr std::chrono::seconds kAdjustment{1'000'000'000};  // standard GPS time minus adjusted
 
@@ -53,8 +55,20 @@ struct Column {
   std::function<std::string(const Exposure&)> text;
 };
 
+/// Returns "roll,pitch,heading,latitude,longitude,height" of the camera when it exposes.
+std::string CameraText(const Exposure& exposure, const MissionOptions& options, const FlightPath& flight) {
+  const CameraMount mount = options.trouble.mounts[exposure.camera - 1].value_or(CameraMount{});
+  const double seconds = ToSeconds(exposure.time) + mount.shutterDelay;
+  const Attitude attitude = AttitudeAt(flight, seconds);
+  const LocalPosition camera = flight.At(seconds) + LeverArmAt(flight, mount, seconds);
+  const GeodeticPosition place = LocalFrame(options.latitude, options.longitude).ToGeodetic(camera);
+  return fmt::format("{:.4f},{:.4f},{:.4f},{:.10f},{:.10f},{:.4f}", attitude.roll, attitude.pitch,
+                     attitude.heading < 0.0 ? attitude.heading + 360.0 : attitude.heading, place.latitude,
+                     place.longitude, place.height);
+}
+
 /// Returns the columns that the mission's trouble needs.
-std::vector<Column> TroubleColumns(const MissionOptions& options) {
+std::vector<Column> TroubleColumns(const MissionOptions& options, const FlightPath& flight) {
   const Trouble& trouble = options.trouble;
   std::vector<Column> columns;
   if (trouble.swapCameras || trouble.photoFolders != PhotoFolders::Camera)
@@ -64,6 +78,8 @@ std::vector<Column> TroubleColumns(const MissionOptions& options) {
                          return e.photo.empty() ? std::string() : IsoText(options.start + e.time + e.clockError);
                        }});
   }
+  if (trouble.mounts[0] || trouble.mounts[1] || options.tracks.sbet)
+    columns.push_back({kCameraColumns, [&](const Exposure& e) { return CameraText(e, options, flight); }});
   return columns;
 }
 
@@ -89,7 +105,7 @@ void WriteTruthFile(const std::filesystem::path& path, const MissionOptions& opt
   const auto tick = [&](const Exposure& exposure) {
     return options.drone || !HasEvent(exposure) ? 0U : clock.TickAt(exposure.time);
   };
-  const std::vector<Column> columns = TroubleColumns(options);
+  const std::vector<Column> columns = TroubleColumns(options, flight);
   OutputFile file(path);
   file.Print("{}{}", kFirstColumns, kLaterColumns);
   for (const Column& column : columns) file.Print(",{}", column.name);
@@ -115,8 +131,8 @@ void RemoveMissionOfTruthFile(const std::filesystem::path& path) {
   const auto folderColumn =
       static_cast<std::size_t>(std::find(header.begin(), header.end(), kFolderColumn) - header.begin());
   std::error_code ignored;  // a file that cannot be removed cannot be overwritten, and that is reported
-  for (const char* name :
-       {kTrajectoryName, kEventsName, kHousekeepingName, kOrientationName, kInstrumentName, kTimestampsName})
+  for (const char* name : {kTrajectoryName, kEventsName, kHousekeepingName, kOrientationName, kInstrumentName, kPosName,
+                           kSbetName, kGpxName, kTimestampsName})
     std::filesystem::remove(path.parent_path() / name, ignored);
   while (std::getline(file, line)) {
     const std::vector<std::string> fields = Fields(line);

@@ -29,6 +29,9 @@ inline constexpr const char* kEventsName = "events.txt";
 inline constexpr const char* kHousekeepingName = "housekeeping.log";
 inline constexpr const char* kOrientationName = "orientation.txt";
 inline constexpr const char* kInstrumentName = "instrument.nmea";
+inline constexpr const char* kPosName = "rover.pos";
+inline constexpr const char* kSbetName = "rover.sbet";
+inline constexpr const char* kGpxName = "rover.gpx";
 inline constexpr const char* kTimestampsName = "flight.MRK";  ///< a drone's
 
 }  // namespace kv::simulation

@@ -172,6 +172,10 @@ TEST(Simulation, ExitCodes) {
               {"--triggers never", 2},
               {"--drone --test-shots 3", 2},
               {"--rtk-lost 90,50", 2},
+              {"--pos llh,colon", 2},
+              {"--sbet year", 2},
+              {"--cam1-lever-arm 1,2", 2},
+              {"--drone --cam2-lever-arm 1,2,3", 2},
               {"--rtk-lost 50,90,fixed", 2},
               {"--log-trouble binary,none", 2},
               {"--minutes 1 --photo-size 16x16", 0},
@@ -212,6 +216,7 @@ TEST(Simulation, OverwritingSparesWhatIsNotTheMissions) {
   } const rows[] = {{"--start 12:00 --no-photos", 6},
                     {"--photo-size 16x16 --no-faults --photo-folders nested --swap-cameras", 6 + 28},
                     {"--photo-size 16x16 --no-faults --photo-folders dcim --test-shots 2", 6 + 32},
+                    {"--no-photos --pos llh --gpx --sbet week --log-trouble beside", 6 + 4},
                     {"--drone --photo-size 16x16 --no-faults", 3 + 14},
                     {"--drone --no-photos", 3}};
   for (const auto& [options, count] : rows) {

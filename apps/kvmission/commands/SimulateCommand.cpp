@@ -151,7 +151,7 @@ void AddOptions(CLI::App& command, Arguments& arguments) {
   command.add_flag("--overwrite", arguments.overwrite,
                    "write into a folder that is not empty, replacing an earlier mission");
   command.add_flag("-q,--quiet", arguments.quiet, "say nothing but errors");
-  AddTroubleOptions(command, mission.trouble);
+  AddTroubleOptions(command, mission);
 }
 
 }  // namespace

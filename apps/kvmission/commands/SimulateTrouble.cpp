@@ -11,10 +11,13 @@ namespace kv::command {
 namespace {
 
 using simulation::CameraClock;
+using simulation::CameraMount;
 using simulation::EventClock;
 using simulation::LogTrouble;
 using simulation::PhotoFolders;
+using simulation::PosForm;
 using simulation::RtkLoss;
+using simulation::SbetTime;
 using simulation::Triggers;
 using simulation::Trouble;
 
@@ -23,6 +26,8 @@ constexpr double kLargestShare = 0.9;
 constexpr double kLargestClockError = 1e8;  // seconds
 constexpr double kLargestDrift = 10'000.0;  // parts per million
 constexpr double kMostTestShots = 1000.0;
+constexpr double kLongestArm = 100.0;     // metres
+constexpr double kLongestDelay = 1000.0;  // milliseconds
 
 template <typename T>
 using Words = std::map<std::string, T>;
@@ -36,10 +41,25 @@ const Words<PhotoFolders> kFolders{
 const Words<EventClock> kClocks{{"utc", EventClock::Utc}, {"gps", EventClock::Gps}, {"local", EventClock::Local}};
 const Words<RtkLoss::Quality> kQualities{
     {"float", RtkLoss::Quality::Float}, {"dgps", RtkLoss::Quality::Differential}, {"single", RtkLoss::Quality::Single}};
+const Words<SbetTime> kSbetTimes{{"week", SbetTime::Week}, {"gps", SbetTime::GpsEpoch}};
 const Words<bool LogTrouble::*> kLogWords{{"shuffled", &LogTrouble::shuffled},     {"binary", &LogTrouble::binary},
                                           {"instrument", &LogTrouble::instrument}, {"beside", &LogTrouble::beside},
                                           {"appended", &LogTrouble::appended},     {"undated", &LogTrouble::undated},
                                           {"half-dated", &LogTrouble::halfDated}};
+
+/// What a word of --pos changes.
+using PosWord = void (*)(PosForm&);
+const Words<PosWord> kPosWords{{"llh", [](PosForm& form) { form.coordinates = PosForm::Degrees; }},
+                               {"dms", [](PosForm& form) { form.coordinates = PosForm::Sexagesimal; }},
+                               {"ecef", [](PosForm& form) { form.coordinates = PosForm::Ecef; }},
+                               {"enu", [](PosForm& form) { form.coordinates = PosForm::Baseline; }},
+                               {"calendar", [](PosForm& form) { form.calendar = true; }},
+                               {"utc", [](PosForm& form) { form.calendar = true, form.system = PosForm::Utc; }},
+                               {"jst", [](PosForm& form) { form.calendar = true, form.system = PosForm::Jst; }},
+                               {"geodetic", [](PosForm& form) { form.geodetic = true; }},
+                               {"comma", [](PosForm& form) { form.separator = ','; }},
+                               {"semicolon", [](PosForm& form) { form.separator = ';'; }},
+                               {"tab", [](PosForm& form) { form.separator = '\t'; }}};
 
 void Require(bool holds, const std::string& option, const std::string& rule) {
   if (!holds) throw CLI::ValidationError(option, rule);
@@ -80,8 +100,9 @@ void AddWords(CLI::App& command, const std::string& name, const Words<T>& words,
   command.add_option_function<std::string>(name, read, help)->type_name(form + "[,...]");
 }
 
-template <typename T>
-void AddChoice(CLI::App& command, const std::string& name, T& value, const Words<T>& words, const std::string& help) {
+template <typename T, typename Value>
+void AddChoice(CLI::App& command, const std::string& name, Value& value, const Words<T>& words,
+               const std::string& help) {
   std::vector<std::string> names;
   for (const auto& [word, meaning] : words) names.push_back(word);
   const auto store = [&value, &words](const std::string& word) { value = words.at(word); };
@@ -146,16 +167,48 @@ void AddRtkLoss(CLI::App& command, RtkLoss& loss) {
       ->type_name("FROM,TO[,float|dgps|single]");
 }
 
+void AddMount(CLI::App& command, int camera, std::optional<CameraMount>& mount) {
+  using Numbers = std::vector<double>;
+  const auto made = [&mount]() -> CameraMount& { return mount ? *mount : mount.emplace(); };
+  AddNumbers(command, fmt::format("--cam{}-lever-arm", camera), 3, "FORWARD,RIGHT,DOWN",
+             fmt::format("metres from the antenna to camera {}", camera),
+             [=](const std::string& name, const Numbers& n) {
+               for (const double metres : n) Require(std::abs(metres) <= kLongestArm, name, "more than 100 metres");
+               CameraMount& placed = made();
+               placed.forward = n[0];
+               placed.right = n[1];
+               placed.down = n[2];
+             });
+  AddNumbers(command, fmt::format("--cam{}-shutter-delay", camera), 1, "MS",
+             fmt::format("milliseconds from the event to camera {}'s exposure", camera),
+             [=](const std::string& name, const Numbers& n) {
+               Require(std::abs(n[0]) <= kLongestDelay, name, "more than 1000 milliseconds");
+               made().shutterDelay = n[0] * 1e-3;
+             });
+}
+
+void AddTracks(CLI::App& command, simulation::Tracks& tracks) {
+  AddWords(command, "--pos", kPosWords, "write rover.pos in this form",
+           [&tracks](PosWord word) { word(tracks.pos ? *tracks.pos : tracks.pos.emplace()); });
+  AddChoice(command, "--sbet", tracks.sbet, kSbetTimes, "write rover.sbet, timed by the week or since 1980-01-06");
+  command.add_flag("--gpx", tracks.gpx, "write rover.gpx");
+  command.add_flag("--post-processed", tracks.postProcessed, "these three are fixed throughout, with their own error");
+}
+
 }  // namespace
 
-void AddTroubleOptions(CLI::App& command, Trouble& trouble) {
+void AddTroubleOptions(CLI::App& command, simulation::MissionOptions& mission) {
+  Trouble& trouble = mission.trouble;
   command.option_defaults()->group(kSensorGroup);
   for (const int camera : {1, 2}) AddClock(command, camera, trouble.clocks[camera - 1]);
+  AddMount(command, 2, trouble.mounts[1]);
   AddPhotosAndEvents(command, trouble);
   AddWords(command, "--log-trouble", kLogWords, "what makes trajectory.nmea hard to read",
            [&trouble](bool LogTrouble::*word) { trouble.log.*word = true; });
   command.option_defaults()->group(kGroup);
+  AddMount(command, 1, trouble.mounts[0]);
   AddRtkLoss(command, trouble.rtkLoss);
+  AddTracks(command, mission.tracks);
 }
 
 void RefuseSensorTrouble(const CLI::App& command) {

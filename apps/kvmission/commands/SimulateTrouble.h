@@ -5,7 +5,7 @@
 #include <string>
 
 #include "commands/Commands.h"
-#include "simulation/Trouble.h"
+#include "simulation/MissionOptions.h"
 
 namespace kv::command {
 
@@ -19,8 +19,8 @@ inline CLI::Validator InRange(double least, double most) {
   return {check, fmt::format("[{} - {}]", least, most), "range"};
 }
 
-/// Adds the options of a simulated mission's trouble. They store into `trouble`, which must outlive the parsing.
-void AddTroubleOptions(CLI::App& command, simulation::Trouble& trouble);
+/// Adds the options of a simulated mission's trouble. They store into `mission`, which must outlive the parsing.
+void AddTroubleOptions(CLI::App& command, simulation::MissionOptions& mission);
 
 /// @throws CLI::ValidationError if the command line has an option that does not apply to a drone's mission
 void RefuseSensorTrouble(const CLI::App& command);
