@@ -23,16 +23,6 @@ bool IsFix(const std::string& sentence) { return sentence.find("GGA,") == 3; }
 bool IsDated(const std::string& sentence) { return sentence.find("RMC,") == 3; }
 double TimeOfDay(const std::string& sentence) { return Number(Split(sentence, ',')[1]); }
 
-/// Metres from a fix to that of the same epoch in another log.
-double Metres(const std::string& a, const std::string& b) {
-  const auto angle = [](const std::string& text, std::size_t degreeDigits) {
-    return Number(text.substr(0, degreeDigits)) * 60.0 + Number(text.substr(degreeDigits));
-  };
-  const Words f = Split(a, ','), g = Split(b, ',');
-  return std::hypot((angle(f[2], 2) - angle(g[2], 2)) * 1853.0, (angle(f[4], 3) - angle(g[4], 3)) * 1250.0,
-                    Number(f[9]) - Number(g[9]));
-}
-
 /// Fixes of the stretch have the quality and an error of its size; every other line is that of the good mission.
 TEST(Trouble, CorrectionsAreLostInTheStretchOnly) {
   const struct {
@@ -55,7 +45,7 @@ TEST(Trouble, CorrectionsAreLostInTheStretchOnly) {
       const Words fields = Split(lost[i], ',');
       EXPECT_EQ(IsFix(lost[i]) ? fields[6] : fields[fields.size() - 2], IsFix(lost[i]) ? flag : mode) << lost[i];
       if (!IsFix(lost[i])) continue;
-      largest = std::max(largest, Metres(lost[i], good[i]));
+      largest = std::max(largest, Metres(FixOf(lost[i]), FixOf(good[i])));
       ++fixes;
     }
     EXPECT_EQ(fixes, 405);

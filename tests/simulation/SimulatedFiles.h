@@ -1,6 +1,7 @@
 #pragma once
 
 #include <charconv>
+#include <cmath>
 #include <map>
 #include <string>
 #include <vector>
@@ -37,6 +38,38 @@ inline double Number(const std::string& text) {
   double value = 0.0;
   std::from_chars(text.data(), text.data() + text.size(), value);
   return value;
+}
+
+/// Seconds of day of "hhmmss.ff", or of "hh:mm:ss.ff" with any separators.
+inline double SecondsOfDay(const std::string& text) {
+  const std::size_t step = text.size() > 6 && (text[2] < '0' || text[2] > '9') ? 3 : 2;
+  return Number(text.substr(0, 2)) * 3600.0 + Number(text.substr(step, 2)) * 60.0 + Number(text.substr(2 * step));
+}
+
+struct Place {
+  double seconds;                      // of the day, UTC
+  double latitude, longitude, height;  // degrees, metres
+  int quality;                         // as in GGA
+};
+
+/// Metres from one place to another near 47.65 degrees north, in the places of degrees.
+inline Place Offset(const Place& from, const Place& to) {
+  return {0.0, (to.latitude - from.latitude) * 111'183.0, (to.longitude - from.longitude) * 75'130.0,
+          to.height - from.height, 0};
+}
+inline double Metres(const Place& a, const Place& b) {
+  const Place offset = Offset(a, b);
+  return std::hypot(offset.latitude, offset.longitude, offset.height);
+}
+
+/// The fix of a GGA sentence; its height is above the ellipsoid, or above the geoid.
+inline Place FixOf(const std::string& sentence, bool geodetic = false) {
+  const Words f = Split(sentence, ',');
+  const auto angle = [](const std::string& text, std::size_t digits) {
+    return Number(text.substr(0, digits)) + Number(text.substr(digits)) / 60.0;
+  };
+  return {SecondsOfDay(f[1]), angle(f[2], 2), angle(f[4], 3), Number(f[9]) + (geodetic ? 0.0 : Number(f[11])),
+          static_cast<int>(Number(f[6]))};
 }
 
 /// A file of comma-separated lines below a header: for each line, the fields by their names.

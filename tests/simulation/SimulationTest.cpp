@@ -87,10 +87,6 @@ TEST(Simulation, TheLibraryFindsTheTrueStations) {
   }
 }
 
-double SecondsOfDay(const std::string& hhmmss) {
-  return Number(hhmmss.substr(0, 2)) * 3600.0 + Number(hhmmss.substr(2, 2)) * 60.0 + Number(hhmmss.substr(4));
-}
-
 TEST(Simulation, TheLogLooksLikeAReceivers) {
   const TempFolder folder;
   ASSERT_EQ(Simulate(folder, "--minutes 2 --no-photos"), 0);

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <numbers>
@@ -11,37 +12,10 @@ using namespace simulated;
 constexpr double kDegree = std::numbers::pi / 180.0;
 constexpr double kSemiMajorAxis = 6378137.0, kFlattening = 1.0 / 298.257223563;  // WGS 84
 
-struct Place {
-  double seconds;  // UTC time of day
-  double latitude, longitude, height;
-  int quality;  // as in GGA
-};
-
-/// Metres from one place to another, by the length of a degree near 47.65 degrees north.
-Place Offset(const Place& from, const Place& to) {
-  return {0.0, (to.latitude - from.latitude) * 111'183.0, (to.longitude - from.longitude) * 75'130.0,
-          to.height - from.height, 0};
-}
-double Metres(const Place& a, const Place& b) {
-  const Place offset = Offset(a, b);
-  return std::hypot(offset.latitude, offset.longitude, offset.height);
-}
-
-double TimeOfDay(const std::string& hhmmss) {
-  return Number(hhmmss.substr(0, 2)) * 3600.0 + Number(hhmmss.substr(2, 2)) * 60.0 + Number(hhmmss.substr(4));
-}
-
-/// The fixes of trajectory.nmea; heights are those above the ellipsoid, or above the geoid.
 std::vector<Place> LogFixes(const TempFolder& folder, bool geodetic = false) {
-  const auto angle = [](const std::string& text, std::size_t digits) {
-    return Number(text.substr(0, digits)) + Number(text.substr(digits)) / 60.0;
-  };
   std::vector<Place> fixes;
   for (const std::string& line : Lines(folder.Read("mission/trajectory.nmea"))) {
-    const Words f = Split(line, ',');
-    if (line.find("GGA,") != 3 || f[6] == "0") continue;
-    fixes.push_back({TimeOfDay(f[1]), angle(f[2], 2), angle(f[4], 3), Number(f[9]) + (geodetic ? 0.0 : Number(f[11])),
-                     static_cast<int>(Number(f[6]))});
+    if (line.find("GGA,") == 3 && Split(line, ',')[6] != "0") fixes.push_back(FixOf(line, geodetic));
   }
   return fixes;
 }
@@ -97,8 +71,7 @@ TEST(Tracks, PosFilesHaveTheFixesOfTheLog) {
         if (const std::size_t text = word.find_first_not_of(' '); text != word.npos) f.push_back(word.substr(text));
       }
       const auto n = [&](std::size_t at) { return Number(f.at(at)); };
-      const double time =
-          calendar ? TimeOfDay(f[1].substr(0, 2) + f[1].substr(3, 2) + f[1].substr(6)) : n(1) - 3 * 86400.0;
+      const double time = calendar ? SecondsOfDay(f[1]) : n(1) - 3 * 86400.0;
       EXPECT_EQ(f[0], calendar ? "2025/06/18" : "2371");  // a Wednesday
       EXPECT_NEAR(time - ahead, fixes[i].seconds, 1e-6) << lines[i + 5];
       const Place place = form == Degrees        ? Place{0.0, n(2), n(3), n(4), 0}
@@ -113,7 +86,7 @@ TEST(Tracks, PosFilesHaveTheFixesOfTheLog) {
   }
 }
 
-TEST(Tracks, SbetAndGpxHaveTheFixesOfTheLog) {
+TEST(Tracks, SbetAndGpxHaveTheFixesOfTheLogAndTheTrueAttitude) {
   struct {
     const char* time;
     double midnight;
@@ -135,20 +108,22 @@ TEST(Tracks, SbetAndGpxHaveTheFixesOfTheLog) {
       EXPECT_LT(
           Metres({0.0, Number(attributes.at(1)), Number(attributes.at(3)), Number(elements.at(2)), 0}, levelled[i]),
           0.0015);
-      const std::string clock = elements.at(4).substr(11, 12);
-      EXPECT_NEAR(TimeOfDay(clock.substr(0, 2) + clock.substr(3, 2) + clock.substr(6)), fixes[i].seconds, 1e-6);
+      EXPECT_NEAR(SecondsOfDay(elements.at(4).substr(11, 12)), fixes[i].seconds, 1e-6);
     }
-    for (const auto& truth : ReadTable(folder, "mission/truth.csv")) {  // attitude, against the record just before
-      const double at =
-          TimeOfDay(truth.at("utc").substr(11, 2) + truth.at("utc").substr(14, 2) + truth.at("utc").substr(17));
-      std::size_t i = fixes.size();
-      while (i > 0 && fixes[i - 1].seconds > at) --i;
-      if (i == 0) continue;
+    const Words readings = Lines(folder.Read("mission/orientation.txt"));
+    for (const auto& truth : ReadTable(folder, "mission/truth.csv")) {
+      const double at = SecondsOfDay(truth.at("utc").substr(11));
+      const auto after = std::find_if(fixes.begin(), fixes.end(), [&](const Place& fix) { return fix.seconds > at; });
+      if (after == fixes.begin()) continue;
       double r[17];
-      std::memcpy(r, bytes.data() + (i - 1) * sizeof r, sizeof r);
+      std::memcpy(r, bytes.data() + std::size_t(after - fixes.begin() - 1) * sizeof r, sizeof r);
+      const Words reading = Split(readings.at(static_cast<std::size_t>(std::lround((at - 34200.0) * 2.0))), ',');
       const char* const names[] = {"roll", "pitch", "heading"};
-      for (std::size_t k = 0; k < 3; ++k)
-        EXPECT_NEAR(std::remainder(r[7 + k] / kDegree - Number(truth.at(names[k])), 360.0), 0.0, 0.1) << names[k];
+      for (const std::size_t k : {0u, 1u, 2u}) {  // the sensor's pitch comes before its roll, with noise
+        const double sensed = Number(reading.at(k == 0 ? 3 : k == 1 ? 2 : 4)), angle = Number(truth.at(names[k]));
+        EXPECT_NEAR(std::remainder(r[7 + k] / kDegree - angle, 360.0), 0.0, 0.1) << names[k];
+        EXPECT_NEAR(std::remainder(sensed - angle, 360.0), 0.0, 0.7) << names[k];
+      }
     }
   }
 }
@@ -216,25 +191,10 @@ TEST(Tracks, CamerasAreWhereArmDelayAndAttitudeSay) {
       }
       if (!drone) continue;
       const Words fields = Split(marks.at(line++), '\t');
-      EXPECT_NEAR(Number(fields[3].substr(fields[3].find_first_not_of(' '))), offset.latitude * 1000.0, 1.0);
-      EXPECT_NEAR(Number(fields[4].substr(fields[4].find_first_not_of(' '))), offset.longitude * 1000.0, 1.0);
-      EXPECT_NEAR(Number(fields[5].substr(fields[5].find_first_not_of(' '))), -offset.height * 1000.0, 1.0);
+      const double expected[] = {offset.latitude, offset.longitude, -offset.height};
+      for (const std::size_t k : {0u, 1u, 2u})
+        EXPECT_NEAR(Number(fields[3 + k].substr(fields[3 + k].find_first_not_of(' '))), expected[k] * 1000.0, 1.0);
     }
-  }
-}
-
-/// The orientation sensor reads the true attitude within its noise.
-TEST(Tracks, OrientationFileHasTheTrueAttitude) {
-  const TempFolder folder;
-  ASSERT_EQ(Simulate(folder, "--no-photos --no-faults --cam1-lever-arm 0,0,0"), 0);
-  const Words readings = Lines(folder.Read("mission/orientation.txt"));
-  for (const auto& truth : ReadTable(folder, "mission/truth.csv")) {
-    const std::string utc = truth.at("utc");
-    const double at = TimeOfDay(utc.substr(11, 2) + utc.substr(14, 2) + utc.substr(17)) - 34200.0;
-    const Words f = Split(readings.at(static_cast<std::size_t>(std::lround(at * 2.0))), ',');
-    EXPECT_NEAR(Number(f.at(2)), Number(truth.at("pitch")), 0.6) << utc;
-    EXPECT_NEAR(Number(f.at(3)), Number(truth.at("roll")), 0.6) << utc;
-    EXPECT_NEAR(std::remainder(Number(f.at(4)) - Number(truth.at("heading")), 360.0), 0.0, 0.7) << utc;
   }
 }
 
