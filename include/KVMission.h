@@ -140,43 +140,57 @@ enum class PairBy { Auto, Time, Order };
 /// Source of the places of a drone's photos.
 enum class PositionSource { Timestamps, PostProcessed };
 
+/// What is added to the times of a camera's photos.
+struct ClockOffset {
+  double seconds = 0;
+  bool find = false;  ///< from the times of photos and events; `seconds` has no effect then
+
+  bool operator==(const ClockOffset& other) const { return seconds == other.seconds && find == other.find; }
+  bool operator!=(const ClockOffset& other) const { return !(*this == other); }
+};
+
 /// Settings of a run. An input with an empty path is looked for in the mission folder.
 struct Settings {
-  std::filesystem::path mission;       ///< folder; empty when all inputs are named
-  std::filesystem::path output;        ///< folder for layers and summary.json; empty to write nothing
-  std::filesystem::path trajectory;    ///< receiver log
-  std::filesystem::path events;        ///< system event file
-  std::filesystem::path housekeeping;  ///< housekeeping log
-  std::filesystem::path camera1;       ///< folder of photos
-  std::filesystem::path camera2;       ///< folder of photos
-  std::filesystem::path pos;           ///< POS file
-  std::string target;                  ///< coordinate system of its layer: a file, WKT or codes
-  std::filesystem::path timestamps;    ///< timestamp file of a drone
-  std::filesystem::path photos;        ///< folder of the drone's photos; empty for that of the timestamp file
-  std::filesystem::path orientation;   ///< orientation file
-  std::filesystem::path applanix;      ///< Applanix export
+  std::filesystem::path mission;          ///< folder; empty when all inputs are named
+  std::filesystem::path output;           ///< folder for layers and summary.json; empty to write nothing
+  std::filesystem::path trajectory;       ///< receiver log or post-processed trajectory
+  std::filesystem::path otherTrajectory;  ///< the other one of these, to be compared
+  std::filesystem::path events;           ///< system event file
+  std::filesystem::path housekeeping;     ///< housekeeping log
+  std::filesystem::path camera1;          ///< folder of photos
+  std::filesystem::path camera2;          ///< folder of photos
+  std::filesystem::path pos;              ///< POS file
+  std::string target;                     ///< coordinate system of its layer: a file, WKT or codes
+  std::filesystem::path timestamps;       ///< timestamp file of a drone
+  std::filesystem::path photos;           ///< folder of the drone's photos; empty for that of the timestamp file
+  std::filesystem::path orientation;      ///< orientation file
+  std::filesystem::path applanix;         ///< Applanix export
   PositionSource position = PositionSource::Timestamps;
-  std::optional<Date> date;  ///< of the first fix; nothing to take it from the files
+  bool timestampOffsets = false;  ///< moves the places of the timestamp file by its antenna-to-camera offsets
+  std::optional<Date> date;       ///< of the first fix; nothing to take it from the files
   PairBy pair = PairBy::Auto;
-  double camera1OffsetSeconds = 0;  ///< added to the times of its photos
-  double camera2OffsetSeconds = 0;
+  ClockOffset camera1Offset;       ///< checked against the times of photos and events
+  ClockOffset camera2Offset;       ///< likewise
+  double eventOffsetSeconds = 0;   ///< added to the times of the event file
   double maxGapSeconds = 2;        ///< longest pause between fixes that is not a gap
   double toleranceSeconds = 0.05;  ///< exposures of the two cameras nearer than this form a station
   double blurFactor = 0.25;        ///< share of a camera's median sharpness below which a photo is named
   bool grade = true;               ///< the photos, by sharpness
   unsigned jobs = 0;               ///< threads; 0 for as many as there are processors
   bool overwrite = false;          ///< replaces the results of an earlier run
+  bool acceptDoubt = false;        ///< makes the photo layer although results are in doubt
 };
 
 /// A setting as text: on a command line, in a mission.toml.
 struct SettingKey {
-  enum class Type { Path, Text, CalendarDate, Number, Count, Choice, Flag };
+  enum class Type { Path, Text, CalendarDate, Number, NumberOrAuto, Count, Choice, Flag };
 
   const char* name;         ///< "max-gap"
   const char* placeholder;  ///< "SECONDS"; empty for a flag
   std::string help;
   Type type;
-  bool inMissionFile;  ///< mission.toml may have it
+  bool inMissionFile;   ///< mission.toml may have it
+  bool isList = false;  ///< may be given twice; mission.toml may have an array
 };
 KVMISSION_API const std::vector<SettingKey>& SettingKeys();
 
@@ -204,9 +218,11 @@ inline constexpr std::size_t kSentenceKinds = 8;
 struct SentenceCounts {
   std::size_t lines = 0;
   std::array<std::size_t, kSentenceKinds> kinds{};
-  std::map<std::string, std::size_t, std::less<>> others;  ///< other sentences by type
-  std::map<int, std::size_t> qualities;                    ///< fixes by the receiver's quality figure
-  std::size_t truncatedTimes = 0;                          ///< fix times finer than a hundredth of a second
+  std::map<std::string, std::size_t, std::less<>> others;   ///< other sentences by type
+  std::map<int, std::size_t> qualities;                     ///< fixes by the receiver's quality figure
+  std::map<std::string, std::size_t, std::less<>> lacking;  ///< incomplete ones by the first field they lack
+  std::size_t truncatedTimes = 0;                           ///< fix times finer than a hundredth of a second
+  std::size_t convertedHeights = 0;                         ///< fixes with a height in feet
 
   std::size_t Of(SentenceKind kind) const { return kinds[static_cast<std::size_t>(kind)]; }
 };
@@ -228,6 +244,7 @@ enum class PositionQuality : std::uint8_t {
   Simulated,
   Mixed,  ///< between two fixes of different quality
 };
+inline constexpr std::size_t kPositionQualities = 8;
 
 /// What a source says about a fix besides its place.
 struct FixQuality {
@@ -236,7 +253,7 @@ struct FixQuality {
   PositionQuality quality = PositionQuality::None;
   std::uint16_t satellites = 0;      ///< 0 when unknown
   float hdop = 0;                    ///< 0 when unknown
-  float horizontalSigma = kUnknown;  ///< metres, one sigma
+  float horizontalSigma = kUnknown;  ///< metres, one sigma along one axis: root of the mean square of north and east
   float verticalSigma = kUnknown;    ///< metres, one sigma
 };
 
@@ -248,17 +265,21 @@ struct Attitude {
 };
 
 struct Trajectory {
+  std::filesystem::path file;
+  const char* kind = "receiver log";  ///< or "POS file", "Applanix export", "SBET file"
   std::vector<tagKVTrajectoryObs> fixes;
   std::vector<FixQuality> qualities;  ///< of the fixes; empty when the source has none
   std::vector<Attitude> attitudes;    ///< at the fixes; empty when the source has none
   SentenceCounts counts;
   std::optional<Date> date;     ///< of the first fix; nothing when no source tells it, and times are times of day
-  const char* dateSource = "";  ///< "option", "heartbeat" or "sentence"
+  const char* dateSource = "";  ///< "option", "sentence", "heartbeat" or "file"
   Bounds bounds;
-  std::vector<Gap> gaps;       ///< in file order
-  std::vector<Gap> crossings;  ///< pairs of fixes on both sides of the 180th meridian, in file order
-  std::size_t stepsBack = 0;   ///< of the time
-  Instant first, last;         ///< fix in file order
+  std::size_t moved = 0;          ///< fixes put back into the order of time
+  double largestMoveSeconds = 0;  ///< of these, how late the latest was
+  std::vector<Gap> gaps;          ///< in file order
+  std::vector<Gap> crossings;     ///< pairs of fixes on both sides of the 180th meridian, in file order
+  std::size_t stepsBack = 0;      ///< of the time
+  Instant first, last;            ///< fix in file order
 };
 
 /// A system event file: what was read and left out.
@@ -324,12 +345,19 @@ struct OrientationFile {
   }
 };
 
+/// Vector from a drone's antenna to its camera, metres.
+struct AntennaOffset {
+  double north = 0, east = 0, down = 0;
+};
+
 /// A drone's timestamp file.
 struct TimestampFile {
   std::size_t lines = 0;
   LineNumbers skipped;                     ///< neither blank nor an exposure
   std::vector<tagKVSystemEvent> events;    ///< one for each exposure
   std::vector<std::int32_t> photoNumbers;  ///< of the events
+  std::vector<FixQuality> qualities;       ///< of the events
+  std::vector<AntennaOffset> offsets;      ///< of the events; zeros where the line has none
   TimeSpan span;
   Bounds bounds;
 };
@@ -348,20 +376,27 @@ struct ApplanixExport {
   bool IsComplete() const { return !samples.empty() && unreadable + outOfRange + outOfOrder == 0; }
 };
 
+/// An SBET file.
+struct SbetFile {
+  std::size_t records = 0;
+  std::size_t outOfRange = 0;                ///< records without a time or place on the Earth
+  const char* timeScale = "";                ///< "seconds of week", "GPS seconds" or "adjusted GPS seconds"
+  double firstSeconds = 0, lastSeconds = 0;  ///< as in the file
+  TimeSpan span;                             ///< empty when the week is not known
+  Bounds bounds;
+};
+
 /// What a line of a POS file is.
 enum class PosLineKind {
   Sample,
-  Ecef,                   ///< numbers as of a sample, but the columns of the place are ECEF metres
-  OutOfRange,             ///< numbers as of a sample, but not a latitude or longitude
-  DegreesMinutesSeconds,  ///< latitude and longitude in three columns each
-  CalendarTime,           ///< date and time of day instead of week and seconds
-  CommaSeparated,         ///< commas or semicolons between the columns
+  Baseline,    ///< from a reference position that the header does not give
+  OutOfRange,  ///< numbers, but not a time or place that exists
   NotANumber,
-  Short,
+  Short,    ///< fewer columns than the header names, or than 15
   Comment,  ///< the first word is not a number: comments and headers
   Blank,
 };
-inline constexpr std::size_t kPosLineKinds = 10;
+inline constexpr std::size_t kPosLineKinds = 7;
 
 struct PosCounts {
   std::size_t lines = 0;
@@ -378,8 +413,16 @@ struct PosCounts {
 /// A POS file before anything is transformed.
 struct PosFile {
   PosCounts counts;
-  std::optional<std::int32_t> firstWeek, lastWeek;  ///< least and greatest
-  Bounds bounds;                                    ///< of the samples, as they stand in the file
+  std::vector<std::string> forms;  ///< of the samples: "week and seconds (GPS time), degrees, ellipsoidal heights"
+  std::string datum;               ///< that the header names; empty when it names none
+  bool heightsAboveGeoid = false;  ///< of some samples
+  std::size_t scaleAssumed = 0;    ///< samples with a date and time of day whose time system the header does not name
+  std::optional<std::int32_t> firstWeek, lastWeek;  ///< of GPS; least and greatest
+  TimeSpan span;
+  Bounds bounds;                                            ///< of the samples; heights as they stand in the file
+  std::map<int, std::size_t> qualities;                     ///< samples by the file's quality figure
+  std::optional<std::pair<float, float>> horizontalSigmas;  ///< least and greatest, metres
+  std::string complaint;                                    ///< why there are no samples; empty when there are
 };
 
 /// A POS file in a target coordinate system.
@@ -434,12 +477,37 @@ struct PhotoFolder {
 
 enum class PairMode { Time, Order, Number };
 
+/// What the times of a camera's photos and events tell about its clock.
+enum class ClockState {
+  Unchecked,  ///< too few times
+  Certain,
+  PartlyCertain,  ///< for some stretches of photos
+  Ambiguous,      ///< several offsets fit about as well
+  NoMatch,        ///< the photos fit none of the events
+};
+
+/// Photos in a row that were stamped by the clock as it was set once.
+struct ClockStretch {
+  std::wstring firstPhoto, lastPhoto;
+  double offsetSeconds = 0;  ///< to be added to the photos' times, in the middle of the events
+  double sigmaSeconds = 0;   ///< one sigma of the offset
+  double driftPpm = 0;       ///< by which the clock is fast
+};
+
+struct ClockCheck {
+  ClockState state = ClockState::Unchecked;
+  std::vector<ClockStretch> stretches;  ///< certain ones, in the order of the photos
+  std::vector<double> candidates;       ///< offsets that fit about as well, seconds
+  std::size_t moved = 0;                ///< photos that the offset in use pairs otherwise than the certain clock
+};
+
 /// How the photos of one camera found their exposures.
 struct Pairing {
   PairMode mode = PairMode::Time;
   std::size_t paired = 0;             ///< exposures with a photo
   std::vector<std::wstring> unused;   ///< photos without an exposure
   std::vector<std::wstring> shared;   ///< photos that serve two exposures or more
+  std::size_t uncertain = 0;          ///< pairs by time that are not certain
   std::optional<Spread> differences;  ///< magnitude of photo time, with the offset, minus exposure time; seconds
 };
 
@@ -468,7 +536,8 @@ struct Camera {
   int number = 0;                                 ///< 1 or 2
   std::size_t read = 0, placed = 0, dropped = 0;  ///< exposures
   std::optional<PhotoFolder> folder;
-  double offsetSeconds = 0;
+  ClockOffset offset;               ///< in use
+  std::optional<ClockCheck> clock;  ///< when both photos and events have times
   Pairing pairing;
   std::optional<SharpnessSummary> sharpness;  ///< when the photos were graded
 };
@@ -499,6 +568,8 @@ struct Exposure {
   std::optional<Instant> time;
   std::optional<std::int32_t> photoNumber;       ///< of a drone
   std::optional<double> photoDifferenceSeconds;  ///< photo time, with the offset, minus `time`
+  std::optional<double> photoProbability;        ///< that a pair by time is right
+  FixQuality quality;                            ///< of its place; between two fixes the larger deviations
   std::optional<Drop> drop;                      ///< why it is not in the photo layer
 };
 
@@ -519,6 +590,18 @@ struct PositionDifferences {
   std::optional<Spread> horizontalMetres, verticalMetres;
 };
 
+/// Standard deviations of places, metres.
+struct AccuracyRange {
+  std::size_t known = 0;  ///< places that have one
+  double least = 0, largest = 0;
+};
+
+/// How good the places of the photo layer are, as their sources say.
+struct PlaceQuality {
+  std::array<std::size_t, kPositionQualities> photos{};  ///< by `PositionQuality`
+  AccuracyRange horizontal, vertical;
+};
+
 /// What a run read, made and left out. Absent inputs have no value.
 struct Mission {
   Settings settings;  ///< with the inputs that were found; `output` is absolute
@@ -533,12 +616,18 @@ struct Mission {
   std::optional<ApplanixExport> applanix;
   std::optional<PositionDifferences> positions;  ///< of a drone's exposures
   std::optional<PosPoints> pos;
-  TimeSpan photoSpan;  ///< of the exposures in the photo layer
-  Bounds photoBounds;  ///< of the exposures in the photo layer
+  TimeSpan photoSpan;         ///< of the exposures in the photo layer
+  Bounds photoBounds;         ///< of the exposures in the photo layer
+  PlaceQuality placeQuality;  ///< of the exposures in the photo layer
   std::vector<Finding> findings;
   /// Nothing was dropped, unmatched, ungraded or without a reliable time, and no line was left out except for short or
   /// undated ones of the housekeeping log and of the receiver log. docs/kvmission/checks.md has each condition.
   bool complete = false;
+  /// A finding is a doubt or a failure, so results may be wrong. The photo layer is then made only when the settings
+  /// accept that.
+  bool doubtful = false;
+
+  bool HasPhotoLayer() const { return (events || timestamps) && (!doubtful || settings.acceptDoubt); }
 };
 
 /// A layer that was, or would be, written.
@@ -586,7 +675,7 @@ struct FileDescription {
   std::string kind;  ///< "trajectory log (NMEA)"; "unknown"
   std::optional<std::uint64_t> bytes;
   std::variant<std::monostate, Trajectory, EventFile, HousekeepingLog, PosFile, TimestampFile, OrientationFile,
-               ApplanixExport, PhotoFile, ShapefileHeader>
+               ApplanixExport, SbetFile, PhotoFile, ShapefileHeader>
       content;
   double maxGapSeconds = 0;  ///< also between heartbeats
   std::vector<Finding> findings;

@@ -31,7 +31,7 @@ inline constexpr FindingKind  // Inputs
     InputAmbiguous{"input-ambiguous", Warning, "{folder}: several {what}: {names}; choose with {option}"},
     InputLeftAside{"input-left-aside", Warning, "{file}: left aside: {reason}"},
     EventFileMissing{"event-file-missing", Warning, "no event file: only trajectory layers are made"},
-    PhotoFoldersMissing{"photo-folders-missing", Warning, "no photo folder: events stay without photos"},
+    PhotoFoldersMissing{"photo-folders-missing", Warning, "no photo folder: events stay without photos{seen}"},
     PhotoFolderShared{"photo-folder-shared", Doubt, "both cameras use the photo folder {folder}"},
     SettingsWithoutEffect{"settings-without-effect", Warning, "without effect in a drone mission: {settings}"},
     DronePhotosMissing{"drone-photos-missing", Warning, "{reason}: exposures stay without photos"},
@@ -53,12 +53,36 @@ inline constexpr FindingKind  // Trajectory
     TrajectoryDateContradicted{
         "trajectory-date-contradicted", Doubt,
         "the trajectory is taken to start on {date} ({source}), but the {other} says {otherDate}"},
+    TrajectoryDatesDisagree{"trajectory-dates-disagree", Doubt,
+                            "{count:sentence dates|sentences date} the trajectory otherwise than most of the same "
+                            "stretch, first {otherDate} instead of {date}"},
+    TrajectoryDateUncertain{"trajectory-date-uncertain", Doubt,
+                            "the date of {count:fix|fixes} is uncertain: the date jumps between two dated sentences, "
+                            "and the log pauses more than once there; the longest pause is taken"},
+    FixesReordered{"fixes-reordered", Warning,
+                   "{trajectory}: {count:fix|fixes} out of order by up to {seconds:.2f} s: put in order of time"},
+    FixesSimulated{"fixes-simulated", Doubt,
+                   "{count:fix|fixes} of quality 8: written by a simulator, not measured by a receiver"},
+    FixesEstimated{"fixes-estimated", Warning,
+                   "{count:fix|fixes} of quality 6 or 7: estimated by dead reckoning or entered by hand"},
+    FixesIncomplete{"fixes-incomplete", Warning, "{count:position sentence} left out, without a valid {what}"},
+    HeightsConverted{"heights-converted", Warning, "{count:fix|fixes} with a height in feet: converted to metres"},
     TrajectoryGap{"trajectory-gap", Warning,
                   "{trajectory}: gap of {seconds:.1f} s from {from} at {latitude:.7f}, {longitude:.7f}"},
     TrajectoryGapsMore{"trajectory-gaps-more", Warning, "{trajectory}: {count:more gap}"},
     TrajectoryRunsBack{"trajectory-runs-back", Doubt, "{trajectory}: the time runs back {count:time}: {reason}"},
     TrajectoryCrossesMeridian{"trajectory-crosses-meridian", Warning,
                               "{trajectory}: crosses the 180th meridian: {effect}"},
+    TrajectoryChosen{"trajectory-chosen", Note, "{used} gives the places; {other} is compared with it"},
+    TrajectoriesCompared{"trajectories-compared", Note,
+                         "{other} and {used}, {compared:place}: 95 % within {horizontal:.2f} m, heights within "
+                         "{vertical:.2f} m"},
+    TrajectoriesDiffer{"trajectories-differ", Doubt,
+                       "{other} and {used} are up to {horizontal:.2f} m apart, heights {vertical:.2f} m (95 % of "
+                       "{compared:place}), which no receiver explains: {cause}"},
+    TrajectoriesApartInTime{"trajectories-apart-in-time", Doubt,
+                            "{used} is from {from} to {to}, but {other} from {otherFrom} to {otherTo}: they have no "
+                            "time in common and are not compared"},
     FixTimesCut{"fix-times-cut", Warning, "{count:fix time} finer than a hundredth of a second: cut to hundredths"};
 
 inline constexpr FindingKind  // Master clock
@@ -113,6 +137,14 @@ inline constexpr FindingKind  // Post-processed trajectory and POS file
         "exposures-outside-trajectory", Warning,
         "{count:exposure} outside the post-processed trajectory, {from} to {to}, or in a gap of it: {effect}"},
     PosLinesLeftOut{"pos-lines-left-out", Warning, "POS file: {count:line} left out, {reason}, first line {line}"},
+    PosTimeSystemAssumed{"pos-time-system-assumed", Doubt,
+                         "POS file: {count:sample} with a date and time of day, but no header that names the time "
+                         "system: taken for GPS time, which is 18 s ahead of UTC since 2017"},
+    PosDatumOther{"pos-datum-other", Doubt, "POS file: the header names the datum {datum}: taken for WGS 84"},
+    PosHeightsAboveGeoid{"pos-heights-above-geoid", Warning,
+                         "POS file: heights are above a geoid that the header does not name: made ellipsoidal by the "
+                         "grid {grid}; another geoid can differ by a metre"},
+    PosWithoutSamples{"pos-without-samples", Warning, "POS file: no sample: {reason}"},
     PosEndsEarly{"pos-ends-early", Warning,
                  "POS file: line {line} cannot be transformed: {reason} The {points:sample} before it are kept, "
                  "{lost:sample} left "
@@ -125,7 +157,18 @@ inline constexpr FindingKind  // Post-processed trajectory and POS file
 inline constexpr FindingKind  // Exposures and photos
     ExposuresInGaps{"exposures-in-gaps", Warning,
                     "{count:camera event} inside trajectory gaps or across the 180th meridian: dropped"},
-    PhotoFolderEmpty{"photo-folder-empty", Warning, "camera {camera}: no photo in {folder}"},
+    RtkLost{"rtk-lost", Warning,
+            "RTK was lost from {from} to {to}: {count:photo} of quality {quality} instead of FIXED"},
+    RtkLostMore{"rtk-lost-more", Warning, "RTK was lost in {count:more stretch|more stretches}, with {photos:photo}"},
+    PlacesCoarse{
+        "places-coarse", Warning,
+        "timestamps: {count} of {exposures:exposure} with a place good to metres only: {single} by single point "
+        "positioning, standard deviations up to {metres:.2f} m"},
+    TimestampOffsets{
+        "timestamp-offsets", Warning,
+        "timestamps: offsets from antenna to camera of up to {metres:.3f} m {effect}; the file does not tell "
+        "whether its places hold them already: compare one with the antenna's and the camera's height"},
+    PhotoFolderEmpty{"photo-folder-empty", Warning, "camera {camera}: no photo in {folder}{seen}"},
     PhotosNotListed{"photos-not-listed", Warning,
                     "camera {camera}: {count:photo} not named .jpg in lower case: only pairing by time finds them"},
     PhotosUnreadable{"photos-unreadable", Warning, "camera {camera}: {count:photo} cannot be opened: {names}"},
@@ -138,16 +181,14 @@ inline constexpr FindingKind  // Exposures and photos
         "pairs behind a missing one"},
     PhotosWithoutTime{"photos-without-time", Warning, "camera {camera}: {count:photo} without a time cannot be paired"},
     PairingFailed{"pairing-failed", Warning, "camera {camera}: {reason}"},
-    PairingReport{"pairing-report", Note, "camera {camera}: {report}"},
-    NothingPaired{"nothing-paired", Warning,
-                  "camera {camera}: no photo is within {seconds} s of an event; the first event is of {event}, the "
-                  "first photo by "
-                  "name of {photo}: is --cam{camera}-offset right?"},
     PhotosShared{"photos-shared", Warning,
                  "camera {camera}: {count:photo serves|photos serve} more than one event, first {photo}"},
     PairingByOrderTimesDiffer{
         "pairing-by-order-times-differ", Doubt,
         "camera {camera}: paired by order, but the times of photo and event differ by up to {seconds:.3f} s"},
+    PairingByOrderShifted{"pairing-by-order-shifted", Doubt,
+                          "camera {camera}: {moved} of {photos:photo} fit another event than their order gives them; "
+                          "run again with --pair time"},
     ExposuresWithoutPhoto{"exposures-without-photo", Warning, "{count:exposure} without a photo: dropped"},
     PhotosWithoutExposure{"photos-without-exposure", Warning, "{count:photo} without an exposure, first {photo}"},
     PhotosBlurred{"photos-blurred", Warning,
@@ -162,7 +203,58 @@ inline constexpr FindingKind  // Exposures and photos
                       "no exposures of the two cameras are less than {seconds} s apart: all stations are single; is "
                       "--tolerance right?"};
 
+inline constexpr FindingKind  // Times of events
+    EventsOutsideTrajectory{
+        "events-outside-trajectory", Doubt,
+        "{count} of {events:camera event}, {from} to {to}, lie outside the trajectory, {trajectoryFrom} to "
+        "{trajectoryTo}: {advice}"},
+    EventsMaybeInGpsTime{"events-maybe-in-gps-time", Warning,
+                         "{count:camera event|camera events} after the last fix; {seconds} s earlier none would be: is "
+                         "the event file in GPS time? then run again with --event-offset -{seconds}"};
+
+inline constexpr FindingKind  // Camera clocks
+    CameraClockOff{"camera-clock-off", Doubt,
+                   "camera {camera}: {moved} of {photos:photo} fit the events better with {offset:+.2f} s (sigma "
+                   "{sigma:.3f} s, drift {driftPpm:+.0f} ppm) than with the {used:+.2f} s in use; run again with "
+                   "--cam{camera}-offset {offset:.2f} or --cam{camera}-offset auto"},
+    CameraClockChanges{
+        "camera-clock-changes", Doubt,
+        "camera {camera}: the clock was set anew during the mission; from photo {photo} on {offset:+.2f} "
+        "s fit, not the {used:+.2f} s in use, and {moved} of {photos:photo} change; run again with "
+        "--cam{camera}-offset auto"},
+    CameraClockAmbiguous{"camera-clock-ambiguous", Warning,
+                         "camera {camera}: other offsets fit as well as the {used:+.2f} s in use: {candidates} s; one "
+                         "photo whose event is known would tell"},
+    CameraClockContradicted{
+        "camera-clock-contradicted", Doubt,
+        "camera {camera}: the {used:+.2f} s in use do not fit; offsets that do: {candidates} s; give "
+        "one with --cam{camera}-offset"},
+    CameraClockNotFound{"camera-clock-not-found", Doubt,
+                        "camera {camera}: the times do not tell the clock; offsets that fit: {candidates} s; give one "
+                        "with --cam{camera}-offset"},
+    CameraClockUnchecked{
+        "camera-clock-unchecked", Warning,
+        "camera {camera}: {photos:photo} and {events:event} are too few to check the clock; an offset of "
+        "{used} s is taken to be right"},
+    PhotosOfOtherEvents{
+        "photos-of-other-events", Doubt,
+        "camera {camera}: the times of {photos:photo} and {events:event} do not fit together: photos of "
+        "another mission?"},
+    PairsUncertain{"pairs-uncertain", Warning,
+                   "camera {camera}: {count:pair} of photo and event not certain, {photo} the least "
+                   "(probability {probability:.2f})"},
+    CamerasSwapped{"cameras-swapped", Doubt,
+                   "{count} of {photos:photo} fit the events of the other camera, {own} their own: are the folders "
+                   "swapped? exchange --cam1 and --cam2"},
+    EventsInGpsTime{
+        "events-in-gps-time", Doubt,
+        "the photos of {count:camera} lag {seconds:.0f} s behind the events, as UTC does behind GPS time: if "
+        "the event file is in GPS time, run again with --event-offset -{seconds:.0f}"};
+
 inline constexpr FindingKind  // Output
+    MostExposuresDropped{"most-exposures-dropped", Doubt, "{count} of {exposures:exposure} are dropped"},
+    PhotoLayerWithheld{"photo-layer-withheld", Warning,
+                       "results are in doubt: the photo layer is not made; --accept-doubt makes it"},
     LayerWritten{"layer-written", Note, "writing {layer}, {records:record}"},
     PhotoPathsCut{
         "photo-paths-cut", Warning,

@@ -1,24 +1,20 @@
 #include "georef/PositionDifferences.h"
 
 #include <cmath>
-#include <numbers>
 
 #include "base/Statistics.h"
 #include "georef/EventTypes.h"
+#include "georef/LocalOffset.h"
 
 namespace kv::mission {
 namespace {
 
 /// Metres along the WGS 84 ellipsoid; its radii of curvature serve for places some kilometres apart.
 double HorizontalMetres(const tagKVSystemEvent& a, const tagKVSystemEvent& b) {
-  constexpr double kSemiMajorAxis = 6378137.0, kEccentricitySquared = 0.00669437999014;
-  constexpr double kDegree = std::numbers::pi / 180.0;
-  const double latitude = a.Latitude * kDegree;
-  const double w = std::sqrt(1.0 - kEccentricitySquared * std::sin(latitude) * std::sin(latitude));
-  const double meridian = kSemiMajorAxis * (1.0 - kEccentricitySquared) / (w * w * w);
-  const double north = meridian * (b.Latitude - a.Latitude) * kDegree;
-  const double turn = std::remainder(b.Longitude - a.Longitude, 360.0) * kDegree;
-  return std::hypot(north, kSemiMajorAxis / w * std::cos(latitude) * turn);
+  const Radii radii = RadiiAt(a.Latitude);
+  const double north = radii.meridian * (b.Latitude - a.Latitude) * kRadian;
+  const double turn = std::remainder(b.Longitude - a.Longitude, 360.0) * kRadian;
+  return std::hypot(north, radii.parallel * turn);
 }
 
 }  // namespace

@@ -76,12 +76,11 @@ std::size_t TrajectoryIndex::SlotAt(double adjGpsSeconds) const {
   return 2 * endsBefore + (isEnd ? 1 : 0);
 }
 
-Location TrajectoryIndex::LocationAt(double adjGpsSeconds) const {
+const tagKVTrajectoryObs* TrajectoryIndex::PairEndAt(double adjGpsSeconds) const {
   const Run run = runOfSlot_[SlotAt(adjGpsSeconds)];
-  if (run.empty()) return {};
+  if (run.empty()) return nullptr;
   // Uses the pair that ends at the first observation not before the time; for the run's first time, the first pair.
-  const Observation* to = &*std::ranges::lower_bound(run.subspan(1), adjGpsSeconds, {}, &Observation::AdjGpsSec);
-  return LocationBetween(to[-1], to[0], adjGpsSeconds);
+  return &*std::ranges::lower_bound(run.subspan(1), adjGpsSeconds, {}, &Observation::AdjGpsSec);
 }
 
 }  // namespace kv

@@ -18,8 +18,14 @@ class TrajectoryIndex {
   /// @param trajectory  must not change while the index is used; its times may be NaN or infinite
   explicit TrajectoryIndex(std::span<const tagKVTrajectoryObs> trajectory);
 
+  /// @return the second of the two observations, null when no two consecutive ones bracket the time
+  const tagKVTrajectoryObs* PairEndAt(double adjGpsSeconds) const;
+
   /// @return the null location when no two consecutive observations bracket the time
-  Location LocationAt(double adjGpsSeconds) const;
+  Location LocationAt(double adjGpsSeconds) const {
+    const tagKVTrajectoryObs* const to = PairEndAt(adjGpsSeconds);
+    return to ? LocationBetween(to[-1], to[0], adjGpsSeconds) : Location{};
+  }
 
  private:
   using Run = std::span<const tagKVTrajectoryObs>;  // two observations at least

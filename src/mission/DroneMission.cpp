@@ -1,10 +1,12 @@
 #include "mission/Steps.h"
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <string>
 
 #include "georef/EventTypes.h"
+#include "georef/LocalOffset.h"
 #include "georef/PositionDifferences.h"
 #include "mission/inputs/Inputs.h"
 #include "mission/inputs/PostProcessed.h"
@@ -86,8 +88,9 @@ std::string UselessSettings(const Settings& settings) {
     if (settings.*member != defaults.*member) (names += names.empty() ? "" : ", ") += name;
   };
   add("--pair", &Settings::pair);
-  add("--cam1-offset", &Settings::camera1OffsetSeconds);
-  add("--cam2-offset", &Settings::camera2OffsetSeconds);
+  add("--cam1-offset", &Settings::camera1Offset);
+  add("--cam2-offset", &Settings::camera2Offset);
+  add("--event-offset", &Settings::eventOffsetSeconds);
   add("--tolerance", &Settings::toleranceSeconds);
   return names;
 }
@@ -99,6 +102,7 @@ std::string ComplaintAbout(const Settings& settings) {
     if (isGiven(&Settings::photos)) return "--photos is for a drone mission; give --timestamps as well";
     if (settings.position != PositionSource::Timestamps)
       return "--position is for a drone mission; give --timestamps as well";
+    if (settings.timestampOffsets) return "--timestamp-offsets is for a drone mission; give --timestamps as well";
     return {};
   }
   if (isGiven(&Settings::trajectory, &Settings::events, &Settings::housekeeping, &Settings::camera1,
@@ -114,6 +118,22 @@ std::string ComplaintAbout(const Settings& settings) {
 
 std::size_t CountPlaced(const SystemEvents& events) {
   return static_cast<std::size_t>(std::count_if(events.begin(), events.end(), IsPlaced));
+}
+
+/// Moves the exposures from the antenna to the camera, if wanted, and reports offsets that are not zero.
+void ApplyOffsets(const TimestampFile& file, bool isWanted, SystemEvents& events, Job& job) {
+  double largest = 0;
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    const AntennaOffset& offset = file.offsets[i];
+    largest = std::max(largest, std::hypot(offset.north, offset.east, offset.down));
+    if (!isWanted || !IsPlaced(events[i])) continue;
+    tagKVSystemEvent& event = events[i];
+    const Location camera = Moved({event.Latitude, event.Longitude, event.Altitude}, offset);
+    event.Latitude = camera.latitude, event.Longitude = camera.longitude, event.Altitude = camera.altitude;
+  }
+  if (largest > 0)
+    job.Add(Found::TimestampOffsets,
+            {{"metres", largest}, {"effect", isWanted ? "are added" : "are not added; --timestamp-offsets adds them"}});
 }
 
 }  // namespace
@@ -136,6 +156,7 @@ SystemEvents ReadDroneEvents(Mission& mission, Job& job) {
   mission.timestamps = ReadTimestampFile(settings.timestamps, camera.folder ? camera.folder->path : fs::path(), job);
   SystemEvents events = std::move(mission.timestamps->events);
   mission.timestamps->events.clear();
+  ApplyOffsets(*mission.timestamps, settings.timestampOffsets, events, job);
   camera.read = events.size();
   camera.placed = CountPlaced(events);
   if (camera.folder) {

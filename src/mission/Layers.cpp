@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "mission/OutputFolder.h"
@@ -38,8 +40,11 @@ class LayerWriter {
     const auto path = output_.Staging() / (name + ".shp");
     job_.Add(Found::LayerWritten, {{"layer", name}, {"records", Count(records.size())}});
     std::wstring error;
-    if (!exportLayer(WidePath(path), std::forward<Records>(records), error))
-      throw Failure(fmt::format("{}: {}", Utf8(output_.Path() / path.filename()), Utf8(error)));
+    errno = 0;
+    if (!exportLayer(WidePath(path), std::forward<Records>(records), error)) {
+      const std::string reason = errno == 0 ? "" : ": " + std::generic_category().message(errno);
+      throw Failure(fmt::format("{}: {}{}", Utf8(output_.Path() / path.filename()), Utf8(error), reason));
+    }
     CheckProjectionFile(path);
     job_.ThrowIfStopped();
   }
@@ -75,8 +80,7 @@ void WriteResults(const Mission& mission, const OutputFolder& output, Job& job) 
   }
   if (mission.housekeeping)
     writer.Write(kHousekeepingPoints, KVUtilities::ExportLogPointShapefile, mission.housekeeping->events);
-  if (mission.events || mission.timestamps)
-    writer.Write(kPhotos, KVUtilities::ExportPhotoPointShapefile, PhotoRecords(mission));
+  if (mission.HasPhotoLayer()) writer.Write(kPhotos, KVUtilities::ExportPhotoPointShapefile, PhotoRecords(mission));
   if (mission.stations)
     writer.Write(kStations, KVUtilities::ExportExposureStationPointShapefile, mission.stations->stations);
   if (mission.pos) WritePosLayer(kPosPoints, *mission.pos, output, job);
@@ -101,7 +105,7 @@ std::vector<KVMission::Layer> KVMission::LayersOf(const Mission& mission) {
     layers.push_back({kTrajectoryPoints, mission.trajectory->fixes.size()});
   }
   if (mission.housekeeping) layers.push_back({kHousekeepingPoints, mission.housekeeping->events.size()});
-  if (mission.events || mission.timestamps)
+  if (mission.HasPhotoLayer())
     layers.push_back(
         {kPhotos, static_cast<std::size_t>(std::count_if(mission.exposures.begin(), mission.exposures.end(),
                                                          [](auto& exposure) { return !exposure.drop; }))});

@@ -12,7 +12,7 @@
 #include "mission/Steps.h"
 #include "mission/inputs/EventFile.h"
 #include "mission/inputs/Inputs.h"
-#include "mission/inputs/Trajectory.h"
+#include "mission/inputs/Trajectories.h"
 #include "photos/PhotoFolder.h"
 #include "platform/FileNames.h"
 #include "time/Instants.h"
@@ -26,8 +26,12 @@ namespace fs = std::filesystem;
 void TellOfInputs(const Settings& settings, Job& job) {
   if (!settings.mission.empty() && !settings.trajectory.empty() && settings.events.empty())
     job.Add(Found::EventFileMissing);
-  if (!settings.events.empty() && settings.camera1.empty() && settings.camera2.empty())
-    job.Add(Found::PhotoFoldersMissing);
+  if (!settings.events.empty() && settings.camera1.empty() && settings.camera2.empty()) {
+    const std::string seen = settings.mission.empty() ? "" : FoldersWithPhotos(settings.mission);
+    job.Add(
+        Found::PhotoFoldersMissing,
+        {{"seen", seen.empty() ? seen : fmt::format("; photos are in {}: name them with --cam1 and --cam2", seen)}});
+  }
   std::error_code notThere;
   if (!settings.camera1.empty() && fs::equivalent(settings.camera1, settings.camera2, notThere))
     job.Add(Found::PhotoFolderShared, {{"folder", Utf8(settings.camera1)}}, {.file = settings.camera1});
@@ -38,8 +42,9 @@ Settings ResolveInputs(Settings settings, Job& job) {
   if (!settings.mission.empty()) FindMissionFiles(settings, job);
   SettleDroneInputs(settings, job);
   if (settings.trajectory.empty() && settings.timestamps.empty())
-    throw Failure(
-        "no trajectory found; give it with --trajectory FILE, or a drone's timestamps with --timestamps FILE");
+    throw Failure(fmt::format(
+        "{}no trajectory found; give it with --trajectory FILE, or a drone's timestamps with --timestamps FILE",
+        settings.mission.empty() ? "" : ContentOf(settings.mission) + ": "));
   if (settings.pos.empty() != settings.target.empty())
     throw Failure("--pos and --target go together: give both, or neither", Failure::Reason::WrongUsage);
   if (!settings.output.empty()) settings.output = fs::absolute(settings.output).lexically_normal();
@@ -47,31 +52,16 @@ Settings ResolveInputs(Settings settings, Job& job) {
   return settings;
 }
 
-Camera PairCamera(int number, const Settings& settings, SystemEvents& events, Differences& differences, Job& job) {
-  Camera camera;
-  camera.number = number;
-  for (const auto& event : events) {
-    if (event.Type != kCameraEvent || CameraOf(event) != number) continue;
-    ++camera.read;
-    camera.placed += IsPlaced(event);
-  }
-  const auto& folder = number == 1 ? settings.camera1 : settings.camera2;
-  if (folder.empty()) return camera;
-  camera.offsetSeconds = number == 1 ? settings.camera1OffsetSeconds : settings.camera2OffsetSeconds;
-  camera.folder = ReadPhotoFolder(folder, number, job);
-  camera.pairing = PairPhotos(number, *camera.folder, settings.pair, camera.offsetSeconds, events, differences, job);
-  return camera;
-}
-
 /// Makes the exposures, with the reasons that keep them out of the photo layer, and grades their photos.
-void TakeExposures(SystemEvents& events, const Differences& differences, const Trajectory& trajectory, Mission& mission,
+void TakeExposures(SystemEvents& events, const PhotosOfEvents& photos, const Trajectory& trajectory, Mission& mission,
                    Job& job) {
-  mission.exposures = ExposuresOf(events, differences, mission, trajectory);
+  mission.exposures = ExposuresOf(events, photos, mission, trajectory);
   for (Camera& camera : mission.cameras) {
     camera.dropped = static_cast<std::size_t>(std::count_if(
         mission.exposures.begin(), mission.exposures.end(),
         [&](const Exposure& exposure) { return exposure.drop && CameraOf(exposure.event) == camera.number; }));
   }
+  QualifyExposures(trajectory, mission, job);
   if (!mission.settings.grade) return;
   auto grades = GradeExposures(mission.exposures, mission.settings, job);
   for (Camera& camera : mission.cameras) {
@@ -103,22 +93,18 @@ void RunDrone(Mission& mission, Job& job) {
   if (mission.applanix) trajectory = ApplyPostProcessed(mission.applanix->samples, events, mission, job);
   if (mission.pos) trajectory = ApplyPostProcessed(mission.pos->samples, events, mission, job);
   const std::vector<std::int32_t> numbers = mission.timestamps->photoNumbers;
-  TakeExposures(events, Differences(events.size()), trajectory, mission, job);
+  TakeExposures(events, PhotosOfEvents(events.size()), trajectory, mission, job);
   for (std::size_t i = 0; i < numbers.size(); ++i) mission.exposures[i].photoNumber = numbers[i];
 }
 
 void RunEvents(EventFile& file, Mission& mission, Job& job) {
-  const Settings& settings = mission.settings;
   SystemEvents& events = file.events;
   PlaceEvents(events, *mission.trajectory, job);
   file.heartbeatsPlaced = static_cast<std::size_t>(std::count_if(
       events.begin(), events.end(), [](auto& event) { return event.Type == kHeartbeat && IsPlaced(event); }));
-  Differences differences(events.size());
-  for (const int number : {1, 2}) {
-    Camera camera = PairCamera(number, settings, events, differences, job);
-    if (camera.read > 0 || camera.folder) mission.cameras.push_back(std::move(camera));
-  }
-  TakeExposures(events, differences, *mission.trajectory, mission, job);
+  PhotosOfEvents photos;
+  mission.cameras = PairCameras(mission.settings, events, photos, job);
+  TakeExposures(events, photos, *mission.trajectory, mission, job);
 }
 
 /// The mission of the sensor: events get places from the trajectory, and photos by time or order.
@@ -126,15 +112,13 @@ void RunSensor(Mission& mission, Job& job) {
   const Settings& settings = mission.settings;
   if (!settings.housekeeping.empty()) mission.housekeeping = ReadHousekeepingLog(settings.housekeeping, job);
   if (!settings.events.empty()) {
-    mission.events = ReadEventFile(settings.events, job);
+    mission.events = ReadEventFile(settings.events, job, settings.eventOffsetSeconds);
     if (mission.events->events.empty())
       throw Failure(fmt::format("{}: no heartbeat and no camera event in {}", Utf8(settings.events),
                                 Counted(mission.events->lines, "line")));
   }
   const std::optional<Instant> heartbeat = mission.events ? FirstHeartbeatTime(mission.events->events) : std::nullopt;
-  mission.trajectory =
-      ReadTrajectoryFile(settings.trajectory, {settings.date, heartbeat, true}, settings.maxGapSeconds, job);
-  TellOfTrajectory(*mission.trajectory, kReceiverWords, job);
+  mission.trajectory = ReadTrajectories(settings, {settings.date, heartbeat, true}, job);
   if (!settings.applanix.empty()) {
     ReadExport(mission, job);
     if (mission.applanix->samples.empty())
@@ -148,10 +132,11 @@ void RunSensor(Mission& mission, Job& job) {
 
 void TakePhotoExtent(Mission& mission, Job& job) {
   std::size_t cut = 0;
-  for (const auto& [event, time, number, difference, drop] : mission.exposures) {
-    if (drop) continue;
+  for (const Exposure& exposure : mission.exposures) {
+    if (exposure.drop) continue;
+    const tagKVSystemEvent& event = exposure.event;
     mission.photoBounds.Add(event.Latitude, event.Longitude, event.Altitude);
-    mission.photoSpan.Add(*time);
+    mission.photoSpan.Add(*exposure.time);
     cut += !FitsPhotoPath(event.PhotoPath);
   }
   if (cut > 0) job.Add(Found::PhotoPathsCut, {{"count", Count(cut)}});
@@ -174,6 +159,26 @@ bool IsComplete(const Mission& mission) {
   });
 }
 
+/// Most exposures without a place or a photo is not a result to go on with.
+void TellWhenMostDropped(const Mission& mission, Job& job) {
+  const auto& exposures = mission.exposures;
+  const auto dropped = std::count_if(exposures.begin(), exposures.end(), [](auto& exposure) { return exposure.drop; });
+  if (2 * dropped > std::ssize(exposures))
+    job.Add(Found::MostExposuresDropped, {{"count", std::int64_t{dropped}}, {"exposures", Count(exposures.size())}});
+}
+
+/// Takes over the findings, those that matter most first.
+void TakeFindings(Mission& mission, Job& job) {
+  TellWhenMostDropped(mission, job);
+  const auto isDoubt = [](const Finding& finding) { return finding.severity >= Severity::Doubt; };
+  mission.doubtful = std::any_of(job.Findings().begin(), job.Findings().end(), isDoubt);
+  if (mission.doubtful && !mission.HasPhotoLayer() && (mission.events || mission.timestamps))
+    job.Add(Found::PhotoLayerWithheld);
+  mission.findings = job.Findings();
+  std::stable_sort(mission.findings.begin(), mission.findings.end(),
+                   [](const Finding& a, const Finding& b) { return a.severity > b.severity; });
+}
+
 }  // namespace
 }  // namespace kv::mission
 
@@ -194,7 +199,7 @@ KVMission::Mission KVMission::RunMission(const Settings& settings, Observer& obs
   if (!inputs.orientation.empty()) mission.orientation = ReadOrientationFile(inputs.orientation, job);
   inputs.timestamps.empty() ? RunSensor(mission, job) : RunDrone(mission, job);
   TakePhotoExtent(mission, job);
-  mission.findings = job.Findings();
+  TakeFindings(mission, job);
   mission.complete = IsComplete(mission);
   if (output) {
     WriteResults(mission, *output, job);

@@ -9,6 +9,7 @@
 
 #include "mission/Settings.h"
 #include "mission/inputs/Inputs.h"
+#include "mission/inputs/Trajectory.h"
 #include "photos/PhotoFolder.h"
 #include "platform/FileNames.h"
 #include "readers/LineReader.h"
@@ -94,11 +95,22 @@ class Sorter {
   std::vector<Candidates> all_;
 };
 
+/// Of several receiver logs leaves those with a fix, if there are any: instruments write the same kind of sentences.
+void LeaveOutLogsWithoutFix(std::vector<fs::path>& logs, Job& job) {
+  const auto others =
+      std::stable_partition(logs.begin(), logs.end(), [&](const auto& log) { return HasFix(log, job); });
+  if (others == logs.begin()) return;
+  for (auto log = others; log != logs.end(); ++log)
+    job.Add(Found::InputLeftAside, {{"file", Utf8(*log)}, {"reason", "it has no usable fix"}}, {.file = *log});
+  logs.erase(others, logs.end());
+}
+
 void Settle(Candidates& candidates, Settings& settings, Job& job) {
   auto& setting = settings.*candidates.setting;
   auto& paths = candidates.paths;
   if (!setting.empty() || paths.empty()) return;
   std::sort(paths.begin(), paths.end());
+  if (paths.size() > 1 && candidates.setting == &Settings::trajectory) LeaveOutLogsWithoutFix(paths, job);
   if (paths.size() > 1 && !(candidates.bearer == Bearer::Any && HaveSameContent(paths))) {
     std::string names;
     for (const auto& path : paths) names += (names.empty() ? "" : ", ") + Utf8(path.filename());
@@ -115,6 +127,14 @@ void Settle(Candidates& candidates, Settings& settings, Job& job) {
   setting = paths[0];
 }
 
+std::string KindOrReason(const fs::path& file) {
+  try {
+    return InputOf(KindOfFile(file)).name;
+  } catch (const Failure& failure) {
+    return failure.what();
+  }
+}
+
 /// A drone's timestamps make a drone mission, unless there is a trajectory or an event file.
 Bearer BearerOf(const Settings& settings, Sorter& sorter) {
   if (!settings.timestamps.empty()) return Bearer::Drone;
@@ -125,7 +145,44 @@ Bearer BearerOf(const Settings& settings, Sorter& sorter) {
   return !isSensors && isThere(&Settings::timestamps) ? Bearer::Drone : Bearer::Sensor;
 }
 
+/// An event file that nothing can be read of is still one by its name: to go on without it would lose every photo.
+void TakeBrokenEventFile(Settings& settings) {
+  std::error_code error;
+  for (auto entry = fs::directory_iterator(settings.mission, error); !error && entry != fs::directory_iterator();
+       entry.increment(error)) {
+    std::error_code unknown;
+    const std::string name = LowerCase(Utf8(entry->path().filename()));
+    if (name.starts_with("event") && entry->is_regular_file(unknown) && KindOfFile(entry->path()) == FileKind::Unknown)
+      settings.events = entry->path();
+  }
+}
+
 }  // namespace
+
+std::string ContentOf(const fs::path& folder) {
+  constexpr std::ptrdiff_t kNamed = 10;
+  std::vector<std::string> names;
+  std::size_t pictures = 0;
+  std::error_code error;
+  for (auto entry = fs::directory_iterator(folder, error); !error && entry != fs::directory_iterator();
+       entry.increment(error)) {
+    std::error_code unknown;
+    const std::string name = Utf8(entry->path().filename());
+    if (entry->is_directory(unknown)) {
+      names.push_back("folder " + name);
+    } else if (IsPicture(entry->path())) {
+      ++pictures;
+    } else {
+      names.push_back(fmt::format("{} ({})", name, KindOrReason(entry->path())));
+    }
+  }
+  std::sort(names.begin(), names.end());
+  if (pictures > 0) names.push_back(Counted(pictures, "picture"));
+  if (names.empty()) return Utf8(folder) + " is empty";
+  const auto end = names.begin() + std::min(kNamed, std::ssize(names));
+  return fmt::format("{} holds {}{}", Utf8(folder), fmt::join(names.begin(), end, ", "),
+                     end == names.end() ? "" : ", ...");
+}
 
 void FindMissionFiles(Settings& settings, Job& job) {
   Sorter sorter(settings.mission, job);
@@ -140,12 +197,19 @@ void FindMissionFiles(Settings& settings, Job& job) {
     for (const auto& path : candidates.paths)
       job.Add(Found::InputLeftAside, {{"file", Utf8(path)}, {"reason", reason}}, {.file = path});
   }
+  if (bearer == Bearer::Sensor && settings.events.empty()) TakeBrokenEventFile(settings);
 }
 
 }  // namespace kv::mission
 
 KVMission::Settings KVMission::SettingsOf(const std::filesystem::path& mission) {
   std::error_code error;
+  if (std::filesystem::is_regular_file(mission, error))
+    throw Failure(
+        Utf8(mission) + (kv::mission::LowerCase(Utf8(mission.extension())) == ".zip"
+                             ? ": a ZIP file; unzip it and give the folder"
+                             : ": a file; give the mission's folder, or the file with the option that takes it"),
+        Failure::Reason::WrongUsage);
   if (!std::filesystem::is_directory(mission, error)) throw Failure(Utf8(mission) + ": no such folder");
   Settings settings;
   settings.mission = mission;

@@ -26,6 +26,8 @@ const char* WordFor(Type type) {
     case Type::Number:
     case Type::Count:
       return "a number";
+    case Type::NumberOrAuto:
+      return "a number or \"auto\"";
     case Type::Flag:
       return "true or false";
     default:
@@ -35,7 +37,8 @@ const char* WordFor(Type type) {
 
 /// A value as the command line would have it; nothing when its type does not fit the setting.
 std::optional<std::string> TextFor(Type type, const toml::node& value) {
-  if (type == Type::Number || type == Type::Count) {
+  const bool isNumber = type == Type::Number || type == Type::Count;
+  if (isNumber || (type == Type::NumberOrAuto && value.is_number())) {
     const auto number = value.is_number() ? value.value<double>() : std::nullopt;
     return number ? std::optional(fmt::format("{}", *number)) : std::nullopt;
   }
@@ -61,6 +64,10 @@ void Apply(const Path& file, std::string_view name, const toml::node& value, Set
   const auto& keys = SettingKeys();
   const auto key = std::find_if(keys.begin(), keys.end(), [&](auto& entry) { return entry.name == name; });
   if (key == keys.end() || !key->inMissionFile) Refuse(file, value.source(), fmt::format("unknown key \"{}\"", name));
+  if (const toml::array* list = value.as_array(); list && key->isList) {
+    for (const toml::node& entry : *list) Apply(file, name, entry, settings);
+    return;
+  }
   const auto text = TextFor(key->type, value);
   if (!text) Refuse(file, value.source(), fmt::format("{} must be {}", name, WordFor(key->type)));
   const std::string complaint = SetFromText(key->name, Resolved(key->type, file.parent_path(), *text), settings);

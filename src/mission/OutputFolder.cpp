@@ -107,6 +107,7 @@ void RefuseResultAsInput(const fs::path& folder, const Results& results, const f
 }
 
 void RefuseResultsAsInputs(const fs::path& folder, const Settings& settings) {
+  if (!settings.otherTrajectory.empty()) RefuseResultAsInput(folder, RunResults(), settings.otherTrajectory);
   for (const Input& input : Inputs()) {
     if (input.setting && !(settings.*input.setting).empty())
       RefuseResultAsInput(folder, RunResults(), settings.*input.setting);

@@ -5,38 +5,61 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
+#include <utility>
 
 #include "base/Statistics.h"
 #include "georef/EventTypes.h"
+#include "mission/CameraClocks.h"
+#include "photos/PhotoFolder.h"
 #include "platform/FileNames.h"
 #include "time/Instants.h"
 
 namespace kv::mission {
 namespace {
 
-constexpr double kPairingRange = 1.0;  // seconds; pairing by time looks no further
+/// A camera at work: what it has, and which photo each of its events gets.
+struct CameraPairing {
+  Camera camera;
+  std::vector<std::size_t> events;    // indexes of its camera events
+  std::vector<std::wstring> photos;   // by event; empty for none
+  std::vector<PhotoOfEvent> details;  // by event
+  CameraTimes times;
+};
 
-PairMode ChooseMode(const PhotoFolder& folder) {
+PairMode ModeFor(const PhotoFolder& folder, PairBy wanted) {
+  if (wanted != PairBy::Auto) return wanted == PairBy::Time ? PairMode::Time : PairMode::Order;
   return folder.timed > 0 && folder.timed >= folder.Untimed() ? PairMode::Time : PairMode::Order;
 }
 
 /// Adds a finding about the photos of one camera.
-void Tell(const FindingKind& kind, int camera, const PhotoFolder& folder, Job& job, Values values) {
-  values.insert(values.begin(), {"camera", camera});
-  job.Add(kind, std::move(values), {.file = folder.path, .camera = camera});
+void Tell(const FindingKind& kind, const Camera& camera, Job& job, Values values) {
+  values.insert(values.begin(), {"camera", camera.number});
+  job.Add(kind, std::move(values), {.file = camera.folder->path, .camera = camera.number});
 }
 
-/// Each camera is paired on its own: if one runs out of photos, pairing of the other goes on.
-SystemEvents EventsOf(int camera, const SystemEvents& events) {
-  SystemEvents own;
-  for (const auto& event : events) {
-    if (event.Type == kCameraEvent && CameraOf(event) == camera) own.push_back(event);
+CameraPairing Begin(int number, const Settings& settings, const SystemEvents& events, Job& job) {
+  CameraPairing pairing;
+  Camera& camera = pairing.camera;
+  camera.number = number;
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    if (events[i].Type != kCameraEvent || CameraOf(events[i]) != number) continue;
+    pairing.events.push_back(i);
+    camera.placed += IsPlaced(events[i]);
   }
-  return own;
+  camera.read = pairing.events.size();
+  pairing.photos.resize(camera.read);
+  pairing.details.resize(camera.read);
+  const auto& folder = number == 1 ? settings.camera1 : settings.camera2;
+  if (folder.empty()) return pairing;
+  camera.offset = number == 1 ? settings.camera1Offset : settings.camera2Offset;
+  camera.folder = ReadPhotoFolder(folder, number, job);
+  camera.pairing.mode = ModeFor(*camera.folder, settings.pair);
+  return pairing;
 }
 
-void PairByOrder(int camera, const PhotoFolder& folder, SystemEvents& own, Job& job) {
+/// The n-th photo by name belongs to the n-th event, as the library pairs them.
+void PairByOrder(const SystemEvents& events, CameraPairing& pairing, Job& job) {
+  const PhotoFolder& folder = *pairing.camera.folder;
   if (LibraryMisreads(folder.path))
     throw Failure(Utf8(folder.path) + ": a folder of photos paired by order cannot have a backslash in its name");
   if (folder.strays > 0)
@@ -44,123 +67,134 @@ void PairByOrder(int camera, const PhotoFolder& folder, SystemEvents& own, Job& 
         fmt::format("{}: {} named .*.jpg, as a Mac puts them beside photos: pairing by order would take them for "
                     "photos; remove them",
                     Utf8(folder.path), Counted(folder.strays, "hidden file")));
+  if (pairing.events.size() != folder.listed)
+    Tell(Found::PairingByOrderUneven, pairing.camera, job,
+         {{"events", Count(pairing.events.size())}, {"photos", Count(folder.listed)}});
+  SystemEvents own;
+  for (const std::size_t i : pairing.events) own.push_back(events[i]);
   const std::wstring image = WidePath(folder.path), list = image + PhotoPathSeparator();
   std::wstring error;
   if (!KVUtilities::PopulatePhotoPaths(own, list, list, image, image, error))
-    Tell(Found::PairingFailed, camera, folder, job,
+    Tell(Found::PairingFailed, pairing.camera, job,
          {{"reason", error.empty() ? "pairing by order failed" : Utf8(error)}});
-}
-
-void PairByTime(int camera, const PhotoFolder& folder, double offset, SystemEvents& own, Job& job) {
-  std::map<std::wstring, SYSTEMTIME> times;
-  for (const auto& photo : folder.photos) {
-    if (photo.time) times.emplace(photo.name, ToSystemTime(*photo.time));
-  }
-  const std::wstring image = WidePath(folder.path), list = image + PhotoPathSeparator();
-  std::wstring report;
-  KVUtilities::PopulatePhotoPathsUsingTimeStamps(own, list, list, image, image, times, times, offset, offset, report);
-  if (!report.empty()) Tell(Found::PairingReport, camera, folder, job, {{"report", Utf8(report)}});
-}
-
-/// Copies the photos found into the whole sequence. Pairing by time removes events but keeps their order, and removes
-/// either all events of one tick or none.
-void TakeOver(int camera, const PhotoFolder& folder, const SystemEvents& own, SystemEvents& events) {
-  const auto separatorAt = WidePath(folder.path).size();
-  auto paired = own.begin();
-  for (auto& event : events) {
-    if (event.Type != kCameraEvent || CameraOf(event) != camera) continue;
-    if (paired == own.end() || paired->MasterTick != event.MasterTick) continue;
-    std::wstring path = (paired++)->PhotoPath.GetString();
-    if (path.size() > separatorAt) path[separatorAt] = PhotoPathSeparator();
-    event.PhotoPath = path.c_str();
+  for (std::size_t i = 0; i < own.size(); ++i) {
+    const std::wstring path = own[i].PhotoPath.GetString();
+    if (path.size() > image.size()) pairing.photos[i] = path.substr(image.size() + 1);
   }
 }
 
-/// Looks up the photo of each pair and collects statistics.
-class PairStatistics {
- public:
-  PairStatistics(const PhotoFolder& folder, double offset)
-      : folder_(folder), offset_(offset), uses_(folder.photos.size()), nameAt_(WidePath(folder.path).size() + 1) {}
-
-  /// @return photo time, with the offset, minus that of the event; nothing when one of them is unknown
-  std::optional<double> Add(const tagKVSystemEvent& event) {
-    const std::wstring path = event.PhotoPath.GetString();
-    if (path.size() <= nameAt_) return std::nullopt;
-    ++paired_;
-    const auto byName = [](const Photo& photo, const std::wstring& name) { return photo.name < name; };
-    const std::wstring name = path.substr(nameAt_);
-    const auto found = std::lower_bound(folder_.photos.begin(), folder_.photos.end(), name, byName);
-    if (found == folder_.photos.end() || found->name != name) return std::nullopt;
-    ++uses_[static_cast<std::size_t>(found - folder_.photos.begin())];
-    if (!found->time || !HasTime(event)) return std::nullopt;
-    const double difference = Seconds(*found->time - FromFileTime(event.TimeUTC)) + offset_;
-    differences_.push_back(std::abs(difference));
-    return difference;
+void PairByTime(const std::vector<PhotoMatch>& matches, CameraPairing& pairing) {
+  for (std::size_t k = 0; k < matches.size(); ++k) {
+    const auto& [event, probability, certain] = matches[k];
+    if (!event) continue;
+    const std::size_t at = pairing.times.eventAt[*event];
+    pairing.photos[at] = pairing.camera.folder->photos[pairing.times.photoAt[k]].name;
+    pairing.details[at].probability = probability;
+    pairing.camera.pairing.uncertain += !certain;
   }
-
-  void Store(Pairing& pairing) {
-    pairing.paired = paired_;
-    for (std::size_t i = 0; i < uses_.size(); ++i) {
-      if (uses_[i] == 0) pairing.unused.push_back(folder_.photos[i].name);
-      if (uses_[i] > 1) pairing.shared.push_back(folder_.photos[i].name);
-    }
-    pairing.differences = SpreadOf(std::move(differences_));
-  }
-
- private:
-  const PhotoFolder& folder_;
-  double offset_;
-  std::size_t paired_ = 0;
-  std::vector<int> uses_;
-  std::size_t nameAt_;
-  std::vector<double> differences_;
-};
-
-void TellWhenNothingPaired(int camera, const PhotoFolder& folder, const SystemEvents& own, Job& job) {
-  const auto timedEvent = std::find_if(own.begin(), own.end(), HasTime);
-  const auto timedPhoto =
-      std::find_if(folder.photos.begin(), folder.photos.end(), [](auto& photo) { return photo.time.has_value(); });
-  if (timedEvent == own.end() || timedPhoto == folder.photos.end()) return;
-  Tell(Found::NothingPaired, camera, folder, job,
-       {{"seconds", kPairingRange}, {"event", FromFileTime(timedEvent->TimeUTC)}, {"photo", *timedPhoto->time}});
 }
 
-void TellAfter(int camera, const PhotoFolder& folder, const Pairing& pairing, Job& job) {
-  if (!pairing.shared.empty())
-    Tell(Found::PhotosShared, camera, folder, job,
-         {{"count", Count(pairing.shared.size())}, {"photo", Utf8(pairing.shared[0])}});
-  if (pairing.mode == PairMode::Order && pairing.differences && pairing.differences->largest > kPairingRange)
-    Tell(Found::PairingByOrderTimesDiffer, camera, folder, job, {{"seconds", pairing.differences->largest}});
+const Photo* PhotoNamed(const std::wstring& name, const PhotoFolder& folder) {
+  const auto found =
+      std::lower_bound(folder.photos.begin(), folder.photos.end(), name,
+                       [](const Photo& photo, const std::wstring& wanted) { return photo.name < wanted; });
+  return found == folder.photos.end() || found->name != name ? nullptr : &*found;
+}
+
+/// Stores the photos in the events, and what there is to tell of the pairs.
+void Finish(CameraPairing& pairing, SystemEvents& events) {
+  Camera& camera = pairing.camera;
+  const PhotoFolder& folder = *camera.folder;
+  const std::wstring path = WidePath(folder.path) + PhotoPathSeparator();
+  std::vector<int> uses(folder.photos.size());
+  std::vector<double> differences;
+  for (std::size_t i = 0; i < pairing.photos.size(); ++i) {
+    if (pairing.photos[i].empty()) continue;
+    tagKVSystemEvent& event = events[pairing.events[i]];
+    event.PhotoPath = (path + pairing.photos[i]).c_str();
+    ++camera.pairing.paired;
+    const Photo* photo = PhotoNamed(pairing.photos[i], folder);
+    if (!photo) continue;
+    ++uses[static_cast<std::size_t>(photo - folder.photos.data())];
+    if (!photo->time || !HasTime(event)) continue;
+    const double difference = Seconds(*photo->time - FromFileTime(event.TimeUTC)) + camera.offset.seconds;
+    pairing.details[i].differenceSeconds = difference;
+    differences.push_back(std::abs(difference));
+  }
+  for (std::size_t i = 0; i < uses.size(); ++i) {
+    if (uses[i] == 0) camera.pairing.unused.push_back(folder.photos[i].name);
+    if (uses[i] > 1) camera.pairing.shared.push_back(folder.photos[i].name);
+  }
+  camera.pairing.differences = SpreadOf(std::move(differences));
+}
+
+void TellOfPairs(const CameraPairing& pairing, Job& job) {
+  const Camera& camera = pairing.camera;
+  if (!camera.pairing.shared.empty())
+    Tell(Found::PhotosShared, camera, job,
+         {{"count", Count(camera.pairing.shared.size())}, {"photo", Utf8(camera.pairing.shared[0])}});
+  if (camera.pairing.mode == PairMode::Order && camera.pairing.differences &&
+      camera.pairing.differences->largest > kPairingRange)
+    Tell(Found::PairingByOrderTimesDiffer, camera, job, {{"seconds", camera.pairing.differences->largest}});
+  if (camera.pairing.mode == PairMode::Time && camera.folder->Untimed() > 0)
+    Tell(Found::PhotosWithoutTime, camera, job, {{"count", Count(camera.folder->Untimed())}});
+}
+
+/// The event of each photo of the folder, after pairing by order.
+std::vector<std::optional<std::size_t>> EventsOfPhotos(const CameraPairing& pairing) {
+  const PhotoFolder& folder = *pairing.camera.folder;
+  std::vector<std::optional<std::size_t>> events(folder.photos.size());
+  for (std::size_t i = 0; i < pairing.photos.size(); ++i) {
+    const Photo* photo = pairing.photos[i].empty() ? nullptr : PhotoNamed(pairing.photos[i], folder);
+    if (photo) events[static_cast<std::size_t>(photo - folder.photos.data())] = i;
+  }
+  return events;
+}
+
+void Pair(CameraPairing& pairing, const ClockJudge& judge, bool acceptDoubt, SystemEvents& events, Job& job) {
+  if (pairing.camera.pairing.mode == PairMode::Order) {
+    PairByOrder(events, pairing, job);
+    judge.CheckOrder(EventsOfPhotos(pairing), pairing.camera, job);
+  } else {
+    PairByTime(judge.Pairs(acceptDoubt, pairing.camera, job), pairing);
+  }
+  Finish(pairing, events);
+  TellOfPairs(pairing, job);
+}
+
+/// The whole second before the first event.
+Instant FirstSecondOf(const SystemEvents& events) {
+  TimeSpan span;
+  for (const auto& event : events) {
+    if (event.Type == kCameraEvent && HasTime(event)) span.Add(FromFileTime(event.TimeUTC));
+  }
+  return std::chrono::floor<std::chrono::seconds>(span.first.value_or(Instant()));
 }
 
 }  // namespace
 
-Pairing PairPhotos(int camera, const PhotoFolder& folder, PairBy wanted, double offset, SystemEvents& events,
-                   Differences& differences, Job& job) {
-  Pairing pairing;
-  pairing.mode = wanted == PairBy::Time    ? PairMode::Time
-                 : wanted == PairBy::Order ? PairMode::Order
-                                           : ChooseMode(folder);
-  const SystemEvents own = EventsOf(camera, events);
-  SystemEvents found = own;
-  if (pairing.mode == PairMode::Order) {
-    if (own.size() != folder.listed)
-      Tell(Found::PairingByOrderUneven, camera, folder, job,
-           {{"events", Count(own.size())}, {"photos", Count(folder.listed)}});
-    PairByOrder(camera, folder, found, job);
-  } else {
-    if (folder.Untimed() > 0) Tell(Found::PhotosWithoutTime, camera, folder, job, {{"count", Count(folder.Untimed())}});
-    PairByTime(camera, folder, offset, found, job);
+std::vector<Camera> PairCameras(const Settings& settings, SystemEvents& events, PhotosOfEvents& photos, Job& job) {
+  std::vector<CameraPairing> pairings;
+  for (const int number : {1, 2}) {
+    CameraPairing pairing = Begin(number, settings, events, job);
+    if (pairing.camera.read > 0 || pairing.camera.folder) pairings.push_back(std::move(pairing));
   }
-  TakeOver(camera, folder, found, events);
-  PairStatistics statistics(folder, offset);
-  for (std::size_t i = 0; i < events.size(); ++i) {
-    if (events[i].Type == kCameraEvent && CameraOf(events[i]) == camera) differences[i] = statistics.Add(events[i]);
+  const Instant origin = FirstSecondOf(events);
+  std::vector<ClockJudge> judges;
+  for (CameraPairing& pairing : pairings) {
+    if (pairing.camera.folder) pairing.times = TimesOf(pairing.events, events, *pairing.camera.folder, origin);
+    judges.emplace_back(pairing.times);
   }
-  statistics.Store(pairing);
-  if (pairing.paired == 0 && pairing.mode == PairMode::Time) TellWhenNothingPaired(camera, folder, own, job);
-  TellAfter(camera, folder, pairing, job);
-  return pairing;
+  CompareCameras(judges, settings, job);
+  photos.assign(events.size(), {});
+  std::vector<Camera> cameras;
+  for (std::size_t c = 0; c < pairings.size(); ++c) {
+    CameraPairing& pairing = pairings[c];
+    if (pairing.camera.folder) Pair(pairing, judges[c], settings.acceptDoubt, events, job);
+    for (std::size_t i = 0; i < pairing.events.size(); ++i) photos[pairing.events[i]] = pairing.details[i];
+    cameras.push_back(std::move(pairing.camera));
+  }
+  return cameras;
 }
 
 }  // namespace kv::mission

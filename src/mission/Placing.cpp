@@ -1,15 +1,20 @@
 #include "mission/Steps.h"
 
 #include <KVUtilities.h>
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
+#include <iterator>
+#include <string>
 #include <utility>
 
 #include "georef/EventTypes.h"
 #include "platform/FileNames.h"
 #include "time/Instants.h"
+#include "time/LeapSeconds.h"
 
 namespace kv::mission {
 namespace {
@@ -55,6 +60,55 @@ class PlaceReasons {
   const Trajectory& trajectory_;
   Stretches gaps_, crossings_;
 };
+
+/// Where the camera events lie beside the trajectory.
+struct EventsBeside {
+  std::size_t timed = 0, before = 0, after = 0;
+  TimeSpan span;
+
+  std::size_t Outside() const { return before + after; }
+};
+
+EventsBeside Compare(const SystemEvents& events, const Trajectory& trajectory, FileTimeTicks shift) {
+  EventsBeside beside;
+  for (const auto& event : events) {
+    if (event.Type != kCameraEvent || !HasTime(event)) continue;
+    const Instant time = FromFileTime(event.TimeUTC) + shift;
+    ++beside.timed;
+    beside.before += time<trajectory.first, beside.after += time> trajectory.last;
+    beside.span.Add(time);
+  }
+  return beside;
+}
+
+/// Local times differ from UTC by quarters of hours.
+std::string AdviceFor(const SystemEvents& events, const Trajectory& trajectory, const EventsBeside& beside) {
+  using Quarters = std::chrono::duration<std::int64_t, std::ratio<900>>;
+  const FileTimeTicks apart = trajectory.first + (trajectory.last - trajectory.first) / 2 -
+                              (*beside.span.first + (*beside.span.last - *beside.span.first) / 2);
+  const Quarters zone = std::chrono::round<Quarters>(apart);
+  if (abs(zone) > std::chrono::hours{15} || zone == Quarters{0} ||
+      2 * Compare(events, trajectory, zone).Outside() > beside.timed)
+    return "are both of one day?";
+  return fmt::format("{:g} h apart, as local time and UTC are: run again with --event-offset {}",
+                     std::abs(Seconds(zone)) / 3600, std::chrono::seconds(zone).count());
+}
+
+void TellOfEventsOutside(const SystemEvents& events, const Trajectory& trajectory, Job& job) {
+  constexpr std::chrono::seconds kLeapSeconds{std::size(kLeapSecondDays)};
+  const EventsBeside beside = Compare(events, trajectory, {});
+  if (2 * beside.Outside() > beside.timed) {
+    job.Add(Found::EventsOutsideTrajectory, {{"count", Count(beside.Outside())},
+                                             {"events", Count(beside.timed)},
+                                             {"from", *beside.span.first},
+                                             {"to", *beside.span.last},
+                                             {"trajectoryFrom", trajectory.first},
+                                             {"trajectoryTo", trajectory.last},
+                                             {"advice", AdviceFor(events, trajectory, beside)}});
+  } else if (beside.after > 0 && Compare(events, trajectory, -kLeapSeconds).Outside() == beside.before) {
+    job.Add(Found::EventsMaybeInGpsTime, {{"count", Count(beside.after)}, {"seconds", kLeapSeconds.count()}});
+  }
+}
 
 /// @param firstTick  of the heartbeats
 DropCode WithoutTime(const EventFile& file, double tick, double firstTick) {
@@ -120,6 +174,7 @@ void PlaceEvents(SystemEvents& events, Trajectory& trajectory, Job& job) {
     }
   }
   if (inGaps > 0) job.Add(Found::ExposuresInGaps, {{"count", Count(inGaps)}});
+  TellOfEventsOutside(events, trajectory, job);
 }
 
 void PlaceEntries(HousekeepingLog& housekeeping, Trajectory& trajectory, Job& job) {
@@ -136,7 +191,7 @@ void PlaceEntries(HousekeepingLog& housekeeping, Trajectory& trajectory, Job& jo
                                          {"to", text(housekeeping.span.last)}});
 }
 
-std::vector<Exposure> ExposuresOf(SystemEvents& events, const Differences& differences, const Mission& mission,
+std::vector<Exposure> ExposuresOf(SystemEvents& events, const PhotosOfEvents& photos, const Mission& mission,
                                   const Trajectory& trajectory) {
   const PlaceReasons places(trajectory);
   const auto heartbeat =
@@ -148,7 +203,8 @@ std::vector<Exposure> ExposuresOf(SystemEvents& events, const Differences& diffe
     if (events[i].Type != kCameraEvent) continue;
     Exposure& exposure = exposures.emplace_back();
     exposure.drop = DropOf(events[i], mission, firstTick, places);
-    exposure.photoDifferenceSeconds = differences[i];
+    exposure.photoDifferenceSeconds = photos[i].differenceSeconds;
+    exposure.photoProbability = photos[i].probability;
     exposure.event = std::move(events[i]);
     if (HasTime(exposure.event)) exposure.time = FromFileTime(exposure.event.TimeUTC);
     if (hasWraps) exposure.event.MasterTick = std::fmod(exposure.event.MasterTick, kTickRange);

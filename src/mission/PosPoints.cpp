@@ -13,7 +13,7 @@
 #include "base/InOrder.h"
 #include "mission/OutputFolder.h"
 #include "mission/Steps.h"
-#include "mission/inputs/LeftOut.h"
+#include "mission/inputs/GeoidHeights.h"
 #include "mission/inputs/PosFile.h"
 #include "platform/FileNames.h"
 #include "report/PosRows.h"
@@ -40,6 +40,7 @@ std::string TextOf(const CStringW& text) { return Utf8(std::wstring(text.GetStri
 /// Some lines, and the number of samples before them, which comes from the thread of the piece before.
 struct Piece {
   PosLines lines;
+  const GeoidHeights* geoid = nullptr;  ///< for heights above the geoid
   std::future<std::size_t> before;
   std::promise<std::size_t> after;
 };
@@ -65,7 +66,9 @@ Transformed Transform(Piece piece, const tagKVCoordinateSystem& target, bool isE
   block.first = piece.before.get();
   piece.after.set_value(block.first + block.lines.size());
   if (block.samples.empty()) return transformed;
-  KVUtilities::TransformPosEvents(block.samples, target.Wkt.GetString(), transformed.points, transformed.error);
+  if (piece.geoid) transformed.error = piece.geoid->Apply(block.samples);
+  if (transformed.error.empty())
+    KVUtilities::TransformPosEvents(block.samples, target.Wkt.GetString(), transformed.points, transformed.error);
   if (transformed.points < block.samples.size()) transformed.endedAtLine = block.lines[transformed.points];
   block.samples.resize(transformed.points);
   for (auto& sample : block.samples) {
@@ -90,14 +93,6 @@ PosPoints PointsBefore(const fs::path& path, const tagKVCoordinateSystem& target
   points.projection = TextOf(target.EsriWkt);
   points.heights = HeightsText(target), points.geoidGrid = TextOf(target.GeoidGrid);
   return points;
-}
-
-void RefuseWithoutSample(const PosPoints& points) {
-  const PosCounts& counts = points.counts;
-  if (counts.Of(PosLineKind::Sample) > 0) return;
-  const std::string leftOut = LeftOutText(counts);
-  throw Failure(fmt::format("{}: no sample in {}{}{}", Utf8(points.file), Counted(counts.lines, "line"),
-                            leftOut.empty() ? "" : ": ", leftOut));
 }
 
 int DecimalsFor(const tagKVCoordinateSystem& target) { return target.IsGeographic ? 10 : 6; }  // 10 um, 1 um
@@ -167,6 +162,8 @@ PosPoints TransformPosFile(const fs::path& path, const tagKVCoordinateSystem& ta
   PosPoints points = PointsBefore(path, target);
   TellOfEllipsoid(target, job);
   PosFile file;
+  PosHeader header;
+  std::optional<GeoidHeights> geoid;
   std::wstring error;
   std::atomic<bool> isEnded = false;
   std::promise<std::size_t> none;
@@ -174,7 +171,9 @@ PosPoints TransformPosFile(const fs::path& path, const tagKVCoordinateSystem& ta
   std::future<std::size_t> samplesBefore = none.get_future();
   const auto next = [&]() -> std::optional<Piece> {
     Piece piece;
-    if (!TakeLines(reader, kLinesOfPiece, piece.lines)) return std::nullopt;
+    if (!TakeLines(reader, header, kLinesOfPiece, piece.lines)) return std::nullopt;
+    if (piece.lines.form.heightsAboveGeoid && !geoid) geoid.emplace(path, job);
+    if (piece.lines.form.heightsAboveGeoid) piece.geoid = &*geoid;
     piece.before = std::exchange(samplesBefore, piece.after.get_future());
     return piece;
   };
@@ -196,8 +195,8 @@ PosPoints TransformPosFile(const fs::path& path, const tagKVCoordinateSystem& ta
   });
   points.counts = file.counts;
   job.ThrowIfStopped();
-  RefuseWithoutSample(points);
-  TellOfPosLines(points.counts, job);
+  RefuseWithoutSample(path, file.counts, header.Form());
+  TellOfPosFile(file, job);
   if (points.endedAtLine)
     job.Add(Found::PosEndsEarly,
             {{"line", Count(*points.endedAtLine)},

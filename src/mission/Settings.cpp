@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <functional>
 #include <limits>
 #include <string_view>
@@ -40,8 +41,16 @@ Reader NumberTo(double Settings::*member, double least, double most, const char*
   };
 }
 
-Reader OffsetTo(double Settings::*member) {
-  return NumberTo(member, -kLargestSeconds, kLargestSeconds, "must be a number of seconds");
+constexpr const char* kNotSeconds = "must be a number of seconds";
+
+Reader ClockOffsetTo(ClockOffset Settings::*member) {
+  return [=](std::string_view text, Settings& settings) -> std::string {
+    const auto number = FiniteNumber(text);
+    const bool find = text == "auto";
+    if (!find && (!number || std::abs(*number) > kLargestSeconds)) return std::string(kNotSeconds) + ", or auto";
+    settings.*member = {number.value_or(0), find};
+    return {};
+  };
 }
 
 Reader FlagTo(bool Settings::*member, bool whenGiven) {
@@ -50,6 +59,12 @@ Reader FlagTo(bool Settings::*member, bool whenGiven) {
     settings.*member = (text == "true") == whenGiven;
     return {};
   };
+}
+
+/// The second path given is that of the other trajectory.
+std::string ReadTrajectoryPath(std::string_view text, Settings& settings) {
+  if (!settings.otherTrajectory.empty()) return "may be given twice, not more often";
+  return PathTo(settings.trajectory.empty() ? &Settings::trajectory : &Settings::otherTrajectory)(text, settings);
 }
 
 std::string ReadTarget(std::string_view text, Settings& settings) {
@@ -96,8 +111,12 @@ struct Row {
 const std::vector<Row>& Rows() {
   static const std::vector<Row> rows{
       {{"output", "FOLDER", "folder for the layers and summary.json", Type::Path, false}, PathTo(&Settings::output)},
-      {{"trajectory", "FILE", "receiver log with the trajectory (NMEA sentences)", Type::Path, true},
-       PathTo(&Settings::trajectory)},
+      {{"trajectory", "FILE",
+        "trajectory: receiver log (NMEA), POS file, Applanix export or SBET; twice for a real-time and a "
+        "post-processed "
+        "one",
+        Type::Path, true, true},
+       ReadTrajectoryPath},
       {{"events", "FILE", "system event file with heartbeats and camera events", Type::Path, true},
        PathTo(&Settings::events)},
       {{"housekeeping", "FILE", "housekeeping log", Type::Path, true}, PathTo(&Settings::housekeeping)},
@@ -117,16 +136,21 @@ const std::vector<Row>& Rows() {
       {{"position", "timestamps|post-processed",
         "places of a drone's photos: from the timestamp file (default) or post-processed", Type::Choice, true},
        ReadPosition},
-      {{"date", "YYYY-MM-DD", "UTC date of the first fix (default: from the heartbeats, else from the receiver log)",
+      {{"timestamp-offsets", "", "add the timestamp file's offsets from antenna to camera to its places", Type::Flag,
+        true},
+       FlagTo(&Settings::timestampOffsets, true)},
+      {{"date", "YYYY-MM-DD", "UTC date of the first fix (default: from the receiver log, else from the heartbeats)",
         Type::CalendarDate, true},
        ReadDate},
       {{"pair", "order|time|auto", "how photos find their events (default auto: by time when most photos tell theirs)",
         Type::Choice, true},
        ReadPair},
-      {{"cam1-offset", "SECONDS", "added to the photo times of camera 1", Type::Number, true},
-       OffsetTo(&Settings::camera1OffsetSeconds)},
-      {{"cam2-offset", "SECONDS", "added to the photo times of camera 2", Type::Number, true},
-       OffsetTo(&Settings::camera2OffsetSeconds)},
+      {{"cam1-offset", "auto|SECONDS", "added to the photo times of camera 1; auto finds it", Type::NumberOrAuto, true},
+       ClockOffsetTo(&Settings::camera1Offset)},
+      {{"cam2-offset", "auto|SECONDS", "added to the photo times of camera 2; auto finds it", Type::NumberOrAuto, true},
+       ClockOffsetTo(&Settings::camera2Offset)},
+      {{"event-offset", "SECONDS", "added to the times of the event file", Type::Number, true},
+       NumberTo(&Settings::eventOffsetSeconds, -kLargestSeconds, kLargestSeconds, kNotSeconds)},
       {{"max-gap", "SECONDS", WithDefault("longest pause between fixes that is not a gap", &Settings::maxGapSeconds),
         Type::Number, true},
        NumberTo(&Settings::maxGapSeconds, std::numeric_limits<double>::denorm_min(), kLargestSeconds,
@@ -141,6 +165,8 @@ const std::vector<Row>& Rows() {
       {{"no-sharpness", "", "do not grade the photos", Type::Flag, true}, FlagTo(&Settings::grade, false)},
       {{"jobs", "N", "threads for photos and samples (default: as many as there are processors)", Type::Count, true},
        ReadJobs},
+      {{"accept-doubt", "", "make the photo layer although results are in doubt", Type::Flag, true},
+       FlagTo(&Settings::acceptDoubt, true)},
       {{"overwrite", "", "replace the results of an earlier run", Type::Flag, false},
        FlagTo(&Settings::overwrite, true)},
   };

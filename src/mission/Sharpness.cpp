@@ -79,7 +79,8 @@ std::array<SharpnessSummary, 2> GradeExposures(std::vector<Exposure>& exposures,
   std::vector<std::wstring> paths;
   for (const Picture& picture : pictures) paths.push_back(picture.path);
   const auto grades = GradeFiles(paths, settings.jobs, job);
-  for (auto& [event, time, number, difference, drop] : exposures) {
+  for (Exposure& exposure : exposures) {
+    tagKVSystemEvent& event = exposure.event;
     if (!IsToGrade(event)) continue;
     const auto found = std::lower_bound(pictures.begin(), pictures.end(), PictureOf(event));
     event.Sharpness = grades[static_cast<std::size_t>(found - pictures.begin())].sharpness;

@@ -12,13 +12,15 @@ namespace kv::mission {
 
 class OutputFolder;
 using SystemEvents = std::vector<tagKVSystemEvent>;
-using Differences = std::vector<std::optional<double>>;
 
 /// Looks in the mission's folder, not in those below, for what the settings leave open: files by their content, photo
 /// folders by the names cam1, cam2, camera1, camera2 in any letter case. What is not there stays open.
 /// @throws Failure when there are several candidates, which names them and the option that decides; when the folder
 ///         cannot be listed
 void FindMissionFiles(Settings& settings, Job& job);
+
+/// "flight12 holds base.ubx (unknown), 3 photos, folder old": why a mission folder does not serve.
+std::string ContentOf(const std::filesystem::path& folder);
 
 /// Completes the inputs of a drone mission: photos beside the timestamp file, which become those of camera 1.
 /// @throws Failure (WrongUsage) when inputs do not go together
@@ -45,20 +47,31 @@ void PlaceEvents(SystemEvents& events, Trajectory& trajectory, Job& job);
 /// counts those that stay without. @throws Failure with the sentence of the operation that failed
 void PlaceEntries(HousekeepingLog& housekeeping, Trajectory& trajectory, Job& job);
 
-/// Gives the camera events of one camera their photos.
-/// @param offset       seconds, added to every photo's time
-/// @param events       of all cameras, in the order of the event file; an event without a time is paired by order only
-/// @param differences  one for each event; receives photo time minus event time of this camera's pairs, seconds
-/// @throws Failure when the folder cannot be paired by order
-Pairing PairPhotos(int camera, const PhotoFolder& folder, PairBy wanted, double offset, SystemEvents& events,
-                   Differences& differences, Job& job);
+/// What is known about the photo of an event.
+struct PhotoOfEvent {
+  std::optional<double> differenceSeconds;  ///< photo time, with the offset, minus event time
+  std::optional<double> probability;        ///< of a pair by time
+};
+using PhotosOfEvents = std::vector<PhotoOfEvent>;
+
+/// Gives the camera events of both cameras their photos, and checks the cameras' clocks.
+/// @param events  in the order of the event file; an event without a time is paired by order only
+/// @param photos  receives what is known of each event's photo
+/// @return        the cameras that have events or photos
+/// @throws Failure when a folder cannot be listed, or not be paired by order
+std::vector<Camera> PairCameras(const Settings& settings, SystemEvents& events, PhotosOfEvents& photos, Job& job);
 
 /// Moves the camera events into exposures, and says which cannot be in the photo layer, and why.
-/// @param events       in file order, heartbeats among them; only these stay
-/// @param differences  of each event: photo time minus event time, seconds
-/// @param mission      its event or timestamp file, trajectory and settings tell why
-std::vector<Exposure> ExposuresOf(SystemEvents& events, const Differences& differences, const Mission& mission,
+/// @param events   in file order, heartbeats among them; only these stay
+/// @param photos   of each event
+/// @param mission  its event or timestamp file, trajectory and settings tell why
+std::vector<Exposure> ExposuresOf(SystemEvents& events, const PhotosOfEvents& photos, const Mission& mission,
                                   const Trajectory& trajectory);
+
+/// Says of each exposure with a place how good that is, as the fixes beside it or the timestamp file say, and reports
+/// stretches of photos without RTK in a mission that had it.
+/// @param trajectory  that placed the exposures; without fixes if the timestamp file did
+void QualifyExposures(const Trajectory& trajectory, Mission& mission, Job& job);
 
 /// "inside-gap"
 const char* CodeOf(DropCode code);

@@ -36,6 +36,15 @@ std::optional<Instant> TimeOf(const fs::path& photo, const std::wstring& name, T
 /// Macs leave a hidden file "._NAME" beside each photo on a card.
 bool IsHidden(const fs::path& name) { return Utf8(name).starts_with('.'); }
 
+std::size_t CountPhotos(const fs::path& folder) {
+  std::error_code error;
+  std::size_t photos = 0;
+  for (auto entry = fs::directory_iterator(folder, error); !error && entry != fs::directory_iterator();
+       entry.increment(error))
+    photos += HasPhotoExtension(entry->path()) && !IsHidden(entry->path().filename());
+  return photos;
+}
+
 /// @return names in order, those of hidden files too
 std::vector<fs::path> NamedAsPhotos(const fs::path& folder) {
   std::vector<fs::path> photos;
@@ -50,7 +59,7 @@ std::vector<fs::path> NamedAsPhotos(const fs::path& folder) {
   return photos;
 }
 
-void Tell(const PhotoFolder& folder, const std::string& pathAsGiven, const TimeFaults& faults, int camera, Job& job) {
+void Tell(const PhotoFolder& folder, const fs::path& pathAsGiven, const TimeFaults& faults, int camera, Job& job) {
   const Subject subject{.file = folder.path, .camera = camera};
   const auto tell = [&](const FindingKind& kind, std::size_t count, const std::string& names = {}) {
     if (count == 0) return;
@@ -58,7 +67,14 @@ void Tell(const PhotoFolder& folder, const std::string& pathAsGiven, const TimeF
     if (!names.empty()) values.emplace_back("names", names);
     job.Add(kind, std::move(values), subject);
   };
-  if (folder.photos.empty()) job.Add(Found::PhotoFolderEmpty, {{"camera", camera}, {"folder", pathAsGiven}}, subject);
+  if (folder.photos.empty()) {
+    const std::string seen = FoldersWithPhotos(pathAsGiven);
+    job.Add(Found::PhotoFolderEmpty,
+            {{"camera", camera},
+             {"folder", Utf8(pathAsGiven)},
+             {"seen", seen.empty() ? seen : fmt::format("; photos are in {}: name it with --cam{}", seen, camera)}},
+            subject);
+  }
   tell(Found::PhotosNotListed, folder.photos.size() - folder.listed);
   const auto& names = faults.unreadable;
   const auto end = names.begin() + std::min(kNamed, std::ssize(names));
@@ -75,6 +91,26 @@ bool HasPhotoExtension(const fs::path& path) {
 }
 
 std::size_t PhotoNameAt(const fs::path& folder) { return WidePath(folder).find_last_not_of(L"\\/") + 2; }
+
+std::string FoldersWithPhotos(const fs::path& folder) {
+  constexpr int kDeepest = 3;
+  constexpr std::size_t kMostSeen = 1000;
+  std::vector<std::string> found;
+  std::error_code error;
+  std::size_t seen = 0;
+  for (auto entry = fs::recursive_directory_iterator(folder, fs::directory_options::skip_permission_denied, error);
+       !error && entry != fs::recursive_directory_iterator() && seen < kMostSeen; entry.increment(error)) {
+    std::error_code unknown;
+    if (!entry->is_directory(unknown)) continue;
+    ++seen;
+    if (entry.depth() + 1 >= kDeepest) entry.disable_recursion_pending();
+    if (const std::size_t photos = CountPhotos(entry->path()); photos > 0)
+      found.push_back(fmt::format("{} ({})", Utf8(entry->path()), Counted(photos, "JPEG")));
+  }
+  std::sort(found.begin(), found.end());
+  const auto end = found.begin() + std::min(kNamed, std::ssize(found));
+  return fmt::format("{}{}", fmt::join(found.begin(), end, ", "), end == found.end() ? "" : ", ...");
+}
 
 PhotoFolder ReadPhotoFolder(const fs::path& path, int camera, Job& job) {
   PhotoFolder folder;
@@ -96,7 +132,7 @@ PhotoFolder ReadPhotoFolder(const fs::path& path, int camera, Job& job) {
   }
   folder.unreadable = faults.unreadable.size();
   std::sort(folder.photos.begin(), folder.photos.end(), [](auto& a, auto& b) { return a.name < b.name; });
-  Tell(folder, Utf8(path), faults, camera, job);
+  Tell(folder, path, faults, camera, job);
   return folder;
 }
 

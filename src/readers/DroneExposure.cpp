@@ -1,5 +1,7 @@
 #include "readers/DroneExposure.h"
 
+#include <algorithm>
+#include <cmath>
 #include <string>
 
 #include "georef/EventTypes.h"
@@ -19,7 +21,29 @@ std::optional<std::int32_t> Week(std::string_view token) {
   return WholeInteger32(digits);
 }
 
+using Tokens = std::span<const std::string_view>;
+
+/// Three numbers, each `step` tokens after the other.
+std::optional<DroneAccuracy::Vector> VectorAt(Tokens tokens, std::size_t first, std::size_t step, double largest) {
+  if (tokens.size() <= first + 2 * step) return {};
+  const auto north = FiniteNumber(tokens[first]), east = FiniteNumber(tokens[first + step]);
+  const auto vertical = FiniteNumber(tokens[first + 2 * step]);
+  if (!north || !east || !vertical) return {};
+  if (std::max({std::abs(*north), std::abs(*east), std::abs(*vertical)}) > largest) return {};
+  return DroneAccuracy::Vector{*north, *east, *vertical};
+}
+
 }  // namespace
+
+DroneAccuracy ReadDroneAccuracy(Tokens tokens) {
+  constexpr double kLargestOffset = 1e5, kLargestDeviation = 1e5;  // millimetres; metres
+  const auto is = [&](std::size_t at, std::string_view label) { return at < tokens.size() && tokens[at] == label; };
+  DroneAccuracy accuracy;
+  if (is(4, "N") && is(6, "E") && is(8, "V")) accuracy.offset = VectorAt(tokens, 3, 2, kLargestOffset);
+  if (is(14, "Ellh")) accuracy.deviations = VectorAt(tokens, 15, 1, kLargestDeviation);
+  if (is(19, "Q")) accuracy.flag = WholeInteger32(tokens[18]);
+  return accuracy;
+}
 
 std::optional<DroneExposure> ReadDroneExposure(std::span<const std::string_view> tokens) {
   if (tokens.size() < kDroneTokens) return {};

@@ -15,7 +15,6 @@ constexpr double kSmallestMeasure = 1e-9;  // besides 0
 
 constexpr bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 constexpr bool IsUpper(char c) { return c >= 'A' && c <= 'Z'; }
-constexpr bool IsLetter(char c) { return IsUpper(c) || (c >= 'a' && c <= 'z'); }
 
 std::optional<unsigned> HexDigit(char c) {
   if (IsDigit(c)) return static_cast<unsigned>(c - '0');
@@ -71,7 +70,12 @@ bool IsOneOf(std::string_view text, std::string_view letters) {
   return text.size() == 1 && letters.find(text[0]) != std::string_view::npos;
 }
 
-bool IsUnit(std::string_view text) { return !text.empty() && std::all_of(text.begin(), text.end(), IsLetter); }
+std::optional<double> MetresIn(std::string_view unit) {
+  constexpr double kMetresInFoot = 0.3048;
+  if (unit == "M" || unit == "m") return 1.0;
+  if (unit == "F" || unit == "f" || unit == "FT" || unit == "ft") return kMetresInFoot;
+  return std::nullopt;
+}
 
 /// @param measure  unchanged for a text that is not one
 bool ReadMeasure(std::string_view text, double& measure) {
@@ -85,18 +89,41 @@ bool ReadMeasure(std::string_view text, double& measure) {
   return true;
 }
 
-/// @return whether every field is there and valid; `sentence.fix` is then filled
+/// @return whether both heights are there, in known units
+bool ReadHeights(Sentence& sentence) {
+  const auto& field = sentence.fields;
+  FixNumbers& fix = sentence.fix;
+  const char*& lacks = sentence.lacks;
+  const bool hasOneUnit = field[kSeparationUnit].empty();  // receivers that leave the second out mean the first
+  const auto unit = MetresIn(field[kHeightUnit]);
+  const auto separationUnit = hasOneUnit ? unit : MetresIn(field[kSeparationUnit]);
+  lacks = !ReadMeasure(field[kHeight], fix.height)           ? "height"
+          : !ReadMeasure(field[kSeparation], fix.separation) ? "geoid separation"
+          : !unit || !separationUnit                         ? "known unit of height"
+                                                             : nullptr;
+  if (lacks) return false;
+  fix.height *= *unit, fix.separation *= *separationUnit;
+  fix.wasConverted = *unit != 1.0 || *separationUnit != 1.0;
+  return true;
+}
+
+/// @return whether every field is there and valid; `sentence.fix` is then filled, else `sentence.lacks`
 bool ReadFix(Sentence& sentence) {
   const auto& field = sentence.fields;
   FixNumbers& fix = sentence.fix;
   const auto clock = ParseClock(field[kTime]);
   const auto quality = Digits(field[kQuality]), satellites = Digits(field[kSatellites]);
-  if (!clock || !quality || !satellites) return false;
+  const bool hasPlace = IsAngle(field[kLatitude], 90) && IsOneOf(field[kNorth], "NS") &&
+                        IsAngle(field[kLongitude], 180) && IsOneOf(field[kEast], "EW");
+  sentence.lacks = !clock                                 ? "time"
+                   : !hasPlace                            ? "latitude or longitude"
+                   : !quality                             ? "quality"
+                   : !satellites                          ? "number of satellites"
+                   : !ReadMeasure(field[kHdop], fix.hdop) ? "HDOP"
+                                                          : nullptr;
+  if (sentence.lacks) return false;
   fix.clock = *clock, fix.quality = *quality, fix.satellites = *satellites;
-  return IsAngle(field[kLatitude], 90) && IsOneOf(field[kNorth], "NS") && IsAngle(field[kLongitude], 180) &&
-         IsOneOf(field[kEast], "EW") && ReadMeasure(field[kHdop], fix.hdop) &&
-         ReadMeasure(field[kHeight], fix.height) && IsUnit(field[kHeightUnit]) &&
-         ReadMeasure(field[kSeparation], fix.separation);
+  return ReadHeights(sentence);
 }
 
 bool SaysNoFix(const Sentence& fix) {
@@ -121,19 +148,49 @@ std::optional<Instant> RecommendedMinimumTime(const Sentence& sentence) {
   return At(year, Digits(date.substr(2, 2)), Digits(date.substr(0, 2)), ParseClock(field[1]));
 }
 
+/// A piece of a line that looks like a sentence.
+struct Piece {
+  std::string_view body;  // between "$" and "*"
+  enum { NoSentence, NoSum, WrongSum, RightSum } trust = NoSentence;
+};
+
+/// @param text  begins with "$" or "!"; what follows the two digits of a checksum is ignored
+Piece PieceOf(std::string_view text) {
+  const std::size_t star = text.find('*');
+  const bool hasSum = star != std::string_view::npos;
+  Piece piece{WithoutTrailingBlanks(text.substr(1, hasSum ? star - 1 : star))};
+  if (!IsIdentifier(piece.body.substr(0, piece.body.find(',')))) return piece;
+  if (hasSum) piece.body = text.substr(1, star - 1);  // blanks count in a checksum
+  const bool isRight = hasSum && ChecksumIsRight(piece.body, text.substr(star + 1, 2));
+  piece.trust = isRight ? Piece::RightSum : hasSum ? Piece::WrongSum : Piece::NoSum;
+  return piece;
+}
+
+/// Of several pieces the last one with a right checksum counts, else with a wrong one, which spoils the line: pieces
+/// without a checksum beside it may be fragments.
+Piece SentenceIn(std::string_view line) {
+  Piece best;
+  if (line[0] == '!') best = PieceOf(line.substr(0, line.find('$')));
+  for (std::size_t end = line.size(); end > 0 && best.trust != Piece::RightSum;) {
+    const std::size_t begin = line.rfind('$', end - 1);
+    if (begin == std::string_view::npos) break;
+    const Piece piece = PieceOf(line.substr(begin, end - begin));
+    if (piece.trust > best.trust) best = piece;
+    end = begin;
+  }
+  return best;
+}
+
 }  // namespace
 
 SentenceKind Classify(std::string_view line, Sentence& sentence) {
   line = WithoutTrailingBlanks(line);
   if (line.empty()) return SentenceKind::Blank;
-  if (line[0] != '$' && line[0] != '!') return SentenceKind::NotASentence;
-  const std::size_t star = line.find('*');
-  const std::string_view body = line.substr(1, star == std::string_view::npos ? star : star - 1);
-  const std::string_view identifier = body.substr(0, body.find(','));
-  if (!IsIdentifier(identifier)) return SentenceKind::NotASentence;
-  if (star != std::string_view::npos && !ChecksumIsRight(body, line.substr(star + 1))) return SentenceKind::BadChecksum;
-  sentence.type = TypeOf(identifier);
-  SplitFields(body, sentence);
+  const Piece piece = SentenceIn(line);
+  if (piece.trust == Piece::NoSentence) return SentenceKind::NotASentence;
+  if (piece.trust == Piece::WrongSum) return SentenceKind::BadChecksum;
+  sentence.type = TypeOf(piece.body.substr(0, piece.body.find(',')));
+  SplitFields(piece.body, sentence);
   if (sentence.type != "GGA") return SentenceKind::OtherSentence;
   if (SaysNoFix(sentence)) return SentenceKind::NoFix;
   return ReadFix(sentence) ? SentenceKind::Fix : SentenceKind::Incomplete;
@@ -158,6 +215,16 @@ std::optional<Instant> DatedTime(const Sentence& sentence) {
   if (sentence.type == "RMC") return RecommendedMinimumTime(sentence);
   if (sentence.type != "ZDA") return std::nullopt;
   return At(Digits(field[4]), Digits(field[3]), Digits(field[2]), ParseClock(field[1]));
+}
+
+std::optional<FixErrors> ErrorsOf(const Sentence& sentence) {
+  if (sentence.type != "GST") return std::nullopt;
+  const auto clock = ParseClock(sentence.fields[1]);
+  FixErrors errors{};
+  const auto read = [&](std::size_t at, double& error) { return ReadMeasure(sentence.fields[at], error) && error > 0; };
+  if (!clock || !read(6, errors.latitude) || !read(7, errors.longitude) || !read(8, errors.height)) return std::nullopt;
+  errors.time = clock->time;
+  return errors;
 }
 
 }  // namespace kv::mission

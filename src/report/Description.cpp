@@ -53,8 +53,19 @@ struct Describe {
 
   Json operator()(const PosFile& pos) const {
     Json json = JsonOf(pos.counts);
-    json.update(
-        {{"firstWeek", OrNull(pos.firstWeek)}, {"lastWeek", OrNull(pos.lastWeek)}, {"bounds", JsonOf(pos.bounds)}});
+    Json qualities = Json::object();
+    for (const auto& [figure, count] : pos.qualities) qualities[std::to_string(figure)] = count;
+    const auto& sigmas = pos.horizontalSigmas;
+    json.update({{"forms", pos.forms},
+                 {"datum", pos.datum.empty() ? Json(nullptr) : Json(pos.datum)},
+                 {"samplesByQuality", std::move(qualities)},
+                 {"leastHorizontalSigma", sigmas ? Json(sigmas->first) : Json(nullptr)},
+                 {"greatestHorizontalSigma", sigmas ? Json(sigmas->second) : Json(nullptr)},
+                 {"first", JsonOf(pos.span.first)},
+                 {"last", JsonOf(pos.span.last)},
+                 {"firstWeek", OrNull(pos.firstWeek)},
+                 {"lastWeek", OrNull(pos.lastWeek)},
+                 {"bounds", JsonOf(pos.bounds)}});
     return json;
   }
 
@@ -77,6 +88,12 @@ struct Describe {
     json["firstSecondsOfWeek"] = samples.empty() ? Json(nullptr) : Json(seconds(samples.front()));
     json["lastSecondsOfWeek"] = samples.empty() ? Json(nullptr) : Json(seconds(samples.back()));
     return json;
+  }
+
+  Json operator()(const SbetFile& sbet) const {
+    return {{"records", sbet.records},           {"outOfRange", sbet.outOfRange},   {"timeScale", sbet.timeScale},
+            {"firstSeconds", sbet.firstSeconds}, {"lastSeconds", sbet.lastSeconds}, {"first", JsonOf(sbet.span.first)},
+            {"last", JsonOf(sbet.span.last)},    {"bounds", JsonOf(sbet.bounds)}};
   }
 
   Json operator()(const PhotoFile& photo) const {

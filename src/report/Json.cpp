@@ -57,11 +57,14 @@ Json JsonOf(const Trajectory& trajectory) {
   for (const auto& [type, count] : counts.others) others[type] = count;
   for (const auto& [kind, words, key] : kLeftOutSentences)
     leftOut[key] = kind == SentenceKind::OtherSentence ? others : Json(counts.Of(kind));
+  Json lacking = Json::object();
+  for (const auto& [what, count] : counts.lacking) lacking[what] = count;
   for (const auto& [quality, count] : counts.qualities) qualities[std::to_string(quality)] = count;
   Json json = {{"lines", counts.lines},
                {"fixes", counts.Of(SentenceKind::Fix)},
                {"fixesByQuality", std::move(qualities)},
-               {"leftOut", std::move(leftOut)}};
+               {"leftOut", std::move(leftOut)},
+               {"incompleteFor", std::move(lacking)}};
   if (counts.Of(SentenceKind::Fix) == 0) return json;
   constexpr std::size_t kClockAt = 11;  // in "2024-05-01 12:34:56.789"
   const auto text = [&](Instant time) { return trajectory.date ? IsoText(time) : TimeText(time).substr(kClockAt); };
@@ -75,6 +78,7 @@ Json JsonOf(const Trajectory& trajectory) {
                {"dateSource", trajectory.date ? Json(trajectory.dateSource) : Json(nullptr)},
                {"first", text(trajectory.first)},
                {"last", text(trajectory.last)},
+               {"fixesReordered", trajectory.moved},
                {"bounds", JsonOf(trajectory.bounds)},
                {"gaps", std::move(gaps)}});
   return json;
@@ -161,6 +165,11 @@ Json JsonOf(const std::vector<Finding>& findings) {
 const char* WordFor(PairMode mode) {
   constexpr const char* kWords[] = {"time", "order", "number"};
   return kWords[static_cast<std::size_t>(mode)];
+}
+
+const char* WordFor(ClockState state) {
+  constexpr const char* kWords[] = {"unchecked", "certain", "partly certain", "ambiguous", "no match"};
+  return kWords[static_cast<std::size_t>(state)];
 }
 
 const char* WordFor(Severity severity) {

@@ -33,6 +33,8 @@ Json JsonOf(const std::vector<Finding>& findings);
 
 /// "time", "order", "number"
 const char* WordFor(PairMode mode);
+/// "unchecked", "certain", "partly certain", "ambiguous", "no match"
+const char* WordFor(ClockState state);
 /// "note", "warning", "doubt", "failure"
 const char* WordFor(Severity severity);
 

@@ -1,3 +1,4 @@
+#include "georef/FixQualities.h"
 #include "mission/Steps.h"
 #include "platform/FileNames.h"
 #include "report/Json.h"
@@ -22,6 +23,12 @@ Json InputOf(const fs::path& file, const std::optional<Input>& of) {
   Json json = {{"file", PathOrNull(file)}};
   json.update(JsonOf(*of));
   return json;
+}
+
+/// The one that gives the places.
+const fs::path& UsedTrajectory(const Mission& mission) {
+  const bool isRead = mission.trajectory && !mission.trajectory->file.empty();
+  return isRead ? mission.trajectory->file : mission.settings.trajectory;
 }
 
 Json EventsOf(const Mission& mission) {
@@ -82,6 +89,20 @@ Json SharpnessOf(const std::optional<SharpnessSummary>& sharpness) {
   return json;
 }
 
+Json ClockOf(const ClockCheck& clock) {
+  Json stretches = Json::array();
+  for (const ClockStretch& stretch : clock.stretches)
+    stretches.push_back({{"firstPhoto", Utf8(stretch.firstPhoto)},
+                         {"lastPhoto", Utf8(stretch.lastPhoto)},
+                         {"offsetSeconds", stretch.offsetSeconds},
+                         {"sigmaSeconds", stretch.sigmaSeconds},
+                         {"driftPpm", stretch.driftPpm}});
+  return {{"state", WordFor(clock.state)},
+          {"stretches", std::move(stretches)},
+          {"candidatesSeconds", clock.candidates},
+          {"moved", clock.moved}};
+}
+
 Json ObjectOf(const Camera& camera) {
   Json json = {{"camera", camera.number},         {"read", camera.read},       {"placed", camera.placed},
                {"paired", camera.pairing.paired}, {"dropped", camera.dropped}, {"photoFolder", nullptr}};
@@ -89,10 +110,12 @@ Json ObjectOf(const Camera& camera) {
   json.update({{"photoFolder", Utf8(camera.folder->path)},
                {"photos", camera.folder->photos.size()},
                {"pairedBy", WordFor(camera.pairing.mode)},
-               {"offsetSeconds", camera.offsetSeconds}});
+               {"offsetSeconds", camera.offset.seconds},
+               {"clock", camera.clock ? ClockOf(*camera.clock) : Json(nullptr)}});
   PutDifferences(camera.pairing.differences, json);
   json.update({{"photosWithoutEvent", Names(camera.pairing.unused)},
                {"photosOfSeveralEvents", Names(camera.pairing.shared)},
+               {"uncertainPairs", camera.pairing.uncertain},
                {"sharpness", SharpnessOf(camera.sharpness)}});
   return json;
 }
@@ -105,15 +128,30 @@ Json TickOf(double tick) {
 
 Json DropsOf(const Mission& mission) {
   Json list = Json::array();
-  for (const auto& [event, time, photoNumber, difference, drop] : mission.exposures) {
+  for (const Exposure& exposure : mission.exposures) {
+    const auto& drop = exposure.drop;
     if (!drop) continue;
-    Json json = {{"camera", event.CameraID}};
-    photoNumber ? json["photoNumber"] = *photoNumber : json["tick"] = TickOf(event.MasterTick);
-    json.update({{"time", JsonOf(time)}, {"code", CodeOf(drop->code)}, {"reason", TextOf(*drop)}});
+    Json json = {{"camera", exposure.event.CameraID}};
+    exposure.photoNumber ? json["photoNumber"] = *exposure.photoNumber
+                         : json["tick"] = TickOf(exposure.event.MasterTick);
+    json.update({{"time", JsonOf(exposure.time)}, {"code", CodeOf(drop->code)}, {"reason", TextOf(*drop)}});
     if (drop->code == DropCode::InsideGap) json["seconds"] = drop->seconds;
     list.push_back(std::move(json));
   }
   return list;
+}
+
+Json QualitiesOf(const PlaceQuality& places) {
+  Json json = Json::object();
+  for (std::size_t i = 0; i < places.photos.size(); ++i) {
+    if (places.photos[i] > 0) json[WordFor(PositionQuality(i))] = places.photos[i];
+  }
+  return json;
+}
+
+Json AccuracyOf(const AccuracyRange& range) {
+  if (range.known == 0) return nullptr;
+  return {{"known", range.known}, {"leastMetres", range.least}, {"largestMetres", range.largest}};
 }
 
 Json LayersIn(const fs::path& folder, const Mission& mission) {
@@ -136,8 +174,9 @@ std::string KVMission::SummaryJson(const Mission& mission, const std::filesystem
   return Written({{"program", "kvmission"},
                   {"version", Version()},
                   {"complete", mission.complete},
+                  {"doubtful", mission.doubtful},
                   {"mission", PathOrNull(settings.mission)},
-                  {"trajectory", InputOf(settings.trajectory, mission.trajectory)},
+                  {"trajectory", InputOf(UsedTrajectory(mission), mission.trajectory)},
                   {"events", EventsOf(mission)},
                   {"cameras", std::move(cameras)},
                   {"stations", StationsOf(mission.stations)},
@@ -150,7 +189,10 @@ std::string KVMission::SummaryJson(const Mission& mission, const std::filesystem
                   {"photos",
                    {{"first", JsonOf(mission.photoSpan.first)},
                     {"last", JsonOf(mission.photoSpan.last)},
-                    {"bounds", JsonOf(mission.photoBounds)}}},
+                    {"bounds", JsonOf(mission.photoBounds)},
+                    {"byQuality", QualitiesOf(mission.placeQuality)},
+                    {"horizontalAccuracy", AccuracyOf(mission.placeQuality.horizontal)},
+                    {"verticalAccuracy", AccuracyOf(mission.placeQuality.vertical)}}},
                   {"dropped", DropsOf(mission)},
                   {"layers", LayersIn(folder.empty() ? settings.output : folder, mission)},
                   {"findings", JsonOf(mission.findings)}});

@@ -1,8 +1,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <string_view>
 
 #include "base/Findings.h"
+#include "georef/FixQualities.h"
 #include "mission/OutputFolder.h"
 #include "mission/inputs/LeftOut.h"
 #include "platform/FileNames.h"
@@ -48,7 +50,9 @@ void PrintSpan(const TimeSpan& span, Page& page) {
 void PrintTrajectory(const Mission& mission, Page& page) {
   if (!mission.trajectory) return;
   const Trajectory& trajectory = *mission.trajectory;
-  page.Line("Trajectory  {}", Utf8(mission.settings.trajectory));
+  const bool isLog = std::string_view(trajectory.kind) == Trajectory().kind;
+  page.Line("Trajectory  {}{}", Utf8(trajectory.file.empty() ? mission.settings.trajectory : trajectory.file),
+            isLog ? "" : fmt::format(" ({})", trajectory.kind));
   page.Line("  {} of {} are usable fixes; date of the first: {} ({})", trajectory.counts.Of(SentenceKind::Fix),
             Counted(trajectory.counts.lines, "line"), trajectory.date ? DateText(*trajectory.date) : "unknown",
             trajectory.dateSource);
@@ -81,10 +85,19 @@ void PrintEvents(const Mission& mission, Page& page) {
               camera.read, camera.placed, camera.pairing.paired, camera.dropped, camera.read - camera.dropped);
 }
 
+void PrintClock(const Camera& camera, Page& page) {
+  const ClockCheck& clock = *camera.clock;
+  page.Line("    clock: {}", WordFor(clock.state));
+  for (const ClockStretch& stretch : clock.stretches)
+    page.Line("    offset {:+.3f} s (sigma {:.3f} s), drift {:+.0f} ppm, from {} to {}", stretch.offsetSeconds,
+              stretch.sigmaSeconds, stretch.driftPpm, Utf8(stretch.firstPhoto), Utf8(stretch.lastPhoto));
+}
+
 void PrintPairing(const Camera& camera, Page& page) {
   const Pairing& pairing = camera.pairing;
   page.Line("  camera {} photos: {} in {}, paired by {}, {} without an event", camera.number,
             camera.folder->photos.size(), Utf8(camera.folder->path), WordFor(pairing.mode), pairing.unused.size());
+  if (camera.clock) PrintClock(camera, page);
   if (pairing.differences)
     page.Line("    time difference to the events: median {:.3f} s, largest {:.3f} s", pairing.differences->median,
               pairing.differences->largest);
@@ -168,15 +181,33 @@ void PrintApplanix(const Mission& mission, Page& page) {
 
 void PrintDrops(const Mission& mission, Page& page) {
   std::size_t dropped = 0;
-  for (const auto& [event, time, photoNumber, difference, drop] : mission.exposures) {
-    if (!drop) continue;
+  for (const Exposure& exposure : mission.exposures) {
+    if (!exposure.drop) continue;
     if (dropped == 0) page.Line("Dropped");
     if (++dropped > kDropsNamed) continue;
-    page.Line("  camera {}, {}, {}: {}", event.CameraID,
-              photoNumber ? fmt::format("number {}", *photoNumber) : fmt::format("tick {:.0f}", event.MasterTick),
-              time ? TimeText(*time) : "no time", TextOf(*drop));
+    page.Line("  camera {}, {}, {}: {}", exposure.event.CameraID,
+              exposure.photoNumber ? fmt::format("number {}", *exposure.photoNumber)
+                                   : fmt::format("tick {:.0f}", exposure.event.MasterTick),
+              exposure.time ? TimeText(*exposure.time) : "no time", TextOf(*exposure.drop));
   }
   if (dropped > kDropsNamed) page.Line("  and {} more; {} lists all", dropped - kDropsNamed, WholeLists(mission));
+}
+
+void PrintAccuracy(const char* direction, const AccuracyRange& range, Page& page) {
+  if (range.known > 0)
+    page.Line("    {} {:.3f} to {:.3f} m (one sigma), known for {}", direction, range.least, range.largest,
+              range.known);
+}
+
+void PrintPlaceQuality(const PlaceQuality& places, Page& page) {
+  std::string counts;
+  for (std::size_t i = 0; i < places.photos.size(); ++i) {
+    if (places.photos[i] > 0)
+      counts += fmt::format("{}{} {}", counts.empty() ? "" : ", ", WordFor(PositionQuality(i)), places.photos[i]);
+  }
+  if (!counts.empty()) page.Line("  places of photos by quality: {}", counts);
+  PrintAccuracy("horizontal", places.horizontal, page);
+  PrintAccuracy("vertical", places.vertical, page);
 }
 
 void PrintLayers(const Mission& mission, Page& page) {
@@ -186,16 +217,17 @@ void PrintLayers(const Mission& mission, Page& page) {
   if (const TimeSpan& span = mission.photoSpan; span.first)
     page.Line("  photos from {} to {} UTC", TimeText(*span.first), TimeText(*span.last));
   PrintBounds(mission.photoBounds, page);
+  PrintPlaceQuality(mission.placeQuality, page);
 }
 
-/// Lists failures and doubts; counts warnings.
-void PrintFindings(const Mission& mission, Page& page) {
-  const auto& findings = mission.findings;
-  for (const Severity severity : {Severity::Failure, Severity::Doubt}) {
-    for (const Finding& finding : findings) {
-      if (finding.severity == severity) page.Line("{}: {}", WordFor(severity), finding.text);
-    }
+void PrintDoubts(const Mission& mission, Page& page) {
+  for (const Finding& finding : mission.findings) {
+    if (finding.severity >= Severity::Doubt) page.Line("{}: {}", WordFor(finding.severity), finding.text);
   }
+}
+
+void PrintWarnings(const Mission& mission, Page& page) {
+  const auto& findings = mission.findings;
   const auto warnings = static_cast<std::size_t>(std::count_if(
       findings.begin(), findings.end(), [](const Finding& finding) { return finding.severity == Severity::Warning; }));
   if (warnings > 0) page.Line("{}: see {}", Counted(warnings, "warning"), WholeLists(mission));
@@ -207,6 +239,7 @@ void PrintFindings(const Mission& mission, Page& page) {
 std::string KVMission::SummaryText(const Mission& mission) {
   using namespace kv::mission;
   Page page;
+  PrintDoubts(mission, page);
   PrintTrajectory(mission, page);
   PrintEvents(mission, page);
   for (const Camera& camera : mission.cameras) {
@@ -221,6 +254,6 @@ std::string KVMission::SummaryText(const Mission& mission) {
   if (mission.pos) page.Append(PosText(*mission.pos));
   PrintDrops(mission, page);
   PrintLayers(mission, page);
-  PrintFindings(mission, page);
+  PrintWarnings(mission, page);
   return page.Take();
 }

@@ -63,10 +63,51 @@ TEST_F(DroneTest, PhotosFindTheirExposuresByNumber) {
   EXPECT_NE(temp_.Read("out").find("number 4"), std::string::npos);
 }
 
+/// The offsets of every line are 11 mm south, 13 mm east and 25 mm up, in files that say 0.1, 0.1 and 0.2 m.
+TEST_F(DroneTest, OffsetsAreAddedWhenWanted) {
+  for (const std::string option : {"", " --timestamp-offsets"}) {
+    EXPECT_EQ(Shell("$K run m -o o --overwrite --no-sharpness" + option), 3) << Errors();
+    const Json photos = Summary()["photos"];
+    // A degree of latitude has 110,993 m there (tables of the ellipsoid), one of longitude 88,073 m.
+    EXPECT_NEAR(photos["bounds"]["south"], 37.80001 - (option.empty() ? 0 : 0.011 / 110'993), 1e-11) << option;
+    EXPECT_NEAR(photos["bounds"]["west"], -122.4 + (option.empty() ? 0 : 0.013 / 88'073), 1e-11) << option;
+    EXPECT_NEAR(photos["bounds"]["highest"], option.empty() ? 20.5 : 20.525, 1e-9) << option;
+    EXPECT_EQ(photos["byQuality"], (Json{{"FIXED", 3}}));
+    EXPECT_EQ(photos["horizontalAccuracy"], (Json{{"known", 3}, {"leastMetres", 0.1}, {"largestMetres", 0.1}}));
+    EXPECT_NE(Errors().find(option.empty() ? "0.030 m are not added;" : "0.030 m are added;"), std::string::npos);
+  }
+}
+
+TEST_F(DroneTest, CoarsePlacesAreNamed) {
+  struct {
+    const char* ends[2];  // of two lines: standard deviations and flag
+    const char* said;     // empty: nothing
+  } const rows[] = {
+      {{"0.1, 0.1, 0.2\t50,Q", "0.1, 0.1, 0.9\t34,Q"}, ""},
+      {{"0.1, 0.1, 0.2\t50,Q", "0.1, 0.1, 1.0\t34,Q"}, "1 of 2 exposures with a place good to metres only: 0 by"},
+      {{"0.1, 0.1, 0.2\t16,Q", "0.7, 0.8, 0.9\t16,Q"}, "2 of 2 exposures with a place good to metres only: 2 by"},
+      {{"0, 0, 0\t50,Q", "x, 5, 5\t50,Q"}, ""},
+      {{"5, 5, 5\t50", "1e9, 5, 5\t50,Q"}, "deviations up to 5.00 m"},
+  };
+  for (const auto& [ends, said] : rows) {
+    std::string flight;
+    for (const char* end : ends) {
+      const std::string line = Exposure(1, "273851.0", "37.80001");
+      flight += line.substr(0, line.find("0.1, 0.1")) + end + "\n";
+    }
+    temp_.Write("two.MRK", flight);
+    EXPECT_EQ(Shell("$K info two.MRK"), 0);
+    const std::string text = temp_.Read("out");
+    EXPECT_EQ(text.find("good to metres") != text.npos, *said != '\0') << text;
+    EXPECT_NE(text.find(said), text.npos) << text;
+  }
+}
+
 TEST_F(DroneTest, PlacesComeFromThePostProcessedTrajectoryWhenWanted) {
-  const std::string run = "$K run m -o o --overwrite --no-sharpness --applanix sbet.txt --max-gap 10 --position ";
+  const std::string run =
+      "$K run m -o o --overwrite --accept-doubt --no-sharpness --applanix sbet.txt --max-gap 10 --position ";
   for (const std::string position : {"timestamps", "post-processed"}) {
-    EXPECT_EQ(Shell(run + position), 3) << Errors();
+    EXPECT_EQ(Shell(run + position), 4) << Errors();  // the export has no date
     const Json summary = Summary();
     EXPECT_EQ(summary["positions"]["used"], position);
     EXPECT_EQ(summary["positions"]["compared"], 3);
@@ -100,13 +141,14 @@ TEST_F(DroneTest, ExitCodesTellHowItWent) {
       {"$K run m -o o --applanix h.txt", 3, "h.txt: no usable sample: places are not compared"},
       {"$K run m -o o --no-sharpness --applanix sbet.txt --position post-processed 2> e; code=$?; cat e >&2;"
        "grep -q 'post-processed trajectory: gap of 10.0 s' e && ! grep -q 'inside trajectory gaps' e && exit $code",
-       3, "4 exposures outside the post-processed trajectory"},
+       4, "4 exposures outside the post-processed trajectory"},
       {"(yes noise | head -n 50; printf '0,120000061021\\n5,31.5,2,0,1,3,0,0\\n9,120009061021\\n') > sparse;"
        "$K run m -o o --orientation sparse --tolerance 1",
        3, "50 lines left out, without a stamp and seven numbers: line 1, 2, 3, 4, 5, ..."},
       {"mkfifo f; $K run --timestamps f -o u", 1, "f: not a regular file"},
       {"$K run m -o u --orientation sbet.txt", 1, "no orientation reading"},
       {"$K run m -o u --position post-processed", 2, "post-processed needs a trajectory: give"},
+      {"$K run --trajectory sbet.txt --timestamp-offsets -o u", 2, "--timestamp-offsets is for a drone mission"},
       {"$K run m -o u --position neither", 2, "timestamps or post-processed"},
       {"$K run m -o u --housekeeping sbet.txt", 2, "a drone mission has"},
       {"$K run --trajectory sbet.txt --photos m -o u", 2, "--timestamps"},

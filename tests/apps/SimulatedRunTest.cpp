@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <numbers>
@@ -57,12 +58,20 @@ std::vector<Row> ReadCsv(const std::string& text) {
 
 double Number(const Row& row, const char* name) { return std::strtod(row.at(name).c_str(), nullptr); }
 
-/// @param tolerance  metres, along each axis
-void ExpectPlace(const Row& photo, const Row& exposure, double tolerance) {
+struct Metres {
+  double north, east;
+};
+Metres DistanceOf(const Row& photo, const Row& exposure) {
   constexpr double kMetresPerDegree = 111'320;
   const double shrink = std::cos(Number(exposure, "latitude") * std::numbers::pi / 180);
-  EXPECT_NEAR((Number(photo, "Latitude") - Number(exposure, "latitude")) * kMetresPerDegree, 0, tolerance);
-  EXPECT_NEAR((Number(photo, "Longitude") - Number(exposure, "longitude")) * kMetresPerDegree * shrink, 0, tolerance);
+  return {(Number(photo, "Latitude") - Number(exposure, "latitude")) * kMetresPerDegree,
+          (Number(photo, "Longitude") - Number(exposure, "longitude")) * kMetresPerDegree * shrink};
+}
+
+/// @param tolerance  metres, along each axis
+void ExpectPlace(const Row& photo, const Row& exposure, double tolerance) {
+  EXPECT_NEAR(DistanceOf(photo, exposure).north, 0, tolerance);
+  EXPECT_NEAR(DistanceOf(photo, exposure).east, 0, tolerance);
   EXPECT_NEAR(Number(photo, "Altitude"), Number(exposure, "height"), tolerance);
 }
 
@@ -91,6 +100,54 @@ TEST(SimulatedRun, GivesTheTruthBack) {
       EXPECT_NEAR(Number(photo, "AdjGpsSec"), Number(exposure, "adj_gps_seconds"), 1e-3);
       ExpectPlace(photo, exposure, 0.02 + 0.005);  // interpolation, and the noise of the simulated receiver
     }
+  }
+}
+
+/// Photos of a layer that are more than a metre from the truth, or were taken at no exposure.
+std::size_t CountWrong(const TempFolder& temp) {
+  std::map<std::string, Row> truth;
+  for (const Row& row : ReadCsv(temp.Read("m/truth.csv")))
+    truth["cam" + row.at("camera") + "/" + row.at("photo")] = row;
+  std::size_t wrong = 0;
+  for (const Row& photo : ReadTable(temp.Read("o/photos.dbf"))) {
+    const std::string& path = photo.at("PhotoPath");
+    const Row& exposure = truth.at(path.substr(temp.Path().string().size() + 3));
+    const auto [north, east] = DistanceOf(photo, exposure);
+    wrong += exposure.at("master_tick") == "0" || std::hypot(north, east) > 1;
+  }
+  return wrong;
+}
+
+/// No photo is at a wrong place unless the exit code says that results are in doubt; then there is no photo layer.
+TEST(SimulatedRun, PlacesNoPhotoWronglyWithoutADoubt) {
+  struct {
+    const char *simulate, *run;
+    int code;
+    std::size_t photos;  // in the layer
+  } const rows[] = {
+      {"--cam1-clock 37 --names exif", "", 4, 0},
+      {"--cam1-clock 37 --names exif", "--cam1-offset auto", 3, 172},
+      {"--cam1-clock -7200.4 --cam2-clock 2", "", 4, 0},
+      {"--cam1-clock -7200.4 --cam2-clock 2", "--cam1-offset auto --cam2-offset auto", 3, 172},
+      {"--cam1-clock 0.3 --cam2-clock 0.3", "", 3, 172},
+      {"--names exif --cam1-drift 50 --extra-photos 0.05 --test-shots 20 --triggers irregular", "", 3, 0},
+      {"--names exif --cam1-reset 0.5,3600 --triggers irregular", "", 4, 0},
+      {"--names exif --cam1-reset 0.5,3600 --triggers irregular", "--cam1-offset auto", 3, 0},
+      {"--lost-photos 0.1 --missed-events 0.1 --names exif", "--cam1-offset auto", 3, 0},
+  };
+  for (const auto& [simulate, run, code, photos] : rows) {
+    SCOPED_TRACE(std::string(simulate) + " " + run);
+    const TempFolder temp;
+    const std::string command = "cd '" + temp.Path().string() + "' && '" KVMISSION_PROGRAM "' ";
+    const std::string options = std::string(" -q --minutes 4 --photo-size 16x16 ") + simulate;
+    ASSERT_EQ(std::system((command + "simulate m" + options).c_str()), 0);
+    const int status = std::system((command + "run m -o o -q --no-sharpness " + run).c_str());
+    EXPECT_EQ(WEXITSTATUS(status), code);
+    EXPECT_EQ(std::filesystem::exists(temp.Path() / "o/photos.dbf"), code != 4);
+    if (code == 4) continue;
+    EXPECT_EQ(CountWrong(temp), 0u);
+    const std::size_t inLayer = ReadTable(temp.Read("o/photos.dbf")).size();
+    EXPECT_EQ(inLayer, photos > 0 ? photos : inLayer);
   }
 }
 
@@ -129,6 +186,35 @@ TEST(SimulatedRun, PairsTheTruePairsAndNamesTheBlurredPhotos) {
       named.insert(std::to_string(camera["camera"].get<int>()) + photo["photo"].get<std::string>());
   }
   EXPECT_EQ(named, blurred);
+}
+
+/// The receiver falls back to float ambiguities from 09:31:00 to 09:31:30: photos in between say so, and no others do.
+TEST(SimulatedRun, SeparatesThePhotosWithoutRtk) {
+  const TempFolder temp;
+  const std::string command = "cd '" + temp.Path().string() + "' && ";
+  const std::string lose = R"(sed -i -E 's/\*..(\r?)$/\1/; /GGA,0931[0-2]/s/,E,4,/,E,5,/' m/trajectory.nmea)";
+  const std::string kvmission = " '" KVMISSION_PROGRAM "' ";
+  ASSERT_EQ(std::system((command + kvmission + "simulate m -q --minutes 3 --photo-size 16x16 && " + lose).c_str()), 0);
+  std::system((command + kvmission + "run m -o o -q --no-sharpness").c_str());
+  std::map<std::string, std::string> utc;  // by camera and tick
+  for (const Row& row : ReadCsv(temp.Read("m/truth.csv")))
+    utc[row.at("camera") + " " + row.at("master_tick")] = row.at("utc").substr(11, 12);
+  std::size_t lost = 0;
+  for (const Row& photo : ReadTable(temp.Read("o/photos.dbf"))) {
+    const std::string tick = photo.at("MasterTick").substr(0, photo.at("MasterTick").find('.'));
+    const std::string time = utc[photo.at("CameraID") + " " + tick];
+    const bool isInside = time >= "09:31:00.000" && time < "09:31:29.900",
+               isAtEnd = time >= "09:30:59.900" && time < "09:31:30";
+    const std::string quality = photo.at("POSQuality");
+    EXPECT_EQ(quality, isInside ? "FLOAT" : isAtEnd ? "MIXED" : "FIXED") << time;
+    lost += quality != "FIXED";
+  }
+  EXPECT_GT(lost, 10u);
+  const auto summary = nlohmann::json::parse(temp.Read("o/summary.json"));
+  for (const auto& finding : summary["findings"]) {
+    if (finding["code"] == "rtk-lost") lost -= finding["values"]["count"].get<std::size_t>();
+  }
+  EXPECT_EQ(lost, 0u);
 }
 
 /// Over the end of a GPS week, which is 18 s before the midnight that ends a Saturday.

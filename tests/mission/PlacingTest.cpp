@@ -30,10 +30,10 @@ TEST(Placing, NamesTheReasonForEveryDrop) {
   PlaceEvents(events, *mission.trajectory, job);
   EXPECT_EQ(job.Warnings().back(), "2 camera events inside trajectory gaps or across the 180th meridian: dropped");
   events[3].PhotoPath = L"/cam1/a.jpg";
-  std::vector<std::optional<double>> differences(events.size());
-  differences[3] = -0.25;
+  PhotosOfEvents photos(events.size());
+  photos[3].differenceSeconds = -0.25;
   std::vector<std::string> exposures;
-  for (const Exposure& exposure : ExposuresOf(events, differences, mission, *mission.trajectory)) {
+  for (const Exposure& exposure : ExposuresOf(events, photos, mission, *mission.trajectory)) {
     exposures.push_back(fmt::format("{} {:.0f} {} {}", exposure.event.CameraID, exposure.event.MasterTick,
                                     exposure.time ? TimeText(*exposure.time).substr(17) : "-",
                                     exposure.drop ? TextOf(*exposure.drop) : "stays"));
@@ -67,7 +67,7 @@ TEST(Placing, SaysWhyTheClockGivesNoTime) {
     TestJob job;
     Mission mission;
     auto& events = mission.events.emplace(ReadEventFile(folder.Path() / "clock", job)).events;
-    const auto exposures = ExposuresOf(events, std::vector<std::optional<double>>(events.size()), mission, {});
+    const auto exposures = ExposuresOf(events, PhotosOfEvents(events.size()), mission, {});
     ASSERT_EQ(exposures.size(), 1u) << file;
     EXPECT_EQ(exposures[0].drop ? TextOf(*exposures[0].drop) : "stays", reason) << file;
   }

@@ -29,11 +29,13 @@ TEST(Settings, AreGivenAsText) {
       {"pair", "Order", "must be order, time or auto", {}},
       {"position", "post-processed", "", [](const Settings& s) { return s.position == PositionSource::PostProcessed; }},
       {"position", "mrk", "must be timestamps or post-processed", {}},
-      {"cam1-offset", "-2.5", "", [](const Settings& s) { return s.camera1OffsetSeconds == -2.5; }},
-      {"cam2-offset", "+1e3", "", [](const Settings& s) { return s.camera2OffsetSeconds == 1000; }},
-      {"cam1-offset", "nan", "must be a number of seconds", {}},
-      {"cam1-offset", "1,5", "must be a number of seconds", {}},
-      {"cam1-offset", "-1000000001", "must be a number of seconds", {}},
+      {"cam1-offset", "-2.5", "", [](const Settings& s) { return s.camera1Offset == ClockOffset{-2.5}; }},
+      {"cam2-offset", "+1e3", "", [](const Settings& s) { return s.camera2Offset == ClockOffset{1000}; }},
+      {"cam1-offset", "auto", "", [](const Settings& s) { return s.camera1Offset.find; }},
+      {"event-offset", "-18", "", [](const Settings& s) { return s.eventOffsetSeconds == -18; }},
+      {"cam1-offset", "nan", "must be a number of seconds, or auto", {}},
+      {"cam1-offset", "1,5", "must be a number of seconds, or auto", {}},
+      {"cam1-offset", "-1000000001", "must be a number of seconds, or auto", {}},
       {"max-gap", "0.001", "", [](const Settings& s) { return s.maxGapSeconds == 0.001; }},
       {"max-gap", "0", "must be a positive number of seconds", {}},
       {"tolerance", "0", "", [](const Settings& s) { return s.toleranceSeconds == 0; }},
@@ -65,7 +67,8 @@ TEST(MissionToml, SettlesWhatIsLeftOpenElsewhere) {
   folder.Write("wgs84.prj", "GEOGCS[]");
   folder.Write(
       "mission.toml",
-      "trajectory = 'rover.nmea'\nevents = '/data/clock'\ndate = 2024-05-01\ncam1-offset = -2\nmax-gap = 0.5\n"
+      "trajectory = 'rover.nmea'\nevents = '/data/clock'\ndate = 2024-05-01\ncam1-offset = -2\ncam2-offset = "
+      "'auto'\nmax-gap = 0.5\n"
       "pair = 'order'\nhousekeeping = 'a'\nblur-factor = 0.1\ntolerance = 1e-7\nno-sharpness = true\njobs = 3\n"
       "target = 'wgs84.prj'\n");
   Settings settings = SettingsOf(folder.Path());
@@ -73,7 +76,8 @@ TEST(MissionToml, SettlesWhatIsLeftOpenElsewhere) {
   EXPECT_EQ(settings.trajectory, folder.Path() / "rover.nmea");
   EXPECT_EQ(settings.events, "/data/clock");
   EXPECT_EQ(DateText(settings.date.value()), "2024-05-01");
-  EXPECT_EQ(settings.camera1OffsetSeconds, -2);
+  EXPECT_EQ(settings.camera1Offset.seconds, -2);
+  EXPECT_TRUE(settings.camera2Offset.find);
   EXPECT_EQ(settings.maxGapSeconds, 0.5);
   EXPECT_EQ(settings.pair, PairBy::Order);
   EXPECT_EQ(settings.housekeeping, folder.Path() / "a");
@@ -83,7 +87,7 @@ TEST(MissionToml, SettlesWhatIsLeftOpenElsewhere) {
   EXPECT_EQ(settings.jobs, 3u);
   EXPECT_EQ(settings.target, (folder.Path() / "wgs84.prj").string());
   Set(settings, "cam1-offset", "1.5");  // the command line's
-  EXPECT_EQ(settings.camera1OffsetSeconds, 1.5);
+  EXPECT_EQ(settings.camera1Offset.seconds, 1.5);
 
   folder.Write("mission.toml", "target = 'EPSG:4326'\ndate = '2024-05-02'\n");
   EXPECT_EQ(SettingsOf(folder.Path()).target, "EPSG:4326");

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <sstream>
+
 #include "mission/inputs/LeftOut.h"
 #include "support/TempFolder.h"
 #include "support/TestJob.h"
@@ -37,7 +40,7 @@ TEST(Trajectory, TakesFixesAndCountsTheRest) {
           "$GNRMC,000001.00,A,4807.038,N,01131.000,E,0.0,,020524,,,A\r\n"
           "$GNRMC,000002.00,A,4807.038,N,01131.000,E,0.0,,090524,,,A\r\n"
           "\x80\xFF\n"
-          "$GNGGA,000001.123,4807.038,S,01131.000,W,5,70000,0.9,-5.4,ft,46.9,M,,",
+          "$GNGGA,000001.123,4807.038,S,01131.000,W,5,70000,0.9,1000,ft,46.9,M,,",
       {}, job);
   struct {
     const char* time;
@@ -48,7 +51,7 @@ TEST(Trajectory, TakesFixesAndCountsTheRest) {
   } const rows[] = {
       {"2024-05-01T23:59:50.500Z", 48 + 7.038 / 60, 11 + 31 / 60.0, 592.3, 46.9, L"M", PositionQuality::Fixed, 8},
       // Milliseconds go no finer than the hundredths of the format; a count stays within 16 bits.
-      {"2024-05-02T00:00:01.120Z", -48 - 7.038 / 60, -11 - 31 / 60.0, 41.5, 46.9, L"ft", PositionQuality::Float, 65535},
+      {"2024-05-02T00:00:01.120Z", -48 - 7.038 / 60, -11 - 31 / 60.0, 351.7, 46.9, L"M", PositionQuality::Float, 65535},
   };
   ASSERT_EQ(trajectory.fixes.size(), std::size(rows));
   ASSERT_EQ(trajectory.qualities.size(), std::size(rows));
@@ -73,9 +76,14 @@ TEST(Trajectory, TakesFixesAndCountsTheRest) {
   EXPECT_EQ(counts.truncatedTimes, 1u);
   // The sentence right after the first fix dates the log, not the earlier or a later one.
   EXPECT_EQ(DateText(trajectory.date.value()), "2024-05-01");
+  ExpectParts(job.Warnings(),
+              {"1 sentence dates the trajectory otherwise than most of the same stretch, first 2024-05-09 "
+               "instead of 2024-05-02"},
+              "");
 }
 
 TEST(Trajectory, IsDatedOnItsFirstFixAndBelievesTheUserFirst) {
+  const std::string may1 = "$GPZDA,000000.00,01,05,2024,00,00\n";
   const std::string may3 = "$GPZDA,000000.00,03,05,2024,00,00\n", may11 = "$GPZDA,000000.00,11,05,2024,00,00\n";
   struct {
     const char* what;
@@ -105,6 +113,18 @@ TEST(Trajectory, IsDatedOnItsFirstFixAndBelievesTheUserFirst) {
        "2024-05-01",
        "heartbeat",
        {"2024-05-01 (heartbeat), but the sentence says 2024-05-11"}},
+      {"sentence with a fix before heartbeat",
+       {{}, kMay1 + 1s},
+       Fix("000000") + may11,
+       "2024-05-11",
+       "sentence",
+       {"2024-05-11 (sentence), but the heartbeat says 2024-05-01"}},
+      {"heartbeat late in a long log",
+       {{}, kMay1 + 20h},
+       Fix("000000") + may1 + Fix("200000"),
+       "2024-05-01",
+       "sentence",
+       {}},
       {"nothing, only described", {{}, {}, false}, Fix("235950"), "", "", {}},
   };
   for (const auto& [what, sources, log, date, source, warnings] : rows) {
@@ -132,6 +152,8 @@ TEST(Trajectory, IsRefusedWithoutAFixOrADate) {
 /// What a log's peculiarity makes the engine say; nothing else is said.
 TEST(Trajectory, IsLookedThroughForWhatASurveyorShouldSee) {
   std::string pauses;
+  const std::string simulated = "$GPGGA,120000,4807.038,N,01131.000,E,8,08,0.9,545.4,M,46.9,M,,\n";
+  const std::string estimated = "$GPGGA,120001,4807.038,N,01131.000,E,6,08,0.9,545.4,M,46.9,M,,\n";
   for (const char* time : {"120000", "120003", "120006", "120009", "120012", "120015", "120018", "120021"})
     pauses += Fix(time);
   struct {
@@ -145,10 +167,17 @@ TEST(Trajectory, IsLookedThroughForWhatASurveyorShouldSee) {
        {"from 2024-05-01 12:00:00.000", "from 2024-05-01 12:00:03.000", "from 2024-05-01 12:00:06.000",
         "from 2024-05-01 12:00:09.000", "from 2024-05-01 12:00:12.000", "trajectory: 2 more gaps"}},
       {Fix("235959.99") + Fix("000000"), {}},
-      {Fix("120001") + Fix("120000") + Fix("120001"),
+      {Fix("120100") + Fix("120000") + Fix("120001"),
        {"trajectory: the time runs back 1 time: pieces out of order, or a gap of more than 12 hours over midnight"}},
       {Fix("120000", "17959.999,E") + Fix("120001", "17959.999,W"),
        {"trajectory: crosses the 180th meridian: the line there runs around the globe"}},
+      {Fix("120000") + Fix("120002") + Fix("120001") + Fix("120003") + Fix("120001"),
+       {"trajectory: 1 fix out of order by up to 1.00 s: put in order of time"}},
+      {Fix("120000") + Fix("120010") + Fix("120000.5"),
+       {"trajectory: gap of 9.5 s", "trajectory: 1 fix out of order by up to 9.50 s"}},
+      {simulated + estimated, {"1 fix of quality 8: written by a simulator", "1 fix of quality 6 or 7: estimated"}},
+      {Fix("120000") + "$GPGGA,120001,4807.038,N,01131.000,E,1,08,0.9,545.4,M,,M,,\n",
+       {"1 position sentence left out, without a valid geoid separation"}},
       {Fix("120000.125") + Fix("120000.250"), {"1 fix time finer than a hundredth of a second: cut to hundredths"}},
   };
   for (const auto& [text, warnings] : rows) {
@@ -167,8 +196,8 @@ TEST(Trajectory, CountsEveryMidnightOnce) {
       {{"235959.99", "000000", "120000", "235959", "000000"}, {1, 2, 2, 2, 3}},
       {{"225959", "010000", "130000", "003000"}, {1, 2, 2, 3}},
       {{"235959.90", "000000", "235959.95", "000000.10", "000000.05", "120000", "235959", "000000"},
-       {1, 2, 1, 2, 2, 2, 2, 3}},
-      {{"000000", "235959.90", "000000.10"}, {1, 30, 1}},
+       {1, 1, 2, 2, 2, 2, 2, 3}},
+      {{"000000", "235959.90", "000000.10"}, {30, 1, 1}},
       {{"060000", "190000", "170000"}, {1, 1, 1}},
   };
   for (const auto& [times, days] : rows) {
@@ -178,6 +207,70 @@ TEST(Trajectory, CountsEveryMidnightOnce) {
     std::vector<int> read;
     for (const auto& fix : Read(text, {kMay1, {}}, job).fixes) read.push_back(fix.SystemTimeUTC.wDay);
     EXPECT_EQ(read, days) << text;
+  }
+}
+
+/// In a log each letter is a sentence: a fix "F" or a dated sentence "D", at a time and, the latter, on a day of May 2024.
+std::string LogOf(const std::string& items) {
+  std::string log;
+  std::istringstream words(items);
+  for (std::string word; words >> word;) {
+    const std::string time = word.substr(1, 6);
+    log += word[0] == 'F' ? Fix(time)
+                          : "$GNRMC," + time + ",A,4807.038,N,01131.000,E,0.0,," + word.substr(8) + "0524,,,A\n";
+  }
+  return log;
+}
+
+TEST(Trajectory, FollowsTheDatesOfItsSentences) {
+  const char* const disagree = "otherwise than most of the same stretch";
+  struct {
+    const char *what, *log;
+    std::vector<int> days;  // of May 2024
+    std::vector<const char*> warnings;
+  } const rows[] = {
+      {"one day", "F120000 D120000/03 F120001 D120001/03", {3, 3}, {}},
+      {"the first date follows a midnight", "F100000 F160000 F235959 F000001 D000001/04", {3, 3, 3, 4}, {}},
+      {"a log appended, dated behind its fixes",
+       "F120000 D120000/03 F120001 D120001/03 F083000 F083001 D083001/09 F083002",
+       {3, 3, 9, 9, 9},
+       {}},
+      {"a log appended, dated before its fixes",
+       "D120000/03 F120000 D120001/03 F120001 D083000/09 F083000",
+       {3, 3, 9},
+       {}},
+      {"days without a fix", "F120000 D120000/03 F130000 D130000/06 F130001 D130001/06", {3, 6, 6}, {}},
+      {"a wrong date in between", "F120000 D120000/03 F120001 D120001/09 F120002 D120002/03", {3, 3, 3}, {disagree}},
+      {"a receiver learns the date", "F120000 D120000/03 F120001 D120001/09 F120002 D120002/09", {9, 9, 9}, {disagree}},
+      {"two pauses between two dates",
+       "F120000 D120000/03 F130000 F140000 D140000/09",
+       {3, 9, 9},
+       {"of 1 fix is uncertain"}},
+      {"before the first fix only the last counts, if no other", "D110000/01 D120000/03 F120001", {3}, {}},
+  };
+  for (const auto& [what, log, days, warnings] : rows) {
+    TestJob job;
+    std::vector<int> read;
+    for (const auto& fix : Read(LogOf(log), {}, job).fixes) read.push_back(fix.SystemTimeUTC.wDay);
+    EXPECT_EQ(read, days) << what;
+    ExpectParts(job.Warnings(), warnings, what);
+  }
+}
+
+/// GST sentences before and after the fix of their time, with errors whose mean square is a square; the middle fix has none.
+TEST(Trajectory, TakesStandardDeviations) {
+  TestJob job;
+  const Trajectory trajectory = Read("$GPGST,120000.00,9,,,,0.01,0.07,0.07\n" + Fix("120000") + Fix("120001") +
+                                         "$GPGST,120002.00,9,,,,0.3,0.4,x\n" + Fix("120002") + Fix("120003") +
+                                         "$GPGST,120003.00,9,,,,0.1,0.7,0.7\n",
+                                     {kMay1, {}}, job);
+  const std::pair<float, float> rows[] = {{0.05f, 0.07f}, {0, 0}, {0, 0}, {0.5f, 0.7f}};  // 0: unknown
+  ASSERT_EQ(trajectory.qualities.size(), std::size(rows));
+  for (std::size_t i = 0; i < std::size(rows); ++i) {
+    const FixQuality& quality = trajectory.qualities[i];
+    const auto orZero = [](float sigma) { return std::isnan(sigma) ? 0 : sigma; };
+    EXPECT_FLOAT_EQ(orZero(quality.horizontalSigma), rows[i].first) << i;
+    EXPECT_FLOAT_EQ(orZero(quality.verticalSigma), rows[i].second) << i;
   }
 }
 

@@ -5,17 +5,25 @@
 namespace kv::mission {
 namespace {
 
+using namespace std::string_view_literals;
+
 // The sentence with checksum 47 is the example that receivers' manuals share.
 TEST(NmeaSentence, TellsFixesFromOtherLines) {
   struct {
-    const char* line;
+    std::string_view line;
     SentenceKind kind;
   } const rows[] = {
       {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*47", SentenceKind::Fix},
       {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*47 \r", SentenceKind::Fix},
       {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*48", SentenceKind::BadChecksum},
       {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*4", SentenceKind::BadChecksum},
-      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*47$GPGGA", SentenceKind::BadChecksum},
+      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*47$GPGGA", SentenceKind::Fix},
+      {"$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*47 \r\xB5\x62\0*$x,"sv, SentenceKind::Fix},
+      {"12:35:19 rx> $GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*47", SentenceKind::Fix},
+      {"\xB5\x62\0$AB*\x01$$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*47"sv, SentenceKind::Fix},
+      {"$GPGGA,1235$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*48", SentenceKind::BadChecksum},
+      {"$GPGSA,A$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,", SentenceKind::Fix},
+      {"price in $, and more", SentenceKind::NotASentence},
       {"$BDGGA,123519.45,9000.00,S,18000.000,W,8,08,+0.9,-5.4,M,-46.9", SentenceKind::Fix},
       {"$GPGGA,,,,,,0,,,,M,,M,,*66", SentenceKind::NoFix},
       {"$GPGGA,123519,4807.038,N,01131.000,E,0,00,,545.4,M,46.9,M,,", SentenceKind::NoFix},
@@ -43,6 +51,38 @@ TEST(NmeaSentence, TellsFixesFromOtherLines) {
   };
   Sentence sentence;
   for (const auto& [line, kind] : rows) EXPECT_EQ(Classify(line, sentence), kind) << line;
+}
+
+/// The field that keeps a position sentence from being a fix; heights in metres when it is one.
+TEST(NmeaSentence, NamesWhatIsMissing) {
+  struct {
+    const char* rest;  // of a sentence, after the longitude
+    const char* lacks;
+    double height, separation;
+  } const rows[] = {
+      {"E,1,08,0.9,545.4,M,46.9,M,,", "", 545.4, 46.9},
+      {"E,1,08,0.9,1000,F,46.9,M,,", "", 304.8, 46.9},
+      {"E,1,08,0.9,1000,ft,-100", "", 304.8, -30.48},
+      {"E,1,08,0.9,545.4,M,100,FT,,", "", 545.4, 30.48},
+      {"E,1,08,0.9,545.4,K,46.9,K,,", "known unit of height", 0, 0},
+      {"E,1,08,0.9,545.4,M,46.9,X,,", "known unit of height", 0, 0},
+      {"E,1,08,0.9,545.4,,46.9,M,,", "known unit of height", 0, 0},
+      {"E,1,08,0.9,545.4,M,,M,,", "geoid separation", 0, 0},
+      {"E,1,08,0.9,,M,,M,,", "height", 0, 0},
+      {"E,1,08,,545.4,M,46.9,M,,", "HDOP", 0, 0},
+      {"E,1,,0.9,545.4,M,46.9,M,,", "number of satellites", 0, 0},
+      {"E,x,08,0.9,545.4,M,46.9,M,,", "quality", 0, 0},
+      {"X,1,08,0.9,545.4,M,46.9,M,,", "latitude or longitude", 0, 0},
+  };
+  Sentence sentence;
+  for (const auto& [rest, lacks, height, separation] : rows) {
+    const bool isFix =
+        Classify(std::string("$GPGGA,123519,4807.038,N,01131.000,") + rest, sentence) == SentenceKind::Fix;
+    EXPECT_EQ(isFix ? "" : sentence.lacks, std::string(lacks)) << rest;
+    if (!isFix) continue;
+    EXPECT_NEAR(sentence.fix.height, height, 1e-9) << rest;
+    EXPECT_NEAR(sentence.fix.separation, separation, 1e-9) << rest;
+  }
 }
 
 TEST(NmeaSentence, ReadsTimesOfDayToTheHundredth) {

@@ -51,7 +51,8 @@ TEST(Summary, HasForms) {
       {text, "704 lines that are not NMEA sentences", true},
       {text, "3 read, 0 placed, 0 paired, 2 dropped, 1 in the layer\n", true},
       {text, "camera 1, tick 4294967295, 2024-05-01 12:34:56.789: no photo\n", true},
-      {text, "doubt: second\n1 warning: see the JSON summary\n", true},
+      {text, "doubt: second\nTrajectory", true},
+      {text, "1 warning: see the JSON summary\n", true},
       {text, "a note", false},
   };
   for (const auto& [page, part, isThere] : rows)

@@ -31,10 +31,25 @@ std::size_t NameFailures(const Paths& photos, const Grades& grades) {
   return failures;
 }
 
+/// A folder stands for the photos in it.
+Paths PhotosAt(const std::vector<std::string>& names) {
+  Paths photos;
+  for (const std::filesystem::path path : names) {
+    if (!std::filesystem::is_directory(path)) {
+      photos.push_back(path);
+      continue;
+    }
+    const Paths inside = KVMission::PhotosIn(path);
+    if (inside.empty()) throw KVMission::Failure(KVMission::Utf8(path) + ": a folder without JPEG photos");
+    for (const auto& name : inside) photos.push_back(path / name);
+  }
+  return photos;
+}
+
 ExitCode GradeFiles(const GradeOptions& options) {
   CatchInterrupts();
   Messages messages(options.common.Wanted());
-  const Paths photos(options.photos.begin(), options.photos.end());
+  const Paths photos = PhotosAt(options.photos);
   const Grades grades = KVMission::GradePhotos(photos, options.common.jobs, messages);
   messages.ClearProgress();
   if (options.json) {
@@ -52,7 +67,7 @@ ExitCode GradeFiles(const GradeOptions& options) {
 void AddGradeCommand(CLI::App& app, ExitCode& exitCode) {
   CLI::App& command = *app.add_subcommand("grade", "Tell how sharp photos are");
   const auto options = std::make_shared<GradeOptions>();
-  command.add_option("PHOTO", options->photos, "photos; a larger sharpness is sharper")->required();
+  command.add_option("PHOTO", options->photos, "photos, or folders of them; a larger sharpness is sharper")->required();
   AddJobsOption(command, options->common, "photos graded at a time");
   command.add_flag("--json", options->json, "print JSON: an array with an object for each photo");
   command.add_flag("-q,--quiet", options->common.quiet, "show no progress");

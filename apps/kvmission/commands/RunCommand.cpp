@@ -1,4 +1,5 @@
 #include <fmt/format.h>
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -18,6 +19,7 @@ struct RunOptions {
   std::string mission;
   std::vector<std::pair<std::string, std::string>> given;  // settings by key
   bool json = false;
+  bool dryRun = false;
   CommonOptions common;
 };
 
@@ -33,22 +35,34 @@ void AddSettings(CLI::App& command, RunOptions& options) {
     if (key.type == Type::Flag) {
       command.add_flag_function(
           option, [store](std::int64_t count) { store(count > 0 ? "true" : "false"); }, key.help);
+    } else if (key.isList) {
+      const auto storeAll = [store](const std::vector<std::string>& texts) {
+        std::for_each(texts.begin(), texts.end(), store);
+      };
+      command.add_option_function<std::vector<std::string>>(option, storeAll, key.help)
+          ->type_name(key.placeholder)
+          ->allow_extra_args(false);
     } else {
       command.add_option_function<std::string>(option, store, key.help)->type_name(key.placeholder);
     }
   }
-  command.get_option("--output")->required();
 }
 
 /// The command line decides before the mission.toml.
 Settings SettingsFor(const RunOptions& options) {
   Settings settings = options.mission.empty() ? Settings() : KVMission::SettingsOf(options.mission);
+  const auto isTrajectory = [](const auto& entry) { return entry.first == "trajectory"; };
+  if (std::any_of(options.given.begin(), options.given.end(), isTrajectory))
+    settings.trajectory.clear(), settings.otherTrajectory.clear();
   for (const auto& [key, text] : options.given) KVMission::Set(settings, key, text);
+  if (options.dryRun) settings.output.clear();
   return settings;
 }
 
 ExitCode Run(const RunOptions& options) {
   const Settings settings = SettingsFor(options);
+  if (settings.output.empty() && !options.dryRun)
+    throw Failure("give a folder for the results with --output, or --dry-run", Failure::Reason::WrongUsage);
   if (settings.mission.empty() && settings.trajectory.empty() && settings.timestamps.empty())
     throw Failure("give a mission folder, --trajectory FILE or --timestamps FILE", Failure::Reason::WrongUsage);
   CatchInterrupts();
@@ -60,6 +74,7 @@ ExitCode Run(const RunOptions& options) {
   } else if (!options.common.quiet) {
     fmt::print("{}", KVMission::SummaryText(mission));
   }
+  if (mission.doubtful) return ExitCode::Doubtful;
   return mission.complete ? ExitCode::Good : ExitCode::Unmatched;
 }
 
@@ -74,6 +89,7 @@ void AddRunCommand(CLI::App& app, ExitCode& exitCode) {
                   "options' names")
       ->type_name("FOLDER");
   AddSettings(command, *options);
+  command.add_flag("--dry-run", options->dryRun, "read, pair and report, but write nothing");
   command.add_flag("--json", options->json, "print the summary as JSON");
   AddVerbosity(command, options->common);
   command.callback([options, &exitCode] { exitCode = Run(*options); });

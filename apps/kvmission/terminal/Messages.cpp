@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstdio>
 
@@ -41,10 +42,8 @@ void Messages::OnFinding(const KVMission::Finding& finding) {
   const bool isNote = finding.severity == Severity::Note;
   if (verbosity_ == Verbosity::Quiet || (isNote && verbosity_ != Verbosity::Verbose)) return;
   ClearProgress();
-  ShowText(fmt::format("kvmission: {}{}\n",
-                       isNote                                ? ""
-                       : finding.severity == Severity::Doubt ? "doubt: "
-                                                             : "warning: ",
+  constexpr std::array kWords{"", "warning: ", "doubt: ", "failure: "};
+  ShowText(fmt::format("kvmission: {}{}\n", kWords.at(static_cast<std::size_t>(finding.severity)),
                        KVMission::Visible(finding.text)));
 }
 

@@ -12,6 +12,7 @@ enum class ExitCode {
   Failed = 1,
   WrongUsage = 2,
   Unmatched = 3,  ///< finished, but something was left unmatched or dropped
+  Doubtful = 4,   ///< finished, but results may be wrong
   Interrupted = 130,
 };
 ExitCode CodeFor(KVMission::Failure::Reason reason);

@@ -21,13 +21,15 @@ using Records = std::vector<EventRecord>;
 
 bool IsHeartbeat(const tagKVSystemEvent& event) { return event.Type == kHeartbeat; }
 
-Records ReadRecords(const std::filesystem::path& path, EventFile& file, Job& job) {
+Records ReadRecords(const std::filesystem::path& path, double offsetSeconds, EventFile& file, Job& job) {
   LineReader reader(path, CtrlZ::IsText, job, "reading events");
+  const auto offset = std::chrono::round<FileTimeTicks>(std::chrono::duration<double>(offsetSeconds));
   LocalCalendar calendar(Calendar::Utc);
   Records records;
   for (std::string_view line; reader.Next(line);) {
     auto [kind, record] = ClassifyEvent(line, calendar);
     record.line = reader.Number();
+    if (record.time) *record.time += offset;
     if (kind == EventKind::FaultyHeartbeat) file.faultyHeartbeats.push_back(record.line);
     if (kind == EventKind::Other && !WithoutBlanks(line).empty()) file.skipped.push_back(record.line);
     if (kind == EventKind::Heartbeat || kind == EventKind::CameraEvent) records.push_back(record);
@@ -145,9 +147,9 @@ EventLineKind ClassifyEvent(std::string_view line, LocalCalendar& calendar) {
   return {EventKind::Heartbeat, record};
 }
 
-EventFile ReadEventFile(const std::filesystem::path& path, Job& job) {
+EventFile ReadEventFile(const std::filesystem::path& path, Job& job, double offsetSeconds) {
   EventFile file;
-  Records records = ReadRecords(path, file, job);
+  Records records = ReadRecords(path, offsetSeconds, file, job);
   const Records wild = TakeOutWildTicks(records);
   file.wildTicks = LinesOf(wild);
   MakeContinuous(records);

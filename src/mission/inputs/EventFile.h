@@ -30,8 +30,9 @@ EventLineKind ClassifyEvent(std::string_view line, LocalCalendar& calendar);
 
 /// Reads what is sound in a system event file and reports the rest. Ticks are made continuous across wraps of the
 /// counter. A camera event from before the first heartbeat has no time.
+/// @param offsetSeconds  added to all times
 /// @throws Failure when the file cannot be read; (Stopped)
-EventFile ReadEventFile(const std::filesystem::path& path, Job& job);
+EventFile ReadEventFile(const std::filesystem::path& path, Job& job, double offsetSeconds = 0);
 
 /// @return nothing when there is no heartbeat
 std::optional<Instant> FirstHeartbeatTime(const std::vector<tagKVSystemEvent>& events);

@@ -8,6 +8,7 @@
 
 #include "mission/inputs/EventFile.h"
 #include "mission/inputs/PosFile.h"
+#include "mission/inputs/SbetFile.h"
 #include "mission/inputs/Trajectory.h"
 #include "photos/JpegHeader.h"
 #include "photos/PhotoTimes.h"
@@ -38,6 +39,7 @@ std::string_view TakeLine(std::string_view& text) {
 struct LineCounts {
   std::size_t lines = 0, sentences = 0, events = 0, heartbeats = 0, otherEvents = 0, housekeeping = 0, pos = 0;
   std::size_t exposures = 0, datedReadings = 0, clockedReadings = 0, applanixHeaders = 0;
+  bool hasPosHeader = false;
 
   /// Files often begin with comments or half a line, so a tenth of the lines is enough.
   bool Prevail(std::size_t count) const { return count > 0 && 10 * count >= lines; }
@@ -48,6 +50,8 @@ struct LineCounts {
 LineCounts CountLines(std::string_view head) {
   LineCounts counts;
   Sentence sentence;
+  PosHeader header;
+  PosLineReader pos;
   LocalCalendar calendar(Calendar::Utc);
   while (!head.empty()) {
     const std::string_view line = TakeLine(head);
@@ -61,12 +65,16 @@ LineCounts CountLines(std::string_view head) {
     counts.heartbeats += event == EventKind::Heartbeat;
     counts.otherEvents += event == EventKind::CameraEvent && orientation != OrientationLine::Clocked;
     counts.housekeeping += IsHousekeepingLine(line);
-    counts.pos += IsPosLine(line);
+    BeginsNumber(line) ? header.EndBlock() : header.ReadComment(line);
+    if (header.Form() != pos.Form()) pos.Use(header.Form());
+    const PosLineKind posKind = pos.Read(line);
+    counts.pos += posKind == PosLineKind::Sample || posKind == PosLineKind::Baseline;
     counts.exposures += IsExposureLine(line);
     counts.datedReadings += orientation == OrientationLine::Dated;
     counts.clockedReadings += orientation == OrientationLine::Clocked;
     counts.applanixHeaders += EndsApplanixHeader(line);
   }
+  counts.hasPosHeader = header.IsFound();
   return counts;
 }
 
@@ -89,7 +97,7 @@ constexpr auto kRules = std::to_array<Rule>({
     {FileKind::Trajectory, [](const LineCounts& n) { return n.Prevail(n.sentences); }},
     {FileKind::Events, [](const LineCounts& n) { return n.heartbeats > 0 && n.Prevail(n.events); }},
     {FileKind::HousekeepingLog, [](const LineCounts& n) { return n.Prevail(n.housekeeping); }},
-    {FileKind::Pos, [](const LineCounts& n) { return n.Prevail(n.pos); }},
+    {FileKind::Pos, [](const LineCounts& n) { return n.Prevail(n.pos) || n.hasPosHeader; }},
 });
 
 Content DescribeNothing(const Path&, double, Job&) { return {}; }
@@ -105,12 +113,19 @@ Content Describe(const Path& path, double, Job& job) {
   return kRead(path, job);
 }
 
+Content DescribeEvents(const Path& path, double, Job& job) { return ReadEventFile(path, job); }
+
 Content DescribeTimestamps(const Path& path, double, Job& job) { return ReadTimestampFile(path, {}, job); }
 
 /// Without a date in the header the week is not known, but the seconds of week are.
 Content DescribeApplanix(const Path& path, double, Job& job) {
   constexpr std::chrono::sys_days kAnyDate = std::chrono::year{1980} / std::chrono::January / 6;
   return ReadApplanixExport(path, kAnyDate, job);
+}
+
+Content DescribeSbet(const Path& path, double, Job& job) {
+  std::vector<RawFix> fixes;
+  return ReadSbetFile(path, std::nullopt, fixes, job);
 }
 
 Content DescribePhoto(const Path& path, double, Job&) {
@@ -135,8 +150,7 @@ const std::vector<Input>& Inputs() {
   static const std::vector<Input> inputs{
       {Trajectory, "trajectory log (NMEA)", "trajectories", "trajectory", &Settings::trajectory, Bearer::Sensor,
        DescribeTrajectory},
-      {Events, "system event file", "event files", "events", &Settings::events, Bearer::Sensor,
-       Describe<ReadEventFile>},
+      {Events, "system event file", "event files", "events", &Settings::events, Bearer::Sensor, DescribeEvents},
       {HousekeepingLog, "housekeeping log", "housekeeping logs", "housekeeping", &Settings::housekeeping,
        Bearer::Sensor, Describe<ReadHousekeepingLog>},
       {Timestamps, "drone timestamp file", "timestamp files of a drone", "timestamps", &Settings::timestamps,
@@ -148,6 +162,7 @@ const std::vector<Input>& Inputs() {
       {Pos, "POS file", "POS files", "pos", &Settings::pos, Bearer::None, Describe<ReadPosFile>},
       {Applanix, "post-processed Applanix trajectory", "Applanix exports", "applanix", &Settings::applanix,
        Bearer::None, DescribeApplanix},
+      {Sbet, "post-processed trajectory (SBET)", "SBET files", nullptr, nullptr, Bearer::None, DescribeSbet},
       {Jpeg, "photo (JPEG)", "photos", nullptr, nullptr, Bearer::None, DescribePhoto},
       {Shapefile, "Shapefile", "Shapefiles", nullptr, nullptr, Bearer::None, DescribeShapefile},
       {Unknown, "unknown", "files", nullptr, nullptr, Bearer::None, DescribeNothing}};
@@ -161,6 +176,7 @@ const Input& InputOf(FileKind kind) {
 FileKind KindOfContent(std::string_view head) {
   if (head.starts_with(kJpegStart)) return FileKind::Jpeg;
   if (head.starts_with(kShapefileStart)) return FileKind::Shapefile;
+  if (BeginsLikeSbet(head)) return FileKind::Sbet;
   const LineCounts counts = CountLines(WithoutByteOrderMark(head));
   const auto rule = std::find_if(kRules.begin(), kRules.end(), [&](const Rule& entry) { return entry.holds(counts); });
   return rule == kRules.end() ? FileKind::Unknown : rule->kind;

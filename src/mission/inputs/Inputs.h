@@ -22,6 +22,7 @@ enum class FileKind {
   DatedOrientation,
   ClockedOrientation,
   Applanix,
+  Sbet,
   Jpeg,
   Shapefile
 };

@@ -7,6 +7,13 @@
 namespace kv::mission {
 namespace {
 
+std::string LackingText(const std::map<std::string, std::size_t, std::less<>>& lacking) {
+  std::string text;
+  for (const auto& [what, count] : lacking)
+    text += fmt::format("{}{} without a valid {}", text.empty() ? "" : ", ", count, what);
+  return text;
+}
+
 std::string TypesText(const std::map<std::string, std::size_t, std::less<>>& types) {
   constexpr std::size_t kTypesNamed = 20;  // a receiver writes fewer; binary junk can look like more
   std::string text;
@@ -26,6 +33,7 @@ std::string LeftOutText(const SentenceCounts& counts) {
     if (counts.Of(kind) == 0) continue;
     text += (text.empty() ? "" : ", ") + Counted(counts.Of(kind), words);
     if (kind == SentenceKind::OtherSentence) text += " (" + TypesText(counts.others) + ")";
+    if (kind == SentenceKind::Incomplete) text += " (" + LackingText(counts.lacking) + ")";
   }
   return text;
 }

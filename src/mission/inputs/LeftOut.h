@@ -31,14 +31,10 @@ inline constexpr auto kLeftOutSentences = std::to_array<LeftOut<SentenceKind>>({
 
 /// The words go on after "1 line" or "2 lines".
 inline constexpr auto kLeftOutPosLines = std::to_array<LeftOut<PosLineKind>>({
-    {PosLineKind::CalendarTime, "with a date and time of day instead of GPS week and seconds of week", "calendarTime"},
-    {PosLineKind::CommaSeparated, "with commas or semicolons between the columns instead of blanks", "commaSeparated"},
-    {PosLineKind::DegreesMinutesSeconds,
-     "with degrees, minutes and seconds in columns of their own instead of decimal degrees", "degreesMinutesSeconds"},
-    {PosLineKind::Ecef, "whose columns look like ECEF metres instead of latitude, longitude and height", "ecef"},
-    {PosLineKind::OutOfRange, "with a latitude or longitude out of range", "outOfRange"},
-    {PosLineKind::NotANumber, "where week, seconds, latitude, longitude or height is not a number", "notANumber"},
-    {PosLineKind::Short, "with fewer than 15 columns", "short"},
+    {PosLineKind::Baseline, "with a baseline from a reference position that the header does not give", "baseline"},
+    {PosLineKind::OutOfRange, "with a time, latitude or longitude out of range", "outOfRange"},
+    {PosLineKind::NotANumber, "where a number of time or place is not one", "notANumber"},
+    {PosLineKind::Short, "with fewer columns than the header names, or than 15", "short"},
     {PosLineKind::Comment, "with a comment or header", "comments"},
     {PosLineKind::Blank, "without text", "blank"},
 });

@@ -1,7 +1,12 @@
 #include "mission/inputs/PostProcessed.h"
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <utility>
+
+#include "mission/inputs/Trajectory.h"
+#include "platform/FileNames.h"
 
 namespace kv::mission {
 namespace {
@@ -33,7 +38,30 @@ std::size_t TakeOutOutliers(std::vector<Sample>& samples, Job& job) {
   return count;
 }
 
+void TellOfUntimed(std::size_t count, Job& job) {
+  if (count > 0) job.Add(Found::SamplesWithoutTime, {{"count", Count(count)}});
+}
+
 }  // namespace
+
+Trajectory TrajectoryOf(const std::filesystem::path& file, std::vector<RawFix>&& fixes, bool hasAttitudes,
+                        double maxGapSeconds, Job& job) {
+  TellOfUntimed(std::erase_if(fixes, [](const RawFix& fix) { return !HasTime(fix); }), job);
+  TakeOutOutliers(fixes, job);
+  const auto isRepeated = [](const RawFix& a, const RawFix& b) { return a.AdjGpsSec == b.AdjGpsSec; };
+  fixes.erase(std::unique(fixes.begin(), fixes.end(), isRepeated), fixes.end());  // nothing lies between them
+  if (fixes.empty()) throw Failure(Utf8(file) + ": no usable sample");
+  std::vector<tagKVTrajectoryObs> places(fixes.begin(), fixes.end());
+  Trajectory trajectory = InspectedTrajectory(std::move(places), maxGapSeconds);
+  for (const RawFix& fix : fixes) {
+    trajectory.qualities.push_back(fix.quality);
+    if (hasAttitudes) trajectory.attitudes.push_back(fix.attitude);
+  }
+  trajectory.counts.lines = trajectory.fixes.size();
+  trajectory.counts.kinds[static_cast<std::size_t>(SentenceKind::Fix)] = trajectory.fixes.size();
+  trajectory.date = std::chrono::floor<std::chrono::days>(trajectory.first), trajectory.dateSource = "file";
+  return trajectory;
+}
 
 std::size_t LeaveOutOutliers(std::vector<tagKVPosEvent>& samples, Job& job) { return TakeOutOutliers(samples, job); }
 
@@ -48,8 +76,7 @@ std::vector<tagKVTrajectoryObs> FixesOf(const std::vector<tagKVPosEvent>& sample
     fix.Latitude = sample.Latitude, fix.Longitude = sample.Longitude;
     fix.Altitude = sample.Height;
   }
-  const std::size_t untimed = samples.size() - fixes.size();
-  if (untimed > 0) job.Add(Found::SamplesWithoutTime, {{"count", Count(untimed)}});
+  TellOfUntimed(samples.size() - fixes.size(), job);
   TakeOutOutliers(fixes, job);
   return fixes;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <filesystem>
 #include <vector>
 
 #include "base/Job.h"
@@ -8,8 +9,21 @@
 /// Trajectories from post-processing, be they POS files or Applanix exports: which of their samples may be believed.
 namespace kv::mission {
 
+/// A fix as a file has it.
+struct RawFix : tagKVTrajectoryObs {
+  FixQuality quality;
+  Attitude attitude;
+};
+
+/// Makes a trajectory of fixes: leaves out those without a time and single ones out of the order of time, with findings;
+/// finds gaps, bounds and times.
+/// @throws Failure when none is left
+Trajectory TrajectoryOf(const std::filesystem::path& file, std::vector<RawFix>&& fixes, bool hasAttitudes,
+                        double maxGapSeconds, Job& job);
+
 /// Whether a sample is of the time since GPS began; others are of garbled weeks and seconds.
-inline bool HasTime(const tagKVPosEvent& sample) {
+template <typename Sample>
+bool HasTime(const Sample& sample) {
   constexpr double kGpsEpoch = -1e9;  // in adjusted seconds
   return sample.AdjGpsSec >= kGpsEpoch;
 }

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "georef/FixQualities.h"
 #include "photos/PhotoFolder.h"
 #include "platform/FileNames.h"
 #include "readers/DroneExposure.h"
@@ -28,11 +29,62 @@ bool IsInRange(const DroneExposure& exposure) {
          std::abs(exposure.longitude) <= 360 && std::abs(exposure.height) <= kLargestHeight;
 }
 
-std::optional<DroneExposure> ExposureIn(std::string_view line) {
+/// @param accuracy  filled for an exposure
+std::optional<DroneExposure> ExposureIn(std::string_view line, DroneAccuracy& accuracy) {
   if (line.size() > kLongestBoundedLine) return std::nullopt;
-  std::array<std::string_view, kDroneTokens> tokens;
-  const auto exposure = ReadDroneExposure(Tokenise(line, kDroneDelimiters, tokens));
-  return exposure && IsInRange(*exposure) ? exposure : std::nullopt;
+  std::array<std::string_view, kAllDroneTokens> room;
+  const auto tokens = Tokenise(line, kDroneDelimiters, room);
+  const auto exposure = ReadDroneExposure(tokens);
+  if (!exposure || !IsInRange(*exposure)) return std::nullopt;
+  accuracy = ReadDroneAccuracy(tokens);
+  return exposure;
+}
+
+PositionQuality QualityOf(std::optional<std::int32_t> flag) {
+  switch (flag.value_or(0)) {
+    case 16:
+      return PositionQuality::Single;
+    case 34:
+      return PositionQuality::Float;
+    case 50:
+      return PositionQuality::Fixed;
+    default:
+      return PositionQuality::None;
+  }
+}
+
+/// Deviations of 0 are those of a drone that does not know them.
+FixQuality QualityOf(const DroneAccuracy& accuracy) {
+  FixQuality quality;
+  quality.quality = QualityOf(accuracy.flag);
+  if (!accuracy.deviations) return quality;
+  const auto& [north, east, vertical] = *accuracy.deviations;
+  if (north > 0 && east > 0) quality.horizontalSigma = HorizontalSigma(north, east);
+  if (vertical > 0) quality.verticalSigma = static_cast<float>(vertical);
+  return quality;
+}
+
+AntennaOffset OffsetOf(const DroneAccuracy& accuracy) {
+  if (!accuracy.offset) return {};
+  const auto& [north, east, down] = *accuracy.offset;
+  return {north / 1000, east / 1000, down / 1000};
+}
+
+void TellOfCoarsePlaces(const TimestampFile& file, Job& job) {
+  constexpr float kCoarse = 1;  // metres
+  std::size_t coarse = 0, single = 0;
+  float largest = 0;
+  for (const FixQuality& quality : file.qualities) {
+    const bool isSingle = quality.quality == PositionQuality::Single;
+    coarse += isSingle || quality.horizontalSigma >= kCoarse || quality.verticalSigma >= kCoarse;
+    single += isSingle;
+    for (const float sigma : {quality.horizontalSigma, quality.verticalSigma}) largest = std::fmax(largest, sigma);
+  }
+  if (coarse > 0)
+    job.Add(Found::PlacesCoarse, {{"count", Count(coarse)},
+                                  {"exposures", Count(file.qualities.size())},
+                                  {"single", Count(single)},
+                                  {"metres", double{largest}}});
 }
 
 /// The photos of a folder by number.
@@ -61,7 +113,10 @@ class PhotosByNumber {
 
 }  // namespace
 
-bool IsExposureLine(std::string_view line) { return ExposureIn(line).has_value(); }
+bool IsExposureLine(std::string_view line) {
+  DroneAccuracy accuracy;
+  return ExposureIn(line, accuracy).has_value();
+}
 
 TimestampFile ReadTimestampFile(const std::filesystem::path& path, const std::filesystem::path& photoFolder, Job& job) {
   RefuseUnlessRegular(path);
@@ -69,8 +124,9 @@ TimestampFile ReadTimestampFile(const std::filesystem::path& path, const std::fi
   if (!photoFolder.empty()) photos.emplace(photoFolder);
   TimestampFile file;
   LineReader reader(path, CtrlZ::EndsText, job, "reading timestamps");
+  DroneAccuracy accuracy;
   for (std::string_view line; reader.Next(line);) {
-    const auto exposure = ExposureIn(line);
+    const auto exposure = ExposureIn(line, accuracy);
     if (!exposure) {
       if (!WithoutBlanks(line, " \t").empty()) file.skipped.push_back(reader.Number());
       continue;
@@ -78,6 +134,8 @@ TimestampFile ReadTimestampFile(const std::filesystem::path& path, const std::fi
     tagKVSystemEvent& event = file.events.emplace_back(EventOf(*exposure));
     if (photos) event.PhotoPath = photos->PathOf(exposure->photoNumber);
     file.photoNumbers.push_back(exposure->photoNumber);
+    file.qualities.push_back(QualityOf(accuracy));
+    file.offsets.push_back(OffsetOf(accuracy));
     file.span.Add(FromFileTime(event.TimeUTC));
     file.bounds.Add(event.Latitude, event.Longitude, event.Altitude);
   }
@@ -86,6 +144,7 @@ TimestampFile ReadTimestampFile(const std::filesystem::path& path, const std::fi
   job.AddLines(Found::LinesLeftOut, "timestamps", file.skipped,
                {{"reason", "fewer than 14 fields, something else where a number belongs, or a number out of range"}},
                {.file = path});
+  TellOfCoarsePlaces(file, job);
   return file;
 }
 

@@ -3,15 +3,13 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <span>
+#include <utility>
 
 #include "mission/inputs/LeftOut.h"
+#include "mission/inputs/SentenceCollector.h"
 #include "platform/FileNames.h"
-#include "readers/Fix.h"
 #include "readers/LineReader.h"
-#include "readers/NmeaSentence.h"
 #include "time/Instants.h"
 
 namespace kv::mission {
@@ -23,89 +21,6 @@ using std::chrono::hours;
 constexpr double kHalfTurn = 180.0;
 /// Any date will do: without one only times of day are shown.
 constexpr std::chrono::sys_days kNoDate = std::chrono::year{1980} / std::chrono::January / 6;
-
-/// Days from one fix to the next. A receiver log that goes on within a day pauses for less than 23 hours; one whose
-/// pieces are out of order goes back by less than 12.
-int DaysBetween(Hundredths from, Hundredths to) { return to - from < -hours{12} ? 1 : to - from > hours{23} ? -1 : 0; }
-
-/// @param figure  as in GGA; 3 is a military fix, which says nothing about its accuracy
-PositionQuality QualityOf(int figure) {
-  using enum PositionQuality;
-  constexpr std::array kQualities{None, Single, Dgps, None, Fixed, Float, Estimated, Estimated, Simulated};
-  const auto index = static_cast<std::size_t>(figure);
-  return index < kQualities.size() ? kQualities[index] : None;
-}
-
-/// Collects the fixes of one receiver log, line by line.
-class SentenceCollector {
- public:
-  void Take(std::string_view line) {
-    SentenceCounts& counts = trajectory.counts;
-    ++counts.lines;
-    SentenceKind kind = Classify(line, sentence_);
-    if (kind == SentenceKind::Fix && !TakeFix()) kind = SentenceKind::RepeatedTime;
-    if (kind == SentenceKind::OtherSentence) {
-      ++counts.others[std::string(sentence_.type)];
-      KeepDate();
-    }
-    ++counts.kinds[static_cast<std::size_t>(kind)];
-  }
-
-  bool HasFix() const { return !times_.empty(); }
-  Hundredths FirstTime() const { return times_.front().timeOfDay; }
-  const std::optional<Instant>& DatedTime() const { return dated_; }
-
-  /// Gives the fixes their times once the date of the first is known.
-  void SetTimes(Date first) {
-    std::optional<DayClock> clock;
-    int day = 0;
-    for (std::size_t i = 0; i < times_.size(); ++i) {
-      if (!clock || times_[i].day != day) clock.emplace(ToFileTime(first + days{day = times_[i].day}));
-      clock->SetTime(TimeOfDayAt(times_[i].timeOfDay.count()), trajectory.fixes[i]);
-    }
-  }
-
-  Trajectory trajectory;
-
- private:
-  struct FixTime {
-    int day;  ///< from the first fix's
-    Hundredths timeOfDay;
-  };
-
-  /// Keeps the last dated sentence before the first fix, or the one after it: there the receiver knows the time.
-  void KeepDate() {
-    if (isDateSettled_) return;
-    const auto time = mission::DatedTime(sentence_);
-    if (!time) return;
-    dated_ = time;
-    isDateSettled_ = HasFix();
-  }
-
-  bool TakeFix() {
-    const auto& [clock, quality, satellites, hdop, height, separation] = sentence_.fix;
-    int day = 0;
-    if (HasFix()) {
-      const FixTime& last = times_.back();
-      if (last.timeOfDay == clock.time) return false;
-      day = last.day + DaysBetween(last.timeOfDay, clock.time);
-    }
-    times_.push_back({day, clock.time});
-    trajectory.counts.truncatedTimes += clock.truncated;
-    ++trajectory.counts.qualities[quality];
-    trajectory.qualities.push_back(
-        {QualityOf(quality), static_cast<std::uint16_t>(std::min(satellites, 0xFFFF)), static_cast<float>(hdop)});
-    SetPlace(std::span(sentence_.fields).first(kFixTokens), height, separation, units_,
-             trajectory.fixes.emplace_back());
-    return true;
-  }
-
-  Sentence sentence_;
-  ColumnText units_;
-  std::vector<FixTime> times_;
-  std::optional<Instant> dated_;
-  bool isDateSettled_ = false;
-};
 
 void Inspect(double maxGapSeconds, Trajectory& trajectory) {
   trajectory.first = FromFileTime(trajectory.fixes.front().TimeUTC);
@@ -130,21 +45,79 @@ void Inspect(double maxGapSeconds, Trajectory& trajectory) {
                             leftOut.empty() ? "" : ": ", leftOut));
 }
 
-/// Takes the date from the first source that has it, and reports sources that contradict it.
-void ChooseDate(const DateSources& sources, const SentenceCollector& collector, Trajectory& trajectory, Job& job) {
-  const auto choose = [&](Date date, const char* source) {
-    if (!trajectory.date) {
-      trajectory.date = date, trajectory.dateSource = source;
-    } else if (date != *trajectory.date) {
-      job.Add(Found::TrajectoryDateContradicted, {{"date", DateText(*trajectory.date)},
-                                                  {"source", trajectory.dateSource},
-                                                  {"other", source},
-                                                  {"otherDate", DateText(date)}});
-    }
+/// The date of a log's first fix, and what tells it.
+struct Dating {
+  std::optional<Date> date;
+  const char* source = "";
+};
+
+/// Whether an instant is within half a day of a stretch of a log.
+bool IsNear(Instant instant, const std::vector<Stretch>& stretches, const SentenceCollector& collector) {
+  for (std::size_t i = 0; i < stretches.size(); ++i) {
+    const auto [first, last] = collector.SpanOf(stretches, i);
+    if (instant >= first - hours{12} && instant < last + hours{12}) return true;
+  }
+  return false;
+}
+
+/// Takes the date of the first fix from the first source that has it, and reports sources that contradict it.
+/// @param stretches  by the log's own dated sentences, which also tell how later ones lie to the first; receives one if
+///                   there are none
+Dating ChooseDate(const DateSources& sources, const SentenceCollector& collector, std::vector<Stretch>& stretches,
+                  Job& job) {
+  Dating dating;
+  const auto choose = [&](const std::optional<Date>& date, const char* source) {
+    if (!dating.date && date) dating = {date, source};
   };
-  if (sources.given) choose(*sources.given, "option");
-  if (sources.heartbeat) choose(DateNearest(*sources.heartbeat, collector.FirstTime()), "heartbeat");
-  if (collector.DatedTime()) choose(DateNearest(*collector.DatedTime(), collector.FirstTime()), "sentence");
+  std::optional<Date> heartbeat, own = collector.DateBefore();
+  if (sources.heartbeat) heartbeat = DateNearest(*sources.heartbeat, collector.FirstTime());
+  choose(sources.given, "option");
+  if (!stretches.empty()) choose(own = stretches[0].dayZero, "sentence");
+  choose(heartbeat, "heartbeat");
+  choose(own, "sentence");
+  if (stretches.empty()) stretches.push_back({0, dating.date.value_or(kNoDate)});
+  const auto shift = dating.date.value_or(kNoDate) - stretches[0].dayZero;
+  for (Stretch& stretch : stretches) stretch.dayZero += shift;
+
+  const auto contradict = [&](const char* other, Date date) {
+    job.Add(
+        Found::TrajectoryDateContradicted,
+        {{"date", DateText(*dating.date)}, {"source", dating.source}, {"other", other}, {"otherDate", DateText(date)}});
+  };
+  if (heartbeat && !IsNear(*sources.heartbeat, stretches, collector)) contradict("heartbeat", *heartbeat);
+  if (own && own != dating.date) contradict("sentence", *own);
+  return dating;
+}
+
+/// Reports dated sentences that contradict each other.
+void TellOfDates(const LogDates& dates, Job& job) {
+  if (dates.outvoted > 0)
+    job.Add(Found::TrajectoryDatesDisagree, {{"count", Count(dates.outvoted)},
+                                             {"otherDate", DateText(dates.dates.first)},
+                                             {"date", DateText(dates.dates.second)}});
+  if (dates.uncertain > 0) job.Add(Found::TrajectoryDateUncertain, {{"count", Count(dates.uncertain)}});
+}
+
+/// Reports what the sentences say about their fixes.
+void TellOfSentences(const SentenceCounts& counts, Job& job) {
+  const auto tell = [&](const FindingKind& kind, std::size_t count) {
+    if (count > 0) job.Add(kind, {{"count", Count(count)}});
+  };
+  const auto of = [&](int figure) {
+    const auto found = counts.qualities.find(figure);
+    return found == counts.qualities.end() ? 0 : found->second;
+  };
+  tell(Found::FixTimesCut, counts.truncatedTimes);
+  tell(Found::FixesSimulated, of(8));
+  tell(Found::FixesEstimated, of(6) + of(7));
+  tell(Found::HeightsConverted, counts.convertedHeights);
+  for (const auto& [what, count] : counts.lacking)
+    job.Add(Found::FixesIncomplete, {{"count", Count(count)}, {"what", what}});
+}
+
+Hundredths HundredthsIn(double seconds) {
+  constexpr double kLongest = 86'400;  // longer than a step between times of day
+  return Hundredths{seconds > 0 ? static_cast<int>(std::min(seconds, kLongest) * 100) : 0};
 }
 
 }  // namespace
@@ -154,36 +127,55 @@ Date DateNearest(Instant instant, Hundredths timeOfDay) {
   return std::chrono::floor<days>(instant - timeOfDay + hours{12});
 }
 
-Trajectory ReadTrajectoryFile(const std::filesystem::path& path, const DateSources& dates, double maxGapSeconds,
+bool HasFix(const std::filesystem::path& path, Job& job) {
+  LineReader reader(path, CtrlZ::IsText, job, "looking for a fix");
+  Sentence sentence;
+  for (std::string_view line; reader.Next(line);) {
+    if (Classify(line, sentence) == SentenceKind::Fix) return true;
+  }
+  return false;
+}
+
+Trajectory ReadTrajectoryFile(const std::filesystem::path& path, const DateSources& sources, double maxGapSeconds,
                               Job& job) {
   LineReader reader(path, CtrlZ::IsText, job, "reading the trajectory");
   SentenceCollector collector;
   for (std::string_view line; reader.Next(line);) collector.Take(line);
-  Trajectory& trajectory = collector.trajectory;
-  if (!collector.HasFix() && dates.mustBeDated) FailWithoutFix(path, trajectory.counts);
-  if (!collector.HasFix()) return std::move(trajectory);
-  ChooseDate(dates, collector, trajectory, job);
-  if (!trajectory.date && dates.mustBeDated)
+  if (!collector.HasFix()) {
+    Trajectory none = collector.Finish({});
+    if (sources.mustBeDated) FailWithoutFix(path, none.counts);
+    return none;
+  }
+  LogDates dates = collector.Dates(HundredthsIn(maxGapSeconds));
+  TellOfDates(dates, job);
+  const Dating dating = ChooseDate(sources, collector, dates.stretches, job);
+  if (!dating.date && sources.mustBeDated)
     throw Failure(Utf8(path) + ": nothing tells the date of the fixes; give it with --date YYYY-MM-DD");
-  collector.SetTimes(trajectory.date.value_or(kNoDate));
+  Trajectory trajectory = collector.Finish(dates.stretches);
+  trajectory.date = dating.date, trajectory.dateSource = dating.source;
   Inspect(maxGapSeconds, trajectory);
-  return std::move(trajectory);
+  return trajectory;
 }
 
 Trajectory InspectedTrajectory(std::vector<tagKVTrajectoryObs>&& fixes, double maxGapSeconds) {
   Trajectory trajectory;
   trajectory.fixes = std::move(fixes);
+  trajectory.date = std::chrono::floor<days>(FromFileTime(trajectory.fixes.front().TimeUTC));
   Inspect(maxGapSeconds, trajectory);
   return trajectory;
 }
 
 void TellOfTrajectory(const Trajectory& trajectory, const TrajectoryWords& words, Job& job) {
   constexpr std::size_t kNamed = 5;
+  constexpr std::size_t kClockAt = 11;  // in "2024-05-01 12:34:56.789"
   const auto& gaps = trajectory.gaps;
+  const auto timeOf = [&](Instant time) {
+    return trajectory.date ? Value(time) : Value(TimeText(time).substr(kClockAt));
+  };
   for (std::size_t i = 0; i < std::min(kNamed, gaps.size()); ++i) {
     job.Add(Found::TrajectoryGap, {{"trajectory", words.name},
                                    {"seconds", Seconds(gaps[i].to - gaps[i].from)},
-                                   {"from", gaps[i].from},
+                                   {"from", timeOf(gaps[i].from)},
                                    {"latitude", gaps[i].latitude},
                                    {"longitude", gaps[i].longitude}});
   }
@@ -194,8 +186,11 @@ void TellOfTrajectory(const Trajectory& trajectory, const TrajectoryWords& words
             {{"trajectory", words.name}, {"count", Count(trajectory.stepsBack)}, {"reason", words.outOfOrder}});
   if (!trajectory.crossings.empty())
     job.Add(Found::TrajectoryCrossesMeridian, {{"trajectory", words.name}, {"effect", words.crossing}});
-  if (trajectory.counts.truncatedTimes > 0)
-    job.Add(Found::FixTimesCut, {{"count", Count(trajectory.counts.truncatedTimes)}});
+  if (trajectory.moved > 0)
+    job.Add(
+        Found::FixesReordered,
+        {{"trajectory", words.name}, {"count", Count(trajectory.moved)}, {"seconds", trajectory.largestMoveSeconds}});
+  TellOfSentences(trajectory.counts, job);
 }
 
 }  // namespace kv::mission

@@ -10,7 +10,8 @@
 /// @see docs/formats/trajectory.md
 namespace kv::mission {
 
-/// Sources for the date of the first fix besides the receiver log's own sentences, the most trusted first.
+/// Sources for the date of the first fix besides the receiver log's own sentences. The user comes first, then sentences
+/// that stand among fixes, the heartbeat, and last a sentence from before the first fix.
 struct DateSources {
   std::optional<Date> given;         ///< by the user
   std::optional<Instant> heartbeat;  ///< the first of the event file
@@ -21,6 +22,9 @@ struct DateSources {
 /// @throws Failure without a usable fix or a date if it must have them; when the file cannot be read; (Stopped)
 Trajectory ReadTrajectoryFile(const std::filesystem::path& path, const DateSources& dates, double maxGapSeconds,
                               Job& job);
+
+/// Whether a receiver log has a usable fix. @throws Failure when it cannot be read; (Stopped)
+bool HasFix(const std::filesystem::path& path, Job& job);
 
 /// Makes a trajectory of fixes of another origin, with gaps, bounds and times.
 /// @param fixes  at least one

@@ -1,0 +1,315 @@
+#include "mission/CameraClocks.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <string>
+
+#include "georef/EventTypes.h"
+#include "platform/FileNames.h"
+#include "time/Instants.h"
+#include "time/LeapSeconds.h"
+
+namespace kv::mission {
+namespace {
+
+constexpr std::size_t kFewTimes = 12;  // too few to tell anything of a clock
+constexpr std::size_t kCandidatesNamed = 5;
+
+using Matches = std::vector<PhotoMatch>;
+
+bool IsCertain(const ClockSegment& clock) { return clock.verdict == ClockVerdict::Resolved; }
+
+/// What has to be added to the times of photos.
+double OffsetOf(const ClockSegment& clock) { return -clock.offsetSeconds; }
+
+/// "-2.00, 4.00"
+std::string ListOf(const std::vector<double>& offsets) {
+  std::string text;
+  for (std::size_t i = 0; i < std::min(kCandidatesNamed, offsets.size()); ++i)
+    text += fmt::format("{}{:.2f}", i == 0 ? "" : ", ", offsets[i]);
+  return text + (offsets.size() > kCandidatesNamed ? ", ..." : "");
+}
+
+/// The best offset of each stretch that is not certain, and its rivals.
+std::vector<double> CandidatesOf(const ClockEstimate& estimate) {
+  std::vector<double> offsets;
+  for (const ClockSegment& clock : estimate.clocks) {
+    if (IsCertain(clock)) continue;
+    offsets.push_back(OffsetOf(clock));
+    for (const auto& rival : clock.rivals) offsets.push_back(-rival.offsetSeconds);
+  }
+  return offsets;
+}
+
+ClockState StateOf(const ClockEstimate& estimate) {
+  switch (estimate.verdict) {
+    case ClockVerdict::Resolved:
+      return ClockState::Certain;
+    case ClockVerdict::Partial:
+      return ClockState::PartlyCertain;
+    case ClockVerdict::Ambiguous:
+      return ClockState::Ambiguous;
+    default:
+      return ClockState::NoMatch;
+  }
+}
+
+ClockCheck CheckOf(const ClockEstimate& estimate, const CameraTimes& times, const PhotoFolder& folder) {
+  constexpr double kMillion = 1e6;
+  ClockCheck check;
+  check.state = StateOf(estimate);
+  const auto nameOf = [&](std::size_t photo) { return folder.photos[times.photoAt[photo]].name; };
+  for (const ClockSegment& clock : estimate.clocks) {
+    if (IsCertain(clock))
+      check.stretches.push_back({nameOf(clock.firstPhoto), nameOf(clock.endPhoto - 1), OffsetOf(clock),
+                                 clock.offsetSigma, clock.drift * kMillion});
+  }
+  check.candidates = CandidatesOf(estimate);
+  return check;
+}
+
+/// Whether an offset is near every certain clock, so that at most the choice between neighbours is at stake.
+bool AgreesWith(const ClockEstimate& estimate, double offset) {
+  return std::all_of(estimate.clocks.begin(), estimate.clocks.end(), [&](const ClockSegment& clock) {
+    return !IsCertain(clock) || std::abs(OffsetOf(clock) - offset) <= kPairingRange;
+  });
+}
+
+std::size_t CountPaired(const Matches& matches) {
+  return static_cast<std::size_t>(
+      std::count_if(matches.begin(), matches.end(), [](const PhotoMatch& match) { return match.event; }));
+}
+
+std::size_t CountCertain(const ClockEstimate& estimate) {
+  return static_cast<std::size_t>(std::count_if(estimate.photos.begin(), estimate.photos.end(),
+                                                [](const PhotoMatch& match) { return match.certain; }));
+}
+
+/// Photos that a certain clock pairs with one event, and other matches with another or none.
+std::size_t CountMoved(const ClockEstimate& estimate, const Matches& others) {
+  std::size_t moved = 0;
+  for (std::size_t k = 0; k < others.size(); ++k)
+    moved += estimate.photos[k].certain && others[k].event != estimate.photos[k].event;
+  return moved;
+}
+
+/// Pairs of a certain clock. Those that are not certain themselves need the support of other matches.
+Matches CertainPairs(const ClockEstimate& estimate, const Matches& others) {
+  Matches pairs = estimate.photos;
+  for (std::size_t k = 0; k < pairs.size(); ++k) {
+    if (!pairs[k].certain && others[k].event != pairs[k].event) pairs[k] = {};
+  }
+  return pairs;
+}
+
+/// Pairs by the clock of an estimate that is nearest to an offset: an offset by hand is good to a second only.
+Matches NearPairs(const CameraTimes& times, const ClockEstimate& estimate, double offset) {
+  constexpr double kTolerance = 0.1, kDrift = 1e-4;  // seconds; share of the time
+  double nearest = offset;
+  double best = kPairingRange;
+  for (const double candidate : CandidatesOf(estimate)) {
+    const double distance = std::abs(candidate - offset);
+    if (distance <= best) best = distance, nearest = candidate;
+  }
+  const double tolerance = kTolerance + kDrift * (times.events.back() - times.events.front());
+  return PairByClock(times.events, times.photos, times.cell, -nearest, tolerance);
+}
+
+/// Says what the engine thinks of one camera's clock.
+class Teller {
+ public:
+  Teller(const Camera& camera, const CameraTimes& times, Job& job) : camera_(camera), times_(times), job_(job) {}
+
+  void ClockIsOff(const ClockEstimate& estimate, std::size_t moved, double inUse) const {
+    const auto clock = std::find_if(estimate.clocks.begin(), estimate.clocks.end(), [&](const ClockSegment& segment) {
+      return IsCertain(segment) && std::abs(OffsetOf(segment) - inUse) > kPairingRange;
+    });
+    const auto certain = std::count_if(estimate.clocks.begin(), estimate.clocks.end(), IsCertain);
+    constexpr double kMillion = 1e6;
+    const double offset = OffsetOf(*clock);
+    Values values{{"moved", Count(moved)},
+                  {"photos", Count(times_.photos.size())},
+                  {"offset", offset},
+                  {"sigma", clock->offsetSigma},
+                  {"driftPpm", std::round(clock->drift * kMillion) + 0.0},
+                  {"used", inUse}};
+    if (certain == 1) return Tell(Found::CameraClockOff, std::move(values));
+    values.emplace_back("photo", NameOf(clock->firstPhoto));
+    Tell(Found::CameraClockChanges, std::move(values));
+  }
+  void Ambiguous(const FindingKind& kind, const ClockEstimate& estimate, double inUse) const {
+    Tell(kind, {{"used", inUse}, {"candidates", ListOf(CandidatesOf(estimate))}});
+  }
+  void CountsOnly(const FindingKind& kind) const {
+    Tell(kind, {{"photos", Count(times_.photos.size())},
+                {"events", Count(times_.events.size())},
+                {"used", camera_.offset.seconds}});
+  }
+  void Uncertain(const Matches& pairs) const {
+    std::size_t count = 0, least = 0;
+    for (std::size_t k = 0; k < pairs.size(); ++k) {
+      if (!pairs[k].event || pairs[k].certain) continue;
+      if (count++ == 0 || pairs[k].probability < pairs[least].probability) least = k;
+    }
+    if (count > 0)
+      Tell(Found::PairsUncertain,
+           {{"count", Count(count)}, {"photo", NameOf(least)}, {"probability", pairs[least].probability}});
+  }
+  void Tell(const FindingKind& kind, Values values) const {
+    values.insert(values.begin(), {"camera", camera_.number});
+    job_.Add(kind, std::move(values), {.file = camera_.folder->path, .camera = camera_.number});
+  }
+
+ private:
+  std::string NameOf(std::size_t photo) const { return Utf8(camera_.folder->photos[times_.photoAt[photo]].name); }
+
+  const Camera& camera_;
+  const CameraTimes& times_;
+  Job& job_;
+};
+
+}  // namespace
+
+CameraTimes TimesOf(const std::vector<std::size_t>& own, const SystemEvents& events, const PhotoFolder& folder,
+                    Instant origin) {
+  CameraTimes times;
+  for (std::size_t i = 0; i < own.size(); ++i) {
+    if (HasTime(events[own[i]])) times.eventAt.push_back(i);
+  }
+  const auto timeOf = [&](std::size_t at) { return FromFileTime(events[own[at]].TimeUTC); };
+  std::stable_sort(times.eventAt.begin(), times.eventAt.end(),
+                   [&](std::size_t a, std::size_t b) { return timeOf(a) < timeOf(b); });
+  for (const std::size_t at : times.eventAt) times.events.push_back(Seconds(timeOf(at) - origin));
+  for (std::size_t k = 0; k < folder.photos.size(); ++k) {
+    if (!folder.photos[k].time) continue;
+    times.photoAt.push_back(k);
+    times.photos.push_back(Seconds(*folder.photos[k].time - origin));
+  }
+  times.cell = StampCellOf(times.photos);
+  return times;
+}
+
+ClockJudge::ClockJudge(const CameraTimes& times) : times_(&times) {
+  if (!times.events.empty() && !times.photos.empty()) estimate_ = EstimateClock(times.events, times.photos, times.cell);
+}
+
+Matches ClockJudge::Pairs(bool acceptDoubt, Camera& camera, Job& job) const {
+  const CameraTimes& times = *times_;
+  if (times.events.empty() || times.photos.empty()) return {};
+  const Teller tell(camera, times, job);
+  const ClockOffset wanted = camera.offset;
+  const Matches none(times.photos.size());
+  const Matches given =
+      wanted.find ? none : PairByClock(times.events, times.photos, times.cell, -wanted.seconds, kPairingRange);
+  ClockCheck& check = camera.clock.emplace(CheckOf(estimate_, times, *camera.folder));
+  check.moved = wanted.find ? 0 : CountMoved(estimate_, given);
+  const Matches& inDoubt = acceptDoubt ? given : none;
+
+  if (!check.stretches.empty()) {
+    if (wanted.find && check.stretches.size() == 1) camera.offset.seconds = check.stretches[0].offsetSeconds;
+    if (!wanted.find && !AgreesWith(estimate_, wanted.seconds)) {
+      tell.ClockIsOff(estimate_, check.moved, wanted.seconds);
+      return inDoubt;
+    }
+    const Matches certain = CertainPairs(estimate_, given);
+    tell.Uncertain(certain);
+    return certain;
+  }
+  if (wanted.find) {
+    tell.Ambiguous(Found::CameraClockNotFound, estimate_, 0);
+    return none;
+  }
+  const std::size_t pairs = std::min(times.events.size(), times.photos.size());
+  if (pairs < kFewTimes && 2 * CountPaired(given) >= pairs) {
+    check.state = ClockState::Unchecked;
+    tell.CountsOnly(Found::CameraClockUnchecked);
+    return given;
+  }
+  const bool isAllowed =
+      CheckOffset(estimate_, times.events, times.photos, times.cell, -wanted.seconds, kPairingRange).isAllowed;
+  if (check.state == ClockState::Ambiguous) {
+    tell.Ambiguous(isAllowed ? Found::CameraClockAmbiguous : Found::CameraClockContradicted, estimate_, wanted.seconds);
+    return isAllowed ? NearPairs(times, estimate_, wanted.seconds) : inDoubt;
+  }
+  tell.CountsOnly(Found::PhotosOfOtherEvents);
+  return inDoubt;
+}
+
+void ClockJudge::CheckOrder(const std::vector<std::optional<std::size_t>>& events, Camera& camera, Job& job) const {
+  const CameraTimes& times = *times_;
+  if (times.events.empty() || times.photos.empty()) return;
+  ClockCheck& check = camera.clock.emplace(CheckOf(estimate_, times, *camera.folder));
+  for (std::size_t k = 0; k < times.photos.size(); ++k) {
+    const PhotoMatch& match = estimate_.photos[k];
+    check.moved += match.certain && events[times.photoAt[k]] != times.eventAt[*match.event];
+  }
+  if (check.moved > 0)
+    Teller(camera, times, job)
+        .Tell(Found::PairingByOrderShifted, {{"moved", Count(check.moved)}, {"photos", Count(times.photos.size())}});
+}
+
+namespace {
+
+/// The only clock of a camera, if it is certain.
+std::optional<ClockSegment> OnlyClock(const ClockEstimate& estimate) {
+  const bool isOnly = estimate.verdict == ClockVerdict::Resolved && estimate.clocks.size() == 1;
+  return isOnly ? std::optional(estimate.clocks[0]) : std::nullopt;
+}
+
+/// Whether two cameras' clocks agree, as clocks that were set together do, or are this many seconds apart or more.
+bool Agree(const ClockEstimate& one, const ClockEstimate& two, bool wanted) {
+  constexpr double kSigmas = 3, kSurely = 3, kSetTogether = 0.002;  // seconds
+  const auto a = OnlyClock(one), b = OnlyClock(two);
+  if (!a || !b) return false;
+  const double apart = std::abs(a->offsetSeconds - b->offsetSeconds);
+  const double limit = kSetTogether + kSigmas * std::hypot(a->offsetSigma, b->offsetSigma);
+  return wanted ? apart <= limit : apart > kSurely * limit;
+}
+
+/// Photos in the folder of the other camera fit its events, and hardly their own; or the clocks agree to milliseconds
+/// only when the folders change places.
+void TellWhenSwapped(const ClockJudge& one, const ClockJudge& two, Job& job) {
+  if (Agree(one.Estimate(), two.Estimate(), true)) return;
+  const auto estimate = [](const CameraTimes& events, const CameraTimes& photos) {
+    return EstimateClock(events.events, photos.photos, photos.cell);
+  };
+  const ClockEstimate first = estimate(two.Times(), one.Times()), second = estimate(one.Times(), two.Times());
+  const auto fitsBetter = [](const ClockEstimate& other, const ClockEstimate& own) {
+    return OnlyClock(other) && CountCertain(other) > 2 * CountCertain(own);
+  };
+  const bool fitBetter = fitsBetter(first, one.Estimate()) && fitsBetter(second, two.Estimate());
+  const bool agreeBetter = Agree(first, second, true) && Agree(one.Estimate(), two.Estimate(), false);
+  if (!fitBetter && !agreeBetter) return;
+  job.Add(Found::CamerasSwapped, {{"count", Count(CountCertain(first) + CountCertain(second))},
+                                  {"photos", Count(first.photos.size() + second.photos.size())},
+                                  {"own", Count(CountCertain(one.Estimate()) + CountCertain(two.Estimate()))}});
+}
+
+/// Clocks that all lag by as much as GPS time is ahead of UTC: it is the events that are ahead.
+void TellWhenInGpsTime(const std::vector<ClockJudge>& judges, Job& job) {
+  constexpr double kLeapSeconds = std::size(kLeapSecondDays), kTolerance = 0.75;  // of stamps of whole seconds
+  std::size_t fitting = 0;
+  for (const ClockJudge& judge : judges) {
+    if (judge.Estimate().photos.empty()) continue;
+    const auto clock = OnlyClock(judge.Estimate());
+    if (!clock || std::abs(OffsetOf(*clock) - kLeapSeconds) > kTolerance) return;
+    ++fitting;
+  }
+  if (fitting > 0) job.Add(Found::EventsInGpsTime, {{"seconds", kLeapSeconds}, {"count", Count(fitting)}});
+}
+
+}  // namespace
+
+void CompareCameras(const std::vector<ClockJudge>& judges, const Settings& settings, Job& job) {
+  const bool haveTimes = std::all_of(judges.begin(), judges.end(),
+                                     [](const ClockJudge& judge) { return !judge.Estimate().photos.empty(); });
+  if (judges.size() == 2 && haveTimes) TellWhenSwapped(judges[0], judges[1], job);
+  const auto isGiven = [](const ClockOffset& offset) { return !offset.find && offset.seconds != 0; };
+  if (settings.eventOffsetSeconds == 0 && !isGiven(settings.camera1Offset) && !isGiven(settings.camera2Offset))
+    TellWhenInGpsTime(judges, job);
+}
+
+}  // namespace kv::mission

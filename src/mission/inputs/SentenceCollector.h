@@ -1,0 +1,49 @@
+#pragma once
+
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "mission/inputs/FixDates.h"
+#include "readers/FieldFile.h"
+
+namespace kv::mission {
+
+/// Collects the fixes of one receiver log, line by line.
+class SentenceCollector {
+ public:
+  void Take(std::string_view line);
+
+  bool HasFix() const { return !times_.empty(); }
+  Hundredths FirstTime() const { return times_.front().timeOfDay; }
+  /// The first and the last fix of a stretch.
+  std::pair<Instant, Instant> SpanOf(const std::vector<Stretch>& stretches, std::size_t index) const;
+  /// What the log's own dated sentences say, as far as they stand among fixes.
+  LogDates Dates(Hundredths longestPause) const { return DatesOf(times_, dated_, longestPause); }
+  /// The date of the first fix by the last dated sentence before it: without a fix a receiver may have a wrong date.
+  std::optional<Date> DateBefore() const;
+
+  /// Takes the trajectory out. Its fixes get their times, and are put in order where they are out of it by seconds.
+  /// @param stretches  the first begins at fix 0; may be empty without a fix
+  Trajectory Finish(const std::vector<Stretch>& stretches);
+
+ private:
+  bool TakeFix();
+  void TakeOther();
+  void TakeErrors(const FixErrors& errors);
+  void TakeDate(Instant time);
+  void SetTimes(const std::vector<Stretch>& stretches);
+  void PutInOrder();
+
+  Trajectory trajectory_;
+  Sentence sentence_;
+  ColumnText units_;
+  std::vector<RunningTime> times_;  // of the fixes
+  std::vector<int> figures_;        // of the fixes: the receiver's quality
+  std::vector<DatedSentence> dated_;
+  std::optional<Instant> datedBefore_;  // the last dated sentence before the first fix
+  std::optional<FixErrors> errors_;     // of the last GST sentence
+  bool hasLostFix_ = false;             // the latest position sentence is without a fix
+};
+
+}  // namespace kv::mission

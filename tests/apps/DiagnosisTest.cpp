@@ -1,0 +1,83 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/CommandTest.h"
+
+namespace {
+
+/// What a run says of mistakes that surveyors make. Each row simulates a mission "m", spoils it, and reads it.
+class DiagnosisTest : public CommandTest {
+ protected:
+  struct Mistake {
+    std::string script;
+    int code;
+    std::string finding;  // its code; empty for a failure
+    std::string said;     // part of its sentence
+    Json values;          // those that must be among its values
+  };
+
+  static Json FindingOf(const Json& summary, const std::string& code) {
+    for (const Json& finding : summary["findings"]) {
+      if (finding["code"] == code) return finding;
+    }
+    return nullptr;
+  }
+
+  void Expect(const Mistake& mistake) {
+    SCOPED_TRACE(mistake.script);
+    std::filesystem::remove_all(temp_.Path() / "m");
+    EXPECT_EQ(Shell(mistake.script), mistake.code) << Errors();
+    if (mistake.finding.empty()) {
+      EXPECT_NE(Errors().find(mistake.said), std::string::npos) << Errors();
+      return;
+    }
+    const Json summary = Json::parse(temp_.Read("out"));
+    const Json finding = FindingOf(summary, mistake.finding);
+    ASSERT_FALSE(finding.is_null()) << summary["findings"];
+    EXPECT_NE(finding["text"].get<std::string>().find(mistake.said), std::string::npos) << finding["text"];
+    for (const auto& [name, value] : mistake.values.items()) EXPECT_EQ(finding["values"][name], value) << finding;
+  }
+};
+
+TEST_F(DiagnosisTest, SaysWhatWasSeenWhatItMeansAndWhatToDo) {
+  const std::string make = "$K simulate m -q --no-faults --minutes 3 --photo-size 16x16 ";
+  const std::string run = "$K run m --dry-run --json -q --no-sharpness";
+  const Mistake mistakes[] = {
+      {make + "&& " + run, 0, "", "", {}},
+      {make + "--event-clock local && " + run,
+       4,
+       "events-outside-trajectory",
+       "--event-offset -7200",
+       {{"count", 116}}},
+      {make + "--event-clock local && " + run + " --event-offset -7200", 0, "", "", {}},
+      {make + "--event-clock gps && " + run, 4, "events-in-gps-time", "--event-offset -18", {{"count", 2}}},
+      {make + "--photo-folders dcim && " + run, 3, "photo-folders-missing", "m/DCIM1 (58 JPEGs)", {}},
+      {make + "--photo-folders nested && " + run,
+       4,
+       "photo-folder-empty",
+       "m/cam1/100DSC (58 JPEGs): name it with --cam1",
+       {{"camera", 1}}},
+      {make + "--swap-cameras --names exif && " + run, 4, "cameras-swapped", "exchange --cam1 and --cam2", {}},
+      {make + "--cam1-clock 37 && " + run,
+       4,
+       "camera-clock-off",
+       "run again with --cam1-offset -37",
+       {{"moved", 58}, {"photos", 58}, {"used", 0.0}}},
+      {make + "&& echo x > m/events.txt && " + run,
+       1,
+       "",
+       "events.txt: no heartbeat and no camera event in 1 line",
+       {}},
+      {make + "&& rm m/trajectory.nmea && " + run, 1, "", "no trajectory found", {}},
+      {"mkdir m && " + run, 1, "", "m is empty: no trajectory found", {}},
+      {make + "&& mkdir n && mv m n/flight && mv n m && " + run, 1, "", "m holds folder flight: no trajectory", {}},
+      {"mkdir m && echo x > m/base.ubx && " + run, 1, "", "m holds base.ubx (unknown): no trajectory found", {}},
+      {make + "&& (trap '' 25; ulimit -f 4; $K run m -o o --no-sharpness)", 1, "", "File too large", {}},
+      {"echo PK > base.zip; $K run base.zip -o o", 2, "", "base.zip: a ZIP file; unzip it", {}},
+      {make + "&& $K grade m/cam1 -q && $K grade m", 1, "", "m: a folder without JPEG photos", {}},
+  };
+  for (const Mistake& mistake : mistakes) Expect(mistake);
+}
+
+}  // namespace
