@@ -105,13 +105,20 @@ Matches CertainPairs(const ClockEstimate& estimate, const Matches& others) {
   return pairs;
 }
 
+/// How far an offset of an estimate is from one in use. Estimates take stamps of whole seconds for truncated; with a
+/// camera, or a program that names photos, that rounds them, the same clock is half a cell further.
+double DistanceOf(double candidate, double inUse, const StampCell& cell) {
+  const double half = cell.width >= 1 ? cell.width / 2 : 0;
+  return std::min(std::abs(candidate - inUse), std::abs(candidate + half - inUse));
+}
+
 /// Pairs by the clock of an estimate that is nearest to an offset: an offset by hand is good to a second only.
 Matches NearPairs(const CameraTimes& times, const ClockEstimate& estimate, double offset) {
   constexpr double kTolerance = 0.1, kDrift = 1e-4;  // seconds; share of the time
   double nearest = offset;
   double best = kPairingRange;
   for (const double candidate : CandidatesOf(estimate)) {
-    const double distance = std::abs(candidate - offset);
+    const double distance = DistanceOf(candidate, offset, times.cell);
     if (distance <= best) best = distance, nearest = candidate;
   }
   const double tolerance = kTolerance + kDrift * (times.events.back() - times.events.front());
