@@ -503,11 +503,16 @@ struct ClockCheck {
 
 /// How the photos of one camera found their exposures.
 struct Pairing {
+  struct Uncertain {
+    std::wstring photo;
+    double probability;  ///< that the pair is right
+  };
+
   PairMode mode = PairMode::Time;
   std::size_t paired = 0;             ///< exposures with a photo
   std::vector<std::wstring> unused;   ///< photos without an exposure
   std::vector<std::wstring> shared;   ///< photos that serve two exposures or more
-  std::size_t uncertain = 0;          ///< pairs by time that are not certain
+  std::vector<Uncertain> uncertain;   ///< pairs by time that are not certain
   std::optional<Spread> differences;  ///< magnitude of photo time, with the offset, minus exposure time; seconds
 };
 

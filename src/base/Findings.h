@@ -236,6 +236,10 @@ inline constexpr FindingKind  // Camera clocks
         "camera-clock-unchecked", Warning,
         "camera {camera}: {photos:photo} and {events:event} are too few to check the clock; an offset of "
         "{used} s is taken to be right"},
+    CameraClockPartlyCertain{
+        "camera-clock-partly-certain", Warning,
+        "camera {camera}: the clock is certain for {paired} of {photos:photo} only; the others stay "
+        "without an event"},
     PhotosOfOtherEvents{
         "photos-of-other-events", Doubt,
         "camera {camera}: the times of {photos:photo} and {events:event} do not fit together: photos of "

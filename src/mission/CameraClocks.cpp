@@ -223,6 +223,9 @@ Matches ClockJudge::Pairs(bool acceptDoubt, Camera& camera, Job& job) const {
     }
     const Matches certain = CertainPairs(estimate_, given);
     tell.Uncertain(certain);
+    if (check.state == ClockState::PartlyCertain)
+      tell.Tell(Found::CameraClockPartlyCertain,
+                {{"paired", Count(CountPaired(certain))}, {"photos", Count(times.photos.size())}});
     return certain;
   }
   if (wanted.find) {

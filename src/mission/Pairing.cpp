@@ -90,7 +90,7 @@ void PairByTime(const std::vector<PhotoMatch>& matches, CameraPairing& pairing) 
     const std::size_t at = pairing.times.eventAt[*event];
     pairing.photos[at] = pairing.camera.folder->photos[pairing.times.photoAt[k]].name;
     pairing.details[at].probability = probability;
-    pairing.camera.pairing.uncertain += !certain;
+    if (!certain) pairing.camera.pairing.uncertain.push_back({pairing.photos[at], probability});
   }
 }
 

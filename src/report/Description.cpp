@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 
 #include "georef/EventTypes.h"
@@ -11,6 +12,9 @@
 
 namespace kv::mission {
 namespace {
+
+/// Metres to a tenth of a millimetre.
+double Rounded(float metres) { return std::round(static_cast<double>(metres) * 1e4) / 1e4; }
 
 Json HeartbeatGaps(const EventFile& file, double maxGapSeconds) {
   Json gaps = Json::array();
@@ -59,8 +63,8 @@ struct Describe {
     json.update({{"forms", pos.forms},
                  {"datum", pos.datum.empty() ? Json(nullptr) : Json(pos.datum)},
                  {"samplesByQuality", std::move(qualities)},
-                 {"leastHorizontalSigma", sigmas ? Json(sigmas->first) : Json(nullptr)},
-                 {"greatestHorizontalSigma", sigmas ? Json(sigmas->second) : Json(nullptr)},
+                 {"leastHorizontalSigma", sigmas ? Json(Rounded(sigmas->first)) : Json(nullptr)},
+                 {"greatestHorizontalSigma", sigmas ? Json(Rounded(sigmas->second)) : Json(nullptr)},
                  {"first", JsonOf(pos.span.first)},
                  {"last", JsonOf(pos.span.last)},
                  {"firstWeek", OrNull(pos.firstWeek)},

@@ -113,9 +113,12 @@ Json ObjectOf(const Camera& camera) {
                {"offsetSeconds", camera.offset.seconds},
                {"clock", camera.clock ? ClockOf(*camera.clock) : Json(nullptr)}});
   PutDifferences(camera.pairing.differences, json);
+  Json uncertain = Json::array();
+  for (const auto& [photo, probability] : camera.pairing.uncertain)
+    uncertain.push_back({{"photo", Utf8(photo)}, {"probability", probability}});
   json.update({{"photosWithoutEvent", Names(camera.pairing.unused)},
                {"photosOfSeveralEvents", Names(camera.pairing.shared)},
-               {"uncertainPairs", camera.pairing.uncertain},
+               {"uncertainPairs", std::move(uncertain)},
                {"sharpness", SharpnessOf(camera.sharpness)}});
   return json;
 }
