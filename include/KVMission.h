@@ -149,6 +149,16 @@ struct ClockOffset {
   bool operator!=(const ClockOffset& other) const { return !(*this == other); }
 };
 
+/// Vector from the antenna, or whatever point a trajectory follows, to a camera, along the axes of the sensor; metres.
+struct LeverArm {
+  double forward = 0, right = 0, down = 0;
+
+  bool operator==(const LeverArm& other) const {
+    return forward == other.forward && right == other.right && down == other.down;
+  }
+  bool operator!=(const LeverArm& other) const { return !(*this == other); }
+};
+
 /// Settings of a run. An input with an empty path is looked for in the mission folder.
 struct Settings {
   std::filesystem::path mission;          ///< folder; empty when all inputs are named
@@ -169,9 +179,14 @@ struct Settings {
   bool timestampOffsets = false;  ///< moves the places of the timestamp file by its antenna-to-camera offsets
   std::optional<Date> date;       ///< of the first fix; nothing to take it from the files
   PairBy pair = PairBy::Auto;
-  ClockOffset camera1Offset;       ///< checked against the times of photos and events
-  ClockOffset camera2Offset;       ///< likewise
-  double eventOffsetSeconds = 0;   ///< added to the times of the event file
+  ClockOffset camera1Offset;            ///< checked against the times of photos and events
+  ClockOffset camera2Offset;            ///< likewise
+  double eventOffsetSeconds = 0;        ///< added to the times of the event file
+  double camera1DelayMilliseconds = 0;  ///< from a camera event to its exposure
+  double camera2DelayMilliseconds = 0;  ///< likewise
+  LeverArm camera1LeverArm;             ///< zeros: the camera is where the trajectory is
+  LeverArm camera2LeverArm;             ///< likewise
+  bool headingFromTrack = false;   ///< for exposures without another attitude; roll and pitch are then taken to be 0
   double maxGapSeconds = 2;        ///< longest pause between fixes that is not a gap
   double toleranceSeconds = 0.05;  ///< exposures of the two cameras nearer than this form a station
   double blurFactor = 0.25;        ///< share of a camera's median sharpness below which a photo is named
@@ -263,6 +278,15 @@ struct Attitude {
   double pitch = 0;    ///< nose up
   double heading = 0;  ///< clockwise from true north
 };
+
+/// Source of an attitude.
+enum class AttitudeQuality : std::uint8_t {
+  None,           ///< the attitude is not known
+  PostProcessed,  ///< SBET file or Applanix export
+  Sensor,         ///< orientation file
+  Track,          ///< heading from the direction of motion; roll and pitch unknown, taken to be 0
+};
+inline constexpr std::size_t kAttitudeQualities = 4;
 
 struct Trajectory {
   std::filesystem::path file;
@@ -559,6 +583,7 @@ enum class DropCode {
   BeforeFirstFix,
   AfterLastFix,
   OffTrajectory,
+  NoAttitude,  ///< to turn the lever arm of its camera
   NoPhoto,
   NoPhotoFolder,  ///< for its camera
 };
@@ -569,13 +594,15 @@ struct Drop {
 
 /// A camera event.
 struct Exposure {
-  tagKVSystemEvent event;  ///< with place, photo and sharpness; `MasterTick` as it stands in the file
-  std::optional<Instant> time;
-  std::optional<std::int32_t> photoNumber;       ///< of a drone
-  std::optional<double> photoDifferenceSeconds;  ///< photo time, with the offset, minus `time`
+  tagKVSystemEvent event;                   ///< with place, photo and sharpness; `MasterTick` as it stands in the file
+  std::optional<Instant> time;              ///< with the shutter delay
+  std::optional<std::int32_t> photoNumber;  ///< of a drone
+  std::optional<double> photoDifferenceSeconds;  ///< photo time, with the offset, minus that of the event
   std::optional<double> photoProbability;        ///< that a pair by time is right
   FixQuality quality;                            ///< of its place; between two fixes the larger deviations
-  std::optional<Drop> drop;                      ///< why it is not in the photo layer
+  std::optional<Attitude> attitude;              ///< of an exposure with a place
+  AttitudeQuality attitudeQuality = AttitudeQuality::None;
+  std::optional<Drop> drop;  ///< why it is not in the photo layer
 };
 
 /// Exposures of the two cameras that belong together.
@@ -605,6 +632,8 @@ struct AccuracyRange {
 struct PlaceQuality {
   std::array<std::size_t, kPositionQualities> photos{};  ///< by `PositionQuality`
   AccuracyRange horizontal, vertical;
+  std::string attitudeSource;                               ///< "SBET file", "orientation file"; empty for none
+  std::array<std::size_t, kAttitudeQualities> attitudes{};  ///< photos by `AttitudeQuality`
 };
 
 /// What a run read, made and left out. Absent inputs have no value.

@@ -157,6 +157,13 @@ inline constexpr FindingKind  // Post-processed trajectory and POS file
 inline constexpr FindingKind  // Exposures and photos
     ExposuresInGaps{"exposures-in-gaps", Warning,
                     "{count:camera event} inside trajectory gaps or across the 180th meridian: dropped"},
+    AttitudesTaken{"attitudes-taken", Note, "attitude of {count} of {exposures:exposure} from the {source}"},
+    HeadingsFromTrack{"headings-from-track", Warning,
+                      "{count:exposure} without attitude: heading from the direction of motion, roll and pitch taken "
+                      "to be 0"},
+    ExposuresWithoutAttitude{"exposures-without-attitude", Warning,
+                             "camera {camera}: {count:exposure} without attitude to turn the lever arm by: dropped; "
+                             "--heading-from-track takes the direction of motion"},
     RtkLost{"rtk-lost", Warning,
             "RTK was lost from {from} to {to}: {count:photo} of quality {quality} instead of FIXED"},
     RtkLostMore{"rtk-lost-more", Warning, "RTK was lost in {count:more stretch|more stretches}, with {photos:photo}"},

@@ -95,6 +95,14 @@ std::string UselessSettings(const Settings& settings) {
   return names;
 }
 
+/// Whether a setting is given that only a sensor's cameras have.
+bool PlacesCameras(const Settings& settings) {
+  const Settings defaults;
+  const auto isGiven = [&](auto... members) { return ((settings.*members != defaults.*members) || ...); };
+  return isGiven(&Settings::camera1DelayMilliseconds, &Settings::camera2DelayMilliseconds, &Settings::camera1LeverArm,
+                 &Settings::camera2LeverArm, &Settings::headingFromTrack);
+}
+
 /// @return what does not go together; empty when all inputs do
 std::string ComplaintAbout(const Settings& settings) {
   const auto isGiven = [&](auto... members) { return (!(settings.*members).empty() || ...); };
@@ -109,15 +117,15 @@ std::string ComplaintAbout(const Settings& settings) {
               &Settings::camera2))
     return "a drone mission has --timestamps and --photos, but not a trajectory, event file, housekeeping log or "
            "cam1 and cam2";
+  if (PlacesCameras(settings))
+    return "shutter delays, lever arms and --heading-from-track are for a sensor's mission; a drone's timestamp file "
+           "has "
+           "offsets of its own, which --timestamp-offsets adds";
   if (isGiven(&Settings::pos) && isGiven(&Settings::applanix))
     return "--pos and --applanix are both a post-processed trajectory; give one";
   if (settings.position == PositionSource::PostProcessed && !isGiven(&Settings::pos, &Settings::applanix))
     return "--position post-processed needs a trajectory: give --pos and --target, or --applanix";
   return {};
-}
-
-std::size_t CountPlaced(const SystemEvents& events) {
-  return static_cast<std::size_t>(std::count_if(events.begin(), events.end(), IsPlaced));
 }
 
 /// Moves the exposures from the antenna to the camera, if wanted, and reports offsets that are not zero.
@@ -158,7 +166,6 @@ SystemEvents ReadDroneEvents(Mission& mission, Job& job) {
   mission.timestamps->events.clear();
   ApplyOffsets(*mission.timestamps, settings.timestampOffsets, events, job);
   camera.read = events.size();
-  camera.placed = CountPlaced(events);
   if (camera.folder) {
     camera.pairing = PairingOf(*camera.folder, events, mission.timestamps->photoNumbers);
     TellOfPairing(camera, job);
@@ -193,7 +200,6 @@ Trajectory ApplyPostProcessed(const std::vector<tagKVPosEvent>& samples, SystemE
                                                 {"effect", isTaken ? "dropped" : "not compared"}});
   if (!isTaken) return {};
   events = std::move(placed);
-  mission.cameras[0].placed = CountPlaced(events);
   return trajectory;
 }
 

@@ -56,10 +56,13 @@ Settings ResolveInputs(Settings settings, Job& job) {
 void TakeExposures(SystemEvents& events, const PhotosOfEvents& photos, const Trajectory& trajectory, Mission& mission,
                    Job& job) {
   mission.exposures = ExposuresOf(events, photos, mission, trajectory);
+  PlaceCameras(trajectory, mission, job);
   for (Camera& camera : mission.cameras) {
-    camera.dropped = static_cast<std::size_t>(std::count_if(
-        mission.exposures.begin(), mission.exposures.end(),
-        [&](const Exposure& exposure) { return exposure.drop && CameraOf(exposure.event) == camera.number; }));
+    for (const Exposure& exposure : mission.exposures) {
+      if (CameraOf(exposure.event) != camera.number) continue;
+      camera.placed += IsPlaced(exposure.event);
+      camera.dropped += exposure.drop.has_value();
+    }
   }
   QualifyExposures(trajectory, mission, job);
   if (!mission.settings.grade) return;
@@ -99,11 +102,13 @@ void RunDrone(Mission& mission, Job& job) {
 
 void RunEvents(EventFile& file, Mission& mission, Job& job) {
   SystemEvents& events = file.events;
+  TellOfEventsOutside(events, *mission.trajectory, job);  // first: it may explain what clocks show
+  PhotosOfEvents photos;
+  mission.cameras = PairCameras(mission.settings, events, photos, job);  // by the times of events, not of exposures
+  DelayExposures(mission.settings, events);
   PlaceEvents(events, *mission.trajectory, job);
   file.heartbeatsPlaced = static_cast<std::size_t>(std::count_if(
       events.begin(), events.end(), [](auto& event) { return event.Type == kHeartbeat && IsPlaced(event); }));
-  PhotosOfEvents photos;
-  mission.cameras = PairCameras(mission.settings, events, photos, job);
   TakeExposures(events, photos, *mission.trajectory, mission, job);
 }
 
@@ -124,6 +129,7 @@ void RunSensor(Mission& mission, Job& job) {
     if (mission.applanix->samples.empty())
       job.Add(Found::ExportUnusable, {{"file", Utf8(settings.applanix)}}, {.file = settings.applanix});
   }
+  CheckLeverArms(mission);
   if (mission.housekeeping) PlaceEntries(*mission.housekeeping, *mission.trajectory, job);
   EventFile none;
   RunEvents(mission.events ? *mission.events : none, mission, job);

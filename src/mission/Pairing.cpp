@@ -44,7 +44,6 @@ CameraPairing Begin(int number, const Settings& settings, const SystemEvents& ev
   for (std::size_t i = 0; i < events.size(); ++i) {
     if (events[i].Type != kCameraEvent || CameraOf(events[i]) != number) continue;
     pairing.events.push_back(i);
-    camera.placed += IsPlaced(events[i]);
   }
   camera.read = pairing.events.size();
   pairing.photos.resize(camera.read);

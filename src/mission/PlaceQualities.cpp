@@ -102,6 +102,7 @@ void QualifyExposures(const Trajectory& trajectory, Mission& mission, Job& job) 
     exposure.event.POSQuality.assign(word.begin(), word.end());
     if (exposure.drop) continue;
     ++mission.placeQuality.photos[IndexOf(exposure.quality.quality)];
+    ++mission.placeQuality.attitudes[static_cast<std::size_t>(exposure.attitudeQuality)];
     Add(exposure.quality.horizontalSigma, mission.placeQuality.horizontal);
     Add(exposure.quality.verticalSigma, mission.placeQuality.vertical);
   }

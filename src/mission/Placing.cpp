@@ -94,22 +94,6 @@ std::string AdviceFor(const SystemEvents& events, const Trajectory& trajectory, 
                      std::abs(Seconds(zone)) / 3600, std::chrono::seconds(zone).count());
 }
 
-void TellOfEventsOutside(const SystemEvents& events, const Trajectory& trajectory, Job& job) {
-  constexpr std::chrono::seconds kLeapSeconds{std::size(kLeapSecondDays)};
-  const EventsBeside beside = Compare(events, trajectory, {});
-  if (2 * beside.Outside() > beside.timed) {
-    job.Add(Found::EventsOutsideTrajectory, {{"count", Count(beside.Outside())},
-                                             {"events", Count(beside.timed)},
-                                             {"from", *beside.span.first},
-                                             {"to", *beside.span.last},
-                                             {"trajectoryFrom", trajectory.first},
-                                             {"trajectoryTo", trajectory.last},
-                                             {"advice", AdviceFor(events, trajectory, beside)}});
-  } else if (beside.after > 0 && Compare(events, trajectory, -kLeapSeconds).Outside() == beside.before) {
-    job.Add(Found::EventsMaybeInGpsTime, {{"count", Count(beside.after)}, {"seconds", kLeapSeconds.count()}});
-  }
-}
-
 /// @param firstTick  of the heartbeats
 DropCode WithoutTime(const EventFile& file, double tick, double firstTick) {
   if (file.heartbeats < 2) return DropCode::FewHeartbeats;
@@ -147,6 +131,7 @@ constexpr auto kDropWords = std::to_array<DropWords>({
     {DropCode::BeforeFirstFix, "before-first-fix", "no place: before the first fix"},
     {DropCode::AfterLastFix, "after-last-fix", "no place: after the last fix"},
     {DropCode::OffTrajectory, "off-trajectory", "no place on the trajectory"},
+    {DropCode::NoAttitude, "no-attitude", "no place: no attitude to turn the lever arm by"},
     {DropCode::NoPhoto, "no-photo", "no photo"},
     {DropCode::NoPhotoFolder, "no-photo-folder", "no photo: no folder for this camera"},
 });
@@ -158,6 +143,22 @@ const DropWords& WordsFor(DropCode code) {
 }  // namespace
 
 const char* CodeOf(DropCode code) { return WordsFor(code).key; }
+
+void TellOfEventsOutside(const SystemEvents& events, const Trajectory& trajectory, Job& job) {
+  constexpr std::chrono::seconds kLeapSeconds{std::size(kLeapSecondDays)};
+  const EventsBeside beside = Compare(events, trajectory, {});
+  if (2 * beside.Outside() > beside.timed) {
+    job.Add(Found::EventsOutsideTrajectory, {{"count", Count(beside.Outside())},
+                                             {"events", Count(beside.timed)},
+                                             {"from", *beside.span.first},
+                                             {"to", *beside.span.last},
+                                             {"trajectoryFrom", trajectory.first},
+                                             {"trajectoryTo", trajectory.last},
+                                             {"advice", AdviceFor(events, trajectory, beside)}});
+  } else if (beside.after > 0 && Compare(events, trajectory, -kLeapSeconds).Outside() == beside.before) {
+    job.Add(Found::EventsMaybeInGpsTime, {{"count", Count(beside.after)}, {"seconds", kLeapSeconds.count()}});
+  }
+}
 
 void PlaceEvents(SystemEvents& events, Trajectory& trajectory, Job& job) {
   std::wstring error;
@@ -174,7 +175,6 @@ void PlaceEvents(SystemEvents& events, Trajectory& trajectory, Job& job) {
     }
   }
   if (inGaps > 0) job.Add(Found::ExposuresInGaps, {{"count", Count(inGaps)}});
-  TellOfEventsOutside(events, trajectory, job);
 }
 
 void PlaceEntries(HousekeepingLog& housekeeping, Trajectory& trajectory, Job& job) {

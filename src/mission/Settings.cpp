@@ -3,11 +3,13 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <functional>
 #include <limits>
 #include <string_view>
 
+#include "text/Blanks.h"
 #include "text/Numbers.h"
 #include "time/Instants.h"
 
@@ -17,7 +19,9 @@ namespace {
 using Path = std::filesystem::path;
 using Type = SettingKey::Type;
 
-constexpr double kLargestSeconds = 1e9;  // some 30 years; longer than any clock offset or gap
+constexpr double kLargestSeconds = 1e9;   // some 30 years; longer than any clock offset or gap
+constexpr double kLongestDelay = 10'000;  // milliseconds
+constexpr double kLongestArm = 1000;      // metres
 constexpr int kMostJobs = 1024;
 
 /// Stores a text, or says what is wrong with it.
@@ -41,6 +45,10 @@ Reader NumberTo(double Settings::*member, double least, double most, const char*
   };
 }
 
+Reader DelayTo(double Settings::*member) {
+  return NumberTo(member, -kLongestDelay, kLongestDelay, "must be a number of milliseconds, 10000 at most");
+}
+
 constexpr const char* kNotSeconds = "must be a number of seconds";
 
 Reader ClockOffsetTo(ClockOffset Settings::*member) {
@@ -49,6 +57,24 @@ Reader ClockOffsetTo(ClockOffset Settings::*member) {
     const bool find = text == "auto";
     if (!find && (!number || std::abs(*number) > kLargestSeconds)) return std::string(kNotSeconds) + ", or auto";
     settings.*member = {number.value_or(0), find};
+    return {};
+  };
+}
+
+/// Three lengths between commas; the array has a place for each.
+Reader LeverArmTo(LeverArm Settings::*member) {
+  return [=](std::string_view text, Settings& settings) -> std::string {
+    std::array<double, 3> metres{};
+    for (double& part : metres) {
+      const std::size_t comma = text.find(',');
+      const auto number = FiniteNumber(WithoutBlanks(text.substr(0, comma)));
+      const bool isLast = &part == &metres.back();
+      if (!number || std::abs(*number) > kLongestArm || isLast != (comma == text.npos))
+        return "must be FORWARD,RIGHT,DOWN: three numbers of metres";
+      part = *number;
+      text.remove_prefix(isLast ? text.size() : comma + 1);
+    }
+    settings.*member = {metres[0], metres[1], metres[2]};
     return {};
   };
 }
@@ -151,6 +177,17 @@ const std::vector<Row>& Rows() {
        ClockOffsetTo(&Settings::camera2Offset)},
       {{"event-offset", "SECONDS", "added to the times of the event file", Type::Number, true},
        NumberTo(&Settings::eventOffsetSeconds, -kLargestSeconds, kLargestSeconds, kNotSeconds)},
+      {{"cam1-shutter-delay", "MS", "from an event of camera 1 to its exposure, milliseconds", Type::Number, true},
+       DelayTo(&Settings::camera1DelayMilliseconds)},
+      {{"cam2-shutter-delay", "MS", "from an event of camera 2 to its exposure, milliseconds", Type::Number, true},
+       DelayTo(&Settings::camera2DelayMilliseconds)},
+      {{"cam1-lever-arm", "FORWARD,RIGHT,DOWN", "from the antenna to camera 1, metres", Type::Text, true},
+       LeverArmTo(&Settings::camera1LeverArm)},
+      {{"cam2-lever-arm", "FORWARD,RIGHT,DOWN", "from the antenna to camera 2, metres", Type::Text, true},
+       LeverArmTo(&Settings::camera2LeverArm)},
+      {{"heading-from-track", "", "without attitude, turn lever arms by the direction of motion, roll and pitch 0",
+        Type::Flag, true},
+       FlagTo(&Settings::headingFromTrack, true)},
       {{"max-gap", "SECONDS", WithDefault("longest pause between fixes that is not a gap", &Settings::maxGapSeconds),
         Type::Number, true},
        NumberTo(&Settings::maxGapSeconds, std::numeric_limits<double>::denorm_min(), kLargestSeconds,

@@ -39,6 +39,9 @@ SystemEvents ReadDroneEvents(Mission& mission, Job& job);
 Trajectory ApplyPostProcessed(const std::vector<tagKVPosEvent>& samples, SystemEvents& events, Mission& mission,
                               Job& job);
 
+/// Tells when camera events lie outside the trajectory, and how a time system may explain it.
+void TellOfEventsOutside(const SystemEvents& events, const Trajectory& trajectory, Job& job);
+
 /// Gives every event with a time its place on the trajectory. A camera event inside a gap, or between two fixes across
 /// the 180th meridian, gets none. @throws Failure with the sentence of the operation that failed
 void PlaceEvents(SystemEvents& events, Trajectory& trajectory, Job& job);
@@ -67,6 +70,17 @@ std::vector<Camera> PairCameras(const Settings& settings, SystemEvents& events, 
 /// @param mission  its event or timestamp file, trajectory and settings tell why
 std::vector<Exposure> ExposuresOf(SystemEvents& events, const PhotosOfEvents& photos, const Mission& mission,
                                   const Trajectory& trajectory);
+
+/// Moves camera events to the times of their exposures, by the shutter delays.
+void DelayExposures(const Settings& settings, SystemEvents& events);
+
+/// @throws Failure (WrongUsage) when a lever arm is given, but neither attitude nor leave to take it from the track
+void CheckLeverArms(const Mission& mission);
+
+/// Gives each exposure with a place its attitude, and moves it by the lever arm of its camera. An exposure whose lever
+/// arm cannot be turned loses its place.
+/// @param trajectory  that placed the exposures; without fixes if the timestamp file did
+void PlaceCameras(const Trajectory& trajectory, Mission& mission, Job& job);
 
 /// Says of each exposure with a place how good that is, as the fixes beside it or the timestamp file say, and reports
 /// stretches of photos without RTK in a mission that had it.

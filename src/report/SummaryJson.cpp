@@ -1,3 +1,4 @@
+#include "georef/Attitudes.h"
 #include "georef/FixQualities.h"
 #include "mission/Steps.h"
 #include "platform/FileNames.h"
@@ -152,6 +153,23 @@ Json QualitiesOf(const PlaceQuality& places) {
   return json;
 }
 
+Json AttitudesOf(const PlaceQuality& places) {
+  Json json = Json::object();
+  for (std::size_t i = 0; i < places.attitudes.size(); ++i) {
+    if (places.attitudes[i] > 0) json[WordFor(AttitudeQuality(i))] = places.attitudes[i];
+  }
+  return {{"source", places.attitudeSource.empty() ? Json(nullptr) : Json(places.attitudeSource)}, {"photos", json}};
+}
+
+Json ArmOf(const LeverArm& arm) { return {{"forward", arm.forward}, {"right", arm.right}, {"down", arm.down}}; }
+
+/// Where the cameras are, as the settings say.
+Json MountOf(const Camera& camera, const Settings& settings) {
+  const bool isFirst = camera.number == 1;
+  return {{"shutterDelayMilliseconds", isFirst ? settings.camera1DelayMilliseconds : settings.camera2DelayMilliseconds},
+          {"leverArmMetres", ArmOf(isFirst ? settings.camera1LeverArm : settings.camera2LeverArm)}};
+}
+
 Json AccuracyOf(const AccuracyRange& range) {
   if (range.known == 0) return nullptr;
   return {{"known", range.known}, {"leastMetres", range.least}, {"largestMetres", range.largest}};
@@ -173,7 +191,10 @@ std::string KVMission::SummaryJson(const Mission& mission, const std::filesystem
   using namespace kv::mission;
   const Settings& settings = mission.settings;
   Json cameras = Json::array();
-  for (const Camera& camera : mission.cameras) cameras.push_back(ObjectOf(camera));
+  for (const Camera& camera : mission.cameras) {
+    cameras.push_back(ObjectOf(camera));
+    cameras.back().update(MountOf(camera, settings));
+  }
   return Written({{"program", "kvmission"},
                   {"version", Version()},
                   {"complete", mission.complete},
@@ -194,6 +215,7 @@ std::string KVMission::SummaryJson(const Mission& mission, const std::filesystem
                     {"last", JsonOf(mission.photoSpan.last)},
                     {"bounds", JsonOf(mission.photoBounds)},
                     {"byQuality", QualitiesOf(mission.placeQuality)},
+                    {"attitude", AttitudesOf(mission.placeQuality)},
                     {"horizontalAccuracy", AccuracyOf(mission.placeQuality.horizontal)},
                     {"verticalAccuracy", AccuracyOf(mission.placeQuality.vertical)}}},
                   {"dropped", DropsOf(mission)},

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "base/Findings.h"
+#include "georef/Attitudes.h"
 #include "georef/FixQualities.h"
 #include "mission/OutputFolder.h"
 #include "mission/inputs/LeftOut.h"
@@ -66,6 +67,14 @@ void PrintTrajectory(const Mission& mission, Page& page) {
     page.Line("  {}, the longest of {:.1f} s", Counted(gaps.size(), "gap"), Seconds(longest->to - longest->from));
 }
 
+void PrintMount(int camera, const Settings& settings, Page& page) {
+  const double delay = camera == 1 ? settings.camera1DelayMilliseconds : settings.camera2DelayMilliseconds;
+  const LeverArm& arm = camera == 1 ? settings.camera1LeverArm : settings.camera2LeverArm;
+  if (delay != 0) page.Line("    exposures {} ms after events", delay);
+  if (arm != LeverArm())
+    page.Line("    lever arm: {} m forward, {} m right, {} m down", arm.forward, arm.right, arm.down);
+}
+
 void PrintEvents(const Mission& mission, Page& page) {
   if (mission.timestamps) {
     page.Line("Timestamps  {}", Utf8(mission.settings.timestamps));
@@ -80,9 +89,11 @@ void PrintEvents(const Mission& mission, Page& page) {
   } else {
     return page.Line("Events      none");
   }
-  for (const Camera& camera : mission.cameras)
+  for (const Camera& camera : mission.cameras) {
     page.Line("  camera {} events: {} read, {} placed, {} paired, {} dropped, {} in the layer", camera.number,
               camera.read, camera.placed, camera.pairing.paired, camera.dropped, camera.read - camera.dropped);
+    PrintMount(camera.number, mission.settings, page);
+  }
 }
 
 void PrintClock(const Camera& camera, Page& page) {
@@ -199,13 +210,22 @@ void PrintAccuracy(const char* direction, const AccuracyRange& range, Page& page
               range.known);
 }
 
-void PrintPlaceQuality(const PlaceQuality& places, Page& page) {
+/// "FIXED 120, FLOAT 3"
+template <typename Quality, typename Photos>
+std::string CountsBy(const Photos& photos) {
   std::string counts;
-  for (std::size_t i = 0; i < places.photos.size(); ++i) {
-    if (places.photos[i] > 0)
-      counts += fmt::format("{}{} {}", counts.empty() ? "" : ", ", WordFor(PositionQuality(i)), places.photos[i]);
+  for (std::size_t i = 0; i < photos.size(); ++i) {
+    if (photos[i] > 0) counts += fmt::format("{}{} {}", counts.empty() ? "" : ", ", WordFor(Quality(i)), photos[i]);
   }
-  if (!counts.empty()) page.Line("  places of photos by quality: {}", counts);
+  return counts;
+}
+
+void PrintPlaceQuality(const PlaceQuality& places, Page& page) {
+  if (const auto counts = CountsBy<PositionQuality>(places.photos); !counts.empty())
+    page.Line("  places of photos by quality: {}", counts);
+  if (const auto counts = CountsBy<AttitudeQuality>(places.attitudes); !counts.empty())
+    page.Line("  attitude of photos: {}{}", counts,
+              places.attitudeSource.empty() ? "" : fmt::format(" ({})", places.attitudeSource));
   PrintAccuracy("horizontal", places.horizontal, page);
   PrintAccuracy("vertical", places.vertical, page);
 }

@@ -149,6 +149,7 @@ TEST_F(DroneTest, ExitCodesTellHowItWent) {
       {"$K run m -o u --orientation sbet.txt", 1, "no orientation reading"},
       {"$K run m -o u --position post-processed", 2, "post-processed needs a trajectory: give"},
       {"$K run --trajectory sbet.txt --timestamp-offsets -o u", 2, "--timestamp-offsets is for a drone mission"},
+      {"$K run m -o u --cam1-lever-arm 0,0,1", 2, "lever arms and --heading-from-track are for a sensor's mission"},
       {"$K run m -o u --position neither", 2, "timestamps or post-processed"},
       {"$K run m -o u --housekeeping sbet.txt", 2, "a drone mission has"},
       {"$K run --trajectory sbet.txt --photos m -o u", 2, "--timestamps"},

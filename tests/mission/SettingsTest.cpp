@@ -36,6 +36,16 @@ TEST(Settings, AreGivenAsText) {
       {"cam1-offset", "nan", "must be a number of seconds, or auto", {}},
       {"cam1-offset", "1,5", "must be a number of seconds, or auto", {}},
       {"cam1-offset", "-1000000001", "must be a number of seconds, or auto", {}},
+      {"cam2-shutter-delay", "-15.5", "", [](const Settings& s) { return s.camera2DelayMilliseconds == -15.5; }},
+      {"cam1-shutter-delay", "10001", "must be a number of milliseconds, 10000 at most", {}},
+      {"cam1-lever-arm", "-0.2, 1e-1,3", "",
+       [](const Settings& s) {
+         return s.camera1LeverArm == LeverArm{-0.2, 0.1, 3};
+       }},
+      {"cam2-lever-arm", "1,2", "must be FORWARD,RIGHT,DOWN: three numbers of metres", {}},
+      {"cam2-lever-arm", "1,2,3,4", "must be FORWARD,RIGHT,DOWN: three numbers of metres", {}},
+      {"cam2-lever-arm", "1,,3", "must be FORWARD,RIGHT,DOWN: three numbers of metres", {}},
+      {"cam2-lever-arm", "1,2,1e4", "must be FORWARD,RIGHT,DOWN: three numbers of metres", {}},
       {"max-gap", "0.001", "", [](const Settings& s) { return s.maxGapSeconds == 0.001; }},
       {"max-gap", "0", "must be a positive number of seconds", {}},
       {"tolerance", "0", "", [](const Settings& s) { return s.toleranceSeconds == 0; }},
@@ -120,6 +130,7 @@ TEST(MissionToml, NamesLineAndKeyOfAFault) {
       {"events = 'a'\ncam1 = \"a\\u0000b\"", "line 2: cam1 must be a path"},
       {"events = ''", "line 1: events must not be empty"},
       {"events = '\xFF'", "line 1"},
+      {"cam1-lever-arm = '0.2, -0.1, 0.3'\ncam2-lever-arm = 1", "line 2: cam2-lever-arm must be a string"},
   };
   const TempFolder folder;
   for (const auto& [content, part] : rows) {
