@@ -290,10 +290,11 @@ inline constexpr std::size_t kAttitudeQualities = 4;
 
 struct Trajectory {
   std::filesystem::path file;
-  const char* kind = "receiver log";  ///< or "POS file", "Applanix export", "SBET file"
+  const char* kind = "receiver log";  ///< or "POS file", "Applanix export", "SBET file", "GPX track"
   std::vector<tagKVTrajectoryObs> fixes;
   std::vector<FixQuality> qualities;  ///< of the fixes; empty when the source has none
   std::vector<Attitude> attitudes;    ///< at the fixes; empty when the source has none
+  std::size_t heightsUnknown = 0;     ///< fixes whose heights may be above the geoid: the source does not say
   SentenceCounts counts;
   std::optional<Date> date;     ///< of the first fix; nothing when no source tells it, and times are times of day
   const char* dateSource = "";  ///< "option", "sentence", "heartbeat" or "file"
@@ -304,6 +305,19 @@ struct Trajectory {
   std::vector<Gap> crossings;     ///< pairs of fixes on both sides of the 180th meridian, in file order
   std::size_t stepsBack = 0;      ///< of the time
   Instant first, last;            ///< fix in file order
+};
+
+/// Distances between two trajectories.
+struct TrajectoryComparison {
+  struct Distances {
+    double median = 0, most = 0, largest = 0;  ///< metres; 95 % are within `most`
+  };
+
+  std::filesystem::path used;   ///< gives the places
+  std::filesystem::path other;  ///< is compared with it
+  std::size_t compared = 0;     ///< fixes of the other, at most some thousands spread over it
+  std::optional<Distances> horizontal, vertical;
+  std::optional<double> shiftSeconds;  ///< of the other's times that brings both nearest; nothing when it does not show
 };
 
 /// A system event file: what was read and left out.
@@ -408,6 +422,21 @@ struct SbetFile {
   double firstSeconds = 0, lastSeconds = 0;  ///< as in the file
   TimeSpan span;                             ///< empty when the week is not known
   Bounds bounds;
+};
+
+/// The tracks of a GPX file.
+struct GpxFile {
+  std::size_t tracks = 0, segments = 0, points = 0;
+  std::size_t others = 0;        ///< waypoints and points of routes
+  std::size_t withoutPlace = 0;  ///< points left out: without a latitude, longitude or elevation that exists
+  std::size_t withoutTime = 0;   ///< points left out
+  std::size_t withoutFix = 0;    ///< points left out: marked as without a fix, or as one in two dimensions
+  std::size_t geoidHeights = 0;  ///< points used with the geoid's height
+  TimeSpan span;
+  Bounds bounds;          ///< of the points used; heights as they stand in the file
+  std::string complaint;  ///< why no point can be used; empty when some can
+
+  std::size_t Used() const { return points - withoutPlace - withoutTime - withoutFix; }
 };
 
 /// What a line of a POS file is.
@@ -640,6 +669,7 @@ struct PlaceQuality {
 struct Mission {
   Settings settings;  ///< with the inputs that were found; `output` is absolute
   std::optional<Trajectory> trajectory;
+  std::optional<TrajectoryComparison> trajectoryComparison;  ///< with a second trajectory
   std::optional<EventFile> events;          ///< its `events` are heartbeats alone: camera events are `exposures`
   std::optional<TimestampFile> timestamps;  ///< its `events` are empty: they are `exposures`
   std::vector<Camera> cameras;              ///< those with exposures or photos
@@ -709,7 +739,7 @@ struct FileDescription {
   std::string kind;  ///< "trajectory log (NMEA)"; "unknown"
   std::optional<std::uint64_t> bytes;
   std::variant<std::monostate, Trajectory, EventFile, HousekeepingLog, PosFile, TimestampFile, OrientationFile,
-               ApplanixExport, SbetFile, PhotoFile, ShapefileHeader>
+               ApplanixExport, SbetFile, GpxFile, PhotoFile, ShapefileHeader>
       content;
   double maxGapSeconds = 0;  ///< also between heartbeats
   std::vector<Finding> findings;

@@ -126,7 +126,7 @@ inline constexpr FindingKind  // Post-processed trajectory and POS file
     RowsOutOfRange{"rows-out-of-range", Warning,
                    "post-processed trajectory: {count:row} with a time or place out of range: left out"},
     SamplesOutOfOrder{"samples-out-of-order", Warning,
-                      "post-processed trajectory: {count:single sample} out of the order of time: left out"},
+                      "trajectory: {count:single sample} out of the order of time: left out"},
     SamplesWithoutTime{"samples-without-time", Warning,
                        "post-processed trajectory: {count:sample} without a valid time: left out"},
     ExportWithoutDate{"export-without-date", Doubt,
@@ -149,6 +149,13 @@ inline constexpr FindingKind  // Post-processed trajectory and POS file
                  "POS file: line {line} cannot be transformed: {reason} The {points:sample} before it are kept, "
                  "{lost:sample} left "
                  "out"},
+    TrackPointsLeftOut{"track-points-left-out", Warning, "GPX track: {count:point} left out, without {what}"},
+    TrackWithoutPoints{"track-without-points", Warning, "GPX track: no usable point: {reason}"},
+    TrackHeightsUnknown{
+        "track-heights-unknown", Doubt,
+        "{file}: {count:elevation} without the geoid's height: GPX does not say what they are above, and most programs "
+        "write heights above the geoid; taken for ellipsoidal, which may be wrong by up to 100 m; give the receiver's "
+        "log or a POS file as well"},
     GridOnOtherEllipsoid{"grid-on-other-ellipsoid", Doubt,
                          "the geoid grid {grid} is applied above the ellipsoid of {system}, which is not GRS80 or WGS "
                          "84: heights may be "

@@ -123,7 +123,7 @@ void RunSensor(Mission& mission, Job& job) {
                                 Counted(mission.events->lines, "line")));
   }
   const std::optional<Instant> heartbeat = mission.events ? FirstHeartbeatTime(mission.events->events) : std::nullopt;
-  mission.trajectory = ReadTrajectories(settings, {settings.date, heartbeat, true}, job);
+  mission.trajectory = ReadTrajectories(settings, {settings.date, heartbeat, true}, mission.trajectoryComparison, job);
   if (!settings.applanix.empty()) {
     ReadExport(mission, job);
     if (mission.applanix->samples.empty())

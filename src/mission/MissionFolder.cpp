@@ -105,6 +105,15 @@ void LeaveOutLogsWithoutFix(std::vector<fs::path>& logs, Job& job) {
   logs.erase(others, logs.end());
 }
 
+Finding Several(const std::vector<fs::path>& paths, const char* what, const char* key) {
+  std::string names;
+  for (const auto& path : paths) names += (names.empty() ? "" : ", ") + Utf8(path.filename());
+  const fs::path folder = paths[0].parent_path();
+  return MakeFinding(Found::InputAmbiguous,
+                     {{"folder", Utf8(folder)}, {"what", what}, {"names", names}, {"option", std::string("--") + key}},
+                     {.file = folder});
+}
+
 void Settle(Candidates& candidates, Settings& settings, Job& job) {
   auto& setting = settings.*candidates.setting;
   auto& paths = candidates.paths;
@@ -112,19 +121,31 @@ void Settle(Candidates& candidates, Settings& settings, Job& job) {
   std::sort(paths.begin(), paths.end());
   if (paths.size() > 1 && candidates.setting == &Settings::trajectory) LeaveOutLogsWithoutFix(paths, job);
   if (paths.size() > 1 && !(candidates.bearer == Bearer::Any && HaveSameContent(paths))) {
-    std::string names;
-    for (const auto& path : paths) names += (names.empty() ? "" : ", ") + Utf8(path.filename());
-    const Finding several = MakeFinding(Found::InputAmbiguous,
-                                        {{"folder", Utf8(paths[0].parent_path())},
-                                         {"what", candidates.several},
-                                         {"names", names},
-                                         {"option", std::string("--") + candidates.key}},
-                                        {.file = paths[0].parent_path()});
+    const Finding several = Several(paths, candidates.several, candidates.key);
     if (candidates.bearer != Bearer::Any) throw Failure(several.text);
     return job.Add(Found::InputAmbiguous, several.values, several.subject);  // the mission does without
   }
   job.Add(Found::InputFound, {{"file", Utf8(paths[0])}}, {.file = paths[0]});
   setting = paths[0];
+}
+
+/// The receiver log beside a post-processed trajectory that is named is compared with it.
+void TakeLogToCompare(std::vector<fs::path> logs, Settings& settings, Job& job) {
+  std::error_code error;
+  if (settings.trajectory.empty() || !settings.otherTrajectory.empty() || logs.empty() ||
+      !fs::is_regular_file(settings.trajectory, error))
+    return;
+  const FileKind kind = KindOfFile(settings.trajectory);
+  if (kind != FileKind::Pos && kind != FileKind::Applanix && kind != FileKind::Sbet) return;
+  std::sort(logs.begin(), logs.end());
+  LeaveOutLogsWithoutFix(logs, job);
+  if (logs.size() > 1) {
+    const Finding several = Several(logs, "receiver logs to compare with", "trajectory");
+    return job.Add(Found::InputAmbiguous, several.values, several.subject);
+  }
+  if (!HasFix(logs[0], job)) return;
+  job.Add(Found::InputFound, {{"file", Utf8(logs[0])}}, {.file = logs[0]});
+  settings.otherTrajectory = logs[0];
 }
 
 std::string KindOrReason(const fs::path& file) {
@@ -187,6 +208,7 @@ std::string ContentOf(const fs::path& folder) {
 void FindMissionFiles(Settings& settings, Job& job) {
   Sorter sorter(settings.mission, job);
   const Bearer bearer = BearerOf(settings, sorter);
+  if (bearer == Bearer::Sensor) TakeLogToCompare(sorter.For(&Settings::trajectory)->paths, settings, job);
   for (Candidates& candidates : sorter.All()) {
     if (candidates.bearer == bearer || candidates.bearer == Bearer::Any) {
       Settle(candidates, settings, job);

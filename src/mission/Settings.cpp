@@ -138,9 +138,8 @@ const std::vector<Row>& Rows() {
   static const std::vector<Row> rows{
       {{"output", "FOLDER", "folder for the layers and summary.json", Type::Path, false}, PathTo(&Settings::output)},
       {{"trajectory", "FILE",
-        "trajectory: receiver log (NMEA), POS file, Applanix export or SBET; twice for a real-time and a "
-        "post-processed "
-        "one",
+        "trajectory: receiver log (NMEA), POS file, Applanix export, SBET or GPX; twice for a real-time and a "
+        "post-processed one",
         Type::Path, true, true},
        ReadTrajectoryPath},
       {{"events", "FILE", "system event file with heartbeats and camera events", Type::Path, true},

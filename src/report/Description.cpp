@@ -100,6 +100,20 @@ struct Describe {
             {"last", JsonOf(sbet.span.last)},    {"bounds", JsonOf(sbet.bounds)}};
   }
 
+  Json operator()(const GpxFile& gpx) const {
+    return {{"tracks", gpx.tracks},
+            {"segments", gpx.segments},
+            {"points", gpx.points},
+            {"withoutTime", gpx.withoutTime},
+            {"withoutPlace", gpx.withoutPlace},
+            {"withoutFix", gpx.withoutFix},
+            {"withGeoidHeight", gpx.geoidHeights},
+            {"waypointsAndRoutePoints", gpx.others},
+            {"first", JsonOf(gpx.span.first)},
+            {"last", JsonOf(gpx.span.last)},
+            {"bounds", JsonOf(gpx.bounds)}};
+  }
+
   Json operator()(const PhotoFile& photo) const {
     Json json = {{"width", photo.width},
                  {"height", photo.height},

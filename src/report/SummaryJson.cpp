@@ -32,6 +32,20 @@ const fs::path& UsedTrajectory(const Mission& mission) {
   return isRead ? mission.trajectory->file : mission.settings.trajectory;
 }
 
+Json ComparisonOf(const std::optional<TrajectoryComparison>& comparison) {
+  if (!comparison) return nullptr;
+  const auto distances = [](const std::optional<TrajectoryComparison::Distances>& of) {
+    return of ? Json{{"medianMetres", of->median}, {"mostMetres", of->most}, {"largestMetres", of->largest}}
+              : Json(nullptr);
+  };
+  return {{"used", Utf8(comparison->used)},
+          {"other", Utf8(comparison->other)},
+          {"compared", comparison->compared},
+          {"horizontal", distances(comparison->horizontal)},
+          {"vertical", distances(comparison->vertical)},
+          {"shiftSeconds", OrNull(comparison->shiftSeconds)}};
+}
+
 Json EventsOf(const Mission& mission) {
   Json json = InputOf(mission.settings.events, mission.events);
   if (mission.events) json["heartbeats"]["placed"] = mission.events->heartbeatsPlaced;
@@ -201,6 +215,7 @@ std::string KVMission::SummaryJson(const Mission& mission, const std::filesystem
                   {"doubtful", mission.doubtful},
                   {"mission", PathOrNull(settings.mission)},
                   {"trajectory", InputOf(UsedTrajectory(mission), mission.trajectory)},
+                  {"trajectoryComparison", ComparisonOf(mission.trajectoryComparison)},
                   {"events", EventsOf(mission)},
                   {"cameras", std::move(cameras)},
                   {"stations", StationsOf(mission.stations)},

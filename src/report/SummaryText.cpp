@@ -75,6 +75,20 @@ void PrintMount(int camera, const Settings& settings, Page& page) {
     page.Line("    lever arm: {} m forward, {} m right, {} m down", arm.forward, arm.right, arm.down);
 }
 
+void PrintComparison(const std::optional<TrajectoryComparison>& comparison, Page& page) {
+  if (!comparison) return;
+  page.Line("  gives the places; {} compared: {}", Utf8(comparison->other),
+            comparison->compared == 0 ? "no time in common" : Counted(comparison->compared, "fix|fixes"));
+  const auto print = [&](const char* direction, const std::optional<TrajectoryComparison::Distances>& of) {
+    if (of)
+      page.Line("    {}: median {:.3f} m, 95 % within {:.3f} m, largest {:.3f} m", direction, of->median, of->most,
+                of->largest);
+  };
+  print("horizontal", comparison->horizontal);
+  print("vertical", comparison->vertical);
+  if (comparison->shiftSeconds) page.Line("    nearest with its times moved by {:+.3f} s", *comparison->shiftSeconds);
+}
+
 void PrintEvents(const Mission& mission, Page& page) {
   if (mission.timestamps) {
     page.Line("Timestamps  {}", Utf8(mission.settings.timestamps));
@@ -261,6 +275,7 @@ std::string KVMission::SummaryText(const Mission& mission) {
   Page page;
   PrintDoubts(mission, page);
   PrintTrajectory(mission, page);
+  PrintComparison(mission.trajectoryComparison, page);
   PrintEvents(mission, page);
   for (const Camera& camera : mission.cameras) {
     if (camera.folder) PrintPairing(camera, page);

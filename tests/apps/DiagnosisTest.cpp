@@ -70,6 +70,7 @@ TEST_F(DiagnosisTest, SaysWhatWasSeenWhatItMeansAndWhatToDo) {
        "events.txt: no heartbeat and no camera event in 1 line",
        {}},
       {make + "&& rm m/trajectory.nmea && " + run, 1, "", "no trajectory found", {}},
+      {make + "--gpx && rm m/trajectory.nmea && " + run, 1, "", "rover.gpx (GPX track)", {}},
       {"mkdir m && " + run, 1, "", "m is empty: no trajectory found", {}},
       {make + "&& mkdir n && mv m n/flight && mv n m && " + run, 1, "", "m holds folder flight: no trajectory", {}},
       {"mkdir m && echo x > m/base.ubx && " + run, 1, "", "m holds base.ubx (unknown): no trajectory found", {}},

@@ -47,6 +47,10 @@ TEST_F(SummaryTest, IsAsItsSchemaSays) {
                "$K run m -o o -q --applanix sbet.txt --max-gap 3",
        {"positions", "applanix"},
        3},
+      {"two trajectories",
+       "$K simulate m -q --no-photos --pos llh; $K run m -o o -q --trajectory m/rover.pos",
+       {"trajectory", "trajectoryComparison"},
+       0},
       {"a log alone", "$K simulate m -q --no-photos; $K run --trajectory m/trajectory.nmea -o o -q", {"trajectory"}, 0},
       {"many findings",
        added + "$K simulate m -q --minutes 1.2 --photo-size 16x16\n"

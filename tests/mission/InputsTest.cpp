@@ -31,6 +31,9 @@ TEST(FileKind, IsToldByContent) {
       {"1,2024-05-01 12:00:00,CCU,31.5\nx,2024-05-01,CCU\nx,2024-05-01 12:00:00\n", FileKind::Unknown},
       {"\xFF\xD8\xFF\xE1 Exif", FileKind::Jpeg},
       {std::string("\0\0\x27\x0A\0\0", 6), FileKind::Shapefile},
+      {"\xEF\xBB\xBF<?xml version=\"1.0\"?>\n<!-- a -->\n<gpx version=\"1.1\">", FileKind::Gpx},
+      {"<html>about <gpxtracks>", FileKind::Unknown},
+      {"notes on <gpx> files", FileKind::Unknown},
       {std::string(5000, '\0'), FileKind::Unknown},
       {"", FileKind::Unknown},
   };
@@ -72,6 +75,37 @@ TEST(MissionFolder, IsSearchedByContentAndFolderName) {
   EXPECT_TRUE(Contains(failure, "several trajectories: copy.txt, log.txt; choose with --trajectory")) << failure;
 }
 
+TEST(MissionFolder, ComparesItsLogWithThePostProcessedTrajectoryThatIsNamed) {
+  constexpr const char* kPos = "2203 9018 48.25 15.5 712.5 1 2 3 4 5 6 7 8 9 10\n";
+  constexpr const char* kNoFix = "$GPGGA,123519,,,,,0,00,,,M,,M,,\n";
+  struct {
+    const char *first, *second;     // logs in the folder
+    const char *trajectory, *more;  // named
+    const char *other, *warning;
+  } const rows[] = {
+      {kFix, "", "a.pos", "", "1.nmea", nullptr},
+      {kFix, kNoFix, "a.pos", "", "1.nmea", "2.nmea: left aside"},
+      {kNoFix, "", "a.pos", "", "", nullptr},
+      {kFix, kFix, "a.pos", "", "", "several receiver logs to compare with: 1.nmea, 2.nmea"},
+      {kFix, "", "a.pos", "b.pos", "b.pos", nullptr},
+      {kFix, kFix, "1.nmea", "", "", nullptr},
+  };
+  for (const auto& [first, second, trajectory, more, other, warning] : rows) {
+    const TempFolder folder;
+    TestJob job;
+    folder.Write("a.pos", kPos), folder.Write("b.pos", kPos);
+    folder.Write("1.nmea", first), folder.Write("2.nmea", second);
+    const auto path = [&](const std::string& name) { return name.empty() ? "" : folder.Path() / name; };
+    Settings settings;
+    settings.mission = folder.Path();
+    settings.trajectory = path(trajectory), settings.otherTrajectory = path(more);
+    FindMissionFiles(settings, job);
+    EXPECT_EQ(settings.trajectory, path(trajectory));
+    EXPECT_EQ(settings.otherTrajectory, path(other)) << first << second;
+    warning ? ExpectParts(job.Warnings(), {warning}, other) : ExpectParts(job.Warnings(), {}, other);
+  }
+}
+
 // 2022-03-27 02:30 UTC is 9018 s into GPS week 2203. Central Europe's clocks skip it.
 TEST(Inputs, KeepTheirTimesInAnHourThatTheMachinesZoneSkips) {
   const TimeZone berlin("CET-1CEST,M3.5.0,M10.5.0/3");
@@ -110,7 +144,8 @@ TEST(Inputs, AreNotReadOnAfterAStop) {
   const TempFolder folder;
   for (const char* content :
        {kFix, kHeartbeat12, "INFO,2024-05-01 12:00:00,CCU,31.5\n", "2203 9018 48.25 15.5 712.5 1 2 3 4 5 6 7 8 9 10\n",
-        "2024-05-01 12:00:00,31.5,2,0,1,3,0,0\n"}) {
+        "2024-05-01 12:00:00,31.5,2,0,1,3,0,0\n",
+        "<gpx version=\"1.1\"><trk><trkseg><trkpt lat=\"48\" lon=\"15\"/></trkseg></trk></gpx>"}) {
     folder.Write("file", content);
     const auto describe = [&] { DescribeFile(folder.Path() / "file", 2, stop); };
     EXPECT_EQ(FailureOf(describe, Failure::Reason::Stopped), "interrupted") << content;

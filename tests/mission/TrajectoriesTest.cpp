@@ -118,11 +118,28 @@ TEST(Trajectories, DifferencesNameTheirCause) {
   };
   for (const auto& [shift, up, east, sigma, said] : rows) {
     TestJob job;
-    CompareTrajectories(Drive(0, 0, 0, sigma), Drive(shift, up, east, sigma), job);
+    const auto found = CompareTrajectories(Drive(0, 0, 0, sigma), Drive(shift, up, east, sigma), job);
+    EXPECT_NEAR(found.shiftSeconds.value_or(99), shift, 0.002 + east / 200) << said;  // an offset looks like a little
+    EXPECT_NEAR(found.vertical->median, std::abs(up), 0.01) << said;
+    EXPECT_NEAR(found.horizontal->largest, shift == 0 ? east : found.horizontal->largest, 0.03) << said;
     const auto warnings = job.Warnings();
     EXPECT_EQ(warnings.size(), *said == '\0' ? 0u : 1u) << shift << said;
     for (const auto& text : warnings) EXPECT_TRUE(Contains(text, said)) << text;
   }
+}
+
+TEST(Trajectories, OneThatHardlyMovesTellsNoShift) {
+  Trajectory still = Drive(0, 0, 0, 0.02f), beside = still;
+  for (auto* trajectory : {&still, &beside}) {
+    for (auto& fix : trajectory->fixes) fix.Latitude = 48.25, fix.Longitude = 15.5;
+  }
+  for (auto& fix : beside.fixes) fix.Latitude += fix.AdjGpsSec * 1e-9;
+  TestJob job;
+  const auto found = CompareTrajectories(still, beside, job);
+  EXPECT_EQ(found.compared, 200u);
+  EXPECT_FALSE(found.shiftSeconds);
+  for (auto& fix : beside.fixes) fix.AdjGpsSec += 1000;
+  EXPECT_FALSE(CompareTrajectories(still, beside, job).horizontal) << "no time in common";
 }
 
 TEST(Trajectories, ThePostProcessedOneGivesThePlaces) {
@@ -137,7 +154,9 @@ TEST(Trajectories, ThePostProcessedOneGivesThePlaces) {
   Set(settings, "trajectory", (folder.Path() / "a.pos").string());
   EXPECT_NE(FailureOf([&] { Set(settings, "trajectory", "c"); }, Failure::Reason::WrongUsage), "");
   TestJob job;
-  const Trajectory trajectory = ReadTrajectories(settings, {}, job);
+  std::optional<TrajectoryComparison> comparison;
+  const Trajectory trajectory = ReadTrajectories(settings, {}, comparison, job);
+  EXPECT_EQ(comparison->other, folder.Path() / "rover");
   EXPECT_STREQ(trajectory.kind, "POS file");
   EXPECT_EQ(trajectory.file, folder.Path() / "a.pos");
   EXPECT_EQ(IsoText(trajectory.last), "2024-05-02T00:00:02.000Z");

@@ -7,12 +7,14 @@
 #include <system_error>
 
 #include "mission/inputs/EventFile.h"
+#include "mission/inputs/GpxFile.h"
 #include "mission/inputs/PosFile.h"
 #include "mission/inputs/SbetFile.h"
 #include "mission/inputs/Trajectory.h"
 #include "photos/JpegHeader.h"
 #include "photos/PhotoTimes.h"
 #include "platform/FileNames.h"
+#include "readers/GpxTrack.h"
 #include "readers/LineReader.h"
 #include "readers/NmeaSentence.h"
 #include "readers/PosLine.h"
@@ -163,6 +165,7 @@ const std::vector<Input>& Inputs() {
       {Applanix, "post-processed Applanix trajectory", "Applanix exports", "applanix", &Settings::applanix,
        Bearer::None, DescribeApplanix},
       {Sbet, "post-processed trajectory (SBET)", "SBET files", nullptr, nullptr, Bearer::None, DescribeSbet},
+      {Gpx, "GPX track", "GPX tracks", nullptr, nullptr, Bearer::None, Describe<ReadGpxFile>},
       {Jpeg, "photo (JPEG)", "photos", nullptr, nullptr, Bearer::None, DescribePhoto},
       {Shapefile, "Shapefile", "Shapefiles", nullptr, nullptr, Bearer::None, DescribeShapefile},
       {Unknown, "unknown", "files", nullptr, nullptr, Bearer::None, DescribeNothing}};
@@ -177,6 +180,7 @@ FileKind KindOfContent(std::string_view head) {
   if (head.starts_with(kJpegStart)) return FileKind::Jpeg;
   if (head.starts_with(kShapefileStart)) return FileKind::Shapefile;
   if (BeginsLikeSbet(head)) return FileKind::Sbet;
+  if (BeginsLikeGpx(head)) return FileKind::Gpx;
   const LineCounts counts = CountLines(WithoutByteOrderMark(head));
   const auto rule = std::find_if(kRules.begin(), kRules.end(), [&](const Rule& entry) { return entry.holds(counts); });
   return rule == kRules.end() ? FileKind::Unknown : rule->kind;

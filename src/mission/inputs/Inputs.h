@@ -23,6 +23,7 @@ enum class FileKind {
   ClockedOrientation,
   Applanix,
   Sbet,
+  Gpx,
   Jpeg,
   Shapefile
 };

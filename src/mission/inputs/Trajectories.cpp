@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "georef/FixQualities.h"
+#include "mission/inputs/GpxFile.h"
 #include "mission/inputs/Inputs.h"
 #include "mission/inputs/PosFile.h"
 #include "mission/inputs/PostProcessed.h"
@@ -74,7 +75,25 @@ FileKind KindOf(const fs::path& path) {
   return fs::is_regular_file(path, error) ? KindOfFile(path) : FileKind::Trajectory;  // a pipe is read only once
 }
 
-bool IsPostProcessed(const Trajectory& trajectory) { return std::string_view(trajectory.kind) != Trajectory().kind; }
+constexpr const char* kGpxKind = "GPX track";
+
+/// Which kind gives the better places: post-processing, then a log that tells quality and heights.
+int RankOf(const Trajectory& trajectory) {
+  const std::string_view kind = trajectory.kind;
+  return kind == Trajectory().kind ? 1 : kind == kGpxKind ? 0 : 2;
+}
+
+const TrajectoryWords& WordsFor(const Trajectory& trajectory) {
+  const TrajectoryWords* const words[] = {&kGpxWords, &kReceiverWords, &kPostProcessedWords};
+  return *words[RankOf(trajectory)];
+}
+
+/// Only of the trajectory that gives the places: heights of the other decide nothing.
+void TellOfHeights(const Trajectory& used, Job& job) {
+  if (used.heightsUnknown > 0)
+    job.Add(Found::TrackHeightsUnknown, {{"file", Utf8(used.file.filename())}, {"count", Count(used.heightsUnknown)}},
+            {.file = used.file});
+}
 
 double ShareOfFixed(const Trajectory& trajectory) {
   const auto& all = trajectory.qualities;
@@ -94,7 +113,9 @@ Trajectory ReadAnyTrajectory(const fs::path& path, const DateSources& dates, dou
       {FileKind::Pos, "POS file",
        [](const fs::path& file, const DateSources&, double gap, Job& to) { return ReadPosTrajectory(file, gap, to); }},
       {FileKind::Applanix, "Applanix export", ReadApplanix},
-      {FileKind::Sbet, "SBET file", ReadSbet}};
+      {FileKind::Sbet, "SBET file", ReadSbet},
+      {FileKind::Gpx, kGpxKind,
+       [](const fs::path& file, const DateSources&, double gap, Job& to) { return ReadGpxTrajectory(file, gap, to); }}};
   const FileKind kind = KindOf(path);
   Trajectory trajectory;
   const auto way = std::find_if(std::begin(kWays), std::end(kWays), [&](const Way& one) { return one.kind == kind; });
@@ -102,22 +123,23 @@ Trajectory ReadAnyTrajectory(const fs::path& path, const DateSources& dates, dou
                                       : way->read(path, dates, maxGapSeconds, job);
   if (way != std::end(kWays)) trajectory.kind = way->name;
   trajectory.file = path;
-  TellOfTrajectory(trajectory, IsPostProcessed(trajectory) ? kPostProcessedWords : kReceiverWords, job);
+  TellOfTrajectory(trajectory, WordsFor(trajectory), job);
   return trajectory;
 }
 
-Trajectory ReadTrajectories(const Settings& settings, const DateSources& dates, Job& job) {
+Trajectory ReadTrajectories(const Settings& settings, const DateSources& dates,
+                            std::optional<TrajectoryComparison>& comparison, Job& job) {
   Trajectory first = ReadAnyTrajectory(settings.trajectory, dates, settings.maxGapSeconds, job);
-  if (settings.otherTrajectory.empty()) return first;
-  DateSources known = dates;
-  if (!known.heartbeat) known.heartbeat = first.first;
-  Trajectory second = ReadAnyTrajectory(settings.otherTrajectory, known, settings.maxGapSeconds, job);
-  const bool isSecondBetter = IsPostProcessed(first) == IsPostProcessed(second)
-                                  ? ShareOfFixed(second) > ShareOfFixed(first)
-                                  : IsPostProcessed(second);
-  if (isSecondBetter) std::swap(first, second);
-  job.Add(Found::TrajectoryChosen, {{"used", Utf8(first.file)}, {"other", Utf8(second.file)}});
-  CompareTrajectories(first, second, job);
+  if (!settings.otherTrajectory.empty()) {
+    DateSources known = dates;
+    if (!known.heartbeat) known.heartbeat = first.first;
+    Trajectory second = ReadAnyTrajectory(settings.otherTrajectory, known, settings.maxGapSeconds, job);
+    if (std::pair(RankOf(second), ShareOfFixed(second)) > std::pair(RankOf(first), ShareOfFixed(first)))
+      std::swap(first, second);
+    job.Add(Found::TrajectoryChosen, {{"used", Utf8(first.file)}, {"other", Utf8(second.file)}});
+    comparison = CompareTrajectories(first, second, job);
+  }
+  TellOfHeights(first, job);
   return first;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "base/Job.h"
 #include "mission/inputs/Trajectory.h"
 
@@ -13,11 +15,12 @@ Trajectory ReadAnyTrajectory(const std::filesystem::path& path, const DateSource
                              Job& job);
 
 /// Reads the settings' one or two trajectories. Of two the better one is given: that which is post-processed, else that
-/// with more fixed solutions. The other is compared with it.
-Trajectory ReadTrajectories(const Settings& settings, const DateSources& dates, Job& job);
+/// with more fixed solutions; a GPX track comes last. The other is compared with it.
+Trajectory ReadTrajectories(const Settings& settings, const DateSources& dates,
+                            std::optional<TrajectoryComparison>& comparison, Job& job);
 
 /// Compares two trajectories at the times of the second one. Distances that receivers do not explain are a doubt, with
 /// the likely cause.
-void CompareTrajectories(const Trajectory& used, const Trajectory& other, Job& job);
+TrajectoryComparison CompareTrajectories(const Trajectory& used, const Trajectory& other, Job& job);
 
 }  // namespace kv::mission

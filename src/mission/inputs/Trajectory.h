@@ -41,6 +41,8 @@ inline constexpr TrajectoryWords kReceiverWords{"trajectory",
                                                 "the line there runs around the globe"};
 inline constexpr TrajectoryWords kPostProcessedWords{"post-processed trajectory", "rows out of order",
                                                      "it has no places there"};
+inline constexpr TrajectoryWords kGpxWords{"trajectory", "segments that overlap, or points out of order",
+                                           "the line there runs around the globe"};
 
 /// Reports gaps, steps back in time and whatever else a surveyor should look at.
 void TellOfTrajectory(const Trajectory& trajectory, const TrajectoryWords& words, Job& job);

@@ -107,6 +107,12 @@ class Comparison {
     return best;
   }
 
+  /// Whether times moved by a second more or less are clearly worse: not so when the sensor hardly moves.
+  bool IsShiftClear(double shift) const {
+    const auto at = DistanceAt(shift), before = DistanceAt(shift - 1), after = DistanceAt(shift + 1);
+    return at && before && after && std::min(*before, *after) > std::max(2 * *at, kLeast);
+  }
+
  private:
   std::optional<EastNorthUp> WayAt(std::size_t i, double shift) const {
     const Fix& fix = other_.fixes[i];
@@ -139,6 +145,10 @@ double Limit(const std::vector<Pair>& pairs, double Pair::*sigma, double unknown
   return std::clamp(kSigmas * Percentile(known, 0.95), kLeast, unknown);
 }
 
+TrajectoryComparison::Distances DistancesOf(const std::vector<double>& metres) {
+  return {Percentile(metres, 0.5), Percentile(metres, 0.95), Percentile(metres, 1)};
+}
+
 /// Why the two are apart, as far as the differences show it.
 std::string CauseOf(const Comparison& comparison, double shift, bool isFar, bool isHigh, double up, double upSpread) {
   constexpr double kLeastShift = 0.02;  // seconds
@@ -162,7 +172,8 @@ std::string CauseOf(const Comparison& comparison, double shift, bool isFar, bool
 
 }  // namespace
 
-void CompareTrajectories(const Trajectory& used, const Trajectory& other, Job& job) {
+TrajectoryComparison CompareTrajectories(const Trajectory& used, const Trajectory& other, Job& job) {
+  TrajectoryComparison result{used.file, other.file, 0, {}, {}, {}};
   const std::string usedName = Utf8(used.file.filename()), otherName = Utf8(other.file.filename());
   const Subject subject{.file = other.file};
   const Comparison comparison(used, other);
@@ -176,29 +187,35 @@ void CompareTrajectories(const Trajectory& used, const Trajectory& other, Job& j
              {"otherFrom", other.first},
              {"otherTo", other.last}},
             subject);
-    return;
+    return result;
   }
   std::vector<double> horizontal, up, height;
   for (const Pair& pair : pairs) {
     horizontal.push_back(std::hypot(pair.way.east, pair.way.north));
     up.push_back(pair.way.up), height.push_back(std::abs(pair.way.up));
   }
-  const double far = Percentile(horizontal, 0.95), high = Percentile(height, 0.95);
+  result.compared = pairs.size();
+  result.horizontal = DistancesOf(horizontal), result.vertical = DistancesOf(height);
+  const double far = result.horizontal->most, high = result.vertical->most, shift = comparison.BestShift();
+  if (comparison.IsShiftClear(shift)) result.shiftSeconds = shift;
   // Two dimensions: 95 % of the distances lie within 2.45 sigma of an axis, and three sigma hold 99 %.
   const bool isFar = far > Limit(pairs, &Pair::sigma, kFarHorizontal);
-  const bool isHigh = high > Limit(pairs, &Pair::upSigma, kFarVertical);
+  const bool isHigh = high > Limit(pairs, &Pair::upSigma, kFarVertical) && other.heightsUnknown == 0;
   const double median = Percentile(up, 0.5), spread = Percentile(up, 0.95) - Percentile(up, 0.05);
-  const double shift = isFar ? comparison.BestShift() : 0;
   Values values{{"used", usedName},
                 {"other", otherName},
                 {"compared", Count(pairs.size())},
                 {"horizontal", far},
                 {"vertical", high}};
-  if (!isFar && !isHigh) return job.Add(Found::TrajectoriesCompared, std::move(values), subject);
-  values.insert(
-      values.end(),
-      {{"shift", shift}, {"up", median}, {"cause", CauseOf(comparison, shift, isFar, isHigh, median, spread)}});
-  job.Add(Found::TrajectoriesDiffer, std::move(values), subject);
+  if (!isFar && !isHigh) {
+    job.Add(Found::TrajectoriesCompared, std::move(values), subject);
+  } else {
+    values.insert(values.end(), {{"shift", isFar ? shift : 0},
+                                 {"up", median},
+                                 {"cause", CauseOf(comparison, shift, isFar, isHigh, median, spread)}});
+    job.Add(Found::TrajectoriesDiffer, std::move(values), subject);
+  }
+  return result;
 }
 
 }  // namespace kv::mission
