@@ -303,6 +303,8 @@ struct Trajectory {
   double largestMoveSeconds = 0;  ///< of these, how late the latest was
   std::vector<Gap> gaps;          ///< in file order
   std::vector<Gap> crossings;     ///< pairs of fixes on both sides of the 180th meridian, in file order
+  std::vector<Gap> jumps;         ///< pairs of fixes farther apart than anything flies in their time, in file order
+  std::size_t outlying = 0;       ///< fixes between two jumps
   std::size_t stepsBack = 0;      ///< of the time
   Instant first, last;            ///< fix in file order
 };
@@ -609,6 +611,7 @@ enum class DropCode {
   NoPlaceInFile,      ///< the timestamp file has none
   InsideGap,          ///< of `seconds`
   AcrossMeridian,     ///< between two fixes across the 180th
+  AcrossJump,         ///< between two fixes that are impossibly far apart
   BeforeFirstFix,
   AfterLastFix,
   OffTrajectory,

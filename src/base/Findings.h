@@ -83,6 +83,12 @@ inline constexpr FindingKind  // Trajectory
     TrajectoriesApartInTime{"trajectories-apart-in-time", Doubt,
                             "{used} is from {from} to {to}, but {other} from {otherFrom} to {otherTo}: they have no "
                             "time in common and are not compared"},
+    FixesOutlying{"fixes-outlying", Warning,
+                  "{trajectory}: {count:fix|fixes} impossibly far from those before and after, the first after {from}: "
+                  "nothing is placed beside them"},
+    TrajectoryJumps{"trajectory-jumps", Doubt,
+                    "{trajectory}: {count:jump} faster than anything flies, the first at {from}: one side of each is "
+                    "wrong"},
     FixTimesCut{"fix-times-cut", Warning, "{count:fix time} finer than a hundredth of a second: cut to hundredths"};
 
 inline constexpr FindingKind  // Master clock
@@ -200,6 +206,11 @@ inline constexpr FindingKind  // Exposures and photos
     PairingByOrderTimesDiffer{
         "pairing-by-order-times-differ", Doubt,
         "camera {camera}: paired by order, but the times of photo and event differ by up to {seconds:.3f} s"},
+    PairingByOrderUnchecked{"pairing-by-order-unchecked", Warning,
+                            "camera {camera}: no photo has a time, so pairs by order cannot be checked"},
+    PairingByOrderNumbers{"pairing-by-order-numbers", Doubt,
+                          "camera {camera}: as many photos as events, but {missing:number} missing before {photo}: a "
+                          "photo is lost there and another too many, and pairs by order are shifted between them"},
     PairingByOrderShifted{"pairing-by-order-shifted", Doubt,
                           "camera {camera}: {moved} of {photos:photo} fit another event than their order gives them; "
                           "run again with --pair time"},
@@ -254,6 +265,10 @@ inline constexpr FindingKind  // Camera clocks
         "camera-clock-partly-certain", Warning,
         "camera {camera}: the clock is certain for {paired} of {photos:photo} only; the others stay "
         "without an event"},
+    CameraClockDaysOff{
+        "camera-clock-days-off", Doubt,
+        "camera {camera}: the clock found is off by more than half a day: {offset:+.2f} s; are these photos "
+        "of another day? if not, give the offset with --cam{camera}-offset"},
     PhotosOfOtherEvents{
         "photos-of-other-events", Doubt,
         "camera {camera}: the times of {photos:photo} and {events:event} do not fit together: photos of "

@@ -9,6 +9,7 @@
 
 #include "georef/EventTypes.h"
 #include "platform/FileNames.h"
+#include "text/Numbers.h"
 #include "time/Instants.h"
 #include "time/LeapSeconds.h"
 
@@ -112,17 +113,42 @@ double DistanceOf(double candidate, double inUse, const StampCell& cell) {
   return std::min(std::abs(candidate - inUse), std::abs(candidate + half - inUse));
 }
 
-/// Pairs by the clock of an estimate that is nearest to an offset: an offset by hand is good to a second only.
-Matches NearPairs(const CameraTimes& times, const ClockEstimate& estimate, double offset) {
+struct NearPairs {
+  Matches pairs;
+  bool areAsMany = true;  ///< as any candidate pairs
+};
+
+/// Pairs by that clock of an ambiguous estimate which is near an offset: an offset by hand is good to a second only. Of
+/// several, the one that leaves the fewest photos alone counts.
+NearPairs PairNear(double offset, const CameraTimes& times, const ClockEstimate& estimate) {
   constexpr double kTolerance = 0.1, kDrift = 1e-4;  // seconds; share of the time
-  double nearest = offset;
-  double best = kPairingRange;
-  for (const double candidate : CandidatesOf(estimate)) {
-    const double distance = DistanceOf(candidate, offset, times.cell);
-    if (distance <= best) best = distance, nearest = candidate;
-  }
   const double tolerance = kTolerance + kDrift * (times.events.back() - times.events.front());
-  return PairByClock(times.events, times.photos, times.cell, -nearest, tolerance);
+  const auto pairsBy = [&](double candidate) {
+    return PairByClock(times.events, times.photos, times.cell, -candidate, tolerance);
+  };
+  NearPairs near;
+  std::size_t most = 0, paired = 0;
+  double nearest = kPairingRange;
+  for (const double candidate : CandidatesOf(estimate)) {
+    Matches pairs = pairsBy(candidate);
+    const std::size_t count = CountPaired(pairs);
+    most = std::max(most, count);
+    const double distance = DistanceOf(candidate, offset, times.cell);
+    if (distance > kPairingRange || count < paired || (count == paired && distance >= nearest)) continue;
+    near.pairs = std::move(pairs), paired = count, nearest = distance;
+  }
+  if (near.pairs.empty()) near.pairs = pairsBy(offset), paired = CountPaired(near.pairs);
+  near.areAsMany = paired >= most;
+  return near;
+}
+
+/// The number at the end of a name, before the extension.
+std::optional<int> NumberOf(const std::wstring& name) {
+  const std::size_t end = std::min(name.rfind(L'.'), name.size());
+  const std::size_t before = end == 0 ? name.npos : name.find_last_not_of(L"0123456789", end - 1);
+  std::string digits;
+  for (std::size_t i = before == name.npos ? 0 : before + 1; i < end; ++i) digits += static_cast<char>(name[i]);
+  return Digits(digits);
 }
 
 /// Says what the engine thinks of one camera's clock.
@@ -147,8 +173,27 @@ class Teller {
     values.emplace_back("photo", NameOf(clock->firstPhoto));
     Tell(Found::CameraClockChanges, std::move(values));
   }
+  /// A clock that is off by a day can be that of another flight over the same plan.
+  void OtherDays(const std::vector<ClockStretch>& stretches) const {
+    constexpr double kHalfDay = 43'200;
+    for (const ClockStretch& stretch : stretches) {
+      if (std::abs(stretch.offsetSeconds) > kHalfDay)
+        return Tell(Found::CameraClockDaysOff, {{"offset", stretch.offsetSeconds}});
+    }
+  }
   void Ambiguous(const FindingKind& kind, const ClockEstimate& estimate, double inUse) const {
     Tell(kind, {{"used", inUse}, {"candidates", ListOf(CandidatesOf(estimate))}});
+  }
+  /// Without times only the photos' numbers can tell that one is missing.
+  void Order() const {
+    const auto& photos = camera_.folder->photos;
+    for (std::size_t i = 1; i < photos.size() && photos.size() == camera_.read; ++i) {
+      const auto before = NumberOf(photos[i - 1].name), number = NumberOf(photos[i].name);
+      if (!before || !number || *number <= *before + 1) continue;
+      return Tell(Found::PairingByOrderNumbers,
+                  {{"missing", std::int64_t{*number - *before - 1}}, {"photo", Utf8(photos[i].name)}});
+    }
+    Tell(Found::PairingByOrderUnchecked, {});
   }
   void CountsOnly(const FindingKind& kind) const {
     Tell(kind, {{"photos", Count(times_.photos.size())},
@@ -180,6 +225,24 @@ class Teller {
 
 }  // namespace
 
+namespace {
+
+/// Cameras number on from 9999 with 1: by name the photos after that stand first.
+void PutNumbersInOrder(const PhotoFolder& folder, CameraTimes& times) {
+  const auto numberAt = [&](std::size_t k) { return NumberOf(folder.photos[times.photoAt[k]].name); };
+  const std::size_t count = times.photoAt.size();
+  if (count < 2 || numberAt(0).value_or(2) > 1 || numberAt(count - 1) != 9999) return;
+  std::size_t begin = 0;
+  for (std::size_t k = 1; k < count; ++k) {
+    if (times.photos[k] < times.photos[k - 1]) begin = k;
+  }
+  const auto shift = static_cast<std::ptrdiff_t>(begin);
+  std::rotate(times.photos.begin(), times.photos.begin() + shift, times.photos.end());
+  std::rotate(times.photoAt.begin(), times.photoAt.begin() + shift, times.photoAt.end());
+}
+
+}  // namespace
+
 CameraTimes TimesOf(const std::vector<std::size_t>& own, const SystemEvents& events, const PhotoFolder& folder,
                     Instant origin) {
   CameraTimes times;
@@ -195,6 +258,7 @@ CameraTimes TimesOf(const std::vector<std::size_t>& own, const SystemEvents& eve
     times.photoAt.push_back(k);
     times.photos.push_back(Seconds(*folder.photos[k].time - origin));
   }
+  PutNumbersInOrder(folder, times);
   times.cell = StampCellOf(times.photos);
   return times;
 }
@@ -216,6 +280,7 @@ Matches ClockJudge::Pairs(bool acceptDoubt, Camera& camera, Job& job) const {
   const Matches& inDoubt = acceptDoubt ? given : none;
 
   if (!check.stretches.empty()) {
+    if (wanted.find) tell.OtherDays(check.stretches);
     if (wanted.find && check.stretches.size() == 1) camera.offset.seconds = check.stretches[0].offsetSeconds;
     if (!wanted.find && !AgreesWith(estimate_, wanted.seconds)) {
       tell.ClockIsOff(estimate_, check.moved, wanted.seconds);
@@ -233,7 +298,7 @@ Matches ClockJudge::Pairs(bool acceptDoubt, Camera& camera, Job& job) const {
     return none;
   }
   const std::size_t pairs = std::min(times.events.size(), times.photos.size());
-  if (pairs < kFewTimes && 2 * CountPaired(given) >= pairs) {
+  if (pairs < kFewTimes && CountPaired(given) == pairs) {
     check.state = ClockState::Unchecked;
     tell.CountsOnly(Found::CameraClockUnchecked);
     return given;
@@ -241,8 +306,10 @@ Matches ClockJudge::Pairs(bool acceptDoubt, Camera& camera, Job& job) const {
   const bool isAllowed =
       CheckOffset(estimate_, times.events, times.photos, times.cell, -wanted.seconds, kPairingRange).isAllowed;
   if (check.state == ClockState::Ambiguous) {
-    tell.Ambiguous(isAllowed ? Found::CameraClockAmbiguous : Found::CameraClockContradicted, estimate_, wanted.seconds);
-    return isAllowed ? NearPairs(times, estimate_, wanted.seconds) : inDoubt;
+    NearPairs near = PairNear(wanted.seconds, times, estimate_);
+    const bool isGood = isAllowed && near.areAsMany;
+    tell.Ambiguous(isGood ? Found::CameraClockAmbiguous : Found::CameraClockContradicted, estimate_, wanted.seconds);
+    return isGood ? std::move(near.pairs) : inDoubt;
   }
   tell.CountsOnly(Found::PhotosOfOtherEvents);
   return inDoubt;
@@ -250,6 +317,9 @@ Matches ClockJudge::Pairs(bool acceptDoubt, Camera& camera, Job& job) const {
 
 void ClockJudge::CheckOrder(const std::vector<std::optional<std::size_t>>& events, Camera& camera, Job& job) const {
   const CameraTimes& times = *times_;
+  const Teller tell(camera, times, job);
+  if (times.photos.empty() && std::any_of(events.begin(), events.end(), [](auto& event) { return event.has_value(); }))
+    tell.Order();
   if (times.events.empty() || times.photos.empty()) return;
   ClockCheck& check = camera.clock.emplace(CheckOf(estimate_, times, *camera.folder));
   for (std::size_t k = 0; k < times.photos.size(); ++k) {
@@ -257,8 +327,7 @@ void ClockJudge::CheckOrder(const std::vector<std::optional<std::size_t>>& event
     check.moved += match.certain && events[times.photoAt[k]] != times.eventAt[*match.event];
   }
   if (check.moved > 0)
-    Teller(camera, times, job)
-        .Tell(Found::PairingByOrderShifted, {{"moved", Count(check.moved)}, {"photos", Count(times.photos.size())}});
+    tell.Tell(Found::PairingByOrderShifted, {{"moved", Count(check.moved)}, {"photos", Count(times.photos.size())}});
 }
 
 namespace {
@@ -298,28 +367,29 @@ void TellWhenSwapped(const ClockJudge& one, const ClockJudge& two, Job& job) {
                                   {"own", Count(CountCertain(one.Estimate()) + CountCertain(two.Estimate()))}});
 }
 
-/// Clocks that all lag by as much as GPS time is ahead of UTC: it is the events that are ahead.
-void TellWhenInGpsTime(const std::vector<ClockJudge>& judges, Job& job) {
-  constexpr double kLeapSeconds = std::size(kLeapSecondDays), kTolerance = 0.75;  // of stamps of whole seconds
+/// A clock that lags by as much as GPS time is ahead of UTC, and none that has the events' time: it may be the events that
+/// are ahead.
+void TellWhenInGpsTime(const std::vector<ClockJudge>& judges, std::int64_t leapSeconds, Job& job) {
+  constexpr double kTolerance = 0.75;  // of stamps of whole seconds
   std::size_t fitting = 0;
   for (const ClockJudge& judge : judges) {
-    if (judge.Estimate().photos.empty()) continue;
     const auto clock = OnlyClock(judge.Estimate());
-    if (!clock || std::abs(OffsetOf(*clock) - kLeapSeconds) > kTolerance) return;
-    ++fitting;
+    if (!clock) continue;
+    if (std::abs(OffsetOf(*clock)) <= kTolerance) return;  // this camera has the events' time
+    fitting += std::abs(OffsetOf(*clock) - static_cast<double>(leapSeconds)) <= kTolerance;
   }
-  if (fitting > 0) job.Add(Found::EventsInGpsTime, {{"seconds", kLeapSeconds}, {"count", Count(fitting)}});
+  if (fitting > 0) job.Add(Found::EventsInGpsTime, {{"seconds", leapSeconds}, {"count", Count(fitting)}});
 }
 
 }  // namespace
 
-void CompareCameras(const std::vector<ClockJudge>& judges, const Settings& settings, Job& job) {
+void CompareCameras(const std::vector<ClockJudge>& judges, const Settings& settings, Instant origin, Job& job) {
   const bool haveTimes = std::all_of(judges.begin(), judges.end(),
                                      [](const ClockJudge& judge) { return !judge.Estimate().photos.empty(); });
   if (judges.size() == 2 && haveTimes) TellWhenSwapped(judges[0], judges[1], job);
   const auto isGiven = [](const ClockOffset& offset) { return !offset.find && offset.seconds != 0; };
   if (settings.eventOffsetSeconds == 0 && !isGiven(settings.camera1Offset) && !isGiven(settings.camera2Offset))
-    TellWhenInGpsTime(judges, job);
+    TellWhenInGpsTime(judges, LeapSecondsAt(origin), job);
 }
 
 }  // namespace kv::mission

@@ -53,6 +53,7 @@ class ClockJudge {
 
 /// Reports what only both cameras together show: photos that fit the other camera's events better, events that are not
 /// in UTC.
-void CompareCameras(const std::vector<ClockJudge>& judges, const Settings& settings, Job& job);
+/// @param origin  when the events begin
+void CompareCameras(const std::vector<ClockJudge>& judges, const Settings& settings, Instant origin, Job& job);
 
 }  // namespace kv::mission

@@ -5,15 +5,19 @@
 #include <map>
 #include <string>
 
+#include "base/Statistics.h"
 #include "georef/EventTypes.h"
 #include "georef/LocalOffset.h"
 #include "georef/PositionDifferences.h"
 #include "mission/inputs/Inputs.h"
 #include "mission/inputs/PostProcessed.h"
 #include "mission/inputs/Trajectory.h"
+#include "photos/JpegHeader.h"
 #include "photos/PhotoFolder.h"
+#include "photos/PhotoTimes.h"
 #include "platform/FileNames.h"
 #include "readers/PhotoNumber.h"
+#include "time/Instants.h"
 
 namespace kv::mission {
 namespace {
@@ -50,6 +54,37 @@ Pairing PairingOf(const PhotoFolder& folder, const SystemEvents& events,
       pairing.unused.push_back(photo.name);
   }
   return pairing;
+}
+
+std::optional<Instant> TimeOf(const fs::path& photo) {
+  if (const auto stamp = DroneStampTime(WidePath(photo.filename()))) return stamp;
+  const auto header = ReadJpegHeader(photo);
+  const auto exif = header ? ExifTimeOriginal(header->exif) : std::nullopt;
+  return exif ? std::optional(exif->time) : std::nullopt;
+}
+
+/// Numbers begin anew on other days: the photos' times must run with those of the exposures, apart by a clock's offset
+/// and a time zone.
+void CheckTimes(const Camera& camera, const SystemEvents& events, Job& job) {
+  constexpr double kLargestOffset = 15 * 3600, kTolerance = 2;  // seconds
+  constexpr std::size_t kMany = 10;                             // one in ten
+  std::vector<double> differences;
+  for (const auto& event : events) {
+    const auto time = event.PhotoPath.IsEmpty() ? std::nullopt : TimeOf(event.PhotoPath.GetString());
+    if (time) differences.push_back(Seconds(*time - FromFileTime(event.TimeUTC)));
+    job.ThrowIfStopped();
+  }
+  if (differences.empty()) return;
+  std::sort(differences.begin(), differences.end());
+  const double median = Quantile(differences, 0.5);
+  const auto off =
+      static_cast<std::size_t>(std::count_if(differences.begin(), differences.end(), [&](double difference) {
+        return std::abs(difference - median) > kTolerance;
+      }));
+  if (std::abs(median) > kLargestOffset || kMany * off > differences.size())
+    job.Add(Found::PhotosOfOtherEvents,
+            {{"camera", 1}, {"photos", Count(differences.size())}, {"events", Count(events.size())}},
+            {.file = camera.folder->path, .camera = 1});
 }
 
 void TellOfPairing(const Camera& camera, Job& job) {
@@ -169,6 +204,7 @@ SystemEvents ReadDroneEvents(Mission& mission, Job& job) {
   if (camera.folder) {
     camera.pairing = PairingOf(*camera.folder, events, mission.timestamps->photoNumbers);
     TellOfPairing(camera, job);
+    CheckTimes(camera, events, job);
   }
   mission.cameras.push_back(std::move(camera));
   return events;

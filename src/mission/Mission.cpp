@@ -161,6 +161,7 @@ bool IsComplete(const Mission& mission) {
     return false;
   return std::all_of(mission.cameras.begin(), mission.cameras.end(), [](const Camera& camera) {
     if (camera.sharpness && !camera.sharpness->ungraded.empty()) return false;
+    if (camera.clock && camera.clock->state == ClockState::Ambiguous) return false;
     return camera.folder ? camera.pairing.unused.empty() : camera.read == 0;
   });
 }

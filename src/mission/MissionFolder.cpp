@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "mission/Settings.h"
@@ -148,9 +149,25 @@ void TakeLogToCompare(std::vector<fs::path> logs, Settings& settings, Job& job) 
   settings.otherTrajectory = logs[0];
 }
 
+/// Files that surveyors bring although a run cannot take them, by words in their first line.
+struct Foreign {
+  std::string_view words;
+  const char* name;
+};
+constexpr auto kForeign = std::to_array<Foreign>({
+    {"\xB5\x62", "u-blox binary: convert it to NMEA"},
+    {"PK\x03\x04", "ZIP file: unzip it"},
+    {"RINEX VERSION", "RINEX observations: post-process them first"},
+});
+
 std::string KindOrReason(const fs::path& file) {
+  constexpr std::size_t kLine = 80;
   try {
-    return InputOf(KindOfFile(file)).name;
+    const FileKind kind = KindOfFile(file);
+    const std::string head = kind == FileKind::Unknown ? ReadBeginning(file, kLine) : "";
+    const auto foreign = std::find_if(kForeign.begin(), kForeign.end(),
+                                      [&](auto& entry) { return head.find(entry.words) != head.npos; });
+    return foreign == kForeign.end() ? InputOf(kind).name : foreign->name;
   } catch (const Failure& failure) {
     return failure.what();
   }

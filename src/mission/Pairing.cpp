@@ -28,6 +28,7 @@ struct CameraPairing {
 
 PairMode ModeFor(const PhotoFolder& folder, PairBy wanted) {
   if (wanted != PairBy::Auto) return wanted == PairBy::Time ? PairMode::Time : PairMode::Order;
+  if (folder.photos.empty()) return PairMode::Time;  // nothing to be in order
   return folder.timed > 0 && folder.timed >= folder.Untimed() ? PairMode::Time : PairMode::Order;
 }
 
@@ -184,7 +185,7 @@ std::vector<Camera> PairCameras(const Settings& settings, SystemEvents& events, 
     if (pairing.camera.folder) pairing.times = TimesOf(pairing.events, events, *pairing.camera.folder, origin);
     judges.emplace_back(pairing.times);
   }
-  CompareCameras(judges, settings, job);
+  CompareCameras(judges, settings, origin, job);
   photos.assign(events.size(), {});
   std::vector<Camera> cameras;
   for (std::size_t c = 0; c < pairings.size(); ++c) {

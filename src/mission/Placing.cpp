@@ -44,13 +44,14 @@ void ClearPlace(tagKVSystemEvent& event) { event.Latitude = event.Longitude = ev
 class PlaceReasons {
  public:
   explicit PlaceReasons(const Trajectory& trajectory)
-      : trajectory_(trajectory), gaps_(trajectory.gaps), crossings_(trajectory.crossings) {}
+      : trajectory_(trajectory), gaps_(trajectory.gaps), crossings_(trajectory.crossings), jumps_(trajectory.jumps) {}
 
-  bool Forbid(Instant time) const { return gaps_.At(time) || crossings_.At(time); }
+  bool Forbid(Instant time) const { return gaps_.At(time) || crossings_.At(time) || jumps_.At(time); }
   Drop Of(Instant time) const {
     if (trajectory_.fixes.empty()) return {DropCode::NoPlaceInFile};
     if (const Gap* gap = gaps_.At(time)) return {DropCode::InsideGap, Seconds(gap->to - gap->from)};
     if (crossings_.At(time)) return {DropCode::AcrossMeridian};
+    if (jumps_.At(time)) return {DropCode::AcrossJump};
     if (time < trajectory_.first) return {DropCode::BeforeFirstFix};
     if (time > trajectory_.last) return {DropCode::AfterLastFix};
     return {DropCode::OffTrajectory};
@@ -58,7 +59,7 @@ class PlaceReasons {
 
  private:
   const Trajectory& trajectory_;
-  Stretches gaps_, crossings_;
+  Stretches gaps_, crossings_, jumps_;
 };
 
 /// Where the camera events lie beside the trajectory.
@@ -81,17 +82,24 @@ EventsBeside Compare(const SystemEvents& events, const Trajectory& trajectory, F
   return beside;
 }
 
-/// Local times differ from UTC by quarters of hours.
-std::string AdviceFor(const SystemEvents& events, const Trajectory& trajectory, const EventsBeside& beside) {
+/// The quarters of hours, by which local times differ from UTC, that bring events inside the trajectory.
+/// @return nothing when there is no such difference
+std::optional<std::chrono::seconds> ZoneOf(const SystemEvents& events, const Trajectory& trajectory,
+                                           const EventsBeside& beside) {
   using Quarters = std::chrono::duration<std::int64_t, std::ratio<900>>;
   const FileTimeTicks apart = trajectory.first + (trajectory.last - trajectory.first) / 2 -
                               (*beside.span.first + (*beside.span.last - *beside.span.first) / 2);
   const Quarters zone = std::chrono::round<Quarters>(apart);
   if (abs(zone) > std::chrono::hours{15} || zone == Quarters{0} ||
-      2 * Compare(events, trajectory, zone).Outside() > beside.timed)
-    return "are both of one day?";
+      10 * Compare(events, trajectory, zone).Outside() > beside.Outside())
+    return std::nullopt;
+  return zone;
+}
+
+std::string AdviceFor(const std::optional<std::chrono::seconds>& zone) {
+  if (!zone) return "are both of one day?";
   return fmt::format("{:g} h apart, as local time and UTC are: run again with --event-offset {}",
-                     std::abs(Seconds(zone)) / 3600, std::chrono::seconds(zone).count());
+                     std::abs(static_cast<double>(zone->count())) / 3600, zone->count());
 }
 
 /// @param firstTick  of the heartbeats
@@ -128,6 +136,7 @@ constexpr auto kDropWords = std::to_array<DropWords>({
     {DropCode::NoPlaceInFile, "no-place-in-file", "no place in the timestamp file"},
     {DropCode::InsideGap, "inside-gap", "no place: inside a gap of {seconds:.1f} s"},
     {DropCode::AcrossMeridian, "across-meridian", "no place: between two fixes across the 180th meridian"},
+    {DropCode::AcrossJump, "across-jump", "no place: between two fixes that are impossibly far apart"},
     {DropCode::BeforeFirstFix, "before-first-fix", "no place: before the first fix"},
     {DropCode::AfterLastFix, "after-last-fix", "no place: after the last fix"},
     {DropCode::OffTrajectory, "off-trajectory", "no place on the trajectory"},
@@ -145,18 +154,22 @@ const DropWords& WordsFor(DropCode code) {
 const char* CodeOf(DropCode code) { return WordsFor(code).key; }
 
 void TellOfEventsOutside(const SystemEvents& events, const Trajectory& trajectory, Job& job) {
-  constexpr std::chrono::seconds kLeapSeconds{std::size(kLeapSecondDays)};
+  constexpr std::size_t kMany = 10;  // one in ten
   const EventsBeside beside = Compare(events, trajectory, {});
-  if (2 * beside.Outside() > beside.timed) {
+  if (beside.timed == 0) return;
+  const std::chrono::seconds leapSeconds{LeapSecondsAt(*beside.span.first)};
+  const auto zone = ZoneOf(events, trajectory, beside);
+  if (2 * beside.Outside() > beside.timed || (zone && kMany * beside.Outside() > beside.timed)) {
     job.Add(Found::EventsOutsideTrajectory, {{"count", Count(beside.Outside())},
                                              {"events", Count(beside.timed)},
                                              {"from", *beside.span.first},
                                              {"to", *beside.span.last},
                                              {"trajectoryFrom", trajectory.first},
                                              {"trajectoryTo", trajectory.last},
-                                             {"advice", AdviceFor(events, trajectory, beside)}});
-  } else if (beside.after > 0 && Compare(events, trajectory, -kLeapSeconds).Outside() == beside.before) {
-    job.Add(Found::EventsMaybeInGpsTime, {{"count", Count(beside.after)}, {"seconds", kLeapSeconds.count()}});
+                                             {"advice", AdviceFor(zone)}});
+  } else if (beside.after > 0 && Compare(events, trajectory, -leapSeconds).Outside() == beside.before) {
+    job.Add(Found::EventsMaybeInGpsTime,
+            {{"count", Count(beside.after)}, {"seconds", std::int64_t{leapSeconds.count()}}});
   }
 }
 

@@ -10,19 +10,28 @@
 namespace kv::mission {
 namespace {
 
-constexpr std::wstring_view kStampForm = L"dddddd_dddddd";
+constexpr std::wstring_view kStampForm = L"dddddd_dddddd", kDroneForm = L"dddddddddddddd";
 
 bool IsDigit(wchar_t c) { return c >= L'0' && c <= L'9'; }
 
-std::optional<Instant> StampAt(std::wstring_view name, std::size_t begin) {
-  const std::size_t end = begin + kStampForm.size();
+std::optional<Instant> StampAt(std::wstring_view name, std::size_t begin, std::wstring_view form) {
+  const std::size_t end = begin + form.size();
   if ((begin > 0 && IsDigit(name[begin - 1])) || (end < name.size() && IsDigit(name[end]))) return std::nullopt;
-  const std::wstring_view stamp = name.substr(begin, kStampForm.size());
-  const auto fits = [](wchar_t c, wchar_t form) { return form == L'd' ? IsDigit(c) : c == form; };
-  if (!std::equal(stamp.begin(), stamp.end(), kStampForm.begin(), fits)) return std::nullopt;
+  const std::wstring_view stamp = name.substr(begin, form.size());
+  const auto fits = [](wchar_t c, wchar_t wanted) { return wanted == L'd' ? IsDigit(c) : c == wanted; };
+  if (!std::equal(stamp.begin(), stamp.end(), form.begin(), fits)) return std::nullopt;
   const auto digit = [&](std::size_t at) { return static_cast<int>(stamp[at]) - '0'; };
   const auto pair = [&](std::size_t at) { return digit(at) * 10 + digit(at + 1); };
+  if (form == kDroneForm) return FromFields(pair(0) * 100 + pair(2), pair(4), pair(6), pair(8), pair(10), pair(12));
   return FromFields(2000 + pair(0), pair(2), pair(4), pair(7), pair(9), pair(11));
+}
+
+/// @return  the first stamp of a form that is a valid time
+std::optional<Instant> FirstStamp(std::wstring_view name, std::wstring_view form) {
+  for (std::size_t begin = 0; begin + form.size() <= name.size(); ++begin) {
+    if (const auto time = StampAt(name, begin, form)) return time;
+  }
+  return std::nullopt;
 }
 
 struct ReleaseExif {
@@ -72,12 +81,9 @@ std::optional<std::chrono::minutes> ZoneOffset(std::string_view text) {
 
 }  // namespace
 
-std::optional<Instant> StampTime(std::wstring_view name) {
-  for (std::size_t begin = 0; begin + kStampForm.size() <= name.size(); ++begin) {
-    if (const auto time = StampAt(name, begin)) return time;
-  }
-  return std::nullopt;
-}
+std::optional<Instant> StampTime(std::wstring_view name) { return FirstStamp(name, kStampForm); }
+
+std::optional<Instant> DroneStampTime(std::wstring_view name) { return FirstStamp(name, kDroneForm); }
 
 std::optional<ExifTime> ExifTimeOriginal(const std::vector<unsigned char>& exif) {
   if (exif.empty()) return std::nullopt;

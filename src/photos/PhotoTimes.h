@@ -13,6 +13,9 @@ namespace kv::mission {
 /// @return the first stamp that is a valid time
 std::optional<Instant> StampTime(std::wstring_view name);
 
+/// Finds a stamp YYYYMMDDhhmmss likewise, as drones name photos.
+std::optional<Instant> DroneStampTime(std::wstring_view name);
+
 struct ExifTime {
   Instant time;
   bool zoneKnown;  ///< otherwise the camera's clock is taken for UTC

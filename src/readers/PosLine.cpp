@@ -62,8 +62,9 @@ bool ReadPlainNumbers(Span tokens, PosNumbers& numbers) {
   return true;
 }
 
-bool IsOnEarth(double latitude, double longitude) {
-  return std::abs(latitude) <= kLargestLatitude && std::abs(longitude) <= kLargestLongitude;
+bool IsOnEarth(double latitude, double longitude, double height) {
+  return std::abs(latitude) <= kLargestLatitude && std::abs(longitude) <= kLargestLongitude &&
+         std::abs(height) <= kLargestHeight;
 }
 
 /// The number with at least three decimals, without further zeros at the end.
@@ -129,7 +130,8 @@ PosLineKind PosLineReader::Read(std::string_view line) {
   if (!ReadPlainNumbers(tokens, numbers_)) return PosLineKind::NotANumber;
   if (form_.place == PosPlace::Unknown && IsNearTheGround({numbers_.latitude, numbers_.longitude, numbers_.height}))
     return ReadOther(line);
-  return IsOnEarth(numbers_.latitude, numbers_.longitude) ? PosLineKind::Sample : PosLineKind::OutOfRange;
+  return IsOnEarth(numbers_.latitude, numbers_.longitude, numbers_.height) ? PosLineKind::Sample
+                                                                           : PosLineKind::OutOfRange;
 }
 
 PosLineKind PosLineReader::ReadOther(std::string_view line) {
@@ -196,7 +198,7 @@ PosLineKind PosLineReader::ReadPlace(const PosLayout& layout) {
     place = ToGeodetic(point);
   }
   numbers_.latitude = place.latitude, numbers_.longitude = place.longitude, numbers_.height = place.height;
-  return IsOnEarth(place.latitude, place.longitude) ? PosLineKind::Sample : PosLineKind::OutOfRange;
+  return IsOnEarth(place.latitude, place.longitude, place.height) ? PosLineKind::Sample : PosLineKind::OutOfRange;
 }
 
 void PosLineReader::MakeTokens(const PosLayout& layout) {

@@ -17,6 +17,7 @@ namespace kv::mission {
 using namespace KVMission;
 
 inline constexpr double kLargestLatitude = 90, kLargestLongitude = 360;  ///< degrees; what is beyond is garbled
+inline constexpr double kLargestHeight = 1e5;                            ///< metres
 
 /// Whether a line's first word begins like a number. Others are comments.
 bool BeginsNumber(std::string_view line);

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <chrono>
+#include <cstdint>
 
 namespace kv {
 
@@ -30,5 +32,10 @@ inline constexpr auto kLeapSecondDays = [] {
       year{2017} / January / 1,
   });
 }();
+
+/// Seconds by which GPS time is ahead of UTC.
+inline std::int64_t LeapSecondsAt(std::chrono::system_clock::time_point time) {
+  return std::count_if(kLeapSecondDays.begin(), kLeapSecondDays.end(), [&](auto day) { return day <= time; });
+}
 
 }  // namespace kv

@@ -35,6 +35,9 @@ std::size_t NameFailures(const Paths& photos, const Grades& grades) {
 Paths PhotosAt(const std::vector<std::string>& names) {
   Paths photos;
   for (const std::filesystem::path path : names) {
+    if (path.extension() == ".zip")
+      throw KVMission::Failure(KVMission::Utf8(path) + ": a ZIP file; unzip it",
+                               KVMission::Failure::Reason::WrongUsage);
     if (!std::filesystem::is_directory(path)) {
       photos.push_back(path);
       continue;

@@ -22,7 +22,30 @@ constexpr double kHalfTurn = 180.0;
 /// Any date will do: without one only times of day are shown.
 constexpr std::chrono::sys_days kNoDate = std::chrono::year{1980} / std::chrono::January / 6;
 
+/// Whether nothing that carries a sensor gets from one fix to the next in its time.
+bool IsJump(const tagKVTrajectoryObs& from, const tagKVTrajectoryObs& to, double seconds) {
+  constexpr double kFastest = 400, kSlack = 50;  // m/s, metres: of aircraft; of single point positions
+  constexpr double kMetresPerDegree = 111'320, kRadian = 0.017453292519943295, kTurn = 360;
+  const double north = (to.Latitude - from.Latitude) * kMetresPerDegree;
+  const double east =
+      std::remainder(to.Longitude - from.Longitude, kTurn) * kMetresPerDegree * std::cos(from.Latitude * kRadian);
+  return std::hypot(north, east, to.Altitude - from.Altitude) > kFastest * std::abs(seconds) + kSlack;
+}
+
+/// Counts the fixes that both steps to and from are jumps; the first and the last have one step only.
+std::size_t CountOutlying(const std::vector<bool>& jumps) {
+  std::size_t outlying = 0;
+  for (std::size_t i = 0; i < jumps.size(); ++i) {
+    if (!jumps[i]) continue;
+    const bool isPair = i + 1 < jumps.size() && jumps[i + 1];
+    if (isPair || i == 0 || i + 1 == jumps.size()) ++outlying;
+    i += isPair;
+  }
+  return outlying;
+}
+
 void Inspect(double maxGapSeconds, Trajectory& trajectory) {
+  std::vector<bool> jumps;
   trajectory.first = FromFileTime(trajectory.fixes.front().TimeUTC);
   trajectory.last = FromFileTime(trajectory.fixes.back().TimeUTC);
   const tagKVTrajectoryObs* last = nullptr;
@@ -32,11 +55,15 @@ void Inspect(double maxGapSeconds, Trajectory& trajectory) {
       const Instant from = FromFileTime(last->TimeUTC), to = FromFileTime(fix.TimeUTC);
       if (Seconds(to - from) > maxGapSeconds) trajectory.gaps.push_back({from, to, last->Latitude, last->Longitude});
       trajectory.stepsBack += to < from;
+      const bool isJump = IsJump(*last, fix, Seconds(to - from));
+      if (isJump) trajectory.jumps.push_back({from, to, last->Latitude, last->Longitude});
+      jumps.push_back(isJump);
       if (std::abs(fix.Longitude - last->Longitude) > kHalfTurn)
         trajectory.crossings.push_back({from, to, last->Latitude, last->Longitude});
     }
     last = &fix;
   }
+  trajectory.outlying = CountOutlying(jumps);
 }
 
 [[noreturn]] void FailWithoutFix(const std::filesystem::path& path, const SentenceCounts& counts) {
@@ -186,6 +213,13 @@ void TellOfTrajectory(const Trajectory& trajectory, const TrajectoryWords& words
             {{"trajectory", words.name}, {"count", Count(trajectory.stepsBack)}, {"reason", words.outOfOrder}});
   if (!trajectory.crossings.empty())
     job.Add(Found::TrajectoryCrossesMeridian, {{"trajectory", words.name}, {"effect", words.crossing}});
+  if (!trajectory.jumps.empty()) {
+    const bool areAlone = trajectory.jumps.size() <= 2 * trajectory.outlying;
+    job.Add(areAlone ? Found::FixesOutlying : Found::TrajectoryJumps,
+            {{"trajectory", words.name},
+             {"count", Count(areAlone ? trajectory.outlying : trajectory.jumps.size())},
+             {"from", timeOf(trajectory.jumps[0].from)}});
+  }
   if (trajectory.moved > 0)
     job.Add(
         Found::FixesReordered,
