@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <string_view>
 
 #include "base/Findings.h"
@@ -114,8 +115,8 @@ void PrintClock(const Camera& camera, Page& page) {
   const ClockCheck& clock = *camera.clock;
   page.Line("    clock: {}", WordFor(clock.state));
   for (const ClockStretch& stretch : clock.stretches)
-    page.Line("    offset {:+.3f} s (sigma {:.3f} s), drift {:+.0f} ppm, from {} to {}", stretch.offsetSeconds,
-              stretch.sigmaSeconds, stretch.driftPpm, Utf8(stretch.firstPhoto), Utf8(stretch.lastPhoto));
+    page.Line("    fits best with {:+.3f} s, drift {:+.0f} ppm, from {} to {}", stretch.offsetSeconds,
+              std::round(stretch.driftPpm) + 0.0, Utf8(stretch.firstPhoto), Utf8(stretch.lastPhoto));
 }
 
 void PrintPairing(const Camera& camera, Page& page) {
