@@ -83,6 +83,12 @@ inline constexpr FindingKind  // Trajectory
     TrajectoriesApartInTime{"trajectories-apart-in-time", Doubt,
                             "{used} is from {from} to {to}, but {other} from {otherFrom} to {otherTo}: they have no "
                             "time in common and are not compared"},
+    FixesContradict{"fixes-contradict", Doubt,
+                    "{count:position sentence} more than 50 m from another one of the same time: the log of two "
+                    "receivers, such as a base and a rover?"},
+    SeparationsZero{"separations-zero", Warning,
+                    "every geoid separation is 0: unless that is so there, heights are above the geoid, not the "
+                    "ellipsoid"},
     FixesOutlying{"fixes-outlying", Warning,
                   "{trajectory}: {count:fix|fixes} impossibly far from those before and after, the first after {from}: "
                   "nothing is placed beside them"},

@@ -96,6 +96,9 @@ bool ReadColumns(std::span<const std::string_view> words, PosForm& form) {
       if (isAngle && word.substr(unit).find('\'') != word.npos)
         layout.isSexagesimal = true, tokens = kSexagesimalTokens;
       at(column->column) = token;
+      const std::string height = LowerCase(std::string(word.substr(unit)));
+      if (column->column == PosColumn::Z && height.size() > 2 && height[1] != 'm')
+        read.heightUnit = height.substr(1, height.size() - 2);
     }
     token += tokens;
   }

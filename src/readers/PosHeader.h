@@ -46,6 +46,7 @@ struct PosForm {
   std::optional<Ecef> reference;    ///< of baselines
   std::optional<PosLayout> layout;  ///< as the names of the columns give it
   bool isTimeless = false;          ///< columns of places, but none of a time
+  std::string heightUnit;           ///< if it is not the metre: such heights are not read
 
   friend bool operator==(const PosForm&, const PosForm&) = default;
 };

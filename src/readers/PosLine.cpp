@@ -112,7 +112,7 @@ bool BeginsNumber(std::string_view line) {
 void PosLineReader::Use(const PosForm& form) {
   form_ = form;
   const PosLayout usual;
-  isUsual_ = form.scale.value_or(TimeScale::Gps) == TimeScale::Gps && !form.isTimeless &&
+  isUsual_ = form.scale.value_or(TimeScale::Gps) == TimeScale::Gps && !form.isTimeless && form.heightUnit.empty() &&
              (form.place == PosPlace::Unknown || form.place == PosPlace::Geographic) &&
              (!form.layout || (form.layout->at == usual.at && form.layout->width >= usual.width));
 }
@@ -136,7 +136,7 @@ PosLineKind PosLineReader::Read(std::string_view line) {
 
 PosLineKind PosLineReader::ReadOther(std::string_view line) {
   isOther_ = true;
-  if (form_.isTimeless) return PosLineKind::Short;
+  if (form_.isTimeless || !form_.heightUnit.empty()) return PosLineKind::Short;
   count_ = SplitPosLine(line, all_);
   // A date and a time of day in one word count as two.
   if (const std::size_t t = all_[0].find('T'); count_ < all_.size() && BeginsWithDate(all_[0]) && t != line.npos) {

@@ -96,6 +96,7 @@ RawFix FixOf(const PosLineReader& reader, PosClock& clock) {
 /// "a header without solutions", "a table of places without times"; empty when there are samples
 std::string WhyNoSamples(const PosCounts& counts, const PosForm& form) {
   if (counts.Of(PosLineKind::Sample) > 0) return {};
+  if (!form.heightUnit.empty()) return "heights in " + form.heightUnit + ", not in metres";
   if (form.isTimeless) return "a table of places without times, such as a list of stations";
   if (counts.Dropped() == 0) return form != PosForm() ? "a header without solutions" : "comments or blank lines alone";
   if (counts.Of(PosLineKind::Baseline) > 0) return "baselines, and the header gives no reference position";

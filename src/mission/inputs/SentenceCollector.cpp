@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "georef/FixQualities.h"
+#include "mission/inputs/Trajectory.h"
 #include "readers/Fix.h"
 
 namespace kv::mission {
@@ -77,7 +78,12 @@ Trajectory SentenceCollector::Finish(const std::vector<Stretch>& stretches) {
 bool SentenceCollector::TakeFix() {
   hasLostFix_ = false;
   const FixNumbers& fix = sentence_.fix;
-  if (HasFix() && times_.back().timeOfDay == fix.clock.time) return false;
+  if (HasFix() && times_.back().timeOfDay == fix.clock.time) {
+    tagKVTrajectoryObs other;
+    SetPlace(std::span(sentence_.fields).first(kFixTokens), fix.height, fix.separation, units_, other);
+    elsewhere_ += IsJump(trajectory_.fixes.back(), other, 0);
+    return false;
+  }
   times_.push_back(HasFix() ? After(times_.back(), fix.clock.time) : RunningTime{0, fix.clock.time});
   figures_.push_back(fix.quality);
   trajectory_.counts.truncatedTimes += fix.clock.truncated;
@@ -141,7 +147,10 @@ void SentenceCollector::PutInOrder() {
     auto place = sorted.end();
     while (place != sorted.begin() && std::prev(place)->time > time && std::prev(place)->time - time <= kLongestDelay)
       --place;
-    if (place != sorted.begin() && std::prev(place)->time == time) continue;
+    if (place != sorted.begin() && std::prev(place)->time == time) {
+      elsewhere_ += IsJump(trajectory_.fixes[std::prev(place)->fix], trajectory_.fixes[i], 0);
+      continue;
+    }
     if (place != sorted.end()) {
       ++trajectory_.moved;
       trajectory_.largestMoveSeconds = std::max(trajectory_.largestMoveSeconds, Seconds(sorted.back().time - time));

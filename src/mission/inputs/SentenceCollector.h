@@ -27,6 +27,9 @@ class SentenceCollector {
   /// @param stretches  the first begins at fix 0; may be empty without a fix
   Trajectory Finish(const std::vector<Stretch>& stretches);
 
+  /// Position sentences of another place at the time of a fix.
+  std::size_t Elsewhere() const { return elsewhere_; }
+
  private:
   bool TakeFix();
   void TakeOther();
@@ -43,7 +46,8 @@ class SentenceCollector {
   std::vector<DatedSentence> dated_;
   std::optional<Instant> datedBefore_;  // the last dated sentence before the first fix
   std::optional<FixErrors> errors_;     // of the last GST sentence
-  bool hasLostFix_ = false;             // the latest position sentence is without a fix
+  std::size_t elsewhere_ = 0;
+  bool hasLostFix_ = false;  // the latest position sentence is without a fix
 };
 
 }  // namespace kv::mission

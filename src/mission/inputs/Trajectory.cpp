@@ -22,16 +22,6 @@ constexpr double kHalfTurn = 180.0;
 /// Any date will do: without one only times of day are shown.
 constexpr std::chrono::sys_days kNoDate = std::chrono::year{1980} / std::chrono::January / 6;
 
-/// Whether nothing that carries a sensor gets from one fix to the next in its time.
-bool IsJump(const tagKVTrajectoryObs& from, const tagKVTrajectoryObs& to, double seconds) {
-  constexpr double kFastest = 400, kSlack = 50;  // m/s, metres: of aircraft; of single point positions
-  constexpr double kMetresPerDegree = 111'320, kRadian = 0.017453292519943295, kTurn = 360;
-  const double north = (to.Latitude - from.Latitude) * kMetresPerDegree;
-  const double east =
-      std::remainder(to.Longitude - from.Longitude, kTurn) * kMetresPerDegree * std::cos(from.Latitude * kRadian);
-  return std::hypot(north, east, to.Altitude - from.Altitude) > kFastest * std::abs(seconds) + kSlack;
-}
-
 /// Counts the fixes that both steps to and from are jumps; the first and the last have one step only.
 std::size_t CountOutlying(const std::vector<bool>& jumps) {
   std::size_t outlying = 0;
@@ -142,12 +132,27 @@ void TellOfSentences(const SentenceCounts& counts, Job& job) {
     job.Add(Found::FixesIncomplete, {{"count", Count(count)}, {"what", what}});
 }
 
+/// Receivers without a model of the geoid write 0; a few fixes may be where it is that.
+bool HasNoSeparations(const std::vector<tagKVTrajectoryObs>& fixes) {
+  constexpr std::size_t kFew = 20;
+  return fixes.size() > kFew && std::all_of(fixes.begin(), fixes.end(), [](auto& fix) { return fix.GeoidOffst == 0; });
+}
+
 Hundredths HundredthsIn(double seconds) {
   constexpr double kLongest = 86'400;  // longer than a step between times of day
   return Hundredths{seconds > 0 ? static_cast<int>(std::min(seconds, kLongest) * 100) : 0};
 }
 
 }  // namespace
+
+bool IsJump(const tagKVTrajectoryObs& from, const tagKVTrajectoryObs& to, double seconds) {
+  constexpr double kFastest = 400, kSlack = 50;  // m/s, metres: of aircraft; of single point positions
+  constexpr double kMetresPerDegree = 111'320, kRadian = 0.017453292519943295, kTurn = 360;
+  const double north = (to.Latitude - from.Latitude) * kMetresPerDegree;
+  const double east =
+      std::remainder(to.Longitude - from.Longitude, kTurn) * kMetresPerDegree * std::cos(from.Latitude * kRadian);
+  return std::hypot(north, east, to.Altitude - from.Altitude) > kFastest * std::abs(seconds) + kSlack;
+}
 
 Date DateNearest(Instant instant, Hundredths timeOfDay) {
   // Half a day later the day that began last is the nearest one.
@@ -179,8 +184,10 @@ Trajectory ReadTrajectoryFile(const std::filesystem::path& path, const DateSourc
   if (!dating.date && sources.mustBeDated)
     throw Failure(Utf8(path) + ": nothing tells the date of the fixes; give it with --date YYYY-MM-DD");
   Trajectory trajectory = collector.Finish(dates.stretches);
+  if (collector.Elsewhere() > 0) job.Add(Found::FixesContradict, {{"count", Count(collector.Elsewhere())}});
   trajectory.date = dating.date, trajectory.dateSource = dating.source;
   Inspect(maxGapSeconds, trajectory);
+  if (HasNoSeparations(trajectory.fixes)) job.Add(Found::SeparationsZero);
   return trajectory;
 }
 
