@@ -11,7 +11,6 @@
 #include "platform/FileNames.h"
 #include "text/Numbers.h"
 #include "time/Instants.h"
-#include "time/LeapSeconds.h"
 
 namespace kv::mission {
 namespace {
@@ -72,21 +71,12 @@ ClockCheck CheckOf(const ClockEstimate& estimate, const CameraTimes& times, cons
   return check;
 }
 
-/// Whether an offset is near every certain clock, so that at most the choice between neighbours is at stake.
-bool AgreesWith(const ClockEstimate& estimate, double offset) {
-  return std::all_of(estimate.clocks.begin(), estimate.clocks.end(), [&](const ClockSegment& clock) {
-    return !IsCertain(clock) || std::abs(OffsetOf(clock) - offset) <= kPairingRange;
-  });
-}
+/// Whether a clock is not the one in use, whatever neighbours it pairs.
+bool IsOff(const ClockStretch& clock, double inUse) { return std::abs(clock.offsetSeconds - inUse) > kPairingRange; }
 
 std::size_t CountPaired(const Matches& matches) {
   return static_cast<std::size_t>(
       std::count_if(matches.begin(), matches.end(), [](const PhotoMatch& match) { return match.event; }));
-}
-
-std::size_t CountCertain(const ClockEstimate& estimate) {
-  return static_cast<std::size_t>(std::count_if(estimate.photos.begin(), estimate.photos.end(),
-                                                [](const PhotoMatch& match) { return match.certain; }));
 }
 
 /// Photos that a certain clock pairs with one event, and other matches with another or none.
@@ -118,9 +108,9 @@ struct NearPairs {
   bool areAsMany = true;  ///< as any candidate pairs
 };
 
-/// Pairs by that clock of an ambiguous estimate which is near an offset: an offset by hand is good to a second only. Of
+/// Pairs by that candidate of an ambiguous clock which is near an offset: an offset by hand is good to a second only. Of
 /// several, the one that leaves the fewest photos alone counts.
-NearPairs PairNear(double offset, const CameraTimes& times, const ClockEstimate& estimate) {
+NearPairs PairNear(double offset, const CameraTimes& times, const std::vector<double>& candidates) {
   constexpr double kTolerance = 0.1, kDrift = 1e-4;  // seconds; share of the time
   const double tolerance = kTolerance + kDrift * (times.events.back() - times.events.front());
   const auto pairsBy = [&](double candidate) {
@@ -129,7 +119,7 @@ NearPairs PairNear(double offset, const CameraTimes& times, const ClockEstimate&
   NearPairs near;
   std::size_t most = 0, paired = 0;
   double nearest = kPairingRange;
-  for (const double candidate : CandidatesOf(estimate)) {
+  for (const double candidate : candidates) {
     Matches pairs = pairsBy(candidate);
     const std::size_t count = CountPaired(pairs);
     most = std::max(most, count);
@@ -156,21 +146,12 @@ class Teller {
  public:
   Teller(const Camera& camera, const CameraTimes& times, Job& job) : camera_(camera), times_(times), job_(job) {}
 
-  void ClockIsOff(const ClockEstimate& estimate, std::size_t moved, double inUse) const {
-    const auto clock = std::find_if(estimate.clocks.begin(), estimate.clocks.end(), [&](const ClockSegment& segment) {
-      return IsCertain(segment) && std::abs(OffsetOf(segment) - inUse) > kPairingRange;
-    });
-    const auto certain = std::count_if(estimate.clocks.begin(), estimate.clocks.end(), IsCertain);
-    constexpr double kMillion = 1e6;
-    const double offset = OffsetOf(*clock);
-    Values values{{"moved", Count(moved)},
-                  {"photos", Count(times_.photos.size())},
-                  {"offset", offset},
-                  {"sigma", clock->offsetSigma},
-                  {"driftPpm", std::round(clock->drift * kMillion) + 0.0},
-                  {"used", inUse}};
-    if (certain == 1) return Tell(Found::CameraClockOff, std::move(values));
-    values.emplace_back("photo", NameOf(clock->firstPhoto));
+  void ClockIsOff(const ClockCheck& check, const ClockStretch& clock, double inUse) const {
+    Values values{
+        {"moved", Count(check.moved)}, {"photos", Count(times_.photos.size())},        {"offset", clock.offsetSeconds},
+        {"sigma", clock.sigmaSeconds}, {"driftPpm", std::round(clock.driftPpm) + 0.0}, {"used", inUse}};
+    if (check.stretches.size() == 1) return Tell(Found::CameraClockOff, std::move(values));
+    values.emplace_back("photo", Utf8(clock.firstPhoto));
     Tell(Found::CameraClockChanges, std::move(values));
   }
   /// A clock that is off by a day can be that of another flight over the same plan.
@@ -181,8 +162,8 @@ class Teller {
         return Tell(Found::CameraClockDaysOff, {{"offset", stretch.offsetSeconds}});
     }
   }
-  void Ambiguous(const FindingKind& kind, const ClockEstimate& estimate, double inUse) const {
-    Tell(kind, {{"used", inUse}, {"candidates", ListOf(CandidatesOf(estimate))}});
+  void Ambiguous(const FindingKind& kind, const ClockCheck& check, double inUse) const {
+    Tell(kind, {{"used", inUse}, {"candidates", ListOf(check.candidates)}});
   }
   /// Without times only the photos' numbers can tell that one is missing.
   void Order() const {
@@ -222,10 +203,6 @@ class Teller {
   const CameraTimes& times_;
   Job& job_;
 };
-
-}  // namespace
-
-namespace {
 
 /// Cameras number on from 9999 with 1: by name the photos after that stand first.
 void PutNumbersInOrder(const PhotoFolder& folder, CameraTimes& times) {
@@ -282,8 +259,10 @@ Matches ClockJudge::Pairs(bool acceptDoubt, Camera& camera, Job& job) const {
   if (!check.stretches.empty()) {
     if (wanted.find) tell.OtherDays(check.stretches);
     if (wanted.find && check.stretches.size() == 1) camera.offset.seconds = check.stretches[0].offsetSeconds;
-    if (!wanted.find && !AgreesWith(estimate_, wanted.seconds)) {
-      tell.ClockIsOff(estimate_, check.moved, wanted.seconds);
+    const auto off = std::find_if(check.stretches.begin(), check.stretches.end(),
+                                  [&](const ClockStretch& clock) { return IsOff(clock, wanted.seconds); });
+    if (!wanted.find && off != check.stretches.end()) {
+      tell.ClockIsOff(check, *off, wanted.seconds);
       return inDoubt;
     }
     const Matches certain = CertainPairs(estimate_, given);
@@ -294,7 +273,7 @@ Matches ClockJudge::Pairs(bool acceptDoubt, Camera& camera, Job& job) const {
     return certain;
   }
   if (wanted.find) {
-    tell.Ambiguous(Found::CameraClockNotFound, estimate_, 0);
+    tell.Ambiguous(Found::CameraClockNotFound, check, 0);
     return none;
   }
   const std::size_t pairs = std::min(times.events.size(), times.photos.size());
@@ -303,12 +282,12 @@ Matches ClockJudge::Pairs(bool acceptDoubt, Camera& camera, Job& job) const {
     tell.CountsOnly(Found::CameraClockUnchecked);
     return given;
   }
-  const bool isAllowed =
-      CheckOffset(estimate_, times.events, times.photos, times.cell, -wanted.seconds, kPairingRange).isAllowed;
   if (check.state == ClockState::Ambiguous) {
-    NearPairs near = PairNear(wanted.seconds, times, estimate_);
-    const bool isGood = isAllowed && near.areAsMany;
-    tell.Ambiguous(isGood ? Found::CameraClockAmbiguous : Found::CameraClockContradicted, estimate_, wanted.seconds);
+    NearPairs near = PairNear(wanted.seconds, times, check.candidates);
+    const bool isGood =
+        near.areAsMany &&
+        CheckOffset(estimate_, times.events, times.photos, times.cell, -wanted.seconds, kPairingRange).isAllowed;
+    tell.Ambiguous(isGood ? Found::CameraClockAmbiguous : Found::CameraClockContradicted, check, wanted.seconds);
     return isGood ? std::move(near.pairs) : inDoubt;
   }
   tell.CountsOnly(Found::PhotosOfOtherEvents);
@@ -328,68 +307,6 @@ void ClockJudge::CheckOrder(const std::vector<std::optional<std::size_t>>& event
   }
   if (check.moved > 0)
     tell.Tell(Found::PairingByOrderShifted, {{"moved", Count(check.moved)}, {"photos", Count(times.photos.size())}});
-}
-
-namespace {
-
-/// The only clock of a camera, if it is certain.
-std::optional<ClockSegment> OnlyClock(const ClockEstimate& estimate) {
-  const bool isOnly = estimate.verdict == ClockVerdict::Resolved && estimate.clocks.size() == 1;
-  return isOnly ? std::optional(estimate.clocks[0]) : std::nullopt;
-}
-
-/// Whether two cameras' clocks agree, as clocks that were set together do, or are this many seconds apart or more.
-bool Agree(const ClockEstimate& one, const ClockEstimate& two, bool wanted) {
-  constexpr double kSigmas = 3, kSurely = 3, kSetTogether = 0.002;  // seconds
-  const auto a = OnlyClock(one), b = OnlyClock(two);
-  if (!a || !b) return false;
-  const double apart = std::abs(a->offsetSeconds - b->offsetSeconds);
-  const double limit = kSetTogether + kSigmas * std::hypot(a->offsetSigma, b->offsetSigma);
-  return wanted ? apart <= limit : apart > kSurely * limit;
-}
-
-/// Photos in the folder of the other camera fit its events, and hardly their own; or the clocks agree to milliseconds
-/// only when the folders change places.
-void TellWhenSwapped(const ClockJudge& one, const ClockJudge& two, Job& job) {
-  if (Agree(one.Estimate(), two.Estimate(), true)) return;
-  const auto estimate = [](const CameraTimes& events, const CameraTimes& photos) {
-    return EstimateClock(events.events, photos.photos, photos.cell);
-  };
-  const ClockEstimate first = estimate(two.Times(), one.Times()), second = estimate(one.Times(), two.Times());
-  const auto fitsBetter = [](const ClockEstimate& other, const ClockEstimate& own) {
-    return OnlyClock(other) && CountCertain(other) > 2 * CountCertain(own);
-  };
-  const bool fitBetter = fitsBetter(first, one.Estimate()) && fitsBetter(second, two.Estimate());
-  const bool agreeBetter = Agree(first, second, true) && Agree(one.Estimate(), two.Estimate(), false);
-  if (!fitBetter && !agreeBetter) return;
-  job.Add(Found::CamerasSwapped, {{"count", Count(CountCertain(first) + CountCertain(second))},
-                                  {"photos", Count(first.photos.size() + second.photos.size())},
-                                  {"own", Count(CountCertain(one.Estimate()) + CountCertain(two.Estimate()))}});
-}
-
-/// A clock that lags by as much as GPS time is ahead of UTC, and none that has the events' time: it may be the events that
-/// are ahead.
-void TellWhenInGpsTime(const std::vector<ClockJudge>& judges, std::int64_t leapSeconds, Job& job) {
-  constexpr double kTolerance = 0.75;  // of stamps of whole seconds
-  std::size_t fitting = 0;
-  for (const ClockJudge& judge : judges) {
-    const auto clock = OnlyClock(judge.Estimate());
-    if (!clock) continue;
-    if (std::abs(OffsetOf(*clock)) <= kTolerance) return;  // this camera has the events' time
-    fitting += std::abs(OffsetOf(*clock) - static_cast<double>(leapSeconds)) <= kTolerance;
-  }
-  if (fitting > 0) job.Add(Found::EventsInGpsTime, {{"seconds", leapSeconds}, {"count", Count(fitting)}});
-}
-
-}  // namespace
-
-void CompareCameras(const std::vector<ClockJudge>& judges, const Settings& settings, Instant origin, Job& job) {
-  const bool haveTimes = std::all_of(judges.begin(), judges.end(),
-                                     [](const ClockJudge& judge) { return !judge.Estimate().photos.empty(); });
-  if (judges.size() == 2 && haveTimes) TellWhenSwapped(judges[0], judges[1], job);
-  const auto isGiven = [](const ClockOffset& offset) { return !offset.find && offset.seconds != 0; };
-  if (settings.eventOffsetSeconds == 0 && !isGiven(settings.camera1Offset) && !isGiven(settings.camera2Offset))
-    TellWhenInGpsTime(judges, LeapSecondsAt(origin), job);
 }
 
 }  // namespace kv::mission

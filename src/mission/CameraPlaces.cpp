@@ -118,14 +118,12 @@ void ApplyLeverArms(Mission& mission, Job& job) {
 
 void CheckLeverArms(const Mission& mission) {
   const Settings& settings = mission.settings;
-  if (settings.headingFromTrack || !SourceOf(*mission.trajectory, mission).attitudes.empty()) return;
-  for (const int camera : {1, 2}) {
-    if (ArmOf(camera, settings) != LeverArm())
-      throw Failure("--cam" + std::to_string(camera) +
-                        "-lever-arm needs attitude: give an SBET file or an Applanix export with attitude as "
-                        "--trajectory, an --orientation file, or --heading-from-track",
-                    Failure::Reason::WrongUsage);
-  }
+  const int camera = ArmOf(1, settings) != LeverArm() ? 1 : ArmOf(2, settings) != LeverArm() ? 2 : 0;
+  if (camera == 0 || settings.headingFromTrack || !SourceOf(*mission.trajectory, mission).attitudes.empty()) return;
+  throw Failure("--cam" + std::to_string(camera) +
+                    "-lever-arm needs attitude: give an SBET file or an Applanix export with attitude as "
+                    "--trajectory, an --orientation file, or --heading-from-track",
+                Failure::Reason::WrongUsage);
 }
 
 void DelayExposures(const Settings& settings, SystemEvents& events) {

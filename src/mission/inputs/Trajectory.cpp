@@ -6,6 +6,7 @@
 #include <cmath>
 #include <utility>
 
+#include "georef/LocalOffset.h"
 #include "mission/inputs/LeftOut.h"
 #include "mission/inputs/SentenceCollector.h"
 #include "platform/FileNames.h"
@@ -147,10 +148,10 @@ Hundredths HundredthsIn(double seconds) {
 
 bool IsJump(const tagKVTrajectoryObs& from, const tagKVTrajectoryObs& to, double seconds) {
   constexpr double kFastest = 400, kSlack = 50;  // m/s, metres: of aircraft; of single point positions
-  constexpr double kMetresPerDegree = 111'320, kRadian = 0.017453292519943295, kTurn = 360;
-  const double north = (to.Latitude - from.Latitude) * kMetresPerDegree;
-  const double east =
-      std::remainder(to.Longitude - from.Longitude, kTurn) * kMetresPerDegree * std::cos(from.Latitude * kRadian);
+  constexpr double kTurn = 360;
+  const Radii radii = RadiiAt(from.Latitude);
+  const double north = (to.Latitude - from.Latitude) * kRadian * radii.meridian;
+  const double east = std::remainder(to.Longitude - from.Longitude, kTurn) * kRadian * radii.parallel;
   return std::hypot(north, east, to.Altitude - from.Altitude) > kFastest * std::abs(seconds) + kSlack;
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "base/Statistics.h"
 #include "georef/Ellipsoid.h"
 #include "mission/inputs/Trajectories.h"
 #include "platform/FileNames.h"
@@ -26,9 +27,8 @@ struct Pair {
 };
 
 double Percentile(std::vector<double> values, double share) {
-  const auto at = values.begin() + static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
-  std::nth_element(values.begin(), at, values.end());
-  return *at;
+  std::sort(values.begin(), values.end());
+  return Quantile(values, share);
 }
 
 Ecef PointOf(const Fix& fix) { return ToEcef({fix.Latitude, fix.Longitude, fix.Altitude}); }
