@@ -9,8 +9,6 @@
 namespace kv::clocks {
 namespace {
 
-constexpr Index kNoPair = std::numeric_limits<Index>::max();
-constexpr double kImpossible = -std::numeric_limits<double>::infinity();
 // Share of exposures whose stamp has nothing to do with the clock.
 constexpr double kOutliers = 1e-4;
 
@@ -45,19 +43,7 @@ const NormalTable& Normal() {
   return table;
 }
 
-// Two rules for adding up assignments that end in the same pair. The best one, with the pair before it:
-struct BestOf {
-  double value = kImpossible;
-  Index last = kNoPair;
-
-  void Add(double other, Index pair) {
-    if (other > value) {
-      value = other;
-      last = pair;
-    }
-  }
-};
-// ... or the logarithm of the sum of all.
+// The rule beside BestOf for adding up assignments that end in the same pair: the logarithm of the sum of all.
 struct SumOf {
   double value = kImpossible;
   static constexpr Index last = kNoPair;

@@ -10,6 +10,23 @@ namespace kv::clocks {
 
 /// No event: of a photo without a pair.
 constexpr Index kNoEvent = std::numeric_limits<Index>::max();
+/// No pair: before the first one.
+constexpr Index kNoPair = std::numeric_limits<Index>::max();
+constexpr double kImpossible = -std::numeric_limits<double>::infinity();
+
+/// The best of several assignments that end alike, with the pair it ends in.
+struct BestOf {
+  double value = kImpossible;
+  Index last = kNoPair;
+
+  void Add(double other, Index pair) {
+    if (other > value) {
+      value = other;
+      last = pair;
+    }
+  }
+};
+
 /// Events looked at per photo: bounds the work where events are closer than 50 ms.
 constexpr Index kMaxEventsPerPhoto = 32;
 

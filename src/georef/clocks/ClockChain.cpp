@@ -1,25 +1,9 @@
 #include "georef/clocks/ClockChain.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace kv::clocks {
 namespace {
-
-constexpr Index kNoPair = std::numeric_limits<Index>::max();
-constexpr double kImpossible = -std::numeric_limits<double>::infinity();
-
-struct Scored {
-  double value = kImpossible;
-  Index pair = kNoPair;
-
-  void Improve(double other, Index otherPair) {
-    if (other > value) {
-      value = other;
-      pair = otherPair;
-    }
-  }
-};
 
 // The best of all entries below an index, in logarithmic time.
 class PrefixBest {
@@ -27,19 +11,19 @@ class PrefixBest {
   explicit PrefixBest(Index size) : tree_(size + 1) {}
 
   void Enter(Index index, double value, Index pair) {
-    for (Index i = index + 1; i < tree_.size(); i += LowestBit(i)) tree_[i].Improve(value, pair);
+    for (Index i = index + 1; i < tree_.size(); i += LowestBit(i)) tree_[i].Add(value, pair);
   }
 
-  Scored BestBelow(Index end) const {
-    Scored best;
-    for (Index i = end; i > 0; i -= LowestBit(i)) best.Improve(tree_[i].value, tree_[i].pair);
+  BestOf BestBelow(Index end) const {
+    BestOf best;
+    for (Index i = end; i > 0; i -= LowestBit(i)) best.Add(tree_[i].value, tree_[i].last);
     return best;
   }
 
  private:
   static Index LowestBit(Index i) { return i & (~i + 1); }
 
-  std::vector<Scored> tree_;
+  std::vector<BestOf> tree_;
 };
 
 // Pairs that a later one may follow after a run of extra photos. Costs are taken relative to photo 0 and event 0.
@@ -48,21 +32,21 @@ class Predecessors {
   explicit Predecessors(Index events) : at_(events), below_(events) {}
 
   void Enter(Index event, double value, Index pair) {
-    at_[event].Improve(value, pair);
+    at_[event].Add(value, pair);
     below_.Enter(event, value + kSearchCosts.missedEvent * event, pair);
   }
 
   // The best to come before an event, with what the events between cost.
-  Scored BestBefore(Index event) const {
+  BestOf BestBefore(Index event) const {
     if (event == 0) return {};
-    Scored best = at_[event - 1];
-    const Scored earlier = below_.BestBelow(event - 1);
-    best.Improve(earlier.value - kSearchCosts.missedRun - kSearchCosts.missedEvent * (event - 1), earlier.pair);
+    BestOf best = at_[event - 1];
+    const BestOf earlier = below_.BestBelow(event - 1);
+    best.Add(earlier.value - kSearchCosts.missedRun - kSearchCosts.missedEvent * (event - 1), earlier.last);
     return best;
   }
 
  private:
-  std::vector<Scored> at_;
+  std::vector<BestOf> at_;
   PrefixBest below_;
 };
 
@@ -78,7 +62,7 @@ class Chain {
     for (const RunClock& clock : clocks) {
       gains_.emplace_back(sequences, clock.clock.spread, sequences.Tolerance(clock.clock.spread));
     }
-    best_.Improve(-kSearchCosts.Missed(sequences.EventCount()) - kSearchCosts.Extra(sequences.PhotoCount()), kNoPair);
+    best_.Add(-kSearchCosts.Missed(sequences.EventCount()) - kSearchCosts.Extra(sequences.PhotoCount()), kNoPair);
     begin_.push_back(0);
     for (Index photo = 0; photo < sequences.PhotoCount(); ++photo) Step(photo);
   }
@@ -86,7 +70,7 @@ class Chain {
   Division Best() const {
     const Index photos = sequences_.PhotoCount();
     Division division{best_.value, std::vector<Index>(photos, kNoEvent), std::vector<Index>(photos, kNoClock)};
-    for (Index pair = best_.pair; pair != kNoPair; pair = pairs_[pair].before) {
+    for (Index pair = best_.last; pair != kNoPair; pair = pairs_[pair].before) {
       division.eventOf[pairs_[pair].photo] = pairs_[pair].event;
       division.clockOf[pairs_[pair].photo] = pairs_[pair].clock;
     }
@@ -143,29 +127,29 @@ class Chain {
     for (Index event = first; event < std::min(sequences_.EventCount(), first + kMaxEventsPerPhoto); ++event) {
       const double lead = cameraTime(sequences_.events[event]) - cellBegin;
       if (lead >= sequences_.cell.width + tolerance) break;
-      const Scored before = BestBefore(photo, event, clock);
+      const BestOf before = BestBefore(photo, event, clock);
       const double value = before.value + gains_[clock](lead);
-      best_.Improve(value - kSearchCosts.Missed(sequences_.EventCount() - 1 - event) -
-                        kSearchCosts.Extra(sequences_.PhotoCount() - 1 - photo),
-                    static_cast<Index>(pairs_.size()));
-      pairs_.push_back({photo, event, clock, before.pair, value});
+      best_.Add(value - kSearchCosts.Missed(sequences_.EventCount() - 1 - event) -
+                    kSearchCosts.Extra(sequences_.PhotoCount() - 1 - photo),
+                static_cast<Index>(pairs_.size()));
+      pairs_.push_back({photo, event, clock, before.last, value});
     }
   }
 
-  Scored BestBefore(Index photo, Index event, Index clock) const {
-    Scored best{-kSearchCosts.Missed(event) - kSearchCosts.Extra(photo), kNoPair};
+  BestOf BestBefore(Index photo, Index event, Index clock) const {
+    BestOf best{-kSearchCosts.Missed(event) - kSearchCosts.Extra(photo), kNoPair};
     if (photo == 0) return best;
     const double change = runOf_[photo - 1] == run_ ? changeCosts_.inRun : changeCosts_.betweenRuns;
     for (Index pair = begin_[photo - 1]; pair < begin_[photo]; ++pair) {
       const Pair& p = pairs_[pair];
       if (p.event >= event) continue;
-      best.Improve(p.value - kSearchCosts.Missed(event - p.event - 1) - (p.clock == clock ? 0 : change), pair);
+      best.Add(p.value - kSearchCosts.Missed(event - p.event - 1) - (p.clock == clock ? 0 : change), pair);
     }
     if (photo == 1) return best;
     const double extra = kSearchCosts.Extra(photo - 1);  // of all photos before; those up to the pair are paid back
     const auto after = [&](const Predecessors& predecessors, double cost) {
-      const Scored before = predecessors.BestBefore(event);
-      best.Improve(before.value - extra - cost, before.pair);
+      const BestOf before = predecessors.BestBefore(event);
+      best.Add(before.value - extra - cost, before.last);
     };
     after(ofClock_[clock - firstClock_], 0);
     after(ofRun_, changeCosts_.inRun);
@@ -184,7 +168,7 @@ class Chain {
   std::vector<Predecessors> ofClock_;  // of the run's clocks
   Index run_ = 0, firstClock_ = 0, endClock_ = 0;
   Index entered_ = 0, inEarlierRuns_ = 0;  // pairs
-  Scored best_;
+  BestOf best_;
 };
 
 }  // namespace
