@@ -19,6 +19,9 @@ install(TARGETS ${libraries} EXPORT KVUtilitiesTargets RUNTIME DESTINATION ${CMA
                                                        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
                                                        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+if(KVUTILITIES_BUILD_APPS)
+  install(DIRECTORY include/KVMission DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+endif()
 install(FILES ${pc_files} DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 kv_install_geodetic_data()
 install(EXPORT KVUtilitiesTargets NAMESPACE KVUtilities:: DESTINATION ${package_dir})
