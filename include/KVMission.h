@@ -52,6 +52,9 @@ KVMISSION_API std::string SummaryText(const Mission& mission);
 /// @param folder  of the layers; empty for `settings.output`
 KVMISSION_API std::string SummaryJson(const Mission& mission, const std::filesystem::path& folder = {});
 
+/// "inside-gap"; never changes its meaning.
+KVMISSION_API const char* CodeOf(DropCode code);
+
 /// The sentence of a drop: "no place: inside a gap of 12.0 s".
 KVMISSION_API std::string TextOf(const Drop& drop);
 

@@ -157,6 +157,14 @@ struct ReadingRange {
   Extreme lowest, highest;
 };
 
+/// The readings of a housekeeping entry.
+inline constexpr std::array<double tagKVLogEvent::*, 10> kHousekeepingReadings{
+    &tagKVLogEvent::CCUTemp,    &tagKVLogEvent::BatBrdTemp, &tagKVLogEvent::BatTemp,    &tagKVLogEvent::BatVoltage,
+    &tagKVLogEvent::BatCurrent, &tagKVLogEvent::BatPercent, &tagKVLogEvent::AOSBrdTemp, &tagKVLogEvent::AOSPitch,
+    &tagKVLogEvent::AOSRoll,    &tagKVLogEvent::AOSHeading};
+/// Those that an entry has: one bit for each.
+using KnownReadings = std::uint16_t;
+
 struct HousekeepingLog {
   std::size_t lines = 0;                   ///< up to `endedAtLine`
   std::size_t skipped = 0;                 ///< lines of fewer than three fields, blank ones apart
@@ -167,6 +175,7 @@ struct HousekeepingLog {
   std::size_t entries = 0, dropped = 0;    ///< read; without a place on the trajectory
   TimeSpan span;                           ///< of the entries that have a time
   std::vector<tagKVLogEvent> events;       ///< entries; in a `Mission` those with a place
+  std::vector<KnownReadings> known;        ///< of the events
 };
 
 struct OrientationFile {
@@ -287,6 +296,7 @@ struct PosPoints {
   std::filesystem::path file;
   PosCounts counts;
   std::string system;                      ///< name of the target
+  std::string wkt;                         ///< definition of the target
   std::string projection;                  ///< content of a .prj
   bool isGeographic = false;               ///< degrees
   std::string heights;                     ///< what they are above, in words

@@ -22,6 +22,9 @@ enum class Severity {
   Failure,  ///< something could not be done
 };
 
+/// "note", "warning", "doubt", "failure"
+KVMISSION_API const char* WordFor(Severity severity);
+
 /// What a finding is about; parts that do not apply are empty.
 struct Subject {
   std::filesystem::path file = {};

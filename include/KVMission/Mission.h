@@ -136,8 +136,10 @@ struct Exposure {
   std::optional<std::int32_t> photoNumber;  ///< of a drone
   std::optional<double> photoDifferenceSeconds;  ///< photo time, with the offset, minus that of the event
   std::optional<double> photoProbability;        ///< that a pair by time is right
-  FixQuality quality;                            ///< of its place; between two fixes the larger deviations
-  std::optional<Attitude> attitude;              ///< of an exposure with a place
+  std::optional<double> sharpnessRank;  ///< share of its camera's other graded photos that are less sharp; percent
+  std::optional<bool> blurred;          ///< far below its camera's median sharpness; nothing when not graded
+  FixQuality quality;                   ///< of its place; between two fixes the larger deviations
+  std::optional<Attitude> attitude;     ///< of an exposure with a place
   AttitudeQuality attitudeQuality = AttitudeQuality::None;
   std::optional<Drop> drop;  ///< why it is not in the photo layer
 };

@@ -16,6 +16,12 @@ enum class PairBy { Auto, Time, Order };
 /// Source of the places of a drone's photos.
 enum class PositionSource { Timestamps, PostProcessed };
 
+/// What the heights of results for other programs are above. Shapefile sets and GeoPackage always have ellipsoidal ones.
+enum class Heights {
+  Ellipsoidal,
+  Geoid,  ///< of EGM96
+};
+
 /// What is added to the times of a camera's photos.
 struct ClockOffset {
   double seconds = 0;
@@ -46,11 +52,11 @@ struct Settings {
   std::filesystem::path camera1;          ///< folder of photos
   std::filesystem::path camera2;          ///< folder of photos
   std::filesystem::path pos;              ///< POS file
-  std::string target;                     ///< coordinate system of its layer: a file, WKT or codes
-  std::filesystem::path timestamps;       ///< timestamp file of a drone
-  std::filesystem::path photos;           ///< folder of the drone's photos; empty for that of the timestamp file
-  std::filesystem::path orientation;      ///< orientation file
-  std::filesystem::path applanix;         ///< Applanix export
+  std::string target;  ///< coordinate system of its layer, and of files for photogrammetry: a file, WKT or codes
+  std::filesystem::path timestamps;   ///< timestamp file of a drone
+  std::filesystem::path photos;       ///< folder of the drone's photos; empty for that of the timestamp file
+  std::filesystem::path orientation;  ///< orientation file
+  std::filesystem::path applanix;     ///< Applanix export
   PositionSource position = PositionSource::Timestamps;
   bool timestampOffsets = false;  ///< moves the places of the timestamp file by its antenna-to-camera offsets
   std::optional<Date> date;       ///< of the first fix; nothing to take it from the files
@@ -62,15 +68,26 @@ struct Settings {
   double camera2DelayMilliseconds = 0;  ///< likewise
   LeverArm camera1LeverArm;             ///< zeros: the camera is where the trajectory is
   LeverArm camera2LeverArm;             ///< likewise
-  bool headingFromTrack = false;   ///< for exposures without another attitude; roll and pitch are then taken to be 0
-  double maxGapSeconds = 2;        ///< longest pause between fixes that is not a gap
-  double toleranceSeconds = 0.05;  ///< exposures of the two cameras nearer than this form a station
-  double blurFactor = 0.25;        ///< share of a camera's median sharpness below which a photo is named
-  bool grade = true;               ///< the photos, by sharpness
-  unsigned jobs = 0;               ///< threads; 0 for as many as there are processors
-  bool overwrite = false;          ///< replaces the results of an earlier run
-  bool acceptDoubt = false;        ///< makes the photo layer although results are in doubt
+  bool headingFromTrack = false;     ///< for exposures without another attitude; roll and pitch are then taken to be 0
+  double maxGapSeconds = 2;          ///< longest pause between fixes that is not a gap
+  double toleranceSeconds = 0.05;    ///< exposures of the two cameras nearer than this form a station
+  double blurFactor = 0.25;          ///< share of a camera's median sharpness below which a photo is named
+  bool grade = true;                 ///< the photos, by sharpness
+  std::vector<std::string> outputs;  ///< by the names of `OutputKinds`; empty for those made by default
+  Heights heights = Heights::Ellipsoidal;  ///< in files for photogrammetry
+  double thumbnailMegabytes = 8;           ///< of all pictures in the report; blurred and dropped ones come first
+  unsigned jobs = 0;                       ///< threads; 0 for as many as there are processors
+  bool overwrite = false;                  ///< replaces the results of an earlier run
+  bool acceptDoubt = false;                ///< makes the photo layer although results are in doubt
 };
+
+/// A kind of result that a run can write.
+struct OutputKind {
+  const char* name;  ///< "gpkg"
+  const char* help;
+  bool isDefault;
+};
+KVMISSION_API const std::vector<OutputKind>& OutputKinds();
 
 /// A setting as text: on a command line, in a mission.toml.
 struct SettingKey {

@@ -63,3 +63,8 @@ std::string Named(const LineNumbers& lines) {
 std::string Counted(std::size_t count, const char* noun) { return CountText(Count(count), noun); }
 
 }  // namespace kv::mission
+
+const char* KVMission::WordFor(Severity severity) {
+  constexpr const char* kWords[] = {"note", "warning", "doubt", "failure"};
+  return kWords[static_cast<std::size_t>(severity)];
+}

@@ -72,7 +72,7 @@ void WritePosLayer(const std::string& name, const PosPoints& points, const Outpu
   LayerWriter(output, job).Write(name, exportLayer, points.samples);
 }
 
-void WriteResults(const Mission& mission, const OutputFolder& output, Job& job) {
+void WriteShapefiles(const Mission& mission, const OutputFolder& output, Job& job) {
   const LayerWriter writer(output, job);
   if (mission.trajectory) {
     writer.Write(kTrajectoryLine, KVUtilities::ExportTrajectoryLineShapefile, mission.trajectory->fixes);
@@ -84,7 +84,6 @@ void WriteResults(const Mission& mission, const OutputFolder& output, Job& job) 
   if (mission.stations)
     writer.Write(kStations, KVUtilities::ExportExposureStationPointShapefile, mission.stations->stations);
   if (mission.pos) WritePosLayer(kPosPoints, *mission.pos, output, job);
-  WriteFile(output.Staging() / kSummaryFile, SummaryJson(mission, fs::absolute(output.Path()).lexically_normal()));
 }
 
 bool FitsPhotoPath(const CStringW& path) {

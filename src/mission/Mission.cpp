@@ -7,7 +7,7 @@
 
 #include "base/Job.h"
 #include "georef/EventTypes.h"
-#include "mission/OutputFolder.h"
+#include "mission/OutputKinds.h"
 #include "mission/PosPoints.h"
 #include "mission/Steps.h"
 #include "mission/inputs/EventFile.h"

@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <deque>
+#include <set>
 #include <system_error>
 
 #include "mission/inputs/Inputs.h"
@@ -29,7 +31,7 @@ std::vector<std::string> ResultNames(const Results& results) {
 
 /// Every name that an earlier run and its companions can have.
 std::vector<std::string> EarlierNames(const Results& results) {
-  std::vector<std::string> names;
+  std::vector<std::string> names = results.companions;
   for (const auto& layer : results.layers) {
     for (const char* extension : kCompanionExtensions) names.push_back(layer + extension);
   }
@@ -86,6 +88,15 @@ class Renames {
   std::vector<Rename> made_;
 };
 
+/// The folders of results that stand in one.
+std::set<fs::path> FoldersOf(const std::vector<std::string>& names) {
+  std::set<fs::path> folders;
+  for (const fs::path name : names) {
+    if (name.has_parent_path()) folders.insert(name.parent_path());
+  }
+  return folders;
+}
+
 /// A layer's .shp is the first file to go and the last one to come.
 void Exchange(const fs::path& folder, const fs::path& staging, const Results& results, Renames& renames) {
   auto names = EarlierNames(results);
@@ -95,8 +106,6 @@ void Exchange(const fs::path& folder, const fs::path& staging, const Results& re
 }
 
 }  // namespace
-
-Results RunResults() { return {{kLayerNames.begin(), kLayerNames.end()}, {kSummaryFile}}; }
 
 void RefuseResultAsInput(const fs::path& folder, const Results& results, const fs::path& input) {
   for (const auto& name : EarlierNames(results)) {
@@ -144,6 +153,13 @@ OutputFolder::OutputFolder(const fs::path& path, bool overwrite, Results results
 void OutputFolder::Commit(Job& job) {
   job.ThrowIfStopped();
   RefuseResults(path_, results_, overwrite_);
+  std::deque<NewFolders> folders;
+  for (const fs::path& folder : FoldersOf(ResultNames(results_))) {
+    if (fs::is_directory(Staging() / folder))
+      folders.emplace_back(path_ / folder);
+    else if (fs::is_directory(path_ / folder))
+      folders.emplace_back(Staging() / folder);  // for what an earlier run left
+  }
   Renames renames;
   try {
     Exchange(path_, Staging(), results_, renames);
@@ -153,6 +169,7 @@ void OutputFolder::Commit(Job& job) {
     throw Failure(fmt::format("{}; what could not be put back is in {}", failure.what(), Utf8(Staging())));
   }
   folders_.Keep();
+  for (NewFolders& folder : folders) folder.Keep();
 }
 
 }  // namespace kv::mission

@@ -18,14 +18,15 @@ inline constexpr const char* kStations = "stations";
 inline constexpr const char* kPosPoints = "pos_points";
 inline constexpr std::array kLayerNames{kTrajectoryLine, kTrajectoryPoints, kHousekeepingPoints,
                                         kPhotos,         kStations,         kPosPoints};
-inline constexpr const char* kSummaryFile = "summary.json";
 
 /// Names of a command's results in a folder.
 struct Results {
-  std::vector<std::string> layers;  ///< without extension
-  std::vector<std::string> files;
+  std::vector<std::string> layers = {};  ///< Shapefile sets, without extension
+  std::vector<std::string> files = {};   ///< may be in a folder: "cam1/geo.txt"
+  std::vector<std::string> companions =
+      {};  ///< files that other programs put beside these, and that are wrong for new ones
 };
-/// The results of a run: all layers and the summary.
+/// The results of a run, of all kinds.
 Results RunResults();
 
 /// @throws Failure (WrongUsage) when a file that is to be read stands in the folder under a name of a result

@@ -151,8 +151,6 @@ const DropWords& WordsFor(DropCode code) {
 
 }  // namespace
 
-const char* CodeOf(DropCode code) { return WordsFor(code).key; }
-
 void TellOfEventsOutside(const SystemEvents& events, const Trajectory& trajectory, Job& job) {
   constexpr std::size_t kMany = 10;  // one in ten
   const EventsBeside beside = Compare(events, trajectory, {});
@@ -194,7 +192,13 @@ void PlaceEntries(HousekeepingLog& housekeeping, Trajectory& trajectory, Job& jo
   std::wstring error;
   if (!KVUtilities::PopulateLogEventLocationsUsingTrajectory(housekeeping.events, trajectory.fixes, error))
     throw Failure(Utf8(error));
-  KVUtilities::RemoveLogEventsAtNullLocation(housekeeping.events, error);
+  const auto isPlaced = [](const tagKVLogEvent& entry) { return !IsNullLocation(entry.Latitude, entry.Longitude); };
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < housekeeping.events.size(); ++i) {
+    if (isPlaced(housekeeping.events[i])) housekeeping.known[kept++] = housekeeping.known[i];
+  }
+  housekeeping.known.resize(kept);
+  std::erase_if(housekeeping.events, std::not_fn(isPlaced));
   housekeeping.dropped = housekeeping.entries - housekeeping.events.size();
   const auto text = [](const std::optional<Instant>& time) { return time ? Value(*time) : Value("no time"); };
   if (housekeeping.dropped > 0)
@@ -227,6 +231,8 @@ std::vector<Exposure> ExposuresOf(SystemEvents& events, const PhotosOfEvents& ph
 }
 
 }  // namespace kv::mission
+
+const char* KVMission::CodeOf(DropCode code) { return kv::mission::WordsFor(code).key; }
 
 std::string KVMission::TextOf(const Drop& drop) {
   using namespace kv::mission;

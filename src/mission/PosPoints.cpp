@@ -90,7 +90,7 @@ PosPoints PointsBefore(const fs::path& path, const tagKVCoordinateSystem& target
   PosPoints points;
   points.file = path;
   points.system = TextOf(target.Name), points.isGeographic = target.IsGeographic;
-  points.projection = TextOf(target.EsriWkt);
+  points.wkt = TextOf(target.Wkt), points.projection = TextOf(target.EsriWkt);
   points.heights = HeightsText(target), points.geoidGrid = TextOf(target.GeoidGrid);
   return points;
 }

@@ -9,6 +9,7 @@
 #include <limits>
 #include <string_view>
 
+#include "mission/OutputKinds.h"
 #include "text/Blanks.h"
 #include "text/Numbers.h"
 #include "time/Instants.h"
@@ -125,6 +126,26 @@ std::string ReadJobs(std::string_view text, Settings& settings) {
   return {};
 }
 
+/// Words of outputs between commas.
+std::string ReadOutputs(std::string_view text, Settings& settings) {
+  std::vector<std::string> outputs;
+  for (std::size_t comma = 0; comma != text.npos; text.remove_prefix(comma == text.npos ? text.size() : comma + 1)) {
+    comma = text.find(',');
+    outputs.emplace_back(WithoutBlanks(text.substr(0, comma)));
+    const auto& kinds = OutputKinds();
+    const auto isNamed = [&](const OutputKind& kind) { return kind.name == outputs.back(); };
+    if (std::none_of(kinds.begin(), kinds.end(), isNamed)) return "must be names between commas: " + OutputNames();
+  }
+  settings.outputs = std::move(outputs);
+  return {};
+}
+
+std::string ReadHeights(std::string_view text, Settings& settings) {
+  if (text != "ellipsoid" && text != "geoid") return "must be ellipsoid or geoid";
+  settings.heights = text == "geoid" ? Heights::Geoid : Heights::Ellipsoidal;
+  return {};
+}
+
 std::string WithDefault(const char* help, double Settings::*member) {
   return fmt::format("{} (default {})", help, Settings().*member);
 }
@@ -136,7 +157,8 @@ struct Row {
 
 const std::vector<Row>& Rows() {
   static const std::vector<Row> rows{
-      {{"output", "FOLDER", "folder for the layers and summary.json", Type::Path, false}, PathTo(&Settings::output)},
+      {{"output", "FOLDER", "folder for the results", Type::Path, false}, PathTo(&Settings::output)},
+      {{"outputs", "NAME,...", "what is written: " + OutputNames(), Type::Text, true}, ReadOutputs},
       {{"trajectory", "FILE",
         "trajectory: receiver log (NMEA), POS file, Applanix export, SBET or GPX; twice for a real-time and a "
         "post-processed one",
@@ -149,7 +171,13 @@ const std::vector<Row>& Rows() {
       {{"cam2", "FOLDER", "photos of camera 2", Type::Path, true}, PathTo(&Settings::camera2)},
       {{"pos", "FILE", "POS file, for a layer in the coordinates of --target", Type::Path, true},
        PathTo(&Settings::pos)},
-      {{"target", "WKT|FILE|EPSG:n[+m]", "coordinate system of the POS file's layer", Type::Text, true}, ReadTarget},
+      {{"target", "WKT|FILE|EPSG:n[+m]", "coordinate system of the POS file's layer and of files for photogrammetry",
+        Type::Text, true},
+       ReadTarget},
+      {{"heights", "ellipsoid|geoid",
+        "what heights are above in files for photogrammetry without --target (default ellipsoid; the geoid is EGM96)",
+        Type::Choice, true},
+       ReadHeights},
       {{"timestamps", "FILE", "timestamp file of a drone's camera, in place of trajectory, events and cameras",
         Type::Path, true},
        PathTo(&Settings::timestamps)},
@@ -199,6 +227,11 @@ const std::vector<Row>& Rows() {
         Type::Number, true},
        NumberTo(&Settings::blurFactor, 0, 1, "must be a number from 0 to 1")},
       {{"no-sharpness", "", "do not grade the photos", Type::Flag, true}, FlagTo(&Settings::grade, false)},
+      {{"thumbnails", "MEGABYTES",
+        WithDefault("size of all pictures in the report; blurred and dropped ones come first",
+                    &Settings::thumbnailMegabytes),
+        Type::Number, true},
+       NumberTo(&Settings::thumbnailMegabytes, 0, 1000, "must be a number of megabytes, 1000 at most")},
       {{"jobs", "N", "threads for photos and samples (default: as many as there are processors)", Type::Count, true},
        ReadJobs},
       {{"accept-doubt", "", "make the photo layer although results are in doubt", Type::Flag, true},

@@ -35,31 +35,48 @@ std::vector<Picture> PicturesOf(const std::vector<Exposure>& exposures) {
   return pictures;
 }
 
-SharpnessSummary Summarise(int camera, const std::vector<Picture>& pictures, const std::vector<Grade>& grades,
-                           double blurFactor) {
-  SharpnessSummary summary;
-  summary.blurFactor = blurFactor;
-  std::vector<SharpnessSummary::Blurred> graded;
-  std::vector<double> factors;
-  for (std::size_t i = 0; i < pictures.size(); ++i) {
-    if (pictures[i].camera != camera) continue;
-    if (!grades[i].complaint.empty()) {
-      summary.ungraded.push_back({NameIn(pictures[i].path), grades[i].complaint});
-    } else {
-      graded.push_back({NameIn(pictures[i].path), grades[i].sharpness});
-      factors.push_back(grades[i].sharpness);
-    }
-  }
+/// @param graded   photos of one camera that could be graded, in the order of their paths
+/// @param factors  their sharpness, ascending
+void Summarise(const std::vector<SharpnessSummary::Blurred>& graded, const std::vector<double>& factors,
+               SharpnessSummary& summary) {
   summary.graded = graded.size();
-  if (graded.empty()) return summary;
-  std::sort(factors.begin(), factors.end());
+  if (graded.empty()) return;
   summary.distribution = {factors.front(), Quantile(factors, 0.25), Quantile(factors, 0.5), Quantile(factors, 0.75),
                           factors.back()};
-  const double limit = blurFactor * summary.distribution->median;
   std::copy_if(graded.begin(), graded.end(), std::back_inserter(summary.blurred),
-               [&](auto& photo) { return photo.sharpness < limit; });
-  return summary;
+               [&](auto& photo) { return photo.sharpness < summary.blurFactor * summary.distribution->median; });
 }
+
+/// How the photo of an exposure stands among those of its camera.
+void Rank(const SharpnessSummary& summary, const std::vector<double>& factors, Exposure& exposure) {
+  const double sharpness = exposure.event.Sharpness;
+  exposure.blurred = sharpness < summary.blurFactor * summary.distribution->median;
+  if (factors.size() < 2) return;
+  const auto lower = std::lower_bound(factors.begin(), factors.end(), sharpness) - factors.begin();
+  exposure.sharpnessRank = 100.0 * static_cast<double>(lower) / static_cast<double>(factors.size() - 1);
+}
+
+/// What grading told of one camera's photos.
+struct CameraGrades {
+  CameraGrades(int camera, const std::vector<Picture>& pictures, const std::vector<Grade>& grades, double blurFactor) {
+    summary.blurFactor = blurFactor;
+    std::vector<SharpnessSummary::Blurred> graded;
+    for (std::size_t i = 0; i < pictures.size(); ++i) {
+      if (pictures[i].camera != camera) continue;
+      if (!grades[i].complaint.empty()) {
+        summary.ungraded.push_back({NameIn(pictures[i].path), grades[i].complaint});
+      } else {
+        graded.push_back({NameIn(pictures[i].path), grades[i].sharpness});
+        factors.push_back(grades[i].sharpness);
+      }
+    }
+    std::sort(factors.begin(), factors.end());
+    Summarise(graded, factors, summary);
+  }
+
+  SharpnessSummary summary;
+  std::vector<double> factors;  // ascending
+};
 
 void Tell(int camera, const SharpnessSummary& summary, Job& job) {
   const auto tell = [&](const FindingKind& kind, std::size_t count, const std::wstring& first,
@@ -79,19 +96,19 @@ std::array<SharpnessSummary, 2> GradeExposures(std::vector<Exposure>& exposures,
   std::vector<std::wstring> paths;
   for (const Picture& picture : pictures) paths.push_back(picture.path);
   const auto grades = GradeFiles(paths, settings.jobs, job);
+  const std::array<CameraGrades, 2> cameras{CameraGrades(1, pictures, grades, settings.blurFactor),
+                                            CameraGrades(2, pictures, grades, settings.blurFactor)};
   for (Exposure& exposure : exposures) {
     tagKVSystemEvent& event = exposure.event;
     if (!IsToGrade(event)) continue;
     const auto found = std::lower_bound(pictures.begin(), pictures.end(), PictureOf(event));
-    event.Sharpness = grades[static_cast<std::size_t>(found - pictures.begin())].sharpness;
+    const Grade& grade = grades[static_cast<std::size_t>(found - pictures.begin())];
+    const CameraGrades& camera = cameras[CameraOf(event) == 1 ? 0 : 1];
+    event.Sharpness = grade.sharpness;
+    if (grade.complaint.empty()) Rank(camera.summary, camera.factors, exposure);
   }
-  std::array<SharpnessSummary, 2> summaries;
-  for (const int camera : {1, 2}) {
-    auto& summary = summaries[static_cast<std::size_t>(camera - 1)];
-    summary = Summarise(camera, pictures, grades, settings.blurFactor);
-    Tell(camera, summary, job);
-  }
-  return summaries;
+  for (const int camera : {1, 2}) Tell(camera, cameras[camera == 1 ? 0 : 1].summary, job);
+  return {cameras[0].summary, cameras[1].summary};
 }
 
 }  // namespace kv::mission

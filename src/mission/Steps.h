@@ -87,9 +87,6 @@ void PlaceCameras(const Trajectory& trajectory, Mission& mission, Job& job);
 /// @param trajectory  that placed the exposures; without fixes if the timestamp file did
 void QualifyExposures(const Trajectory& trajectory, Mission& mission, Job& job);
 
-/// "inside-gap"
-const char* CodeOf(DropCode code);
-
 /// Stores the sharpness of the photos of exposures that have a place; a photo that cannot be graded leaves 0.
 /// @return  a summary for camera 1 and one for camera 2
 /// @throws Failure (Stopped)
@@ -102,9 +99,9 @@ Stations FormStations(const std::vector<Exposure>& exposures, double toleranceSe
 /// Whether the attribute table of photos can hold a path: it has 254 characters of Windows-1252.
 bool FitsPhotoPath(const CStringW& path);
 
-/// Writes the layers of a mission and its summary into the staging folder.
+/// Writes the Shapefile sets of a mission into the staging folder.
 /// @throws Failure with the sentence of the operation that failed; (Stopped)
-void WriteResults(const Mission& mission, const OutputFolder& output, Job& job);
+void WriteShapefiles(const Mission& mission, const OutputFolder& output, Job& job);
 
 /// Writes a layer of samples in a target coordinate system.
 void WritePosLayer(const std::string& name, const PosPoints& points, const OutputFolder& output, Job& job);

@@ -172,11 +172,6 @@ const char* WordFor(ClockState state) {
   return kWords[static_cast<std::size_t>(state)];
 }
 
-const char* WordFor(Severity severity) {
-  constexpr const char* kWords[] = {"note", "warning", "doubt", "failure"};
-  return kWords[static_cast<std::size_t>(severity)];
-}
-
 std::string Written(const Json& json) {
   return Visible(json.dump(2, ' ', false, Json::error_handler_t::replace), '\n') + '\n';
 }

@@ -35,8 +35,6 @@ Json JsonOf(const std::vector<Finding>& findings);
 const char* WordFor(PairMode mode);
 /// "unchecked", "certain", "partly certain", "ambiguous", "no match"
 const char* WordFor(ClockState state);
-/// "note", "warning", "doubt", "failure"
-const char* WordFor(Severity severity);
 
 /// Indented, with a final line end; text that is not UTF-8 is replaced, control characters are escaped.
 std::string Written(const Json& json);

@@ -7,7 +7,7 @@
 #include "base/Findings.h"
 #include "georef/Attitudes.h"
 #include "georef/FixQualities.h"
-#include "mission/OutputFolder.h"
+#include "mission/OutputKinds.h"
 #include "mission/inputs/LeftOut.h"
 #include "platform/FileNames.h"
 #include "report/Json.h"
@@ -36,7 +36,8 @@ class Page {
 
 /// Where to find the full lists.
 const char* WholeLists(const Mission& mission) {
-  return mission.settings.output.empty() ? "the JSON summary" : kSummaryFile;
+  const Settings& settings = mission.settings;
+  return settings.output.empty() || !IsWanted("json", settings) ? "the JSON summary" : kSummaryFile;
 }
 
 void PrintBounds(const Bounds& bounds, Page& page) {

@@ -39,9 +39,10 @@ class RunTest : public CommandTest {
   }
 };
 
-const std::set<std::string> kTrajectoryFiles{"summary.json",          "trajectory_line.dbf",   "trajectory_line.prj",
-                                             "trajectory_line.shp",   "trajectory_line.shx",   "trajectory_points.dbf",
-                                             "trajectory_points.prj", "trajectory_points.shp", "trajectory_points.shx"};
+const std::set<std::string> kTrajectoryFiles{"mission.gpkg",          "summary.json",          "trajectory_line.dbf",
+                                             "trajectory_line.prj",   "trajectory_line.shp",   "trajectory_line.shx",
+                                             "trajectory_points.dbf", "trajectory_points.prj", "trajectory_points.shp",
+                                             "trajectory_points.shx"};
 
 TEST_F(RunTest, TurnsAMissionIntoLayersAndSaysWhatItDropped) {
   MakeMission();

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Includes point down: each row names a folder and the folders, public headers apart, that it may include. Each third-party
-# library has one owning folder; of GDAL one file reads vector data.
+# library has one owning folder; of GDAL one file reads vector data, and outputs writes it.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 failures=0
@@ -27,8 +27,9 @@ readers  readers crs georef time text base platform
 photos   photos georef time text base platform readers
 crs      crs time text base platform
 export   export georef time text base platform
-mission  mission export readers photos crs georef time text base platform report
-report   report mission photos readers georef time text base platform
+outputs  outputs photos crs georef time text base platform
+mission  mission outputs export readers photos crs georef time text base platform report
+report   report mission outputs photos readers georef time text base platform
 ROWS
 
 while read -r owner pattern; do
@@ -38,9 +39,10 @@ while read -r owner pattern; do
 done <<'ROWS'
 src/export     shapefil\.h
 src/photos     opencv2/
-src/crs        ogr_[^a]|cpl_|proj\.h
-src/readers/GpxTrack.cpp ogr_api
-src/(crs|readers/GpxTrack.cpp) gdal
+src/crs        proj\.h
+src/(crs|outputs) ogr_[^a]|cpl_
+src/(outputs|readers/GpxTrack.cpp) ogr_api
+src/(crs|outputs|readers/GpxTrack.cpp) gdal
 src/mission    toml
 src/report     nlohmann/
 apps/kvmission CLI/

@@ -55,6 +55,18 @@ void AddReadings(const HousekeepingEntry& entry, const std::optional<Instant>& t
   }
 }
 
+KnownReadings KnownIn(const HousekeepingEntry& entry) {
+  KnownReadings known = 0;
+  if (!entry.device) return known;
+  const auto& decimals = entry.device->decimals;
+  for (std::size_t bit = 0; bit < kHousekeepingReadings.size(); ++bit) {
+    const auto at = std::find(decimals.begin(), decimals.end(), kHousekeepingReadings[bit]) - decimals.begin();
+    if (at < std::ssize(decimals) && entry.numbers[static_cast<std::size_t>(at)])
+      known = static_cast<KnownReadings>(known | 1 << bit);
+  }
+  return known;
+}
+
 std::string Trimmed(const std::wstring& errorLine) {
   std::string text = Utf8(errorLine);
   text.erase(text.find_last_not_of(" \n") + 1);
@@ -97,6 +109,7 @@ HousekeepingLog ReadHousekeepingLog(const std::filesystem::path& path, Job& job)
     time ? housekeeping.span.Add(*time) : undated.push_back(housekeeping.lines);
     if (!entry->errorLine.empty()) housekeeping.errors.push_back(Trimmed(entry->errorLine));
     AddReadings(*entry, time, housekeeping.lines, ranges);
+    housekeeping.known.push_back(KnownIn(*entry));
     housekeeping.events.push_back(std::move(entry->event));
   }
   housekeeping.entries = housekeeping.events.size();

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <KVMission.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/Job.h"
+#include "mission/OutputFolder.h"
+
+namespace kv::mission {
+
+/// A kind of result: what its files are called, and how they are written.
+struct OutputRow {
+  OutputKind kind;
+  Results results;                                                              ///< every name that it may have
+  void (*write)(const Mission& mission, const OutputFolder& output, Job& job);  ///< into the staging folder
+  bool needsPhotoLayer = false;  ///< not written when results are in doubt
+};
+
+/// In the order in which they are written.
+const std::vector<OutputRow>& OutputRows();
+
+/// "shp, gpkg, ..."
+std::string OutputNames();
+
+/// @param name  of a kind of result
+bool IsWanted(std::string_view name, const Settings& settings);
+
+inline constexpr const char* kSummaryFile = "summary.json";
+
+/// Writes the results that are wanted into the staging folder.
+/// @throws Failure; (Stopped)
+void WriteResults(const Mission& mission, const OutputFolder& output, Job& job);
+
+}  // namespace kv::mission

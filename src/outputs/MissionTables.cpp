@@ -1,0 +1,122 @@
+#include "outputs/MissionTables.h"
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+#include "georef/Ellipsoid.h"
+#include "georef/EventTypes.h"
+#include "platform/FileNames.h"
+#include "time/Instants.h"
+
+namespace kv::mission {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Paths of photos as seen from a folder. Links in either path are followed, since ".." would lead elsewhere otherwise.
+class RelativePaths {
+ public:
+  explicit RelativePaths(const fs::path& folder) : folder_(Canonical(folder)) {}
+
+  /// @return an empty path when none leads there
+  fs::path To(const fs::path& photo) {
+    const auto [known, isNew] = known_.try_emplace(photo.parent_path());
+    if (isNew) known->second = Canonical(known->first).lexically_relative(folder_);
+    return known->second.empty() ? fs::path() : (known->second / photo.filename()).lexically_normal();
+  }
+
+ private:
+  static fs::path Canonical(const fs::path& path) {
+    std::error_code error;
+    const fs::path canonical = fs::weakly_canonical(path, error);
+    return error ? path.lexically_normal() : canonical;
+  }
+
+  fs::path folder_;
+  std::map<fs::path, fs::path> known_;  // folders of photos
+};
+
+PhotoRow RowOf(const tagKVSystemEvent& event, RelativePaths& paths) {
+  PhotoRow row{};
+  if (event.PhotoPath.IsEmpty()) return row;
+  const fs::path path = NativePath(event.PhotoPath.GetString());
+  row.name = Utf8(path.filename()), row.absolute = Utf8(path);
+  row.relative = Utf8(fs::path(paths.To(path).generic_u8string()));
+  return row;
+}
+
+Ecef PointOf(const tagKVTrajectoryObs& fix) { return ToEcef({fix.Latitude, fix.Longitude, fix.Altitude}); }
+
+double LengthOf(const tagKVTrajectoryObs* fixes, std::size_t count) {
+  double length = 0;
+  for (std::size_t i = 1; i < count; ++i) {
+    const Ecef from = PointOf(fixes[i - 1]), to = PointOf(fixes[i]);
+    length += std::hypot(to.x - from.x, to.y - from.y, to.z - from.z);
+  }
+  return length;
+}
+
+/// Gaps of one kind, with the fixes on both sides. Fixes are in the order of time.
+void AddGaps(const char* kind, const std::vector<Gap>& gaps, const Trajectory& trajectory, std::vector<GapRow>& rows) {
+  const auto& fixes = trajectory.fixes;
+  const auto isBefore = [](const tagKVTrajectoryObs& fix, Instant time) { return FromFileTime(fix.TimeUTC) < time; };
+  for (const Gap& gap : gaps) {
+    const auto to = std::lower_bound(fixes.begin(), fixes.end(), gap.to, isBefore);
+    if (to != fixes.begin() && to != fixes.end()) rows.push_back({kind, &gap, &*std::prev(to), &*to});
+  }
+}
+
+}  // namespace
+
+std::vector<PhotoRow> PhotoRows(const Mission& mission, Exposures wanted, const fs::path& folder) {
+  RelativePaths paths(folder);
+  std::vector<PhotoRow> rows;
+  for (std::size_t i = 0; i < mission.exposures.size(); ++i) {
+    const Exposure& exposure = mission.exposures[i];
+    if (exposure.drop.has_value() != (wanted == Exposures::Dropped) || !IsPlaced(exposure.event)) continue;
+    rows.push_back(RowOf(exposure.event, paths));
+    rows.back().exposure = &exposure, rows.back().number = i + 1;
+  }
+  return rows;
+}
+
+std::vector<StationRow> StationRows(const Mission& mission, const fs::path& folder) {
+  RelativePaths paths(folder);
+  std::vector<StationRow> rows;
+  for (const tagKVExposureStation& station : mission.stations->stations)
+    rows.push_back({&station, {RowOf(station.Cam1Event, paths), RowOf(station.Cam2Event, paths)}});
+  return rows;
+}
+
+FixRow FixRows::operator[](std::size_t i) const {
+  const auto at = [i](const auto& values) { return i < values.size() ? &values[i] : nullptr; };
+  return {&trajectory_.fixes[i], at(trajectory_.qualities), at(trajectory_.attitudes), i + 1};
+}
+
+std::vector<StretchRow> StretchRows(const Trajectory& trajectory) {
+  std::vector<const tagKVTrajectoryObs*> begins;
+  for (const GapRow& gap : GapRows(trajectory)) begins.push_back(gap.to);
+  std::sort(begins.begin(), begins.end());
+  begins.erase(std::unique(begins.begin(), begins.end()), begins.end());
+  const tagKVTrajectoryObs* const end = trajectory.fixes.data() + trajectory.fixes.size();
+  begins.push_back(end);
+  std::vector<StretchRow> rows;
+  const tagKVTrajectoryObs* begin = trajectory.fixes.data();
+  for (const tagKVTrajectoryObs* next : begins) {
+    const auto count = static_cast<std::size_t>(next - begin);
+    if (count > 0) rows.push_back({begin, count, LengthOf(begin, count)});
+    begin = next;
+  }
+  return rows;
+}
+
+std::vector<GapRow> GapRows(const Trajectory& trajectory) {
+  std::vector<GapRow> rows;
+  AddGaps("gap", trajectory.gaps, trajectory, rows);
+  AddGaps("jump", trajectory.jumps, trajectory, rows);
+  AddGaps("180th meridian", trajectory.crossings, trajectory, rows);
+  return rows;
+}
+
+}  // namespace kv::mission

@@ -1,0 +1,108 @@
+#pragma once
+
+#include <KVMission.h>
+#include <ogr_api.h>
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+/// What a vector layer holds, as tables: one row for each field. Every format is written from them.
+namespace kv::mission {
+
+enum class FieldType {
+  Integer,  ///< of 32 bits: CSV would take a longer one for a text
+  Real,
+  Text,
+  Time,
+  Logical,
+};
+
+/// A field of a feature that is being made. What is unknown (nothing, NaN, an empty text) leaves it NULL.
+class FieldSlot {
+ public:
+  FieldSlot(OGRFeatureH feature, int field) : feature_(feature), field_(field) {}
+
+  void Put(std::int64_t value) { OGR_F_SetFieldInteger64(feature_, field_, value); }
+  void Put(bool value) { OGR_F_SetFieldInteger(feature_, field_, value); }
+  void Put(double value);
+  void Put(const std::string& value);
+  void Put(KVMission::Instant value);
+  template <class Value>
+  void Put(const std::optional<Value>& value) {
+    value ? Put(*value) : OGR_F_SetFieldNull(feature_, field_);
+  }
+
+ private:
+  OGRFeatureH feature_;
+  int field_;
+};
+
+template <class Value>
+struct TypeOfValue;
+template <>
+struct TypeOfValue<std::int64_t> {
+  static constexpr FieldType kType = FieldType::Integer;
+};
+template <>
+struct TypeOfValue<double> {
+  static constexpr FieldType kType = FieldType::Real;
+};
+template <>
+struct TypeOfValue<std::string> {
+  static constexpr FieldType kType = FieldType::Text;
+};
+template <>
+struct TypeOfValue<KVMission::Instant> {
+  static constexpr FieldType kType = FieldType::Time;
+};
+template <>
+struct TypeOfValue<bool> {
+  static constexpr FieldType kType = FieldType::Logical;
+};
+template <class Value>
+struct TypeOfValue<std::optional<Value>> : TypeOfValue<Value> {};
+
+struct FieldDefinition {
+  const char* name;
+  const char* alias;  ///< for people, with the unit
+  FieldType type;
+};
+
+template <class Row>
+struct Field : FieldDefinition {
+  /// @param getValue  captureless; returns a row's value
+  template <class GetValue>
+  constexpr Field(const char* fieldName, const char* fieldAlias, GetValue)
+      : FieldDefinition{fieldName, fieldAlias,
+                        TypeOfValue<std::decay_t<std::invoke_result_t<GetValue, const Row&>>>::kType},
+        put([](FieldSlot slot, const Row& row) { slot.Put(GetValue{}(row)); }) {}
+
+  void (*put)(FieldSlot slot, const Row& row);
+};
+
+/// Degrees, or coordinates of the layer's system, and metres.
+struct Vertex {
+  double x, y, z;
+};
+
+enum class Shape { None, Point, Line };
+
+struct LayerDefinition {
+  const char* name;
+  const char* title;
+  const char* description;
+  Shape shape;
+};
+
+template <class Row>
+struct VectorLayer : LayerDefinition {
+  std::span<const Field<Row>> fields;
+  void (*addVertices)(const Row&, std::vector<Vertex>&) = nullptr;  ///< none for a table
+  std::string (*styleOf)(const Row&) = nullptr;                     ///< OGR feature style
+};
+
+}  // namespace kv::mission

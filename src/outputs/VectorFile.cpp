@@ -1,0 +1,174 @@
+#include "outputs/VectorFile.h"
+
+#include <KVUtilities.h>
+#include <cpl_conv.h>
+#include <cpl_error.h>
+#include <cpl_vsi.h>
+#include <fmt/format.h>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <utility>
+
+#include "base/Writing.h"
+#include "platform/FileNames.h"
+#include "time/Instants.h"
+
+namespace kv::mission {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const wchar_t* kWgs84 = L"EPSG:4326";
+
+/// With a null pointer at the end, as GDAL takes them.
+char** Terminated(Options& options) {
+  options.push_back(nullptr);
+  return const_cast<char**>(options.data());
+}
+
+std::string NameFor(const VectorFile::Format& format, const fs::path& staged) {
+  static std::atomic<unsigned> number = 0;
+  if (format.inMemory)
+    return fmt::format("/vsimem/kvmission-{}{}", number++, Utf8(staged.extension()));  // the driver asks for it
+  const auto name = staged.u8string();
+  return {name.begin(), name.end()};
+}
+
+OGRFieldType TypeFor(FieldType type, bool hasTimes) {
+  switch (type) {
+    case FieldType::Integer:
+    case FieldType::Logical:
+      return OFTInteger;
+    case FieldType::Real:
+      return OFTReal;
+    case FieldType::Time:
+      return hasTimes ? OFTDateTime : OFTString;
+    case FieldType::Text:
+      break;
+  }
+  return OFTString;
+}
+
+OGRwkbGeometryType TypeFor(Shape shape) {
+  return shape == Shape::None ? wkbNone : shape == Shape::Point ? wkbPoint25D : wkbLineString25D;
+}
+
+OGRGeometryH GeometryOf(Shape shape, const std::vector<Vertex>& vertices) {
+  const OGRGeometryH geometry = OGR_G_CreateGeometry(TypeFor(shape));
+  if (shape == Shape::Line) OGR_G_SetPointCount(geometry, static_cast<int>(vertices.size()));
+  for (std::size_t i = 0; i < vertices.size(); ++i)
+    OGR_G_SetPoint(geometry, static_cast<int>(i), vertices[i].x, vertices[i].y, vertices[i].z);
+  return geometry;
+}
+
+}  // namespace
+
+void FieldSlot::Put(double value) {
+  std::isnan(value) ? OGR_F_SetFieldNull(feature_, field_) : OGR_F_SetFieldDouble(feature_, field_, value);
+}
+
+void FieldSlot::Put(const std::string& value) {
+  value.empty() ? OGR_F_SetFieldNull(feature_, field_) : OGR_F_SetFieldString(feature_, field_, value.c_str());
+}
+
+void FieldSlot::Put(KVMission::Instant value) {
+  constexpr int kUtc = 100;
+  if (OGR_Fld_GetType(OGR_F_GetFieldDefnRef(feature_, field_)) == OFTString) return Put(IsoText(value));
+  const SYSTEMTIME time = ToSystemTime(value);
+  const float seconds = static_cast<float>(time.wSecond) + static_cast<float>(time.wMilliseconds) / 1000;
+  OGR_F_SetFieldDateTimeEx(feature_, field_, time.wYear, time.wMonth, time.wDay, time.wHour, time.wMinute, seconds,
+                           kUtc);
+}
+
+SystemPtr SystemOf(const std::string& wkt) {
+  const QuietErrors quiet;
+  SystemPtr system(OSRNewSpatialReference(wkt.c_str()));
+  if (!system) throw Failure("a coordinate system cannot be used in layers");
+  OSRSetAxisMappingStrategy(system.get(), OAMS_TRADITIONAL_GIS_ORDER);
+  return system;
+}
+
+SystemPtr Wgs84() {
+  std::wstring error;
+  const auto system = KVUtilities::DescribeCoordinateSystem(kWgs84, error);
+  if (!error.empty()) throw Failure(Utf8(error));
+  return SystemOf(Utf8(std::wstring(system.Wkt.GetString())));
+}
+
+VectorFile::VectorFile(const Format& format, fs::path staged, fs::path path)
+    : format_(format), staged_(std::move(staged)), path_(std::move(path)), name_(NameFor(format, staged_)) {
+  GDALAllRegister();
+  const QuietErrors quiet;
+  CPLErrorReset();
+  const GDALDriverH driver = GDALGetDriverByName(format_.driver);
+  if (!driver)
+    throw Failure(fmt::format("{}: the installed GDAL has no driver {}", Utf8(path_.filename()), format_.driver));
+  Options options = format_.fileOptions;
+  dataset_.reset(GDALCreate(driver, name_.c_str(), 0, 0, 0, GDT_Unknown, Terminated(options)));
+  FailUnless(dataset_ != nullptr);
+}
+
+VectorFile::~VectorFile() {
+  const QuietErrors quiet;
+  dataset_.reset();
+  if (format_.inMemory) VSIUnlink(name_.c_str());
+}
+
+void VectorFile::Close() {
+  const QuietErrors quiet;
+  CPLErrorReset();
+  dataset_.reset();
+  FailUnless(CPLGetLastErrorType() < CE_Failure);
+  if (!format_.inMemory) return;
+  vsi_l_offset size = 0;
+  const GByte* bytes = VSIGetMemFileBuffer(name_.c_str(), &size, false);
+  WriteFile(staged_, {reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(bytes ? size : 0)});
+}
+
+void VectorFile::Fail() const {
+  const std::string reason = CPLGetLastErrorMsg();
+  throw Failure(fmt::format("{}: cannot be written{}{}", Utf8(path_), reason.empty() ? "" : ": ", reason));
+}
+
+VectorFile::OpenLayer::OpenLayer(VectorFile& file, const LayerDefinition& layer,
+                                 const std::vector<FieldDefinition>& fields, OGRSpatialReferenceH system)
+    : file_(file), shape_(layer.shape) {
+  CPLErrorReset();
+  const Format& format = file.format_;
+  const std::string identifier = fmt::format("IDENTIFIER={}", layer.title);
+  const std::string description = fmt::format("DESCRIPTION={}", layer.description);
+  Options options = format.layerOptions;
+  if (format.hasAliases) options.insert(options.end(), {identifier.c_str(), description.c_str()});
+  layer_ = GDALDatasetCreateLayer(file.dataset_.get(), layer.name, system, TypeFor(layer.shape), Terminated(options));
+  file.FailUnless(layer_ != nullptr);
+  definition_ = OGR_L_GetLayerDefn(layer_);
+  for (const FieldDefinition& field : fields) {
+    if (format.hasFields) {
+      const OGRFieldDefnH definition = OGR_Fld_Create(field.name, TypeFor(field.type, format.hasTimes));
+      if (field.type == FieldType::Logical) OGR_Fld_SetSubType(definition, OFSTBoolean);
+      if (format.hasAliases) OGR_Fld_SetAlternativeName(definition, field.alias);
+      const bool isMade = OGR_L_CreateField(layer_, definition, false) == OGRERR_NONE;
+      OGR_Fld_Destroy(definition);
+      file.FailUnless(isMade);
+    }
+    fieldNumbers_.push_back(OGR_FD_GetFieldIndex(definition_, field.name));
+    file.FailUnless(fieldNumbers_.back() >= 0);
+  }
+  if (GDALDatasetTestCapability(file.dataset_.get(), ODsCTransactions))
+    file.FailUnless(GDALDatasetStartTransaction(file.dataset_.get(), false) == OGRERR_NONE);
+}
+
+void VectorFile::OpenLayer::Add(OGRFeatureH feature, const std::vector<Vertex>& vertices) const {
+  if (shape_ != Shape::None && !vertices.empty()) OGR_F_SetGeometryDirectly(feature, GeometryOf(shape_, vertices));
+  if (OGR_L_CreateFeature(layer_, feature) != OGRERR_NONE) file_.Fail();
+}
+
+void VectorFile::OpenLayer::Finish() const {
+  CPLErrorReset();
+  if (GDALDatasetTestCapability(file_.dataset_.get(), ODsCTransactions))
+    file_.FailUnless(GDALDatasetCommitTransaction(file_.dataset_.get()) == OGRERR_NONE);
+}
+
+}  // namespace kv::mission
