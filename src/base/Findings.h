@@ -295,6 +295,11 @@ inline constexpr FindingKind  // Output
     PhotoLayerWithheld{"photo-layer-withheld", Warning,
                        "results are in doubt: the photo layer is not made; --accept-doubt makes it"},
     LayerWritten{"layer-written", Note, "writing {layer}, {records:record}"},
+    PhotoNamesUnfit{"photo-names-unfit", Warning,
+                    "{file}: {count:photo name} with characters that the format cannot hold, first {photo}: left out"},
+    AnglesOfSensor{"angles-of-sensor", Warning,
+                   "files for photogrammetry: the angles of {count:photo} are the sensor's; they are a camera's that "
+                   "looks straight down with the top of its pictures forward"},
     PhotoPathsCut{
         "photo-paths-cut", Warning,
         "{count:photo path does|photo paths do} not fit PhotoPath (254 characters of Windows-1252) and will be cut or "

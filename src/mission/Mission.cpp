@@ -7,6 +7,7 @@
 
 #include "base/Job.h"
 #include "georef/EventTypes.h"
+#include "mission/HandOver.h"
 #include "mission/OutputKinds.h"
 #include "mission/PosPoints.h"
 #include "mission/Steps.h"
@@ -37,6 +38,16 @@ void TellOfInputs(const Settings& settings, Job& job) {
     job.Add(Found::PhotoFolderShared, {{"folder", Utf8(settings.camera1)}}, {.file = settings.camera1});
 }
 
+/// A target is that of a POS file, or of files for photogrammetry.
+void CheckTarget(const Settings& settings) {
+  const auto& rows = PhotogrammetryRows();
+  const auto isWanted = [&](const OutputRow& row) { return IsWanted(row.kind.name, settings); };
+  const bool isForPhotos = std::any_of(rows.begin(), rows.end(), isWanted);
+  if (settings.pos.empty() ? !settings.target.empty() && !isForPhotos : settings.target.empty())
+    throw Failure("--pos and --target go together: give both, or neither", Failure::Reason::WrongUsage);
+  CheckHeights(settings);
+}
+
 /// Takes the inputs that are named, then those that are found.
 Settings ResolveInputs(Settings settings, Job& job) {
   if (!settings.mission.empty()) FindMissionFiles(settings, job);
@@ -45,8 +56,7 @@ Settings ResolveInputs(Settings settings, Job& job) {
     throw Failure(fmt::format(
         "{}no trajectory found; give it with --trajectory FILE, or a drone's timestamps with --timestamps FILE",
         settings.mission.empty() ? "" : ContentOf(settings.mission) + ": "));
-  if (settings.pos.empty() != settings.target.empty())
-    throw Failure("--pos and --target go together: give both, or neither", Failure::Reason::WrongUsage);
+  CheckTarget(settings);
   if (!settings.output.empty()) settings.output = fs::absolute(settings.output).lexically_normal();
   TellOfInputs(settings, job);
   return settings;
@@ -198,14 +208,15 @@ KVMission::Mission KVMission::RunMission(const Settings& settings, Observer& obs
   std::optional<tagKVCoordinateSystem> target;
   std::optional<OutputFolder> output;
   if (!settings.output.empty()) RefuseResultsAsInputs(settings.output, inputs);
-  if (!inputs.pos.empty()) target = ReadTargetSystem(inputs.target);
+  if (!inputs.target.empty()) target = ReadTargetSystem(inputs.target);
   // As given: to fold ".." in a path with links would lead elsewhere.
   if (!settings.output.empty()) output.emplace(settings.output, inputs.overwrite, RunResults());
 
-  if (target) mission.pos = ReadPosPoints(inputs.pos, *target, inputs.jobs, job);
+  if (!inputs.pos.empty()) mission.pos = ReadPosPoints(inputs.pos, *target, inputs.jobs, job);
   if (!inputs.orientation.empty()) mission.orientation = ReadOrientationFile(inputs.orientation, job);
   inputs.timestamps.empty() ? RunSensor(mission, job) : RunDrone(mission, job);
   TakePhotoExtent(mission, job);
+  TellOfHandOver(mission, job);
   TakeFindings(mission, job);
   mission.complete = IsComplete(mission);
   if (output) {

@@ -6,8 +6,10 @@
 #include <utility>
 
 #include "base/Writing.h"
+#include "mission/HandOver.h"
 #include "mission/Steps.h"
-#include "outputs/MissionLayers.h"
+#include "mission/inputs/GeoidHeights.h"
+#include "outputs/TrackFiles.h"
 
 namespace kv::mission {
 namespace {
@@ -30,6 +32,41 @@ Results FilesOf(const VectorFormat& format) {
   return results;
 }
 
+/// @return none when the grid of EGM96 is not installed, or does not reach a place
+std::vector<double> SeparationsAt(const std::vector<tagKVPosEvent>& places) {
+  std::vector<double> separations;
+  const auto geoid = Egm96::Find();
+  if (!geoid || !geoid->Separations(places, separations).empty()) return {};
+  return separations;
+}
+
+template <class Records, class PlaceOf>
+std::vector<double> SeparationsOf(const Records& records, PlaceOf placeOf) {
+  std::vector<tagKVPosEvent> places;
+  places.reserve(records.size());
+  for (const auto& record : records) {
+    const auto& place = placeOf(record);
+    places.emplace_back();
+    places.back().Latitude = place.Latitude, places.back().Longitude = place.Longitude;
+  }
+  return SeparationsAt(places);
+}
+
+GeoidSeparations SeparationsIn(const Mission& mission) {
+  GeoidSeparations separations;
+  separations.exposures = SeparationsOf(
+      mission.exposures, [](const Exposure& exposure) -> auto& { return exposure.event; });
+  if (mission.trajectory)
+    separations.fixes = SeparationsOf(
+        mission.trajectory->fixes, [](const tagKVTrajectoryObs& fix) -> auto& { return fix; });
+  return separations;
+}
+
+template <auto kWrite>
+void WriteTrack(const Mission& mission, const OutputFolder& output, Job& job) {
+  kWrite(mission, SeparationsIn(mission), PathsOf(output), job);
+}
+
 void WriteSummary(const Mission& mission, const OutputFolder& output, Job&) {
   WriteFile(output.Staging() / kSummaryFile, SummaryJson(mission, PathsOf(output).folder));
 }
@@ -37,17 +74,24 @@ void WriteSummary(const Mission& mission, const OutputFolder& output, Job&) {
 }  // namespace
 
 const std::vector<OutputRow>& OutputRows() {
-  static const std::vector<OutputRow> rows{
-      {{"shp", "Shapefile sets", true}, {.layers = {kLayerNames.begin(), kLayerNames.end()}}, WriteShapefiles},
-      {{"gpkg", "GeoPackage", true},
-       {.files = {kGeoPackage.fileName},
-        .companions = {"mission.gpkg-journal", "mission.gpkg-wal", "mission.gpkg-shm"}},
-       WriteVectors<kGeoPackage>},
-      {{"json", "summary", true}, {.files = {kSummaryFile}}, WriteSummary},
-      {{"geojson", "GeoJSON", false}, FilesOf(kGeoJson), WriteVectors<kGeoJson>},
-      {{"fgb", "FlatGeobuf", false}, FilesOf(kFlatGeobuf), WriteVectors<kFlatGeobuf>},
-      {{"csv", "tables", false}, FilesOf(kCsv), WriteVectors<kCsv>},
-  };
+  static const auto rows = [] {
+    std::vector<OutputRow> all{
+        {{"shp", "Shapefile sets", true}, {.layers = {kLayerNames.begin(), kLayerNames.end()}}, WriteShapefiles},
+        {{"gpkg", "GeoPackage", true},
+         {.files = {kGeoPackage.fileName},
+          .companions = {"mission.gpkg-journal", "mission.gpkg-wal", "mission.gpkg-shm"}},
+         WriteVectors<kGeoPackage>},
+        {{"json", "summary", true}, {.files = {kSummaryFile}}, WriteSummary},
+        {{"geojson", "GeoJSON", false}, FilesOf(kGeoJson), WriteVectors<kGeoJson>},
+        {{"fgb", "FlatGeobuf", false}, FilesOf(kFlatGeobuf), WriteVectors<kFlatGeobuf>},
+        {{"kml", "KML", false}, {.files = {kKmlFile}}, WriteTrack<WriteKml>},
+        {{"gpx", "GPX", false}, {.files = {kGpxFile}}, WriteTrack<WriteGpx>},
+        {{"csv", "tables", false}, FilesOf(kCsv), WriteVectors<kCsv>},
+    };
+    const auto& photogrammetry = PhotogrammetryRows();
+    all.insert(all.end(), photogrammetry.begin(), photogrammetry.end());
+    return all;
+  }();
   return rows;
 }
 
@@ -77,9 +121,19 @@ Results RunResults() {
   return all;
 }
 
-void WriteResults(const Mission& mission, const OutputFolder& output, Job& job) {
+std::vector<std::string> WantedOutputs(const Mission& mission) {
+  std::vector<std::string> names;
   for (const OutputRow& row : OutputRows()) {
-    if (!IsWanted(row.kind.name, mission.settings) || (row.needsPhotoLayer && !mission.HasPhotoLayer())) continue;
+    const bool isPossible = !row.needsPhotoLayer || mission.HasPhotoLayer();
+    if (isPossible && IsWanted(row.kind.name, mission.settings)) names.emplace_back(row.kind.name);
+  }
+  return names;
+}
+
+void WriteResults(const Mission& mission, const OutputFolder& output, Job& job) {
+  const auto wanted = WantedOutputs(mission);
+  for (const OutputRow& row : OutputRows()) {
+    if (std::count(wanted.begin(), wanted.end(), row.kind.name) == 0) continue;
     job.ThrowIfStopped();
     row.write(mission, output, job);
   }

@@ -25,6 +25,9 @@ const std::vector<OutputRow>& OutputRows();
 /// "shp, gpkg, ..."
 std::string OutputNames();
 
+/// Names of those that are written, in the order of `OutputRows`.
+std::vector<std::string> WantedOutputs(const Mission& mission);
+
 /// @param name  of a kind of result
 bool IsWanted(std::string_view name, const Settings& settings);
 

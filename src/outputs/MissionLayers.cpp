@@ -110,7 +110,7 @@ constexpr auto kPhotoFields = std::to_array<Field<PhotoRow>>({
     {"heading", kHeading, [](const PhotoRow& row) { return AngleOf(row.exposure->attitude, &Attitude::heading); }},
     {"attitude_source", "Source of the attitude",
      [](const PhotoRow& row) { return SourceOf(row.exposure->attitudeQuality); }},
-    {"photo_relative", "Photo, relative to this file's folder", [](const PhotoRow& row) { return row.relative; }},
+    {"photo_relative", "Photo, relative to the folder of this file", [](const PhotoRow& row) { return row.relative; }},
     {"photo_path", "Photo, absolute", [](const PhotoRow& row) { return row.absolute; }},
     // Those above are the layer of photos; these are added for what is not in it.
     {"reason_code", "Code of the reason",
@@ -147,9 +147,9 @@ constexpr auto kStationFields = std::to_array<Field<StationRow>>({
      }},
     {"photo1", "Photo of camera 1", [](const StationRow& row) { return row.photos[0].name; }},
     {"photo2", "Photo of camera 2", [](const StationRow& row) { return row.photos[1].name; }},
-    {"photo1_relative", "Photo of camera 1, relative to this file's folder",
+    {"photo1_relative", "Photo of camera 1, relative to the folder of this file",
      [](const StationRow& row) { return row.photos[0].relative; }},
-    {"photo2_relative", "Photo of camera 2, relative to this file's folder",
+    {"photo2_relative", "Photo of camera 2, relative to the folder of this file",
      [](const StationRow& row) { return row.photos[1].relative; }},
 });
 const VectorLayer<StationRow> kStationLayer{

@@ -79,12 +79,14 @@ struct Field : FieldDefinition {
   constexpr Field(const char* fieldName, const char* fieldAlias, GetValue)
       : FieldDefinition{fieldName, fieldAlias,
                         TypeOfValue<std::decay_t<std::invoke_result_t<GetValue, const Row&>>>::kType},
-        put([](FieldSlot slot, const Row& row) { slot.Put(GetValue{}(row)); }) {}
+        put([](FieldSlot slot, const Row& row) { slot.Put(GetValue{}(row)); }) {
+    static_assert(std::is_empty_v<GetValue>);  // a pointer to a function would be null
+  }
 
   void (*put)(FieldSlot slot, const Row& row);
 };
 
-/// Degrees, or coordinates of the layer's system, and metres.
+/// Degrees, or coordinates of the layer's system, and metres. A height that is not known is NaN.
 struct Vertex {
   double x, y, z;
 };

@@ -56,10 +56,13 @@ OGRwkbGeometryType TypeFor(Shape shape) {
 }
 
 OGRGeometryH GeometryOf(Shape shape, const std::vector<Vertex>& vertices) {
-  const OGRGeometryH geometry = OGR_G_CreateGeometry(TypeFor(shape));
+  const OGRGeometryH geometry = OGR_G_CreateGeometry(shape == Shape::Point ? wkbPoint : wkbLineString);
   if (shape == Shape::Line) OGR_G_SetPointCount(geometry, static_cast<int>(vertices.size()));
-  for (std::size_t i = 0; i < vertices.size(); ++i)
-    OGR_G_SetPoint(geometry, static_cast<int>(i), vertices[i].x, vertices[i].y, vertices[i].z);
+  for (std::size_t i = 0; i < vertices.size(); ++i) {
+    const auto& [x, y, z] = vertices[i];
+    std::isnan(z) ? OGR_G_SetPoint_2D(geometry, static_cast<int>(i), x, y)
+                  : OGR_G_SetPoint(geometry, static_cast<int>(i), x, y, z);
+  }
   return geometry;
 }
 
@@ -132,9 +135,32 @@ void VectorFile::Fail() const {
   throw Failure(fmt::format("{}: cannot be written{}{}", Utf8(path_), reason.empty() ? "" : ": ", reason));
 }
 
+void VectorFile::Execute(const std::string& statement) {
+  CPLErrorReset();
+  GDALDatasetReleaseResultSet(dataset_.get(),
+                              GDALDatasetExecuteSQL(dataset_.get(), statement.c_str(), nullptr, nullptr));
+  FailUnless(CPLGetLastErrorType() < CE_Failure);
+}
+
+/// As the schema extension of GeoPackage has it; versions of GDAL differ in whether they do this.
+void VectorFile::StoreAliases(const char* layer, const std::vector<FieldDefinition>& fields) {
+  Execute(
+      "CREATE TABLE IF NOT EXISTS gpkg_data_columns (table_name TEXT NOT NULL, column_name TEXT NOT NULL, name TEXT, "
+      "title TEXT, description TEXT, mime_type TEXT, constraint_name TEXT, PRIMARY KEY (table_name, column_name), "
+      "UNIQUE (table_name, name))");
+  Execute(
+      "INSERT OR REPLACE INTO gpkg_extensions VALUES ('gpkg_data_columns', NULL, 'gpkg_schema', "
+      "'http://www.geopackage.org/spec121/#extension_schema', 'read-write')");
+  for (const FieldDefinition& field : fields)
+    Execute(
+        fmt::format("INSERT OR REPLACE INTO gpkg_data_columns (table_name, column_name, name, title) VALUES "
+                    "('{}', '{}', '{}', '{}')",
+                    layer, field.name, field.alias, field.alias));
+}
+
 VectorFile::OpenLayer::OpenLayer(VectorFile& file, const LayerDefinition& layer,
                                  const std::vector<FieldDefinition>& fields, OGRSpatialReferenceH system)
-    : file_(file), shape_(layer.shape) {
+    : file_(file), name_(layer.name), shape_(layer.shape), fields_(fields) {
   CPLErrorReset();
   const Format& format = file.format_;
   const std::string identifier = fmt::format("IDENTIFIER={}", layer.title);
@@ -169,6 +195,7 @@ void VectorFile::OpenLayer::Finish() const {
   CPLErrorReset();
   if (GDALDatasetTestCapability(file_.dataset_.get(), ODsCTransactions))
     file_.FailUnless(GDALDatasetCommitTransaction(file_.dataset_.get()) == OGRERR_NONE);
+  if (file_.format_.hasAliases) file_.StoreAliases(name_, fields_);
 }
 
 }  // namespace kv::mission

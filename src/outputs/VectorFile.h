@@ -97,12 +97,16 @@ class VectorFile {
    private:
     QuietErrors quiet_;
     VectorFile& file_;
+    const char* name_;
     Shape shape_;
+    std::vector<FieldDefinition> fields_;
     OGRLayerH layer_ = nullptr;
     OGRFeatureDefnH definition_ = nullptr;
     std::vector<int> fieldNumbers_;
   };
 
+  void Execute(const std::string& statement);
+  void StoreAliases(const char* layer, const std::vector<FieldDefinition>& fields);
   [[noreturn]] void Fail() const;
   void FailUnless(bool isGood) const {
     if (!isGood) Fail();

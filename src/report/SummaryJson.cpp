@@ -1,6 +1,6 @@
 #include "georef/Attitudes.h"
 #include "georef/FixQualities.h"
-#include "mission/Steps.h"
+#include "mission/OutputKinds.h"
 #include "platform/FileNames.h"
 #include "report/Json.h"
 
@@ -191,8 +191,9 @@ Json AccuracyOf(const AccuracyRange& range) {
 
 Json LayersIn(const fs::path& folder, const Mission& mission) {
   Json list = Json::array();
+  const bool isWritten = !folder.empty() && IsWanted("shp", mission.settings);
   for (const auto& [name, records] : LayersOf(mission)) {
-    const fs::path file = folder.empty() ? fs::path() : folder / (std::string(name) + ".shp");
+    const fs::path file = !isWritten ? fs::path() : folder / (std::string(name) + ".shp");
     list.push_back({{"name", name}, {"file", PathOrNull(file)}, {"records", records}});
   }
   return list;
@@ -235,5 +236,6 @@ std::string KVMission::SummaryJson(const Mission& mission, const std::filesystem
                     {"verticalAccuracy", AccuracyOf(mission.placeQuality.vertical)}}},
                   {"dropped", DropsOf(mission)},
                   {"layers", LayersIn(folder.empty() ? settings.output : folder, mission)},
+                  {"outputs", WantedOutputs(mission)},
                   {"findings", JsonOf(mission.findings)}});
 }

@@ -1,4 +1,5 @@
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <cmath>
@@ -250,6 +251,7 @@ void PrintLayers(const Mission& mission, Page& page) {
   const auto& folder = mission.settings.output;
   folder.empty() ? page.Line("Layers, not written") : page.Line("Layers in {}", Utf8(folder));
   for (const Layer& layer : LayersOf(mission)) page.Line("  {:<18}{}", layer.name, Counted(layer.records, "record"));
+  if (!folder.empty()) page.Line("  written as {}", fmt::join(WantedOutputs(mission), ", "));
   if (const TimeSpan& span = mission.photoSpan; span.first)
     page.Line("  photos from {} to {} UTC", TimeText(*span.first), TimeText(*span.last));
   PrintBounds(mission.photoBounds, page);

@@ -14,27 +14,36 @@ std::string Text(const CStringW& text) { return Utf8(std::wstring(text.GetString
 
 }  // namespace
 
-GeoidHeights::GeoidHeights(const std::filesystem::path& file, Job& job) : file_(file) {
+std::optional<Egm96> Egm96::Find() {
   std::wstring error;
   const auto system = KVUtilities::DescribeCoordinateSystem(kGeoid, error);
-  if (!error.empty() || system.GeoidGrid.IsEmpty())
+  if (!error.empty() || system.GeoidGrid.IsEmpty()) return std::nullopt;
+  return Egm96(system.Wkt.GetString(), Text(system.GeoidGrid));
+}
+
+std::wstring Egm96::Separations(std::vector<tagKVPosEvent> places, std::vector<double>& separations) const {
+  for (auto& place : places) place.Height = 0;
+  std::wstring error;
+  std::size_t transformed = 0;
+  if (!places.empty() && !KVUtilities::TransformPosEvents(places, wkt_, transformed, error)) return error;
+  separations.clear();
+  for (const auto& place : places) separations.push_back(-place.Z);  // of the ellipsoid above the geoid
+  return {};
+}
+
+GeoidHeights::GeoidHeights(const std::filesystem::path& file, Job& job) : file_(file), geoid_(Egm96::Find()) {
+  if (!geoid_)
     throw Failure(
         fmt::format("{}: the header says that heights are geodetic, above the geoid; to make them ellipsoidal "
                     "takes the grid of EGM96 (EPSG:5773), which is not installed",
                     Utf8(file)));
-  wkt_ = system.Wkt.GetString();
-  job.Add(Found::PosHeightsAboveGeoid, {{"grid", Text(system.GeoidGrid)}}, {.file = file});
+  job.Add(Found::PosHeightsAboveGeoid, {{"grid", geoid_->Grid()}}, {.file = file});
 }
 
 std::wstring GeoidHeights::Apply(std::vector<tagKVPosEvent>& samples) const {
-  std::vector<tagKVPosEvent> ground(samples.size());
-  for (std::size_t i = 0; i < samples.size(); ++i)
-    ground[i].Latitude = samples[i].Latitude, ground[i].Longitude = samples[i].Longitude;
-  std::wstring error;
-  std::size_t transformed = 0;
-  if (!KVUtilities::TransformPosEvents(ground, wkt_, transformed, error)) return error;
-  for (std::size_t i = 0; i < samples.size(); ++i)
-    samples[i].Height -= ground[i].Z;  // of the ellipsoid above the geoid
+  std::vector<double> separations;
+  if (const std::wstring error = geoid_->Separations(samples, separations); !error.empty()) return error;
+  for (std::size_t i = 0; i < samples.size(); ++i) samples[i].Height += separations[i];
   return {};
 }
 

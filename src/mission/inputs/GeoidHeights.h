@@ -3,6 +3,7 @@
 #include <KVRecords.h>
 
 #include <filesystem>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -11,6 +12,27 @@
 #include "mission/inputs/PostProcessed.h"
 
 namespace kv::mission {
+
+/// The geoid EGM96.
+class Egm96 {
+ public:
+  /// @return nothing when its grid is not installed
+  static std::optional<Egm96> Find();
+
+  const std::string& Grid() const { return grid_; }  ///< its file
+
+  /// Heights of the geoid above the ellipsoid, metres.
+  /// @param places       latitudes and longitudes
+  /// @param separations  receives one for each place
+  /// @return             the class's sentence when the geoid has no height at a place; empty when all was done
+  std::wstring Separations(std::vector<tagKVPosEvent> places, std::vector<double>& separations) const;
+
+ private:
+  Egm96(std::wstring wkt, std::string grid) : wkt_(std::move(wkt)), grid_(std::move(grid)) {}
+
+  std::wstring wkt_;
+  std::string grid_;
+};
 
 /// Makes heights above a geoid that a file does not name ellipsoidal, by the grid of EGM96.
 class GeoidHeights {
@@ -25,7 +47,7 @@ class GeoidHeights {
 
  private:
   std::filesystem::path file_;
-  std::wstring wkt_;
+  std::optional<Egm96> geoid_;
 };
 
 }  // namespace kv::mission
