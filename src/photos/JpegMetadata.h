@@ -5,9 +5,6 @@
 
 namespace kv::mission {
 
-/// Whether the bytes form a JPEG file up to its first scan, with a frame header.
-bool IsJpeg(std::string_view file);
-
 /// Puts the EXIF, XMP, ICC and IPTC segments of a photo into its turned copy. The EXIF data get the copy's size and
 /// orientation and lose their thumbnail. A colour profile is left out when it does not fit the copy's channels.
 /// @return the copy's picture with the photo's metadata

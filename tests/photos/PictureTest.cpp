@@ -7,10 +7,12 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
+#include "JpegBytes.h"
 #include "photos/ExifCorrection.h"
 #include "photos/JpegDamage.h"
 #include "photos/JpegHeader.h"
 #include "photos/JpegMetadata.h"
+#include "photos/JpegSegments.h"
 #include "support/CommandTest.h"
 
 namespace kv::mission {
@@ -18,12 +20,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using KVMission::Failure;
-
-std::string Segment(unsigned char marker, const std::string& content) {
-  const std::size_t length = content.size() + 2;
-  return std::string{'\xFF', static_cast<char>(marker), static_cast<char>(length >> 8), static_cast<char>(length)} +
-         content;
-}
 
 std::string Little(std::size_t value, int bytes) {
   std::string text;
@@ -47,10 +43,6 @@ std::string Exif(std::size_t orientation, std::size_t width, std::size_t height,
          (thumbnail
               ? Little(2, 2) + Entry(0x0201, 4, kThumbnailAt) + Entry(0x0202, 4, 4) + Little(0, 4) + "\xFF\xD8\xFF\xD9"
               : "");
-}
-
-std::string Frame(int channels) {
-  return Segment(0xC0, std::string("\x08\x01\xE0\x02\x80", 5) + static_cast<char>(channels) + "111");  // 640 x 480
 }
 
 TEST(ExifCorrection, ChangesSizeAndOrientationAlone) {
@@ -98,7 +90,7 @@ TEST(JpegMetadata, GoesFromThePhotoToTheCopy) {
   for (const auto& [what, photo, copy, result] : rows) EXPECT_EQ(WithMetadataOf(photo, copy), result) << what;
   const std::string whole = rows[0].photo;
   for (std::size_t length = 0; length + scan.size() < whole.size(); length += 3)
-    EXPECT_FALSE(IsJpeg(whole.substr(0, length)));
+    EXPECT_FALSE(LayOut(whole.substr(0, length)));
 }
 
 class Stopper : public KVMission::Observer {

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kv::mission {
+
+struct JpegSegment {
+  int marker;
+  std::size_t begin, end;  ///< in the file: from the marker's FF, without fill bytes, to behind the content
+  std::string_view content;
+};
+
+/// A JPEG file split at its markers, up to the first scan.
+struct JpegLayout {
+  std::vector<JpegSegment> segments;
+  std::string_view rest;  ///< begins with the marker of the first scan
+  int width = 0, height = 0, channels = 0;
+};
+
+/// @return nothing when the bytes do not form a JPEG file up to its first scan, with a frame header
+std::optional<JpegLayout> LayOut(std::string_view file);
+
+/// Whether a segment has room for this much content.
+constexpr bool FitsSegment(std::size_t contentBytes) { return contentBytes <= 0xFFFF - 2; }
+
+/// Appends a segment. @param content  must fit
+void AppendSegment(int marker, std::string_view content, std::string& file);
+
+}  // namespace kv::mission
