@@ -39,6 +39,7 @@ while read -r owner pattern; do
 done <<'ROWS'
 src/export     shapefil\.h
 src/photos     opencv2/
+src/photos     expat\.h
 src/crs        proj\.h
 src/(crs|outputs) ogr_[^a]|cpl_
 src/(outputs|readers/GpxTrack.cpp) ogr_api
