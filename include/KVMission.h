@@ -9,6 +9,7 @@
 
 #include "KVMission/Files.h"
 #include "KVMission/Findings.h"
+#include "KVMission/Geotags.h"
 #include "KVMission/Mission.h"
 #include "KVMission/Settings.h"
 #include "KVMission/Values.h"

@@ -305,6 +305,9 @@ inline constexpr FindingKind  // Output
         "{count:photo path does|photo paths do} not fit PhotoPath (254 characters of Windows-1252) and will be cut or "
         "misspelt"};
 
+inline constexpr FindingKind  // Geotags
+    PhotoNotTagged{"photo-not-tagged", Failure, "{photo}: not tagged: {reason}"};
+
 }  // namespace Found
 
 using Values = std::vector<std::pair<std::string, Value>>;

@@ -18,7 +18,6 @@
 namespace kv {
 namespace {
 
-constexpr std::string_view kEndOfJpeg = "\xFF\xD9";
 // Whether a narrow name can spell every file name, so that other libraries can open files by name.
 constexpr bool kNarrowNamesSpellAll = std::is_same_v<std::filesystem::path::value_type, char>;
 constexpr int kMarker = 0xFF, kEndOfBytes = -1;

@@ -3,7 +3,6 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <iostream>
 #include <map>
 #include <memory>
 #include <string>
@@ -11,7 +10,6 @@
 #include <vector>
 
 #include "commands/Commands.h"
-#include "terminal/Console.h"
 
 namespace kv::command {
 namespace {
@@ -67,17 +65,6 @@ std::vector<fs::path> EachOnce(const fs::path& folder, const std::vector<fs::pat
     }
   }
   return once;
-}
-
-/// Asks the user at the terminal.
-bool Agrees(const RotateOptions& options, std::size_t photos, const fs::path& folder) {
-  if (!IsTerminal(stdin)) throw Failure("photos are rotated in place; confirm with --yes", Failure::Reason::WrongUsage);
-  ShowText(fmt::format("Rotate {} photo{} in {} in place by {} degrees{}? [y/N] ", photos, photos == 1 ? "" : "s",
-                       Visible(Utf8(folder)), options.angle, options.hasBackup ? "" : ", without a backup"));
-  std::string answer;
-  std::getline(std::cin, answer);
-  ThrowIfInterrupted();
-  return answer == "y" || answer == "Y" || answer == "yes";
 }
 
 /// Rotates photos in the order of their names: after an interrupt, all before one name are rotated and the rest are not.
@@ -139,7 +126,10 @@ ExitCode RotateCamera(const RotateOptions& options) {
   RefuseBackupAmongPhotos(options, folder);
   const auto names = EachOnce(folder, KVMission::PhotosIn(folder), options.quiet);
   if (names.empty()) throw Failure(Utf8(folder) + ": no photos in it");
-  if (!options.yes && !Agrees(options, names.size(), folder)) throw Failure("nothing was rotated");
+  const std::string question =
+      fmt::format("Rotate {} photo{} in {} in place by {} degrees{}?", names.size(), names.size() == 1 ? "" : "s",
+                  Utf8(folder), options.angle, options.hasBackup ? "" : ", without a backup");
+  if (!options.yes && !Agrees("photos are rotated in place", question)) throw Failure("nothing was rotated");
   return Rotation(options).Run(folder, names);
 }
 

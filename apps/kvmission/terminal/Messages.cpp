@@ -6,6 +6,7 @@
 #include <array>
 #include <atomic>
 #include <cstdio>
+#include <iostream>
 
 #include "terminal/Console.h"
 
@@ -86,6 +87,15 @@ bool Interrupted() { return interrupted; }
 
 void ThrowIfInterrupted() {
   if (Interrupted()) throw Failure("interrupted", Failure::Reason::Stopped);
+}
+
+bool Agrees(const std::string& what, const std::string& question) {
+  if (!IsTerminal(stdin)) throw Failure(what + "; confirm with --yes", Failure::Reason::WrongUsage);
+  ShowText(KVMission::Visible(question) + " [y/N] ");
+  std::string answer;
+  std::getline(std::cin, answer);
+  ThrowIfInterrupted();
+  return answer == "y" || answer == "Y" || answer == "yes";
 }
 
 std::string PathForOutput(const std::filesystem::path& path) {

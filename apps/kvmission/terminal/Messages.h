@@ -52,6 +52,11 @@ bool Interrupted();
 /// @throws KVMission::Failure (Stopped) after an interrupt
 void ThrowIfInterrupted();
 
+/// Asks the user at the terminal.
+/// @param what  for the message without one: "photos are rotated in place"
+/// @throws KVMission::Failure (WrongUsage) when there is nobody to ask
+bool Agrees(const std::string& what, const std::string& question);
+
 /// A path as it is, for programs; on a terminal what people can read.
 std::string PathForOutput(const std::filesystem::path& path);
 

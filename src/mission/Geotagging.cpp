@@ -1,0 +1,201 @@
+#include <KVMission.h>
+#include <KVUtilities.h>
+#include <fmt/format.h>
+
+#include <atomic>
+#include <map>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include "base/InOrder.h"
+#include "base/Job.h"
+#include "base/Writing.h"
+#include "georef/EventTypes.h"
+#include "mission/OutputFolder.h"
+#include "photos/Geotag.h"
+#include "photos/PhotoReplacement.h"
+#include "platform/FileNames.h"
+#include "readers/LineReader.h"
+
+namespace kv::mission {
+namespace {
+
+namespace fs = std::filesystem;
+using State = GeotaggedPhoto::State;
+
+/// A photo and what is to be written into it.
+struct Task {
+  fs::path photo;
+  int camera;
+  Geotag geotag;
+  bool isShared = false;  ///< by two exposures
+};
+
+fs::path FolderOf(const fs::path& root, int camera) { return root / fmt::format("cam{}", camera); }
+
+/// The photo that a link leads to.
+fs::path Target(const fs::path& photo) {
+  std::error_code notThere;
+  const fs::path target = fs::canonical(photo, notThere);
+  return notThere ? photo : target;
+}
+
+std::vector<Task> TasksOf(const Mission& mission) {
+  std::vector<Task> tasks;
+  std::map<fs::path, std::size_t> uses;
+  for (const Exposure& exposure : mission.exposures) {
+    const tagKVSystemEvent& event = exposure.event;
+    if (exposure.drop || !exposure.time || event.PhotoPath.IsEmpty()) continue;
+    tasks.push_back({NativePath(event.PhotoPath.GetString()),
+                     CameraOf(event),
+                     {.latitude = event.Latitude,
+                      .longitude = event.Longitude,
+                      .height = event.Altitude,
+                      .isEllipsoidal = true,
+                      .time = *exposure.time,
+                      .quality = exposure.quality,
+                      .attitude = exposure.attitude,
+                      .isLevelKnown = exposure.attitudeQuality != AttitudeQuality::Track}});
+    ++uses[Target(tasks.back().photo)];
+  }
+  for (Task& task : tasks) task.isShared = uses[Target(task.photo)] > 1;
+  return tasks;
+}
+
+/// Puts the heights above the geoid. @throws Failure
+void LeaveEllipsoid(std::vector<Task>& tasks) {
+  constexpr const wchar_t* kGeoid = L"EPSG:4326+5773";  // WGS 84 with EGM96 heights
+  std::wstring error;
+  const auto system = KVUtilities::DescribeCoordinateSystem(kGeoid, error);
+  if (!error.empty() || system.GeoidGrid.IsEmpty())
+    throw Failure(
+        "heights above the geoid take the grid of EGM96 (EPSG:5773), egm96_15.gtx, which is not installed; run again "
+        "with --heights ellipsoid, or install it");
+  std::vector<tagKVPosEvent> places(tasks.size());
+  for (std::size_t i = 0; i < tasks.size(); ++i) {
+    places[i].Latitude = tasks[i].geotag.latitude, places[i].Longitude = tasks[i].geotag.longitude;
+    places[i].Height = tasks[i].geotag.height;
+  }
+  std::size_t transformed = 0;
+  if (!KVUtilities::TransformPosEvents(places, system.Wkt.GetString(), transformed, error))
+    throw Failure("heights above the geoid: " + Utf8(error));
+  for (std::size_t i = 0; i < tasks.size(); ++i)
+    tasks[i].geotag.height = places[i].Z, tasks[i].geotag.isEllipsoidal = false;
+}
+
+/// A folder for copies or backups must not be one of the photos, nor the mission's, where a later run would find it.
+void RefuseFolderOfPhotos(const fs::path& folder, const Mission& mission, const std::vector<Task>& tasks) {
+  std::error_code notThere;
+  bool isRefused = fs::equivalent(folder, mission.settings.mission, notThere);
+  for (const Task& task : tasks)
+    isRefused = isRefused || fs::equivalent(FolderOf(folder, task.camera), task.photo.parent_path(), notThere);
+  if (isRefused)
+    throw Failure(Utf8(folder) + ": copies and backups need a folder apart from the photos",
+                  Failure::Reason::WrongUsage);
+}
+
+/// Tags one photo after the other, in several threads at once.
+class Tagger {
+ public:
+  explicit Tagger(const GeotagSettings& settings) : settings_(settings) {}
+
+  GeotaggedPhoto Tag(const Task& task) {
+    GeotaggedPhoto result{task.photo, task.camera, State::LeftAlone, {}};
+    try {
+      if (task.isShared) throw Failure("it serves two exposures, and it is not known which one is its own");
+      const fs::path photo = fs::canonical(task.photo);  // replaces the file that a link leads to, not the link
+      const std::string content = ReadPhoto(photo), tagged = WithGeotag(content, task.geotag);
+      if (settings_.output.empty()) {
+        result.state = Replace(task, photo, content, tagged);
+      } else {
+        result.photo = FolderOf(settings_.output, task.camera) / task.photo.filename();
+        result.state = Copy(photo, tagged, result.photo);
+      }
+      ++done_;
+    } catch (const Failure& failure) {
+      result.complaint = failure.what();
+    } catch (const fs::filesystem_error& error) {
+      result.complaint = error.code().message();
+    }
+    return result;
+  }
+
+  std::size_t Done() const { return done_; }
+
+ private:
+  State Replace(const Task& task, const fs::path& photo, const std::string& content, const std::string& tagged) const {
+    if (tagged == content) return State::Unchanged;
+    if (!OpenNative(photo, "rb+")) FailWriting(photo);
+    if (!settings_.backup.empty()) {
+      const fs::path backup = FolderOf(settings_.backup, task.camera) / task.photo.filename();
+      // The backup of an earlier run is this photo without a geotag.
+      if (!BackUp(content, photo, backup) && WithGeotag(ReadPhoto(backup), task.geotag) != tagged)
+        throw Failure(Utf8(backup) + " is another picture");
+    }
+    PutPhoto(tagged, photo, photo, fs::last_write_time(photo));
+    return State::Tagged;
+  }
+
+  State Copy(const fs::path& photo, const std::string& tagged, const fs::path& copy) const {
+    std::error_code notThere;
+    if (fs::exists(copy, notThere)) {
+      if (ReadBeginning(copy, tagged.size() + 1) == tagged) return State::Unchanged;
+      if (!settings_.overwrite) throw Failure(Utf8(copy) + " exists and differs; --overwrite replaces it");
+    }
+    PutPhoto(tagged, copy, photo, fs::last_write_time(photo));
+    return State::Tagged;
+  }
+
+  const GeotagSettings& settings_;
+  std::atomic<std::size_t> done_ = 0;
+};
+
+std::vector<GeotaggedPhoto> TagAll(const std::vector<Task>& tasks, const GeotagSettings& settings, Job& job) {
+  Tagger tagger(settings);
+  Meter meter(job, "geotagging", "photos");
+  const auto next = [&, task = tasks.begin()]() mutable {
+    return task == tasks.end() ? std::optional<const Task*>() : &*task++;
+  };
+  std::vector<GeotaggedPhoto> photos;
+  try {
+    MakeInOrder(
+        ThreadsFor(settings.jobs), next, [&](const Task* task) { return tagger.Tag(*task); },
+        [&](GeotaggedPhoto photo) {
+          if (photo.state == State::LeftAlone)
+            job.Add(Found::PhotoNotTagged, {{"photo", Utf8(photo.photo)}, {"reason", photo.complaint}},
+                    {.file = photo.photo, .camera = photo.camera});
+          photos.push_back(std::move(photo));
+          meter.Show(photos.size(), tasks.size());
+          job.ThrowIfStopped();
+          return true;
+        });
+  } catch (const Failure& failure) {
+    throw Failure(fmt::format("{}: {} of {} photos have their geotag, the others are as they were", failure.what(),
+                              tagger.Done(), tasks.size()),
+                  failure.Why());
+  }
+  return photos;
+}
+
+}  // namespace
+}  // namespace kv::mission
+
+std::vector<KVMission::GeotaggedPhoto> KVMission::GeotagPhotos(const Mission& mission, const GeotagSettings& settings,
+                                                               Observer& observer) {
+  using namespace kv::mission;
+  Job job(observer);
+  if (mission.doubtful && !mission.settings.acceptDoubt)
+    throw Failure("results are in doubt: photos are not tagged; --accept-doubt tags them");
+  std::vector<Task> tasks = TasksOf(mission);
+  for (const auto& folder : {settings.output, settings.backup}) {
+    if (!folder.empty()) RefuseFolderOfPhotos(folder, mission, tasks);
+  }
+  if (settings.heights == Heights::Geoid && !tasks.empty()) LeaveEllipsoid(tasks);
+  std::optional<NewFolders> folders[2];
+  for (const Task& task : tasks) {
+    auto& made = folders[task.camera - 1];
+    if (!settings.output.empty() && !made) made.emplace(FolderOf(settings.output, task.camera));
+  }
+  return TagAll(tasks, settings, job);  // a folder into which nothing was copied goes again
+}
