@@ -25,6 +25,7 @@ ExitCode Run(int argc, char** argv) {
   kv::command::AddTransformCommand(app, exitCode);
   kv::command::AddGradeCommand(app, exitCode);
   kv::command::AddRotateCommand(app, exitCode);
+  kv::command::AddExportCommand(app, exitCode);
   kv::command::AddGeotagCommand(app, exitCode);
   try {
     app.parse(argc, argv);

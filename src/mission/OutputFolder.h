@@ -28,6 +28,8 @@ struct Results {
 };
 /// The results of a run, of all kinds.
 Results RunResults();
+/// Those that a run replaces: all, or only files for photogrammetry when it writes nothing else.
+Results ResultsOf(const Settings& settings);
 
 /// @throws Failure (WrongUsage) when a file that is to be read stands in the folder under a name of a result
 void RefuseResultAsInput(const std::filesystem::path& folder, const Results& results,

@@ -108,17 +108,35 @@ bool IsWanted(std::string_view name, const Settings& settings) {
                      [&](const OutputRow& row) { return row.kind.isDefault && row.kind.name == name; });
 }
 
-Results RunResults() {
+namespace {
+
+template <class IsMeant>
+Results ResultsOfRows(IsMeant isMeant) {
   Results all;
   const auto append = [](const std::vector<std::string>& from, std::vector<std::string>& to) {
     to.insert(to.end(), from.begin(), from.end());
   };
   for (const OutputRow& row : OutputRows()) {
+    if (!isMeant(row)) continue;
     append(row.results.layers, all.layers);
     append(row.results.files, all.files);
     append(row.results.companions, all.companions);
   }
   return all;
+}
+
+}  // namespace
+
+Results RunResults() {
+  return ResultsOfRows([](const OutputRow&) { return true; });
+}
+
+Results ResultsOf(const Settings& settings) {
+  const auto isForPhotogrammetry = [](const OutputRow& row) { return row.needsPhotoLayer; };
+  const bool isAll = std::any_of(OutputRows().begin(), OutputRows().end(), [&](const OutputRow& row) {
+    return IsWanted(row.kind.name, settings) && !isForPhotogrammetry(row);
+  });
+  return isAll ? RunResults() : ResultsOfRows(isForPhotogrammetry);
 }
 
 std::vector<std::string> WantedOutputs(const Mission& mission) {

@@ -18,6 +18,7 @@ void AddInfoCommand(CLI::App& app, ExitCode& exitCode);
 void AddTransformCommand(CLI::App& app, ExitCode& exitCode);
 void AddGradeCommand(CLI::App& app, ExitCode& exitCode);
 void AddRotateCommand(CLI::App& app, ExitCode& exitCode);
+void AddExportCommand(CLI::App& app, ExitCode& exitCode);
 void AddGeotagCommand(CLI::App& app, ExitCode& exitCode);
 void AddSimulateCommand(CLI::App& app, ExitCode& exitCode);
 
