@@ -5,6 +5,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <string_view>
 
 #include "georef/EventTypes.h"
 #include "georef/FixQualities.h"
@@ -70,8 +71,19 @@ std::string BalloonOf(const PlacedPhoto& photo) {
 
 std::string ModeOf(double height) { return height == height ? "absolute" : "clampToGround"; }
 
+/// GDAL's driver puts text with markup into CDATA sections and does not see where it would end one: a blank of no width
+/// parts such an end.
+std::string KmlText(std::string text) {
+  constexpr std::string_view kEnd = "]]>", kParted = "]]\u200B>";
+  for (std::size_t at = 0; (at = text.find(kEnd, at)) != text.npos; at += kParted.size())
+    text.replace(at, kEnd.size(), kParted);
+  std::string visible;
+  for (const char c : text) static_cast<unsigned char>(c) < 0x20 ? visible += "\xEF\xBF\xBD" : visible += c;
+  return visible;
+}
+
 constexpr auto kKmlPhotoFields = std::to_array<Field<PlacedPhoto>>({
-    {"Name", "", [](const PlacedPhoto& photo) { return NameOf(photo); }},
+    {"Name", "", [](const PlacedPhoto& photo) { return KmlText(NameOf(photo)); }},
     {"description", "", [](const PlacedPhoto& photo) { return BalloonOf(photo); }},
     {"timestamp", "", [](const PlacedPhoto& photo) { return photo.row.exposure->time; }},
     {"altitudeMode", "", [](const PlacedPhoto& photo) { return ModeOf(photo.height); }},
