@@ -10,9 +10,6 @@
 #include <string>
 #include <vector>
 
-#include "KVUtilities.h"
-#include "base/ErrorText.h"
-#include "georef/EventTypes.h"
 #include "photos/PictureFile.h"
 #include "platform/FileNames.h"
 
@@ -21,7 +18,6 @@ namespace {
 // Two blanks after the colon, deliberately. The path follows.
 constexpr const wchar_t* kNoFile = L"Computing Sharpness Error:  File does not exist:\n\n";
 constexpr const wchar_t* kUnexpectedError = L"Unexpected error computing sharpness factor for file: \n\n";
-constexpr const wchar_t* kUnexpectedBatchError = L"Unexpected error computing Photo Sharpness Factors.";
 
 // The grey values of a band, one byte each, fit a core's cache, and OpenCV converts so few in the calling thread.
 constexpr int kBandPixels = 64 * 1024;
@@ -149,30 +145,17 @@ double kv::SharpnessOf(const cv::Mat& picture) {
   return SquareOfDeviation(sums, static_cast<double>(picture.total()));
 }
 
-double KVUtilities::ComputeImageSharpnessFactor(std::wstring path, std::wstring& error) try {
+double kv::SharpnessOfFile(const std::wstring& path, std::wstring& error, const PictureViewer& look) try {
   error.clear();
-  if (!kv::FileSize(path)) {
+  if (!FileSize(path)) {
     error = kNoFile + path;
     return 0.0;
   }
   // Ignores the orientation tag: the sharpness is equal, and no second picture is needed in memory.
-  return kv::SharpnessOf(kv::ReadPicture(path, cv::IMREAD_COLOR | cv::IMREAD_IGNORE_ORIENTATION));
+  const cv::Mat picture = ReadPicture(path, cv::IMREAD_COLOR | cv::IMREAD_IGNORE_ORIENTATION);
+  if (look) look(picture);
+  return SharpnessOf(picture);
 } catch (...) {
   error = kUnexpectedError + path;
   return 0.0;
-}
-
-bool KVUtilities::PopulatePhotoSharpnessFactors(std::vector<tagKVSystemEvent>& events, std::wstring& error) try {
-  error.clear();
-  cv::setUseOptimized(true);
-  for (tagKVSystemEvent& event : events) {
-    // Each photo empties `error`, on purpose: callers get the message about the last one.
-    if (event.Type == kv::kCameraEvent) {
-      event.Sharpness = ComputeImageSharpnessFactor(event.PhotoPath.GetString(), error);
-    }
-  }
-  return true;
-} catch (...) {
-  kv::Report(error, kUnexpectedBatchError);
-  return false;
 }

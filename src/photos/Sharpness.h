@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <opencv2/core/mat.hpp>
+#include <string>
 
 namespace kv {
 
@@ -13,5 +15,13 @@ int SharpnessBandRows(int columns);
 /// Rotation by right angles and mirroring do not change it.
 /// @param picture  three channels of 8 bits, not empty
 double SharpnessOf(const cv::Mat& picture);
+
+/// Is shown a decoded picture as it is stored: its orientation tag is ignored.
+using PictureViewer = std::function<void(const cv::Mat&)>;
+
+/// Decodes a photo and grades it, as `KVUtilities::ComputeImageSharpnessFactor` promises.
+/// @param error  receives the sentence of a failure; empty after success
+/// @return       0 after a failure
+double SharpnessOfFile(const std::wstring& path, std::wstring& error, const PictureViewer& look = {});
 
 }  // namespace kv
