@@ -12,6 +12,9 @@
 #if defined(__GLIBC__)
 #include <malloc.h>
 #endif
+#if defined(__unix__)
+#include <sys/resource.h>
+#endif
 
 /// A folder for a benchmark's files. The destructor removes it.
 class ScratchFolder {
@@ -35,6 +38,20 @@ class ScratchFolder {
 /// @return false when it fails or is not installed
 inline bool RunsQuietly(const std::string& command) {
   return std::system(("( " + command + " ) > /dev/null 2>&1").c_str()) == 0;
+}
+
+/// Processor seconds of all programs run so far. 0 except on Unix.
+inline double ProgramSeconds() {
+#if defined(__unix__)
+  rusage usage{};
+  getrusage(RUSAGE_CHILDREN, &usage);
+  const auto seconds = [](const timeval& time) {
+    return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
+  };
+  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+#else
+  return 0;
+#endif
 }
 
 /// Prefix of the reasons why something cannot be measured on this machine. Any other reason is a failure.

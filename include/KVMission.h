@@ -53,6 +53,10 @@ KVMISSION_API std::string SummaryText(const Mission& mission);
 /// @param folder  of the layers; empty for `settings.output`
 KVMISSION_API std::string SummaryJson(const Mission& mission, const std::filesystem::path& folder = {});
 
+/// A page for people, which needs nothing beside it: docs/kvmission/report.md.
+/// @param folder  of the page, whose links to photos are relative; empty for `settings.output`
+KVMISSION_API std::string ReportHtml(const Mission& mission, const std::filesystem::path& folder = {});
+
 /// "inside-gap"; never changes its meaning.
 KVMISSION_API const char* CodeOf(DropCode code);
 

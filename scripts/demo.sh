@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Sets up, builds, simulates a mission, turns it into GIS layers and shows what they hold.
+# Sets up, builds, simulates a mission, turns it into GIS layers and a report, and shows what they hold.
 # Usage: scripts/demo.sh [FOLDER]   (default: out/demo; its content is replaced)
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -21,3 +21,6 @@ status=0
 echo
 echo "The layers, for any GIS:"
 "$kvmission" info "$folder"/layers/*.shp
+
+echo
+echo "The report, for any browser: $folder/layers/report.html"

@@ -7,10 +7,11 @@
 set -euo pipefail
 
 wanted=(g++ cmake ninja-build pkg-config libopencv-dev libshp-dev libcli11-dev nlohmann-json3-dev libfmt-dev
-  libtomlplusplus-dev libexif-dev libexpat1-dev libjpeg-dev libgtest-dev libgdal-dev libproj-dev libboost-dev)
+  libtomlplusplus-dev libexif-dev libexpat1-dev libjpeg-dev libgtest-dev libgdal-dev libproj-dev libboost-dev
+  libjs-leaflet libjs-dygraphs)
 for option in "$@"; do
   case $option in
-    --checks) wanted+=(clang-format clang libclang-rt-dev libbenchmark-dev gdal-bin) ;;
+    --checks) wanted+=(clang-format clang libclang-rt-dev libbenchmark-dev gdal-bin chromium) ;;
     --benchmarks) wanted+=(libbenchmark-dev) ;;
     --peers) wanted+=(gpsbabel gdal-bin proj-bin) ;;
     *) echo "setup.sh: unknown option: $option" >&2 && exit 2 ;;

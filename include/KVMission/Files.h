@@ -140,6 +140,9 @@ struct EventFile {
   std::size_t heartbeatsPlaced = 0;
   TimeSpan span;                         ///< of the events that have a time
   std::vector<tagKVSystemEvent> events;  ///< in file order; ticks are continuous: each wrap adds 2^32
+  /// Of the heartbeats, in file order: their times minus those of the line through the first and the last one, which
+  /// gives the exposures their times; seconds. Empty when there is no such line.
+  std::vector<double> residuals;
 
   std::size_t LinesLeftOut() const {
     return skipped.size() + faultyHeartbeats.size() + wildTicks.size() + offHeartbeats.size();

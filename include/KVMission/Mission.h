@@ -175,6 +175,12 @@ struct PlaceQuality {
   std::array<std::size_t, kAttitudeQualities> attitudes{};  ///< photos by `AttitudeQuality`
 };
 
+/// A small picture of a photo.
+struct Thumbnail {
+  std::filesystem::path photo;
+  std::string jpeg;  ///< upright, 256 pixels wide or high at most
+};
+
 /// What a run read, made and left out. Absent inputs have no value.
 struct Mission {
   Settings settings;  ///< with the inputs that were found; `output` is absolute
@@ -190,9 +196,10 @@ struct Mission {
   std::optional<ApplanixExport> applanix;
   std::optional<PositionDifferences> positions;  ///< of a drone's exposures
   std::optional<PosPoints> pos;
-  TimeSpan photoSpan;         ///< of the exposures in the photo layer
-  Bounds photoBounds;         ///< of the exposures in the photo layer
-  PlaceQuality placeQuality;  ///< of the exposures in the photo layer
+  TimeSpan photoSpan;                 ///< of the exposures in the photo layer
+  Bounds photoBounds;                 ///< of the exposures in the photo layer
+  PlaceQuality placeQuality;          ///< of the exposures in the photo layer
+  std::vector<Thumbnail> thumbnails;  ///< for the report: of blurred and dropped photos, and of others spread evenly
   std::vector<Finding> findings;
   /// Nothing was dropped, unmatched, ungraded or without a reliable time, and no line was left out except for short or
   /// undated ones of the housekeeping log and of the receiver log. docs/kvmission/checks.md has each condition.

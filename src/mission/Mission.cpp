@@ -76,10 +76,11 @@ void TakeExposures(SystemEvents& events, const PhotosOfEvents& photos, const Tra
   }
   QualifyExposures(trajectory, mission, job);
   if (!mission.settings.grade) return;
-  auto grades = GradeExposures(mission.exposures, mission.settings, job);
+  auto grades = GradeExposures(mission.exposures, mission.settings, mission.thumbnails, job);
   for (Camera& camera : mission.cameras) {
     if (camera.folder) camera.sharpness = std::move(grades[static_cast<std::size_t>(camera.number - 1)]);
   }
+  CompleteThumbnails(mission, job);
 }
 
 /// Date for an export without one in its header: half a day before the first exposure or fix, so that an export that

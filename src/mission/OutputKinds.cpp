@@ -71,6 +71,10 @@ void WriteSummary(const Mission& mission, const OutputFolder& output, Job&) {
   WriteFile(output.Staging() / kSummaryFile, SummaryJson(mission, PathsOf(output).folder));
 }
 
+void WriteReport(const Mission& mission, const OutputFolder& output, Job&) {
+  WriteFile(output.Staging() / kReportFile, ReportHtml(mission, PathsOf(output).folder));
+}
+
 }  // namespace
 
 const std::vector<OutputRow>& OutputRows() {
@@ -81,6 +85,7 @@ const std::vector<OutputRow>& OutputRows() {
          {.files = {kGeoPackage.fileName},
           .companions = {"mission.gpkg-journal", "mission.gpkg-wal", "mission.gpkg-shm"}},
          WriteVectors<kGeoPackage>},
+        {{kReportOutput, "page for people", true}, {.files = {kReportFile}}, WriteReport},
         {{"json", "summary", true}, {.files = {kSummaryFile}}, WriteSummary},
         {{"geojson", "GeoJSON", false}, FilesOf(kGeoJson), WriteVectors<kGeoJson>},
         {{"fgb", "FlatGeobuf", false}, FilesOf(kFlatGeobuf), WriteVectors<kFlatGeobuf>},

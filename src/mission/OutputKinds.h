@@ -32,6 +32,8 @@ std::vector<std::string> WantedOutputs(const Mission& mission);
 bool IsWanted(std::string_view name, const Settings& settings);
 
 inline constexpr const char* kSummaryFile = "summary.json";
+inline constexpr const char* kReportOutput = "report";
+inline constexpr const char* kReportFile = "report.html";
 
 /// Writes the results that are wanted into the staging folder.
 /// @throws Failure; (Stopped)

@@ -88,9 +88,19 @@ void PlaceCameras(const Trajectory& trajectory, Mission& mission, Job& job);
 void QualifyExposures(const Trajectory& trajectory, Mission& mission, Job& job);
 
 /// Stores the sharpness of the photos of exposures that have a place; a photo that cannot be graded leaves 0.
+/// @param thumbnails  receives those of photos spread over the mission, if there is to be a report
 /// @return  a summary for camera 1 and one for camera 2
 /// @throws Failure (Stopped)
-std::array<SharpnessSummary, 2> GradeExposures(std::vector<Exposure>& exposures, const Settings& settings, Job& job);
+std::array<SharpnessSummary, 2> GradeExposures(std::vector<Exposure>& exposures, const Settings& settings,
+                                               std::vector<Thumbnail>& thumbnails, Job& job);
+
+/// Between how many photos one gets a thumbnail while photos are graded; 0 for none.
+std::size_t ThumbnailStep(std::size_t photos, const Settings& settings);
+
+/// Completes the thumbnails of a mission: those of blurred and dropped photos that are missing are made, then as many of
+/// each kind are kept, evenly spread, as the settings leave room for.
+/// @throws Failure (Stopped)
+void CompleteThumbnails(Mission& mission, Job& job);
 
 /// Combines the exposures of both cameras that have a place into stations. Findings tell of stations that are not a
 /// pair of the two cameras. @throws Failure with the sentence of the operation that failed

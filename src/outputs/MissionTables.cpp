@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
 
 #include "georef/Ellipsoid.h"
 #include "georef/EventTypes.h"
+#include "outputs/RelativePaths.h"
 #include "platform/FileNames.h"
 #include "time/Instants.h"
 
@@ -13,29 +13,6 @@ namespace kv::mission {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// Paths of photos as seen from a folder. Links in either path are followed, since ".." would lead elsewhere otherwise.
-class RelativePaths {
- public:
-  explicit RelativePaths(const fs::path& folder) : folder_(Canonical(folder)) {}
-
-  /// @return an empty path when none leads there
-  fs::path To(const fs::path& photo) {
-    const auto [known, isNew] = known_.try_emplace(photo.parent_path());
-    if (isNew) known->second = Canonical(known->first).lexically_relative(folder_);
-    return known->second.empty() ? fs::path() : (known->second / photo.filename()).lexically_normal();
-  }
-
- private:
-  static fs::path Canonical(const fs::path& path) {
-    std::error_code error;
-    const fs::path canonical = fs::weakly_canonical(path, error);
-    return error ? path.lexically_normal() : canonical;
-  }
-
-  fs::path folder_;
-  std::map<fs::path, fs::path> known_;  // folders of photos
-};
 
 PhotoRow RowOf(const tagKVSystemEvent& event, RelativePaths& paths) {
   PhotoRow row{};

@@ -1,12 +1,12 @@
 #include "photos/Grading.h"
 
-#include <KVUtilities.h>
-
 #include <algorithm>
 #include <optional>
 #include <utility>
 
 #include "base/InOrder.h"
+#include "photos/Sharpness.h"
+#include "photos/Thumbnail.h"
 #include "platform/FileNames.h"
 
 namespace kv::mission {
@@ -19,23 +19,42 @@ std::string FirstLine(std::string sentence) {
   return sentence;
 }
 
-Grade GradeOf(const std::wstring& path) {
+struct Photo {
+  std::wstring path;
+  bool isPictured;  // a thumbnail is wanted
+};
+struct Graded {
+  Grade grade;
+  std::string thumbnail;
+};
+
+Graded GradeOf(const Photo& photo) {
+  Graded graded;
+  const auto makeThumbnail = [&](const cv::Mat& picture) {
+    graded.thumbnail = ThumbnailOf(picture, OrientationOf(photo.path));
+  };
   std::wstring error;
-  const double sharpness = KVUtilities::ComputeImageSharpnessFactor(path, error);
-  return {sharpness, FirstLine(Utf8(error))};
+  graded.grade.sharpness = SharpnessOfFile(photo.path, error, photo.isPictured ? makeThumbnail : PictureViewer());
+  graded.grade.complaint = FirstLine(Utf8(error));
+  return graded;
 }
 
 }  // namespace
 
-std::vector<Grade> GradeFiles(const std::vector<std::wstring>& paths, unsigned jobs, Job& job) {
+std::vector<Grade> GradeFiles(const std::vector<std::wstring>& paths, unsigned jobs, Job& job,
+                              SpreadThumbnails* thumbnails) {
   Meter meter(job, "grading", "photos");
-  const auto next = [&, path = paths.begin()]() mutable {
-    return path == paths.end() ? std::optional<std::wstring>() : *path++;
+  const std::size_t step = thumbnails ? thumbnails->step : 0;
+  const auto next = [&, at = std::size_t{0}]() mutable -> std::optional<Photo> {
+    if (at == paths.size()) return std::nullopt;
+    const bool isPictured = step > 0 && at % step == 0;
+    return Photo{paths[at++], isPictured};
   };
   std::vector<Grade> grades;
-  MakeInOrder(ThreadsFor(jobs), next, GradeOf, [&](Grade grade) {
+  MakeInOrder(ThreadsFor(jobs), next, GradeOf, [&](Graded graded) {
     job.ThrowIfStopped();
-    grades.push_back(std::move(grade));
+    if (!graded.thumbnail.empty()) thumbnails->jpegs.emplace(grades.size(), std::move(graded.thumbnail));
+    grades.push_back(std::move(graded.grade));
     meter.Show(grades.size(), paths.size());
     return true;
   });

@@ -28,6 +28,10 @@ Json JsonOf(const OrientationFile& orientation);
 Json JsonOf(const ApplanixExport& applanix);
 Json JsonOf(const PosPoints& points);
 
+/// The content of summary.json.
+/// @param folder  of the layers; empty for `settings.output`
+Json SummaryOf(const Mission& mission, const std::filesystem::path& folder);
+
 /// A list of findings without the notes.
 Json JsonOf(const std::vector<Finding>& findings);
 

@@ -200,42 +200,46 @@ Json LayersIn(const fs::path& folder, const Mission& mission) {
 }
 
 }  // namespace
-}  // namespace kv::mission
 
-std::string KVMission::SummaryJson(const Mission& mission, const std::filesystem::path& folder) {
-  using namespace kv::mission;
+Json SummaryOf(const Mission& mission, const fs::path& folder) {
   const Settings& settings = mission.settings;
   Json cameras = Json::array();
   for (const Camera& camera : mission.cameras) {
     cameras.push_back(ObjectOf(camera));
     cameras.back().update(MountOf(camera, settings));
   }
-  return Written({{"program", "kvmission"},
-                  {"version", Version()},
-                  {"complete", mission.complete},
-                  {"doubtful", mission.doubtful},
-                  {"mission", PathOrNull(settings.mission)},
-                  {"trajectory", InputOf(UsedTrajectory(mission), mission.trajectory)},
-                  {"trajectoryComparison", ComparisonOf(mission.trajectoryComparison)},
-                  {"events", EventsOf(mission)},
-                  {"cameras", std::move(cameras)},
-                  {"stations", StationsOf(mission.stations)},
-                  {"housekeeping", HousekeepingOf(mission)},
-                  {"timestamps", InputOf(settings.timestamps, mission.timestamps)},
-                  {"orientation", InputOf(settings.orientation, mission.orientation)},
-                  {"applanix", InputOf(settings.applanix, mission.applanix)},
-                  {"positions", PositionsOf(mission.positions)},
-                  {"pos", mission.pos ? JsonOf(*mission.pos) : Json(nullptr)},
-                  {"photos",
-                   {{"first", JsonOf(mission.photoSpan.first)},
-                    {"last", JsonOf(mission.photoSpan.last)},
-                    {"bounds", JsonOf(mission.photoBounds)},
-                    {"byQuality", QualitiesOf(mission.placeQuality)},
-                    {"attitude", AttitudesOf(mission.placeQuality)},
-                    {"horizontalAccuracy", AccuracyOf(mission.placeQuality.horizontal)},
-                    {"verticalAccuracy", AccuracyOf(mission.placeQuality.vertical)}}},
-                  {"dropped", DropsOf(mission)},
-                  {"layers", LayersIn(folder.empty() ? settings.output : folder, mission)},
-                  {"outputs", WantedOutputs(mission)},
-                  {"findings", JsonOf(mission.findings)}});
+  return {{"program", "kvmission"},
+          {"version", Version()},
+          {"complete", mission.complete},
+          {"doubtful", mission.doubtful},
+          {"mission", PathOrNull(settings.mission)},
+          {"trajectory", InputOf(UsedTrajectory(mission), mission.trajectory)},
+          {"trajectoryComparison", ComparisonOf(mission.trajectoryComparison)},
+          {"events", EventsOf(mission)},
+          {"cameras", std::move(cameras)},
+          {"stations", StationsOf(mission.stations)},
+          {"housekeeping", HousekeepingOf(mission)},
+          {"timestamps", InputOf(settings.timestamps, mission.timestamps)},
+          {"orientation", InputOf(settings.orientation, mission.orientation)},
+          {"applanix", InputOf(settings.applanix, mission.applanix)},
+          {"positions", PositionsOf(mission.positions)},
+          {"pos", mission.pos ? JsonOf(*mission.pos) : Json(nullptr)},
+          {"photos",
+           {{"first", JsonOf(mission.photoSpan.first)},
+            {"last", JsonOf(mission.photoSpan.last)},
+            {"bounds", JsonOf(mission.photoBounds)},
+            {"byQuality", QualitiesOf(mission.placeQuality)},
+            {"attitude", AttitudesOf(mission.placeQuality)},
+            {"horizontalAccuracy", AccuracyOf(mission.placeQuality.horizontal)},
+            {"verticalAccuracy", AccuracyOf(mission.placeQuality.vertical)}}},
+          {"dropped", DropsOf(mission)},
+          {"layers", LayersIn(folder.empty() ? settings.output : folder, mission)},
+          {"outputs", WantedOutputs(mission)},
+          {"findings", JsonOf(mission.findings)}};
+}
+
+}  // namespace kv::mission
+
+std::string KVMission::SummaryJson(const Mission& mission, const std::filesystem::path& folder) {
+  return kv::mission::Written(kv::mission::SummaryOf(mission, folder));
 }

@@ -271,6 +271,12 @@ void PrintWarnings(const Mission& mission, Page& page) {
   if (warnings > 0) page.Line("{}: see {}", Counted(warnings, "warning"), WholeLists(mission));
 }
 
+/// Last, where people look for what to do next.
+void PrintReport(const Settings& settings, Page& page) {
+  if (!settings.output.empty() && IsWanted(kReportOutput, settings))
+    page.Line("Report      {}", Utf8(settings.output / kReportFile));
+}
+
 }  // namespace
 }  // namespace kv::mission
 
@@ -294,5 +300,6 @@ std::string KVMission::SummaryText(const Mission& mission) {
   PrintDrops(mission, page);
   PrintLayers(mission, page);
   PrintWarnings(mission, page);
+  PrintReport(mission.settings, page);
   return page.Take();
 }

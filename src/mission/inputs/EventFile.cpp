@@ -93,16 +93,16 @@ void TellOfHeartbeats(EventFile& file, Job& job) {
   const double secondsPerTick = Seconds(timeOf(beats.back()) - timeOf(beats.front())) / tickSpan;
   file.tickLengthKnown = secondsPerTick > 0 && std::isfinite(secondsPerTick);
   if (!file.tickLengthKnown) return job.Add(Found::TickLengthUnknown);
-  if (file.heartbeatsAgree) return;
-  file.timesDoubtful = true;
-  double largest = 0;
-  const tagKVSystemEvent* worst = nullptr;
   for (const auto* beat : beats) {
     const double expected = (beat->MasterTick - beats.front()->MasterTick) * secondsPerTick;
-    const double deviation = std::abs(Seconds(timeOf(beat) - timeOf(beats.front())) - expected);
-    if (deviation > largest) largest = deviation, worst = beat;
+    file.residuals.push_back(Seconds(timeOf(beat) - timeOf(beats.front())) - expected);
   }
-  if (worst) job.Add(Found::HeartbeatsDisagree, {{"time", timeOf(worst)}, {"seconds", largest}});
+  if (file.heartbeatsAgree) return;
+  file.timesDoubtful = true;
+  const auto worst = std::max_element(file.residuals.begin(), file.residuals.end(),
+                                      [](double a, double b) { return std::abs(a) < std::abs(b); });
+  const auto* beat = beats[static_cast<std::size_t>(worst - file.residuals.begin())];
+  if (*worst != 0) job.Add(Found::HeartbeatsDisagree, {{"time", timeOf(beat)}, {"seconds", std::abs(*worst)}});
 }
 
 void ClearTime(tagKVSystemEvent& event) {

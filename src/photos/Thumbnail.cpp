@@ -1,0 +1,90 @@
+#include "photos/Thumbnail.h"
+
+#include <libexif/exif-data.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <opencv2/core.hpp>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+#include <vector>
+
+#include "photos/JpegHeader.h"
+#include "photos/PictureFile.h"
+#include "platform/FileNames.h"
+
+namespace kv::mission {
+namespace {
+
+constexpr int kQuality = 70;
+constexpr std::int64_t kMostPixels = std::int64_t{1} << 28;  // 268 megapixels
+constexpr int kSamplesPerPixel =
+    4;  // along each axis; to read every pixel of a large picture would take ten times as long
+
+struct ReleaseExif {
+  void operator()(ExifData* data) const noexcept { exif_data_unref(data); }
+};
+
+int OrientationIn(const JpegHeader& header) {
+  constexpr int kUpright = 1, kMost = 8;
+  if (header.exif.empty()) return kUpright;
+  const std::unique_ptr<ExifData, ReleaseExif> exif(
+      exif_data_new_from_data(header.exif.data(), static_cast<unsigned>(header.exif.size())));
+  const ExifEntry* entry = exif ? exif_content_get_entry(exif->ifd[EXIF_IFD_0], EXIF_TAG_ORIENTATION) : nullptr;
+  if (!entry || entry->format != EXIF_FORMAT_SHORT || entry->size < 2) return kUpright;
+  const int orientation = exif_get_short(entry->data, exif_data_get_byte_order(exif.get()));
+  return orientation >= kUpright && orientation <= kMost ? orientation : kUpright;
+}
+
+cv::Mat Shrunk(const cv::Mat& picture) {
+  const int factor = (std::max(picture.cols, picture.rows) + kThumbnailSide - 1) / kThumbnailSide;
+  const cv::Size size(std::max(picture.cols / factor, 1), std::max(picture.rows / factor, 1));
+  const cv::Mat* from = &picture;
+  cv::Mat samples, small;
+  if (factor > kSamplesPerPixel) {
+    cv::resize(picture, samples, size * kSamplesPerPixel, 0, 0, cv::INTER_NEAREST);
+    from = &samples;
+  }
+  cv::resize(*from, small, size, 0, 0, cv::INTER_AREA);
+  return small;
+}
+
+void TurnUpright(cv::Mat& picture, int orientation) {
+  constexpr int kNone = 2, kFlips[] = {kNone, 1, -1, 0, kNone, 1, -1, 0};  // for cv::flip, after the transposition
+  if (orientation >= 5) cv::transpose(picture, picture);
+  if (const int flip = kFlips[orientation - 1]; flip != kNone) cv::flip(picture, picture, flip);
+}
+
+}  // namespace
+
+int OrientationOf(const std::wstring& photo) {
+  const auto header = ReadJpegHeader(NativePath(photo));
+  return header ? OrientationIn(*header) : 1;
+}
+
+std::string ThumbnailOf(const cv::Mat& picture, int orientation) try {
+  cv::Mat small = Shrunk(picture);
+  TurnUpright(small, orientation);
+  std::vector<unsigned char> bytes;
+  if (!cv::imencode(".jpg", small, bytes, {cv::IMWRITE_JPEG_QUALITY, kQuality})) return {};
+  return {bytes.begin(), bytes.end()};
+} catch (const std::exception&) {
+  return {};
+}
+
+std::string ThumbnailOfFile(const std::wstring& photo) try {
+  const auto header = ReadJpegHeader(NativePath(photo));
+  if (!header || header->width == 0 || std::int64_t{header->width} * header->height > kMostPixels) return {};
+  const int side = std::max(header->width, header->height);
+  const int flags = side >= 8 * kThumbnailSide   ? cv::IMREAD_REDUCED_COLOR_8
+                    : side >= 4 * kThumbnailSide ? cv::IMREAD_REDUCED_COLOR_4
+                    : side >= 2 * kThumbnailSide ? cv::IMREAD_REDUCED_COLOR_2
+                                                 : cv::IMREAD_COLOR;
+  return ThumbnailOf(ReadPicture(photo, flags | cv::IMREAD_IGNORE_ORIENTATION), OrientationIn(*header));
+} catch (const std::exception&) {
+  return {};
+}
+
+}  // namespace kv::mission
