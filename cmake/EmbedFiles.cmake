@@ -27,12 +27,14 @@ function(kv_embed_files target header)
     list(APPEND files "${file}")
   endforeach()
   set(folder ${PROJECT_BINARY_DIR}/embedded)
-  string(REPLACE ";" "\\;" list "${files}")
   add_custom_command(
     OUTPUT ${folder}/${header}.cpp ${folder}/${header}.h
-    COMMAND ${CMAKE_COMMAND} -D "header=${header}" -D "folder=${folder}" -D "files=${list}" -P ${kv_embed_script}
+    COMMAND ${CMAKE_COMMAND} -D "header=${header}" -D "folder=${folder}" -D "files=${files}" -P ${kv_embed_script}
     DEPENDS ${files} ${kv_embed_script}
     VERBATIM)
+  # A target of this folder, which alone knows the command.
+  add_custom_target(embed_${header} DEPENDS ${folder}/${header}.cpp ${folder}/${header}.h)
+  add_dependencies(${target} embed_${header})
   target_sources(${target} PRIVATE ${folder}/${header}.cpp ${folder}/${header}.h)
   target_include_directories(${target} SYSTEM PRIVATE ${folder})
 endfunction()
