@@ -9,6 +9,8 @@
 #include "mission/HandOver.h"
 #include "mission/Steps.h"
 #include "mission/inputs/GeoidHeights.h"
+#include "outputs/QgisProject.h"
+#include "outputs/QgisStyles.h"
 #include "outputs/TrackFiles.h"
 
 namespace kv::mission {
@@ -67,6 +69,23 @@ void WriteTrack(const Mission& mission, const OutputFolder& output, Job& job) {
   kWrite(mission, SeparationsIn(mission), PathsOf(output), job);
 }
 
+/// Each set with a style beside it, by which QGIS opens it.
+Results StyledShapefiles() {
+  Results results{.layers = {kLayerNames.begin(), kLayerNames.end()}};
+  for (const auto& layer : results.layers) results.files.push_back(layer + ".qml");
+  return results;
+}
+
+void WriteStyledShapefiles(const Mission& mission, const OutputFolder& output, Job& job) {
+  WriteShapefiles(mission, output, job);
+  for (const Layer& layer : LayersOf(mission))
+    WriteFile(output.Staging() / (std::string(layer.name) + ".qml"), ShapefileQml(layer.name, mission));
+}
+
+void WriteProject(const Mission& mission, const OutputFolder& output, Job&) {
+  WriteQgisProject(mission, PathsOf(output));
+}
+
 void WriteSummary(const Mission& mission, const OutputFolder& output, Job&) {
   WriteFile(output.Staging() / kSummaryFile, SummaryJson(mission, PathsOf(output).folder));
 }
@@ -80,11 +99,12 @@ void WriteReport(const Mission& mission, const OutputFolder& output, Job&) {
 const std::vector<OutputRow>& OutputRows() {
   static const auto rows = [] {
     std::vector<OutputRow> all{
-        {{"shp", "Shapefile sets", true}, {.layers = {kLayerNames.begin(), kLayerNames.end()}}, WriteShapefiles},
+        {{"shp", "Shapefile sets", true}, StyledShapefiles(), WriteStyledShapefiles},
         {{"gpkg", "GeoPackage", true},
          {.files = {kGeoPackage.fileName},
           .companions = {"mission.gpkg-journal", "mission.gpkg-wal", "mission.gpkg-shm"}},
          WriteVectors<kGeoPackage>},
+        {{"qgz", "QGIS project, with its GeoPackage", true}, {.files = {kProjectFile}}, WriteProject, false, "gpkg"},
         {{kReportOutput, "page for people", true}, {.files = {kReportFile}}, WriteReport},
         {{"json", "summary", true}, {.files = {kSummaryFile}}, WriteSummary},
         {{"geojson", "GeoJSON", false}, FilesOf(kGeoJson), WriteVectors<kGeoJson>},
@@ -108,9 +128,12 @@ std::string OutputNames() {
 
 bool IsWanted(std::string_view name, const Settings& settings) {
   const auto& outputs = settings.outputs;
-  if (!outputs.empty()) return std::count(outputs.begin(), outputs.end(), name) > 0;
-  return std::any_of(OutputRows().begin(), OutputRows().end(),
-                     [&](const OutputRow& row) { return row.kind.isDefault && row.kind.name == name; });
+  const auto isNamed = [&](const OutputRow& row) {
+    return outputs.empty() ? row.kind.isDefault : std::count(outputs.begin(), outputs.end(), row.kind.name) > 0;
+  };
+  return std::any_of(OutputRows().begin(), OutputRows().end(), [&](const OutputRow& row) {
+    return isNamed(row) && (row.kind.name == name || (row.needs && row.needs == name));
+  });
 }
 
 namespace {

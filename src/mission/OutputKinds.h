@@ -17,6 +17,7 @@ struct OutputRow {
   Results results;                                                              ///< every name that it may have
   void (*write)(const Mission& mission, const OutputFolder& output, Job& job);  ///< into the staging folder
   bool needsPhotoLayer = false;  ///< not written when results are in doubt
+  const char* needs = nullptr;   ///< name of another kind, written before it even if nobody asks for that
 };
 
 /// In the order in which they are written.

@@ -14,6 +14,7 @@
 #include "georef/EventTypes.h"
 #include "georef/FixQualities.h"
 #include "outputs/MissionTables.h"
+#include "outputs/QgisStyles.h"
 #include "platform/FileNames.h"
 #include "text/TextCase.h"
 #include "time/Instants.h"
@@ -322,8 +323,12 @@ class LayerFiles {
     if (!layer.addVertices && !format_.takesTables) return;
     if (!format_.fileName) Open(std::string(layer.name) + format_.extension);
     file_->Write(layer, layer.addVertices ? system : nullptr, rows, job_);
+    written_.push_back(layer.name);
     if (!format_.fileName) file_->Close();
   }
+
+  /// The names of the layers written so far.
+  const std::vector<std::string>& Written() const { return written_; }
 
   void Close() {
     if (format_.fileName) file_->Close();
@@ -336,6 +341,7 @@ class LayerFiles {
   const OutputPaths& paths_;
   Job& job_;
   std::optional<VectorFile> file_;
+  std::vector<std::string> written_;
 };
 
 std::vector<Finding> WithoutNotes(const std::vector<Finding>& findings) {
@@ -352,7 +358,9 @@ const VectorFormat kGeoPackage{{.driver = "GPKG",
                                 .inMemory = false,
                                 .hasAliases = true},
                                ".gpkg",
-                               "mission.gpkg"};
+                               "mission.gpkg",
+                               true,
+                               true};
 const VectorFormat kGeoJson{{.driver = "GeoJSON", .layerOptions = {"RFC7946=YES", "WRITE_NAME=NO"}, .hasTimes = false},
                             ".geojson",
                             nullptr,
@@ -378,6 +386,7 @@ void WriteMissionLayers(const Mission& mission, const VectorFormat& format, cons
   if (mission.housekeeping) files.Write(kHousekeepingLayer, wgs84.get(), EntryRows(*mission.housekeeping));
   if (mission.pos) files.Write(kPosLayer, SystemOf(mission.pos->wkt).get(), mission.pos->samples);
   files.Write(kFindingLayer, nullptr, WithoutNotes(mission.findings));
+  if (format.takesStyles) files.Write(kStyleLayer, nullptr, StyleRows(mission, files.Written()));
   files.Close();
 }
 

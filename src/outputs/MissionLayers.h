@@ -18,6 +18,7 @@ struct VectorFormat {
   const char* extension;           ///< ".gpkg"
   const char* fileName = nullptr;  ///< of one file for all layers; null for a file for each, of the layer's name
   bool takesTables = true;         ///< also layers without places
+  bool takesStyles = false;        ///< for QGIS, as a table
 };
 extern const VectorFormat kGeoPackage, kGeoJson, kFlatGeobuf, kCsv;
 

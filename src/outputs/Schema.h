@@ -21,6 +21,11 @@ enum class FieldType {
   Logical,
 };
 
+/// A text that is stored even if it is empty.
+struct StoredText {
+  std::string text;
+};
+
 /// A field of a feature that is being made. What is unknown (nothing, NaN, an empty text) leaves it NULL.
 class FieldSlot {
  public:
@@ -30,6 +35,7 @@ class FieldSlot {
   void Put(bool value) { OGR_F_SetFieldInteger(feature_, field_, value); }
   void Put(double value);
   void Put(const std::string& value);
+  void Put(const StoredText& value) { OGR_F_SetFieldString(feature_, field_, value.text.c_str()); }
   void Put(KVMission::Instant value);
   template <class Value>
   void Put(const std::optional<Value>& value) {
@@ -53,6 +59,10 @@ struct TypeOfValue<double> {
 };
 template <>
 struct TypeOfValue<std::string> {
+  static constexpr FieldType kType = FieldType::Text;
+};
+template <>
+struct TypeOfValue<StoredText> {
   static constexpr FieldType kType = FieldType::Text;
 };
 template <>

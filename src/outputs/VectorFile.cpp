@@ -3,10 +3,8 @@
 #include <KVUtilities.h>
 #include <cpl_conv.h>
 #include <cpl_error.h>
-#include <cpl_vsi.h>
 #include <fmt/format.h>
 
-#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <utility>
@@ -28,11 +26,9 @@ char** Terminated(Options& options) {
   return const_cast<char**>(options.data());
 }
 
-std::string NameFor(const VectorFile::Format& format, const fs::path& staged) {
-  static std::atomic<unsigned> number = 0;
-  if (format.inMemory)
-    return fmt::format("/vsimem/kvmission-{}{}", number++, Utf8(staged.extension()));  // the driver asks for it
-  const auto name = staged.u8string();
+/// A path as GDAL takes it.
+std::string GdalName(const fs::path& path) {
+  const auto name = path.u8string();
   return {name.begin(), name.end()};
 }
 
@@ -101,7 +97,9 @@ SystemPtr Wgs84() {
 }
 
 VectorFile::VectorFile(const Format& format, fs::path staged, fs::path path)
-    : format_(format), staged_(std::move(staged)), path_(std::move(path)), name_(NameFor(format, staged_)) {
+    : format_(format), staged_(std::move(staged)), path_(std::move(path)) {
+  if (format_.inMemory) memory_.emplace(Utf8(staged_.extension()));  // the driver asks for it
+  const std::string name = memory_ ? memory_->Name() : GdalName(staged_);
   GDALAllRegister();
   const QuietErrors quiet;
   CPLErrorReset();
@@ -109,14 +107,13 @@ VectorFile::VectorFile(const Format& format, fs::path staged, fs::path path)
   if (!driver)
     throw Failure(fmt::format("{}: the installed GDAL has no driver {}", Utf8(path_.filename()), format_.driver));
   Options options = format_.fileOptions;
-  dataset_.reset(GDALCreate(driver, name_.c_str(), 0, 0, 0, GDT_Unknown, Terminated(options)));
+  dataset_.reset(GDALCreate(driver, name.c_str(), 0, 0, 0, GDT_Unknown, Terminated(options)));
   FailUnless(dataset_ != nullptr);
 }
 
 VectorFile::~VectorFile() {
   const QuietErrors quiet;
   dataset_.reset();
-  if (format_.inMemory) VSIUnlink(name_.c_str());
 }
 
 void VectorFile::Close() {
@@ -124,10 +121,7 @@ void VectorFile::Close() {
   CPLErrorReset();
   dataset_.reset();
   FailUnless(CPLGetLastErrorType() < CE_Failure);
-  if (!format_.inMemory) return;
-  vsi_l_offset size = 0;
-  const GByte* bytes = VSIGetMemFileBuffer(name_.c_str(), &size, false);
-  WriteFile(staged_, {reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(bytes ? size : 0)});
+  if (memory_) WriteFile(staged_, memory_->Content());
 }
 
 void VectorFile::Fail() const {

@@ -6,12 +6,14 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <type_traits>
 #include <vector>
 
 #include "base/Job.h"
 #include "crs/QuietErrors.h"
+#include "outputs/MemoryFile.h"
 #include "outputs/Schema.h"
 
 namespace kv::mission {
@@ -118,7 +120,7 @@ class VectorFile {
 
   Format format_;
   std::filesystem::path staged_, path_;
-  std::string name_;  ///< for GDAL
+  std::optional<MemoryFile> memory_;
   std::unique_ptr<std::remove_pointer_t<GDALDatasetH>, CloseDataset> dataset_;
 };
 

@@ -39,9 +39,10 @@ class RunTest : public CommandTest {
   }
 };
 
-const std::set<std::string> kTrajectoryFiles{"mission.gpkg",          "summary.json",          "trajectory_line.dbf",
-                                             "trajectory_line.prj",   "trajectory_line.shp",   "trajectory_line.shx",
-                                             "trajectory_points.dbf", "trajectory_points.prj", "trajectory_points.shp",
+const std::set<std::string> kTrajectoryFiles{"mission.gpkg",          "mission.qgz",           "summary.json",
+                                             "trajectory_line.dbf",   "trajectory_line.prj",   "trajectory_line.qml",
+                                             "trajectory_line.shp",   "trajectory_line.shx",   "trajectory_points.dbf",
+                                             "trajectory_points.prj", "trajectory_points.qml", "trajectory_points.shp",
                                              "trajectory_points.shx"};
 
 TEST_F(RunTest, TurnsAMissionIntoLayersAndSaysWhatItDropped) {
@@ -49,7 +50,7 @@ TEST_F(RunTest, TurnsAMissionIntoLayersAndSaysWhatItDropped) {
   EXPECT_EQ(Shell("$K run m -o o"), 3) << Errors();
   auto files = kTrajectoryFiles;
   for (const std::string layer : {"photos", "stations"}) {
-    for (const char* extension : {".dbf", ".prj", ".shp", ".shx"}) files.insert(layer + extension);
+    for (const char* extension : {".dbf", ".prj", ".qml", ".shp", ".shx"}) files.insert(layer + extension);
   }
   EXPECT_EQ(Names("o"), files);
   const Json summary = Summary();

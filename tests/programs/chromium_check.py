@@ -1,6 +1,6 @@
 """The page of a simulated mission in Chromium: no complaint, no request, nothing of its names is markup, its counts are
 those of summary.json, and its links hold when mission and results are moved together.
-Usage: report_test.py KVMISSION"""
+Usage: chromium_check.py KVMISSION"""
 import json, os, pathlib, shutil, subprocess, sys, tempfile
 from urllib.parse import unquote_to_bytes
 
