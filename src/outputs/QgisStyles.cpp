@@ -6,7 +6,7 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
+#include <chrono>
 #include <utility>
 #include <vector>
 
@@ -182,7 +182,7 @@ constexpr auto kStyleFields = std::to_array<Field<StyleRow>>({
     {"description", "", [](const StyleRow&) { return StoredText(); }},
     {"owner", "", [](const StyleRow&) { return StoredText(); }},
     {"ui", "", [](const StyleRow&) { return StoredText(); }},
-    {"update_time", "", [](const StyleRow&) { return std::optional<Instant>(); }},
+    {"update_time", "", [](const StyleRow& row) { return row.time; }},
 });
 
 const LayerLook* LookOf(std::span<const NamedLook> looks, std::string_view layer) {
@@ -205,7 +205,8 @@ std::string GeoPackageStyle(std::string_view layer, const Mission& mission) {
 std::vector<StyleRow> StyleRows(const Mission& mission, const std::vector<std::string>& layers) {
   std::vector<StyleRow> rows;
   for (const std::string& layer : layers) {
-    if (const std::string style = GeoPackageStyle(layer, mission); !style.empty()) rows.push_back({layer, Qml(style)});
+    if (const std::string style = GeoPackageStyle(layer, mission); !style.empty())
+      rows.push_back({layer, Qml(style), Instant(std::chrono::seconds(rows.size()))});
   }
   return rows;
 }

@@ -16,6 +16,7 @@ using namespace KVMission;
 /// The QML style of a layer of mission.gpkg, in the table in which QGIS looks for it.
 struct StyleRow {
   std::string layer, qml;
+  Instant time;  ///< made up; QGIS lists styles of equal times several times
 };
 extern const VectorLayer<StyleRow> kStyleLayer;
 /// @param layers  of mission.gpkg; those without places have no style

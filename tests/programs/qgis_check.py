@@ -169,7 +169,9 @@ def check(out):
         labels_of(layer)
     shown = [layer for layer in project.layerTreeRoot().layerOrder() if layer.isSpatial()]
     for photos, drawn in ((layers["photos"], shown), (layers["photos.shp"], [layers["photos.shp"]])):
-        blurred = [label == "blurred" for label in labels_of(photos)]
+        labels = labels_of(photos)
+        expect("sharpness unknown" not in labels, "a photo was graded and looks as if not in", photos.name())
+        blurred = [label == "blurred" for label in labels]
         expect_equal(sum(blurred), number_blurred, "the number of blurred photos in", photos.name())
         check_picture(drawn, photos, blurred, project)
 
