@@ -14,7 +14,7 @@ struct GeotagSettings {
   std::filesystem::path output;      ///< receives tagged copies, in its folders cam1 and cam2; empty to tag in place
   std::filesystem::path backup;      ///< in place, receives the photos as they were, likewise; empty for no backup
   Heights heights = Heights::Geoid;  ///< as readers expect them in photos
-  unsigned jobs = 0;                 ///< threads; 0 for as many as there are processors
+  unsigned jobs = 0;                 ///< processors to use, 0 for all; each has four photos at a time
   bool overwrite = false;            ///< replaces copies of other content
 };
 

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <map>
 #include <optional>
+#include <set>
 #include <system_error>
 #include <utility>
 
@@ -24,9 +25,12 @@ namespace {
 namespace fs = std::filesystem;
 using State = GeotaggedPhoto::State;
 
+constexpr unsigned kPhotosPerJob = 4;  // at a time: most of them wait for the disk
+
 /// A photo and what is to be written into it.
 struct Task {
-  fs::path photo;
+  fs::path name;
+  fs::path photo;  ///< where a link of that name leads: the photo is replaced, not the link
   int camera;
   Geotag geotag;
   bool isShared = false;  ///< by two exposures
@@ -34,11 +38,11 @@ struct Task {
 
 fs::path FolderOf(const fs::path& root, int camera) { return root / fmt::format("cam{}", camera); }
 
-/// The photo that a link leads to.
-fs::path Target(const fs::path& photo) {
+/// Where links lead; the path itself when it leads nowhere.
+fs::path Target(const fs::path& path) {
   std::error_code notThere;
-  const fs::path target = fs::canonical(photo, notThere);
-  return notThere ? photo : target;
+  const fs::path target = fs::canonical(path, notThere);
+  return notThere ? path : target;
 }
 
 std::vector<Task> TasksOf(const Mission& mission) {
@@ -47,7 +51,9 @@ std::vector<Task> TasksOf(const Mission& mission) {
   for (const Exposure& exposure : mission.exposures) {
     const tagKVSystemEvent& event = exposure.event;
     if (exposure.drop || !exposure.time || event.PhotoPath.IsEmpty()) continue;
-    tasks.push_back({NativePath(event.PhotoPath.GetString()),
+    const fs::path name = NativePath(event.PhotoPath.GetString());
+    tasks.push_back({name,
+                     Target(name),
                      CameraOf(event),
                      {.latitude = event.Latitude,
                       .longitude = event.Longitude,
@@ -57,9 +63,9 @@ std::vector<Task> TasksOf(const Mission& mission) {
                       .quality = exposure.quality,
                       .attitude = exposure.attitude,
                       .isLevelKnown = exposure.attitudeQuality != AttitudeQuality::Track}});
-    ++uses[Target(tasks.back().photo)];
+    ++uses[tasks.back().photo];
   }
-  for (Task& task : tasks) task.isShared = uses[Target(task.photo)] > 1;
+  for (Task& task : tasks) task.isShared = uses[task.photo] > 1;
   return tasks;
 }
 
@@ -87,9 +93,11 @@ void LeaveEllipsoid(std::vector<Task>& tasks) {
 /// A folder for copies or backups must not be one of the photos, nor the mission's, where a later run would find it.
 void RefuseFolderOfPhotos(const fs::path& folder, const Mission& mission, const std::vector<Task>& tasks) {
   std::error_code notThere;
+  std::set<std::pair<fs::path, int>> ofPhotos;
+  for (const Task& task : tasks) ofPhotos.emplace(task.photo.parent_path(), task.camera);
   bool isRefused = fs::equivalent(folder, mission.settings.mission, notThere);
-  for (const Task& task : tasks)
-    isRefused = isRefused || fs::equivalent(FolderOf(folder, task.camera), task.photo.parent_path(), notThere);
+  for (const auto& [photos, camera] : ofPhotos)
+    isRefused = isRefused || fs::equivalent(FolderOf(folder, camera), photos, notThere);
   if (isRefused)
     throw Failure(Utf8(folder) + ": copies and backups need a folder apart from the photos",
                   Failure::Reason::WrongUsage);
@@ -101,16 +109,15 @@ class Tagger {
   explicit Tagger(const GeotagSettings& settings) : settings_(settings) {}
 
   GeotaggedPhoto Tag(const Task& task) {
-    GeotaggedPhoto result{task.photo, task.camera, State::LeftAlone, {}};
+    GeotaggedPhoto result{task.name, task.camera, State::LeftAlone, {}};
     try {
       if (task.isShared) throw Failure("it serves two exposures, and it is not known which one is its own");
-      const fs::path photo = fs::canonical(task.photo);  // replaces the file that a link leads to, not the link
-      const std::string content = ReadPhoto(photo), tagged = WithGeotag(content, task.geotag);
+      const std::string content = ReadPhoto(task.photo), tagged = WithGeotag(content, task.geotag);
       if (settings_.output.empty()) {
-        result.state = Replace(task, photo, content, tagged);
+        result.state = Replace(task, content, tagged);
       } else {
-        result.photo = FolderOf(settings_.output, task.camera) / task.photo.filename();
-        result.state = Copy(photo, tagged, result.photo);
+        result.photo = FolderOf(settings_.output, task.camera) / task.name.filename();
+        result.state = Copy(task.photo, tagged, result.photo);
       }
       ++done_;
     } catch (const Failure& failure) {
@@ -124,30 +131,31 @@ class Tagger {
   std::size_t Done() const { return done_; }
 
  private:
-  State Replace(const Task& task, const fs::path& photo, const std::string& content, const std::string& tagged) const {
+  State Replace(const Task& task, const std::string& content, const std::string& tagged) {
     if (tagged == content) return State::Unchanged;
-    if (!OpenNative(photo, "rb+")) FailWriting(photo);
+    if (!OpenNative(task.photo, "rb+")) FailWriting(task.photo);
     if (!settings_.backup.empty()) {
-      const fs::path backup = FolderOf(settings_.backup, task.camera) / task.photo.filename();
+      const fs::path backup = FolderOf(settings_.backup, task.camera) / task.name.filename();
       // The backup of an earlier run is this photo without a geotag.
-      if (!BackUp(content, photo, backup) && WithGeotag(ReadPhoto(backup), task.geotag) != tagged)
+      if (!BackUp(content, task.photo, backup, scratch_) && WithGeotag(ReadPhoto(backup), task.geotag) != tagged)
         throw Failure(Utf8(backup) + " is another picture");
     }
-    PutPhoto(tagged, photo, photo, fs::last_write_time(photo));
+    PutPhoto(tagged, task.photo, task.photo, scratch_, fs::last_write_time(task.photo));
     return State::Tagged;
   }
 
-  State Copy(const fs::path& photo, const std::string& tagged, const fs::path& copy) const {
+  State Copy(const fs::path& photo, const std::string& tagged, const fs::path& copy) {
     std::error_code notThere;
     if (fs::exists(copy, notThere)) {
       if (ReadBeginning(copy, tagged.size() + 1) == tagged) return State::Unchanged;
       if (!settings_.overwrite) throw Failure(Utf8(copy) + " exists and differs; --overwrite replaces it");
     }
-    PutPhoto(tagged, copy, photo, fs::last_write_time(photo));
+    PutPhoto(tagged, copy, photo, scratch_, fs::last_write_time(photo));
     return State::Tagged;
   }
 
   const GeotagSettings& settings_;
+  ScratchFolders scratch_;
   std::atomic<std::size_t> done_ = 0;
 };
 
@@ -160,7 +168,7 @@ std::vector<GeotaggedPhoto> TagAll(const std::vector<Task>& tasks, const GeotagS
   std::vector<GeotaggedPhoto> photos;
   try {
     MakeInOrder(
-        ThreadsFor(settings.jobs), next, [&](const Task* task) { return tagger.Tag(*task); },
+        kPhotosPerJob * ThreadsFor(settings.jobs), next, [&](const Task* task) { return tagger.Tag(*task); },
         [&](GeotaggedPhoto photo) {
           if (photo.state == State::LeftAlone)
             job.Add(Found::PhotoNotTagged, {{"photo", Utf8(photo.photo)}, {"reason", photo.complaint}},

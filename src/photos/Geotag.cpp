@@ -1,9 +1,9 @@
 #include "photos/Geotag.h"
 
-#include <algorithm>
 #include <optional>
 #include <vector>
 
+#include "photos/Changes.h"
 #include "photos/JpegMarkers.h"
 #include "photos/JpegSegments.h"
 #include "photos/TiffBlock.h"
@@ -13,15 +13,6 @@ namespace kv::mission {
 namespace {
 
 using KVMission::Failure;
-
-/// Bytes of the file that give way to others.
-struct Change {
-  std::size_t begin, end;
-  std::string bytes;
-
-  /// By how much the file grows.
-  std::int64_t Growth() const { return std::ssize(bytes) - static_cast<std::int64_t>(end - begin); }
-};
 
 /// The segments of a photo that a geotag concerns.
 struct Metadata {
@@ -89,17 +80,6 @@ Change CorrectIndex(const JpegSegment& index, const std::vector<Change>& changes
   return Replace(&index, 0, kApp2, kFurtherPictures, block.Bytes());
 }
 
-std::string Changed(std::string_view file, std::vector<Change> changes) {
-  std::stable_sort(changes.begin(), changes.end(), [](auto& a, auto& b) { return a.begin < b.begin; });
-  std::string changed;
-  std::size_t at = 0;
-  for (const Change& change : changes) {
-    changed.append(file.substr(at, change.begin - at)).append(change.bytes);
-    at = change.end;
-  }
-  return changed.append(file.substr(at));
-}
-
 /// A file without its end was cut off; bytes after the end are the business of who put them there.
 bool IsWhole(const JpegLayout& layout) { return layout.rest.find(kEndOfJpeg) != layout.rest.npos; }
 
@@ -113,13 +93,12 @@ std::string WithGeotag(std::string_view jpeg, const Geotag& geotag) {
 
   XmpPacket packet(ContentOf(old.xmp, kXmpSignature));
   const bool hasOwnAttitude = HasOwnAttitude(packet);
-  const std::string before = packet.Text();
   SetXmpTags(geotag, packet);
 
   std::vector<Change> changes;
   changes.push_back(Replace(old.exif, old.newAt, kApp1, kExifSignature,
                             WithGpsTags(ContentOf(old.exif, kExifSignature), geotag, hasOwnAttitude)));
-  if (packet.Text() != before) {
+  if (packet.IsChanged()) {
     const std::size_t newAt = old.exif ? old.exif->end : old.newAt;
     changes.push_back(Replace(old.xmp, newAt, kApp1, kXmpSignature, packet.Text()));
   }

@@ -4,8 +4,6 @@
 
 #include <system_error>
 
-#include "base/Writing.h"
-#include "photos/JpegMarkers.h"
 #include "photos/JpegSegments.h"
 #include "platform/FileNames.h"
 #include "readers/LineReader.h"
@@ -37,17 +35,23 @@ std::string ReadWhole(const fs::path& path) {
 }
 
 std::string ReadPhoto(const fs::path& path) {
-  if (ReadBeginning(path, kStartOfJpeg.size()) != kStartOfJpeg) throw Failure("not a JPEG file");
-  if (fs::file_size(path) > kLargestPhoto) throw Failure("larger than 1 GiB, the most that is changed");
-  std::string photo = ReadWhole(path);
+  const std::uintmax_t size = fs::file_size(path);
+  if (size > kLargestPhoto) throw Failure("larger than 1 GiB, the most that is changed");
+  std::string photo = ReadBeginning(path, static_cast<std::size_t>(size));
   if (!LayOut(photo)) throw Failure("not a JPEG file");
   return photo;
 }
 
-void PutPhoto(const std::string& content, const fs::path& to, const fs::path& accessOf,
+fs::path ScratchFolders::In(const fs::path& folder) {
+  const std::lock_guard lock(mutex_);
+  auto& scratch = folders_[folder];
+  if (!scratch) scratch = std::make_unique<ScratchFolder>(folder);  // on the same file system: renames are atomic
+  return scratch->Path();
+}
+
+void PutPhoto(const std::string& content, const fs::path& to, const fs::path& accessOf, ScratchFolders& scratch,
               std::optional<fs::file_time_type> time) {
-  const ScratchFolder scratch(to.parent_path());  // on the same file system, so that the rename is atomic
-  const fs::path copy = scratch.Path() / "photo.jpg";
+  const fs::path copy = scratch.In(to.parent_path()) / to.filename();
   WriteFile(copy, content, true);
   std::error_code error;
   if (time) fs::last_write_time(copy, *time, error);
@@ -57,13 +61,13 @@ void PutPhoto(const std::string& content, const fs::path& to, const fs::path& ac
   if (error) FailWriting(to, error);
 }
 
-bool BackUp(const std::string& content, const fs::path& photo, const fs::path& backup) {
+bool BackUp(const std::string& content, const fs::path& photo, const fs::path& backup, ScratchFolders& scratch) {
   std::error_code error;
   fs::create_directories(backup.parent_path(), error);
   if (error) FailWriting(backup.parent_path(), error);
   if (fs::equivalent(backup, photo, error)) throw Failure(Utf8(backup) + " is the photo itself, not a backup");
   if (fs::exists(backup, error)) return ReadBeginning(backup, content.size() + 1) == content;
-  PutPhoto(content, backup, photo, fs::last_write_time(photo));
+  PutPhoto(content, backup, photo, scratch, fs::last_write_time(photo));
   return true;
 }
 

@@ -3,7 +3,6 @@
 
 #include <string>
 
-#include "base/Writing.h"
 #include "photos/JpegDamage.h"
 #include "photos/JpegMetadata.h"
 #include "photos/PhotoReplacement.h"
@@ -33,10 +32,11 @@ void Rotate(const fs::path& photo, double angleDegrees, const fs::path& backupFo
   if (const std::string damage = JpegDamage(content); !damage.empty())
     throw Failure("the picture is damaged, and turned it would look whole: " + damage);
   const fs::path backup = backupFolder / photo.filename();
-  if (!backupFolder.empty() && !BackUp(content, target, backup))
+  ScratchFolders scratch;
+  if (!backupFolder.empty() && !BackUp(content, target, backup, scratch))
     throw Failure(Utf8(backup) + " is another picture: an earlier run has rotated the photo");
-  const ScratchFolder scratch(target.parent_path());
-  PutPhoto(WithMetadataOf(content, Turned(content, angleDegrees, scratch.Path())), target, target);
+  const std::string turned = Turned(content, angleDegrees, scratch.In(target.parent_path()));
+  PutPhoto(WithMetadataOf(content, turned), target, target, scratch);
 }
 
 }  // namespace

@@ -152,39 +152,37 @@ class XmpPacket::Parser {
   bool hasDescription_ = false;
 };
 
-XmpPacket::XmpPacket(std::string text) : text_(text.empty() ? kNewPacket : std::move(text)) { Parse(); }
+XmpPacket::XmpPacket(std::string text) : text_(text.empty() ? kNewPacket : std::move(text)) { Parser(*this).Run(); }
 
-void XmpPacket::Parse() {
-  properties_.clear();
-  prefixes_.clear();
-  Parser(*this).Run();
+bool XmpPacket::Is(const Property& property, const XmpNamespace& space, std::string_view name) const {
+  return !property.isRemoved && property.name == name && Knows(space, property.space);
 }
 
 bool XmpPacket::Has(const XmpNamespace& space, std::string_view name) const {
   return std::any_of(properties_.begin(), properties_.end(),
-                     [&](const Property& property) { return property.name == name && Knows(space, property.space); });
+                     [&](const Property& property) { return Is(property, space, name); });
 }
 
 void XmpPacket::Remove(const XmpNamespace& space, std::string_view name) {
-  std::vector<Property> found;
-  for (const Property& property : properties_) {
-    if (property.name == name && Knows(space, property.space)) found.push_back(property);
+  for (Property& property : properties_) {
+    if (!Is(property, space, name)) continue;
+    property.isRemoved = true;
+    changes_.push_back({property.begin, property.end, {}});
   }
-  if (found.empty()) return;
-  std::sort(found.begin(), found.end(), [](auto& a, auto& b) { return a.begin > b.begin; });
-  for (const Property& property : found) text_.erase(property.begin, property.end - property.begin);
-  Parse();
 }
 
 void XmpPacket::Set(const XmpNamespace& space, std::string_view name, std::string_view value) {
   Remove(space, name);
-  const auto meaning = prefixes_.find(space.prefix);
-  if (meaning != prefixes_.end() && !Knows(space, meaning->second))
+  const auto [meaning, isNew] = prefixes_.try_emplace(space.prefix, space.names.front());
+  if (!Knows(space, meaning->second))
     throw Failure(fmt::format("its XMP packet uses the prefix {} for {}", space.prefix, meaning->second));
-  text_.insert(attributesAt_, fmt::format("\n   {}:{}=\"{}\"", space.prefix, name, value));
-  if (meaning == prefixes_.end())
-    text_.insert(prefixesAt_, fmt::format("\n    xmlns:{}=\"{}\"", space.prefix, space.names.front()));
-  Parse();
+  const auto insert = [&](std::size_t at, std::string attribute) {
+    changes_.insert(changes_.begin() + insertions_++, {at, at, std::move(attribute)});  // before removals
+  };
+  if (isNew) insert(prefixesAt_, fmt::format("\n    xmlns:{}=\"{}\"", space.prefix, space.names.front()));
+  insert(attributesAt_, fmt::format("\n   {}:{}=\"{}\"", space.prefix, name, value));
 }
+
+std::string XmpPacket::Text() const { return Changed(text_, changes_); }
 
 }  // namespace kv::mission

@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "photos/Changes.h"
+
 namespace kv::mission {
 
 /// A namespace of XMP properties. Readers know it by its name or, against the rules of XML, by its prefix.
@@ -28,19 +30,24 @@ class XmpPacket {
   /// @throws Failure when the packet uses the prefix for something else
   void Set(const XmpNamespace& space, std::string_view name, std::string_view value);
 
-  const std::string& Text() const { return text_; }
+  bool IsChanged() const { return !changes_.empty(); }
+  /// The packet with its changes.
+  std::string Text() const;
 
  private:
   class Parser;
   struct Property {
     std::string space, name;
     std::size_t begin, end;  ///< in the text, with the blanks before it
+    bool isRemoved = false;
   };
 
-  void Parse();
+  bool Is(const Property& property, const XmpNamespace& space, std::string_view name) const;
 
   std::string text_;
   std::vector<Property> properties_;
+  std::vector<Change> changes_;  ///< insertions first
+  std::ptrdiff_t insertions_ = 0;
   std::map<std::string, std::string, std::less<>> prefixes_;  ///< known to the first description
   std::size_t prefixesAt_ = 0, attributesAt_ = 0;             ///< where the first description takes more of them
 };

@@ -248,8 +248,8 @@ TEST(XmpTags, ChangeTheirPropertiesOnly) {
   };
   const std::string ours = "\n   Camera:Yaw=\"45.0000\"\n   drone-dji:FlightYawDegree=\"45.0000\"",
                     names =
-                        "\n    xmlns:drone-dji=\"http://www.dji.com/drone-dji/1.0/\""
-                        "\n    xmlns:Camera=\"http://pix4d.com/camera/1.0\"";
+                        "\n    xmlns:Camera=\"http://pix4d.com/camera/1.0\""
+                        "\n    xmlns:drone-dji=\"http://www.dji.com/drone-dji/1.0/\"";
   Geotag geotag = Somewhere();
   geotag.quality = {}, geotag.attitude->heading = 45, geotag.isLevelKnown = false;
   const struct {
@@ -262,7 +262,7 @@ TEST(XmpTags, ChangeTheirPropertiesOnly) {
       // The name of an older kind of drone: its properties are replaced, and stay under its prefix and name.
       {" xmlns:Camera='http://ns.sensefly.com/Camera/1.0/'",
        "><Camera:Band><r:Seq><r:li>1</r:li></r:Seq></Camera:Band>\n <Camera:Yaw>9</Camera:Yaw></r:Description>",
-       names.substr(0, names.find("\n    xmlns:Camera")) + " xmlns:Camera='http://ns.sensefly.com/Camera/1.0/'",
+       names.substr(names.find("\n    xmlns:drone")) + " xmlns:Camera='http://ns.sensefly.com/Camera/1.0/'",
        ours + "><Camera:Band><r:Seq><r:li>1</r:li></r:Seq></Camera:Band></r:Description>"},
       // In a second description, under another prefix; a copy of an EXIF tag.
       {"",
