@@ -57,7 +57,7 @@ const PhotosToTag& Photos() {
 void GeotagByExiftool(benchmark::State& state) {
   if (HasProgram("exiftool", state)) Photos().Measure("exiftool -q -n -csv=tags.csv -o o/%d%f.%e m/cam1 m/cam2", state);
 }
-// The whole command: reads the mission, places and pairs as well, and flushes each copy to disk.
+// The whole command: reads the mission, places and pairs as well.
 void Geotag(benchmark::State& state) { Photos().Measure(KVMISSION_PROGRAM " geotag m -q -o o", state); }
 BENCHMARK(GeotagByExiftool)->UseRealTime()->Iterations(1);
 BENCHMARK(Geotag)->UseRealTime()->Iterations(1);

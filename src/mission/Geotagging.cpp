@@ -150,7 +150,7 @@ class Tagger {
       if (ReadBeginning(copy, tagged.size() + 1) == tagged) return State::Unchanged;
       if (!settings_.overwrite) throw Failure(Utf8(copy) + " exists and differs; --overwrite replaces it");
     }
-    PutPhoto(tagged, copy, photo, scratch_, fs::last_write_time(photo));
+    PutPhoto(tagged, copy, photo, scratch_, fs::last_write_time(photo), false);  // could be made again
     return State::Tagged;
   }
 

@@ -50,9 +50,9 @@ fs::path ScratchFolders::In(const fs::path& folder) {
 }
 
 void PutPhoto(const std::string& content, const fs::path& to, const fs::path& accessOf, ScratchFolders& scratch,
-              std::optional<fs::file_time_type> time) {
+              std::optional<fs::file_time_type> time, bool onDisk) {
   const fs::path copy = scratch.In(to.parent_path()) / to.filename();
-  WriteFile(copy, content, true);
+  WriteFile(copy, content, onDisk);
   std::error_code error;
   if (time) fs::last_write_time(copy, *time, error);
   if (error) FailWriting(copy, error);

@@ -30,13 +30,14 @@ class ScratchFolders {
   std::map<std::filesystem::path, std::unique_ptr<ScratchFolder>> folders_;
 };
 
-/// Writes a photo, with the permissions and, where the system allows it, the owner of another file, and gives it its
-/// name once it is on the disk.
+/// Writes a photo, with the permissions and, where the system allows it, the owner of another file, and then gives it
+/// its name.
 /// @param to    its folder exists; a file of the name is replaced
 /// @param time  modification time; now if there is none
+/// @param onDisk  flushes it to the disk before, as what takes the place of a photo must be: it outlives a power cut
 /// @throws Failure when that cannot be done; `to` is then as it was
 void PutPhoto(const std::string& content, const std::filesystem::path& to, const std::filesystem::path& accessOf,
-              ScratchFolders& scratch, std::optional<std::filesystem::file_time_type> time = {});
+              ScratchFolders& scratch, std::optional<std::filesystem::file_time_type> time = {}, bool onDisk = true);
 
 /// Copies a photo to its backup, with permissions and modification time; makes the folder if it is missing. A backup
 /// that is equal to the photo stays: an earlier run ended before it changed the photo.
