@@ -300,10 +300,9 @@ inline constexpr FindingKind  // Output
     AnglesOfSensor{"angles-of-sensor", Warning,
                    "files for photogrammetry: the angles of {count:photo} are the sensor's; they are a camera's that "
                    "looks straight down with the top of its pictures forward"},
-    PhotoPathsCut{
-        "photo-paths-cut", Warning,
-        "{count:photo path does|photo paths do} not fit PhotoPath (254 characters of Windows-1252) and will be cut or "
-        "misspelt"};
+    PhotoPathsCut{"photo-paths-cut", Warning,
+                  "{count:photo path does|photo paths do} not fit PhotoPath of the Shapefile (254 characters of "
+                  "Windows-1252) and will be cut or misspelt, first {photo}; the GeoPackage holds every path"};
 
 inline constexpr FindingKind  // Geotags
     PhotoNotTagged{"photo-not-tagged", Failure, "{photo}: not tagged: {reason}"};

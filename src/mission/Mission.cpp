@@ -149,14 +149,16 @@ void RunSensor(Mission& mission, Job& job) {
 
 void TakePhotoExtent(Mission& mission, Job& job) {
   std::size_t cut = 0;
+  std::string first;
   for (const Exposure& exposure : mission.exposures) {
     if (exposure.drop) continue;
     const tagKVSystemEvent& event = exposure.event;
     mission.photoBounds.Add(event.Latitude, event.Longitude, event.Altitude);
     mission.photoSpan.Add(*exposure.time);
-    cut += !FitsPhotoPath(event.PhotoPath);
+    if (FitsPhotoPath(event.PhotoPath)) continue;
+    if (cut++ == 0) first = Utf8(NativePath(event.PhotoPath.GetString()).filename());
   }
-  if (cut > 0) job.Add(Found::PhotoPathsCut, {{"count", Count(cut)}});
+  if (cut > 0) job.Add(Found::PhotoPathsCut, {{"count", Count(cut)}, {"photo", first}}, {.photo = first});
 }
 
 bool IsComplete(const Mission& mission) {

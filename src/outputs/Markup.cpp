@@ -2,40 +2,27 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-
 namespace kv::mission {
 
-std::string Escaped(std::string_view text) {
-  std::string escaped;
-  escaped.reserve(text.size());
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      case '"':
-        escaped += "&quot;";
-        break;
-      case '\'':
-        escaped += "&#39;";
-        break;
-      case '\t':
-      case '\n':
-      case '\r':
-        escaped += c;
-        break;
-      default:
-        static_cast<unsigned char>(c) < 0x20 ? escaped += "\xEF\xBF\xBD" : escaped += c;
+std::string XmlText(std::string_view text) {
+  constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+  constexpr std::string_view kEntities = "&<>\"\n\r\t";
+  constexpr const char* kReferences[] = {"&amp;", "&lt;", "&gt;", "&quot;", "&#10;", "&#13;", "&#9;"};
+  std::string xml;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (const auto entity = kEntities.find(c); entity != kEntities.npos) {
+      xml += kReferences[entity];
+    } else if (static_cast<unsigned char>(c) < ' ') {
+      xml += kReplacement;
+    } else if (const auto three = text.substr(i, 3); three == "\xEF\xBF\xBE" || three == "\xEF\xBF\xBF") {
+      xml += kReplacement;
+      i += 2;
+    } else {
+      xml += c;
     }
   }
-  return escaped;
+  return xml;
 }
 
 std::string LinkTo(std::string_view path) {

@@ -5,9 +5,9 @@
 
 namespace kv::mission {
 
-/// Text as it stands in XML and HTML, also between quotes. A character that XML cannot hold becomes U+FFFD.
-/// @param text  UTF-8
-std::string Escaped(std::string_view text);
+/// UTF-8 text as it stands between tags or double quotes of an XML or HTML document. U+FFFD replaces what XML cannot
+/// hold.
+std::string XmlText(std::string_view text);
 
 /// A path as the reference of a link: every byte but letters, digits and "-._~/" is percent-encoded.
 std::string LinkTo(std::string_view path);

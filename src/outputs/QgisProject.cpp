@@ -16,9 +16,9 @@
 
 #include "base/Writing.h"
 #include "crs/QuietErrors.h"
+#include "outputs/Markup.h"
 #include "outputs/MemoryFile.h"
 #include "outputs/QgisStyles.h"
-#include "outputs/Xml.h"
 #include "platform/FileNames.h"
 #include "time/Instants.h"
 

@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "outputs/Markup.h"
 #include "outputs/QgisLooks.h"
-#include "outputs/Xml.h"
 
 namespace kv::mission {
 namespace {

@@ -65,7 +65,7 @@ std::string BalloonOf(const PlacedPhoto& photo) {
     html += fmt::format("Position: {}<br/>", WordFor(exposure.quality.quality));
   if (exposure.blurred)
     html += fmt::format("Sharpness {:.1f}{}<br/>", exposure.event.Sharpness, *exposure.blurred ? ", blurred" : "");
-  if (exposure.drop) html += fmt::format("Dropped: {}<br/>", Escaped(TextOf(*exposure.drop)));
+  if (exposure.drop) html += fmt::format("Dropped: {}<br/>", XmlText(TextOf(*exposure.drop)));
   return html;
 }
 

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
+#include "outputs/Markup.h"
 #include "outputs/QgisProject.h"
 #include "outputs/QgisStyles.h"
-#include "outputs/Xml.h"
 
 namespace kv::mission {
 namespace {
