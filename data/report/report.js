@@ -41,6 +41,7 @@ const isDropped = at => known(valueAt(exposures.drop, at));
 const isBlurred = at => valueAt(exposures.blurred, at) === 1;
 const isPlaced = at => known(valueAt(exposures.latitude, at)) && known(valueAt(exposures.longitude, at));
 const stateOf = at => isDropped(at) ? exposures.drop[at] : isBlurred(at) ? "blurred" : "";
+const hasPhotoLayer = data.summary.layers.some(({name}) => name === "photos");
 const nameOf = at => visible(exposures.photo[at] ?? "no photo");
 
 /** A text with its control characters shown, as the summary shows them. */
@@ -61,9 +62,16 @@ function element(tag, attributes = {}, content = []) {
 const byId = id => document.getElementById(id);
 
 /** A colour of the style sheet by its name there, for canvases. */
-const colour = name => getComputedStyle(document.documentElement).getPropertyValue("--" + name).trim();
+function colour(name) {
+  if (!colours.has(name)) colours.set(name, getComputedStyle(document.documentElement).getPropertyValue("--" + name).trim());
+  return colours.get(name);
+}
+const colours = new Map();
 const redraws = [];  // called when the colours change
-matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => redraws.forEach(redraw => redraw()));
+matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => {
+  colours.clear();
+  redraws.forEach(redraw => redraw());
+});
 
 // On paper the page is light and as wide as A4 with its margins. Drawings are scaled, not made anew: browsers print
 // canvases as they were last shown.
@@ -122,7 +130,7 @@ function factsOf(at) {
   const of = name => valueAt(exposures[name], at);
   const angles = ["roll", "pitch"].map(of);
   return [
-    ["State", isDropped(at) ? "dropped: " + exposures.drop[at] : isBlurred(at) ? "blurred" : "in the photo layer"],
+    ["State", isDropped(at) ? "dropped: " + exposures.drop[at] : isBlurred(at) ? "blurred" : hasPhotoLayer ? "in the photo layer" : "not dropped"],
     ["Camera", fixed(of("camera"), 0)],
     ["Date", known(of("time")) ? dateTime(of("time")).slice(0, 10) : "unknown"],
     ["Exposed, UTC", timeOfDay(of("time"))],

@@ -31,7 +31,7 @@ for (const column of numberColumns) column.text ??= at => fixed(exposures[column
 const table = {order: [], sortedBy: tableColumns[0], ascending: true, isPrinted: false};
 const states = {
   all: () => true,
-  "in the photo layer": at => !isDropped(at),
+  "not dropped": at => !isDropped(at),
   blurred: at => isBlurred(at) && !isDropped(at),
   dropped: isDropped,
 };

@@ -252,7 +252,8 @@ MissionState StateOf(const Mission& mission) {
     return {"doubtful", fmt::format("Results may be wrong: {} below{}.", Counted(doubts, "doubt"),
                                     mission.HasPhotoLayer() ? "" : "; there is no photo layer")};
   if (!mission.complete) return {"incomplete", "Finished, but " + DropLine(mission) + "."};
-  return {"complete", "Everything was read, placed, matched and graded."};
+  return {"complete",
+          mission.exposures.empty() ? "Everything was read." : "Everything was read, placed, matched and graded."};
 }
 
 std::string UrlOf(const fs::path& path) {
