@@ -11,7 +11,7 @@ if [ "${1:-}" = --install-peers ]; then
   shift
 fi
 scripts/setup.sh "${groups[@]}"
-for peer in gpsbabel ogr2ogr cct cs2cs; do
+for peer in gpsbabel ogr2ogr cct cs2cs exiftool; do
   command -v "$peer" >/dev/null || echo "$peer is not installed: scripts/bench.sh --install-peers gets it" >&2
 done
 

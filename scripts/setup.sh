@@ -13,7 +13,7 @@ for option in "$@"; do
   case $option in
     --checks) wanted+=(clang-format clang libclang-rt-dev libbenchmark-dev gdal-bin python3-qgis chromium) ;;
     --benchmarks) wanted+=(libbenchmark-dev) ;;
-    --peers) wanted+=(gpsbabel gdal-bin proj-bin) ;;
+    --peers) wanted+=(gpsbabel gdal-bin proj-bin libimage-exiftool-perl) ;;
     *) echo "setup.sh: unknown option: $option" >&2 && exit 2 ;;
   esac
 done
