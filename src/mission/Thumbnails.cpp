@@ -19,7 +19,7 @@ constexpr std::size_t kUsualBytes = 10'000;
 
 /// Bytes of JPEG: on the page, four characters stand for three of them.
 std::size_t RoomFor(const Settings& settings) {
-  const bool isWanted = settings.grade && !settings.output.empty() && IsWanted(kReportOutput, settings);
+  const bool isWanted = settings.grade && IsWanted(kReportOutput, settings);
   return isWanted ? static_cast<std::size_t>(settings.thumbnailMegabytes * 1e6 * 3 / 4) : 0;
 }
 

@@ -39,11 +39,11 @@ class RunTest : public CommandTest {
   }
 };
 
-const std::set<std::string> kTrajectoryFiles{"mission.gpkg",          "mission.qgz",           "summary.json",
-                                             "trajectory_line.dbf",   "trajectory_line.prj",   "trajectory_line.qml",
-                                             "trajectory_line.shp",   "trajectory_line.shx",   "trajectory_points.dbf",
-                                             "trajectory_points.prj", "trajectory_points.qml", "trajectory_points.shp",
-                                             "trajectory_points.shx"};
+const std::set<std::string> kTrajectoryFiles{"report.html",           "mission.gpkg",          "mission.qgz",
+                                             "summary.json",          "trajectory_line.dbf",   "trajectory_line.prj",
+                                             "trajectory_line.qml",   "trajectory_line.shp",   "trajectory_line.shx",
+                                             "trajectory_points.dbf", "trajectory_points.prj", "trajectory_points.qml",
+                                             "trajectory_points.shp", "trajectory_points.shx"};
 
 TEST_F(RunTest, TurnsAMissionIntoLayersAndSaysWhatItDropped) {
   MakeMission();
