@@ -13,11 +13,12 @@ void FailWriting(const std::filesystem::path& path, const std::error_code& reaso
   throw KVMission::Failure(fmt::format("{}: cannot be written: {}", Utf8(path), reason.message()));
 }
 
-void WriteFile(const std::filesystem::path& path, const std::string& content, bool onDisk) {
+void WriteFile(const std::filesystem::path& path, const std::string& content, bool onDisk,
+               const std::filesystem::path& shown) {
   FilePtr file = OpenNative(path, "wb");
   if (!file || std::fwrite(content.data(), 1, content.size(), file.get()) != content.size() ||
       (onDisk && !FlushToDisk(file.get())) || std::fclose(file.release()) != 0)
-    FailWriting(path);
+    FailWriting(shown.empty() ? path : shown);
 }
 
 ScratchFolder::ScratchFolder(const std::filesystem::path& parent) {

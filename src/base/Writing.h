@@ -14,8 +14,10 @@ namespace kv::mission {
 
 /// Writes a file.
 /// @param onDisk  flushes it to the disk, where it outlives a power cut
+/// @param shown   its name in the failure; empty for the path itself
 /// @throws Failure when it cannot be written
-void WriteFile(const std::filesystem::path& path, const std::string& content, bool onDisk = false);
+void WriteFile(const std::filesystem::path& path, const std::string& content, bool onDisk = false,
+               const std::filesystem::path& shown = {});
 
 /// A new hidden folder for unfinished work; the destructor removes it with its content.
 class ScratchFolder {

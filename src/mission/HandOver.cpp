@@ -123,11 +123,12 @@ void Write(const Format& format, const Mission& mission, const OutputFolder& out
     if (settings.heights == Heights::Geoid) MoveToGeoid(camera);
     if (!settings.target.empty() && format.takesTarget) MoveToTarget(settings.target, camera);
     std::erase_if(camera.photos, [&](const PhotoPlace& photo) { return IsMisfit(format, photo); });
-    const fs::path folder = output.Staging() / fmt::format("cam{}", number);
+    const std::string folder = fmt::format("cam{}", number);
     std::error_code error;
-    fs::create_directory(folder, error);
-    if (error) FailWriting(folder, error);
-    WriteFile(folder / format.file, format.text(camera));
+    fs::create_directory(output.Staging() / folder, error);
+    if (error) FailWriting(output.Path() / folder, error);
+    WriteFile(output.Staging() / folder / format.file, format.text(camera), false,
+              output.Path() / folder / format.file);
   }
 }
 

@@ -5,7 +5,6 @@
 #include <iterator>
 #include <utility>
 
-#include "base/Writing.h"
 #include "mission/HandOver.h"
 #include "mission/Steps.h"
 #include "mission/inputs/GeoidHeights.h"
@@ -79,7 +78,7 @@ Results StyledShapefiles() {
 void WriteStyledShapefiles(const Mission& mission, const OutputFolder& output, Job& job) {
   WriteShapefiles(mission, output, job);
   for (const Layer& layer : LayersOf(mission))
-    WriteFile(output.Staging() / (std::string(layer.name) + ".qml"), ShapefileQml(layer.name, mission));
+    PathsOf(output).Write(std::string(layer.name) + ".qml", ShapefileQml(layer.name, mission));
 }
 
 void WriteProject(const Mission& mission, const OutputFolder& output, Job&) {
@@ -87,11 +86,11 @@ void WriteProject(const Mission& mission, const OutputFolder& output, Job&) {
 }
 
 void WriteSummary(const Mission& mission, const OutputFolder& output, Job&) {
-  WriteFile(output.Staging() / kSummaryFile, SummaryJson(mission, PathsOf(output).folder));
+  PathsOf(output).Write(kSummaryFile, SummaryJson(mission, PathsOf(output).folder));
 }
 
 void WriteReport(const Mission& mission, const OutputFolder& output, Job&) {
-  WriteFile(output.Staging() / kReportFile, ReportHtml(mission, PathsOf(output).folder));
+  PathsOf(output).Write(kReportFile, ReportHtml(mission, PathsOf(output).folder));
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <string>
 #include <utility>
 
+#include "base/Writing.h"
 #include "georef/EventTypes.h"
 #include "georef/FixQualities.h"
 #include "outputs/MissionTables.h"
@@ -367,6 +368,10 @@ const VectorFormat kGeoJson{{.driver = "GeoJSON", .layerOptions = {"RFC7946=YES"
                             false};
 const VectorFormat kFlatGeobuf{{.driver = "FlatGeobuf"}, ".fgb", nullptr, false};
 const VectorFormat kCsv{{.driver = "CSV", .layerOptions = {"LINEFORMAT=LF"}, .hasTimes = false}, ".csv"};
+
+void OutputPaths::Write(const std::filesystem::path& name, const std::string& content) const {
+  WriteFile(staging / name, content, false, folder / name);
+}
 
 void WriteMissionLayers(const Mission& mission, const VectorFormat& format, const OutputPaths& paths, Job& job) {
   // The same mission gives the same bytes: GDAL's "last change" is the end of the trajectory.

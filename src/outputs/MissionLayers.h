@@ -25,6 +25,9 @@ extern const VectorFormat kGeoPackage, kGeoJson, kFlatGeobuf, kCsv;
 /// Where files are written, and where they will be.
 struct OutputPaths {
   std::filesystem::path staging, folder;
+
+  /// @throws Failure with the name that the file would have had
+  void Write(const std::filesystem::path& name, const std::string& content) const;
 };
 
 /// Writes every layer that the mission gives. @throws Failure

@@ -14,7 +14,6 @@
 #include <iterator>
 #include <string_view>
 
-#include "base/Writing.h"
 #include "crs/QuietErrors.h"
 #include "outputs/Markup.h"
 #include "outputs/MemoryFile.h"
@@ -154,8 +153,7 @@ std::string NameOf(const fs::path& folder) {
 void WriteQgisProject(const Mission& mission, const OutputPaths& paths) {
   const fs::path& folder = mission.settings.mission;
   const auto layers = LayersIn(paths.staging / kGeoPackage.fileName);
-  WriteFile(paths.staging / kProjectFile,
-            Packed(QgisProjectXml(mission, NameOf(folder.empty() ? paths.folder : folder), layers)));
+  paths.Write(kProjectFile, Packed(QgisProjectXml(mission, NameOf(folder.empty() ? paths.folder : folder), layers)));
 }
 
 std::string QgisProjectXml(const Mission& mission, const std::string& name, const std::vector<std::string>& layers) {

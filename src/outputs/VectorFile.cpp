@@ -121,11 +121,13 @@ void VectorFile::Close() {
   CPLErrorReset();
   dataset_.reset();
   FailUnless(CPLGetLastErrorType() < CE_Failure);
-  if (memory_) WriteFile(staged_, memory_->Content());
+  if (memory_) WriteFile(staged_, memory_->Content(), false, path_);
 }
 
 void VectorFile::Fail() const {
-  const std::string reason = CPLGetLastErrorMsg();
+  std::string reason = CPLGetLastErrorMsg();
+  constexpr std::string_view kAfterStatement = "failed: ";  // SQLite's messages begin with the statement
+  if (const auto at = reason.rfind(kAfterStatement); at != reason.npos) reason.erase(0, at + kAfterStatement.size());
   throw Failure(fmt::format("{}: cannot be written{}{}", Utf8(path_), reason.empty() ? "" : ": ", reason));
 }
 

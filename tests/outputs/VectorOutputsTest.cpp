@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <ogr_api.h>
 
+#include <nlohmann/json.hpp>
+
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -52,11 +54,15 @@ Mission MissionIn(const fs::path& folder) {
 }
 
 /// The fields of a feature as text; "-" for NULL.
+/// @param layer  its name, or a query
 std::map<std::string, std::string> FieldsOf(const fs::path& file, const char* layer, int feature) {
   std::map<std::string, std::string> fields;
   const std::unique_ptr<void, decltype(&GDALClose)> dataset(
       GDALOpenEx(file.c_str(), GDAL_OF_VECTOR, nullptr, nullptr, nullptr), GDALClose);
-  const OGRLayerH table = dataset ? GDALDatasetGetLayerByName(dataset.get(), layer) : nullptr;
+  const bool isQuery = std::string_view(layer).starts_with("SELECT");
+  const OGRLayerH table = !dataset  ? nullptr
+                          : isQuery ? GDALDatasetExecuteSQL(dataset.get(), layer, nullptr, nullptr)
+                                    : GDALDatasetGetLayerByName(dataset.get(), layer);
   if (!table) return fields;
   OGRFeatureH found = nullptr;
   for (int i = 0; i <= feature; ++i) {
@@ -68,6 +74,7 @@ std::map<std::string, std::string> FieldsOf(const fs::path& file, const char* la
     fields[OGR_Fld_GetNameRef(OGR_F_GetFieldDefnRef(found, i))] =
         OGR_F_IsFieldSetAndNotNull(found, i) ? OGR_F_GetFieldAsString(found, i) : "-";
   OGR_F_Destroy(found);
+  if (isQuery) GDALDatasetReleaseResultSet(dataset.get(), table);
   return fields;
 }
 
@@ -137,6 +144,17 @@ TEST(VectorOutputs, KnowAndDoNotKnow) {
     for (const auto& [name, value] : row.fields)
       EXPECT_EQ(fields[name], value) << row.file << ' ' << row.layer << ' ' << name;
   }
+  EXPECT_EQ(FieldsOf(temp.Path() / "out/mission.gpkg", "SELECT * FROM gpkg_data_columns WHERE column_name = 'hdop'",
+                     0)["features"],
+            "3");
+  EXPECT_EQ(FieldsOf(temp.Path() / "out/mission.gpkg",
+                     "SELECT name FROM gpkg_data_columns WHERE column_name = 'length'", 0)["name"],
+            "Length in space [m]");
+  EXPECT_EQ(FieldsOf(temp.Path() / "out/mission.gpkg", "SELECT * FROM rtree_fixes_geom", 0)["features"], "4");
+  const auto geojson = nlohmann::json::parse(temp.Read("out/dropped.geojson"));
+  EXPECT_FALSE(geojson.contains("crs"));  // RFC 7946 has WGS 84 alone, longitude first
+  EXPECT_EQ(geojson["features"][0]["geometry"],
+            nlohmann::json::parse(R"({"type": "Point", "coordinates": [11.0, 48.0, 500.0]})"));
   const std::string kml = temp.Read("out/mission.kml");
   EXPECT_EQ(kml.find("]]>\xD0\xAF"), kml.npos);  // would end a CDATA section
   EXPECT_NE(kml.find("../cam1/%3Cb%3E%26%22%27.jpg"), kml.npos);
