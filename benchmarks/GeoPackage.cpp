@@ -83,8 +83,10 @@ BENCHMARK(GeoPackageByGdal)->Iterations(1);
 void GeoPackageOfRun(benchmark::State& state) {
   const ScratchFolder folder;
   const GgaFile log(kFixes);
+  // The log jumps back once in 100,000 fixes: results are in doubt, and the exit code is 4.
   const std::string command = KVMISSION_PROGRAM " run --trajectory '" + log.Path().string() +
-                              "' --date 2023-12-22 --outputs gpkg --overwrite -o '" + (folder / "out").string() + "'";
+                              "' --date 2023-12-22 --outputs gpkg --overwrite -o '" + (folder / "out").string() +
+                              "' || [ $? = 4 ]";
   for (auto _ : state) {
     const double before = ProgramSeconds();
     if (!RunsQuietly(command)) state.SkipWithError("FAILED: kvmission");

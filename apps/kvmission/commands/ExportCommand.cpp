@@ -23,8 +23,7 @@ ExitCode Export(const ExportOptions& options) {
   if (std::none_of(given.begin(), given.end(), isOutputs)) KVMission::Set(settings, "outputs", kAll);
   settings.grade = false;
   if (settings.output.empty()) throw Failure("give a folder for the files with --output", Failure::Reason::WrongUsage);
-  if (settings.mission.empty() && settings.trajectory.empty() && settings.timestamps.empty())
-    throw Failure("give a mission folder, --trajectory FILE or --timestamps FILE", Failure::Reason::WrongUsage);
+  RequireMission(settings);
   CatchInterrupts();
   Messages messages(options.common.Wanted());
   const KVMission::Mission mission = KVMission::RunMission(settings, messages);

@@ -53,4 +53,10 @@ Settings SettingsFor(const MissionOptions& options) {
   return settings;
 }
 
+void RequireMission(const Settings& settings) {
+  using KVMission::Failure;
+  if (settings.mission.empty() && settings.trajectory.empty() && settings.timestamps.empty())
+    throw Failure("give a mission folder, --trajectory FILE or --timestamps FILE", Failure::Reason::WrongUsage);
+}
+
 }  // namespace kv::command

@@ -24,4 +24,7 @@ void AddMissionOptions(CLI::App& command, MissionOptions& options,
 /// The settings of the mission's folder, changed by the command line.
 KVMission::Settings SettingsFor(const MissionOptions& options);
 
+/// @throws Failure (WrongUsage) when neither a folder nor files of a mission are given
+void RequireMission(const KVMission::Settings& settings);
+
 }  // namespace kv::command

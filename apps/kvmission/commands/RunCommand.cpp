@@ -23,8 +23,7 @@ ExitCode Run(const RunOptions& options) {
   if (options.dryRun) settings.output.clear();
   if (settings.output.empty() && !options.dryRun)
     throw Failure("give a folder for the results with --output, or --dry-run", Failure::Reason::WrongUsage);
-  if (settings.mission.empty() && settings.trajectory.empty() && settings.timestamps.empty())
-    throw Failure("give a mission folder, --trajectory FILE or --timestamps FILE", Failure::Reason::WrongUsage);
+  RequireMission(settings);
   CatchInterrupts();
   Messages messages(options.common.Wanted());
   const KVMission::Mission mission = KVMission::RunMission(settings, messages);
