@@ -298,11 +298,11 @@ inline constexpr FindingKind  // Output
     PhotoNamesUnfit{"photo-names-unfit", Warning,
                     "{file}: {count:photo name} with characters that the format cannot hold, first {photo}: left out"},
     AnglesOfSensor{"angles-of-sensor", Warning,
-                   "files for photogrammetry: the angles of {count:photo} are the sensor's; they are a camera's that "
-                   "looks straight down with the top of its pictures forward"},
+                   "the angles written for {count:photo} are the sensor's: they hold for a camera only if it looks "
+                   "straight down with the top of its pictures forward"},
     PhotoPathsCut{"photo-paths-cut", Warning,
                   "{count:photo path does|photo paths do} not fit PhotoPath of the Shapefile (254 characters of "
-                  "Windows-1252) and will be cut or misspelt, first {photo}; the GeoPackage holds every path"};
+                  "Windows-1252) and will be cut or misspelt, first {photo}; the GeoPackage holds every path in UTF-8"};
 
 inline constexpr FindingKind  // Geotags
     PhotoNotTagged{"photo-not-tagged", Failure, "{photo}: not tagged: {reason}"};

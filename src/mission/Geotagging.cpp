@@ -1,7 +1,7 @@
 #include <KVMission.h>
-#include <KVUtilities.h>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <atomic>
 #include <map>
 #include <optional>
@@ -14,6 +14,7 @@
 #include "base/Writing.h"
 #include "georef/EventTypes.h"
 #include "mission/OutputFolder.h"
+#include "mission/inputs/GeoidHeights.h"
 #include "photos/Geotag.h"
 #include "photos/PhotoReplacement.h"
 #include "platform/FileNames.h"
@@ -70,24 +71,15 @@ std::vector<Task> TasksOf(const Mission& mission) {
 }
 
 /// Puts the heights above the geoid. @throws Failure
-void LeaveEllipsoid(std::vector<Task>& tasks) {
-  constexpr const wchar_t* kGeoid = L"EPSG:4326+5773";  // WGS 84 with EGM96 heights
-  std::wstring error;
-  const auto system = KVUtilities::DescribeCoordinateSystem(kGeoid, error);
-  if (!error.empty() || system.GeoidGrid.IsEmpty())
-    throw Failure(
-        "heights above the geoid take the grid of EGM96 (EPSG:5773), egm96_15.gtx, which is not installed; run again "
-        "with --heights ellipsoid, or install it");
+void MoveToGeoid(std::vector<Task>& tasks) {
   std::vector<tagKVPosEvent> places(tasks.size());
   for (std::size_t i = 0; i < tasks.size(); ++i) {
     places[i].Latitude = tasks[i].geotag.latitude, places[i].Longitude = tasks[i].geotag.longitude;
     places[i].Height = tasks[i].geotag.height;
   }
-  std::size_t transformed = 0;
-  if (!KVUtilities::TransformPosEvents(places, system.Wkt.GetString(), transformed, error))
-    throw Failure("heights above the geoid: " + Utf8(error));
+  LeaveEllipsoid(places);
   for (std::size_t i = 0; i < tasks.size(); ++i)
-    tasks[i].geotag.height = places[i].Z, tasks[i].geotag.isEllipsoidal = false;
+    tasks[i].geotag.height = places[i].Height, tasks[i].geotag.isEllipsoidal = false;
 }
 
 /// A folder for copies or backups must not be one of the photos, nor the mission's, where a later run would find it.
@@ -199,7 +191,10 @@ std::vector<KVMission::GeotaggedPhoto> KVMission::GeotagPhotos(const Mission& mi
   for (const auto& folder : {settings.output, settings.backup}) {
     if (!folder.empty()) RefuseFolderOfPhotos(folder, mission, tasks);
   }
-  if (settings.heights == Heights::Geoid && !tasks.empty()) LeaveEllipsoid(tasks);
+  if (settings.heights == Heights::Geoid && !tasks.empty()) MoveToGeoid(tasks);
+  const auto angles = std::count_if(tasks.begin(), tasks.end(),
+                                    [](const Task& task) { return task.geotag.attitude && task.geotag.isLevelKnown; });
+  if (angles > 0) job.Add(Found::AnglesOfSensor, {{"count", std::int64_t{angles}}});
   std::optional<NewFolders> folders[2];
   for (const Task& task : tasks) {
     auto& made = folders[task.camera - 1];

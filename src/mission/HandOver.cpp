@@ -63,10 +63,11 @@ PhotoPlace PlaceOf(const Exposure& exposure) {
 CameraPlaces PlacesOf(const Mission& mission, int camera) {
   CameraPlaces places;
   places.system = "EPSG:4326", places.heights = "heights above the ellipsoid";
-  std::set<std::string> names;
+  std::set<fs::path> names;
   for (const Exposure& exposure : mission.exposures) {
     if (exposure.drop || CameraOf(exposure.event) != camera || exposure.event.PhotoPath.IsEmpty()) continue;
-    if (names.insert(NameOf(exposure.event)).second) places.photos.push_back(PlaceOf(exposure));
+    if (names.insert(NativePath(exposure.event.PhotoPath.GetString())).second)
+      places.photos.push_back(PlaceOf(exposure));
   }
   return places;
 }
@@ -81,15 +82,9 @@ std::vector<tagKVPosEvent> PointsOf(const CameraPlaces& camera) {
 }
 
 void MoveToGeoid(CameraPlaces& camera) {
-  const auto geoid = Egm96::Find();
-  if (!geoid)
-    throw Failure(
-        "heights above the geoid take the grid of EGM96 (EPSG:5773), which is not installed; "
-        "--heights ellipsoid needs none");
-  std::vector<double> separations;
-  if (const std::wstring error = geoid->Separations(PointsOf(camera), separations); !error.empty())
-    throw Failure("heights above the geoid: " + Utf8(error));
-  for (std::size_t i = 0; i < separations.size(); ++i) camera.photos[i].z = camera.photos[i].height -= separations[i];
+  auto points = PointsOf(camera);
+  LeaveEllipsoid(points);
+  for (std::size_t i = 0; i < points.size(); ++i) camera.photos[i].z = camera.photos[i].height = points[i].Height;
   camera.heights = "heights above the geoid EGM96";
 }
 
@@ -113,7 +108,10 @@ void MoveToTarget(const std::string& target, CameraPlaces& camera) {
                               TextOf(system.Name)));
 }
 
-bool IsMisfit(const Format& format, const PhotoPlace& photo) { return format.fits && !format.fits(photo.name); }
+/// A name that is not UTF-8 would name no photo.
+bool IsMisfit(const Format& format, const PhotoPlace& photo) {
+  return (format.fits && !format.fits(photo.name)) || photo.name.find("\xEF\xBF\xBD") != photo.name.npos;
+}
 
 void Write(const Format& format, const Mission& mission, const OutputFolder& output) {
   const Settings& settings = mission.settings;
@@ -152,7 +150,7 @@ const std::vector<OutputRow>& PhotogrammetryRows() {
 
 void TellOfHandOver(const Mission& mission, Job& job) {
   const auto isWanted = [&](const Format& format) { return IsWanted(format.kind.name, mission.settings); };
-  if (!mission.HasPhotoLayer() || std::none_of(kFormats.begin(), kFormats.end(), isWanted)) return;
+  if (!HasPlacedPhotos(mission) || std::none_of(kFormats.begin(), kFormats.end(), isWanted)) return;
   std::size_t angles = 0;
   for (const int number : {1, 2}) {
     const auto photos = PlacesOf(mission, number).photos;
@@ -161,8 +159,10 @@ void TellOfHandOver(const Mission& mission, Job& job) {
       const auto misfit = std::find_if(photos.begin(), photos.end(), isMisfit);
       if (!isWanted(format) || misfit == photos.end()) continue;
       const auto count = static_cast<std::size_t>(std::count_if(photos.begin(), photos.end(), isMisfit));
-      job.Add(Found::PhotoNamesUnfit, {{"file", format.file}, {"count", Count(count)}, {"photo", misfit->name}},
-              {.camera = number, .photo = misfit->name});
+      job.Add(
+          Found::PhotoNamesUnfit,
+          {{"file", fmt::format("cam{}/{}", number, format.file)}, {"count", Count(count)}, {"photo", misfit->name}},
+          {.camera = number, .photo = misfit->name});
     }
     angles += static_cast<std::size_t>(
         std::count_if(photos.begin(), photos.end(), [](const PhotoPlace& photo) { return photo.attitude; }));

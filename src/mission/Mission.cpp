@@ -158,7 +158,8 @@ void TakePhotoExtent(Mission& mission, Job& job) {
     if (FitsPhotoPath(event.PhotoPath)) continue;
     if (cut++ == 0) first = Utf8(NativePath(event.PhotoPath.GetString()).filename());
   }
-  if (cut > 0) job.Add(Found::PhotoPathsCut, {{"count", Count(cut)}, {"photo", first}}, {.photo = first});
+  if (cut > 0 && IsWanted("shp", mission.settings))
+    job.Add(Found::PhotoPathsCut, {{"count", Count(cut)}, {"photo", first}}, {.photo = first});
 }
 
 bool IsComplete(const Mission& mission) {
@@ -194,6 +195,7 @@ void TakeFindings(Mission& mission, Job& job) {
   mission.doubtful = std::any_of(job.Findings().begin(), job.Findings().end(), isDoubt);
   if (mission.doubtful && !mission.HasPhotoLayer() && (mission.events || mission.timestamps))
     job.Add(Found::PhotoLayerWithheld);
+  TellOfHandOver(mission, job);
   mission.findings = job.Findings();
   std::stable_sort(mission.findings.begin(), mission.findings.end(),
                    [](const Finding& a, const Finding& b) { return a.severity > b.severity; });
@@ -219,7 +221,6 @@ KVMission::Mission KVMission::RunMission(const Settings& settings, Observer& obs
   if (!inputs.orientation.empty()) mission.orientation = ReadOrientationFile(inputs.orientation, job);
   inputs.timestamps.empty() ? RunSensor(mission, job) : RunDrone(mission, job);
   TakePhotoExtent(mission, job);
-  TellOfHandOver(mission, job);
   TakeFindings(mission, job);
   mission.complete = IsComplete(mission);
   if (output) {

@@ -70,6 +70,8 @@ class Renames {
     FailWriting(to, error);
   }
 
+  bool IsEmpty() const { return made_.empty(); }
+
   /// The last one first. @return whether all went back
   bool TakeBack() {
     bool all = true;
@@ -168,7 +170,7 @@ void OutputFolder::Commit(Job& job) {
     staging_.Keep();
     throw Failure(fmt::format("{}; what could not be put back is in {}", failure.what(), Utf8(Staging())));
   }
-  folders_.Keep();
+  if (!renames.IsEmpty()) folders_.Keep();  // a folder without a result goes again
   for (NewFolders& folder : folders) folder.Keep();
 }
 

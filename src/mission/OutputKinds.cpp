@@ -29,7 +29,7 @@ void WriteVectors(const Mission& mission, const OutputFolder& output, Job& job) 
 /// A file for each layer.
 Results FilesOf(const VectorFormat& format) {
   Results results;
-  for (const char* layer : kVectorLayers) results.files.push_back(std::string(layer) + format.extension);
+  for (const char* layer : kVectorLayers) results.files.push_back(FileFor(layer, format));
   return results;
 }
 
@@ -159,17 +159,23 @@ Results RunResults() {
 }
 
 Results ResultsOf(const Settings& settings) {
-  const auto isForPhotogrammetry = [](const OutputRow& row) { return row.needsPhotoLayer; };
+  const auto isForPhotogrammetry = [](const OutputRow& row) { return row.needsPhotos; };
   const bool isAll = std::any_of(OutputRows().begin(), OutputRows().end(), [&](const OutputRow& row) {
     return IsWanted(row.kind.name, settings) && !isForPhotogrammetry(row);
   });
   return isAll ? RunResults() : ResultsOfRows(isForPhotogrammetry);
 }
 
+bool HasPlacedPhotos(const Mission& mission) {
+  return mission.HasPhotoLayer() &&
+         std::any_of(mission.exposures.begin(), mission.exposures.end(),
+                     [](const Exposure& exposure) { return !exposure.drop && !exposure.event.PhotoPath.IsEmpty(); });
+}
+
 std::vector<std::string> WantedOutputs(const Mission& mission) {
   std::vector<std::string> names;
   for (const OutputRow& row : OutputRows()) {
-    const bool isPossible = !row.needsPhotoLayer || mission.HasPhotoLayer();
+    const bool isPossible = !row.needsPhotos || HasPlacedPhotos(mission);
     if (isPossible && IsWanted(row.kind.name, mission.settings)) names.emplace_back(row.kind.name);
   }
   return names;

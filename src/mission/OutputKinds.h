@@ -16,8 +16,8 @@ struct OutputRow {
   OutputKind kind;
   Results results;                                                              ///< every name that it may have
   void (*write)(const Mission& mission, const OutputFolder& output, Job& job);  ///< into the staging folder
-  bool needsPhotoLayer = false;  ///< not written when results are in doubt
-  const char* needs = nullptr;   ///< name of another kind, written before it even if nobody asks for that
+  bool needsPhotos = false;     ///< in the photo layer, which is not made when results are in doubt
+  const char* needs = nullptr;  ///< name of another kind, written before it even if nobody asks for that
 };
 
 /// In the order in which they are written.
@@ -25,6 +25,9 @@ const std::vector<OutputRow>& OutputRows();
 
 /// "shp, gpkg, ..."
 std::string OutputNames();
+
+/// Whether the photo layer is made and has a photo.
+bool HasPlacedPhotos(const Mission& mission);
 
 /// Names of those that are written, in the order of `OutputRows`.
 std::vector<std::string> WantedOutputs(const Mission& mission);

@@ -134,7 +134,7 @@ std::string ReadOutputs(std::string_view text, Settings& settings) {
     outputs.emplace_back(WithoutBlanks(text.substr(0, comma)));
     const auto& kinds = OutputKinds();
     const auto isNamed = [&](const OutputKind& kind) { return kind.name == outputs.back(); };
-    if (std::none_of(kinds.begin(), kinds.end(), isNamed)) return "must be names between commas: " + OutputNames();
+    if (std::none_of(kinds.begin(), kinds.end(), isNamed)) return "must be a comma-separated list of: " + OutputNames();
   }
   settings.outputs = std::move(outputs);
   return {};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -9,7 +10,11 @@ namespace kv::mission {
 /// hold.
 std::string XmlText(std::string_view text);
 
-/// A path as the reference of a link: every byte but letters, digits and "-._~/" is percent-encoded.
-std::string LinkTo(std::string_view path);
+/// Text in which U+FFFD stands for what XML cannot hold.
+std::string WithoutControls(std::string_view text);
+
+/// A path as the reference of a link: every byte but letters, digits and "-._~/" is percent-encoded, so that names that
+/// are not UTF-8 lead to their files too.
+std::string LinkTo(const std::filesystem::path& path);
 
 }  // namespace kv::mission

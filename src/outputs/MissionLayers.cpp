@@ -1,6 +1,7 @@
 #include "outputs/MissionLayers.h"
 
 #include <cpl_conv.h>
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
@@ -322,7 +323,7 @@ class LayerFiles {
   template <class Row, class Rows>
   void Write(const VectorLayer<Row>& layer, OGRSpatialReferenceH system, const Rows& rows) {
     if (!layer.addVertices && !format_.takesTables) return;
-    if (!format_.fileName) Open(std::string(layer.name) + format_.extension);
+    if (!format_.fileName) Open(FileFor(layer.name, format_));
     file_->Write(layer, layer.addVertices ? system : nullptr, rows, job_);
     written_.push_back(layer.name);
     if (!format_.fileName) file_->Close();
@@ -336,7 +337,13 @@ class LayerFiles {
   }
 
  private:
-  void Open(const std::string& name) { file_.emplace(format_.format, paths_.staging / name, paths_.folder / name); }
+  void Open(const std::string& name) {
+    std::error_code error;
+    const auto folder = (paths_.staging / name).parent_path();
+    std::filesystem::create_directory(folder, error);
+    if (error) FailWriting(folder, error);
+    file_.emplace(format_.format, paths_.staging / name, paths_.folder / name);
+  }
 
   const VectorFormat& format_;
   const OutputPaths& paths_;
@@ -358,16 +365,30 @@ const VectorFormat kGeoPackage{{.driver = "GPKG",
                                 .layerOptions = {"GEOMETRY_NAME=geom", "ASPATIAL_VARIANT=GPKG_ATTRIBUTES"},
                                 .inMemory = false,
                                 .hasAliases = true},
-                               ".gpkg",
+                               "gpkg",
                                "mission.gpkg",
                                true,
                                true};
 const VectorFormat kGeoJson{{.driver = "GeoJSON", .layerOptions = {"RFC7946=YES", "WRITE_NAME=NO"}, .hasTimes = false},
-                            ".geojson",
+                            "geojson",
                             nullptr,
                             false};
-const VectorFormat kFlatGeobuf{{.driver = "FlatGeobuf"}, ".fgb", nullptr, false};
-const VectorFormat kCsv{{.driver = "CSV", .layerOptions = {"LINEFORMAT=LF"}, .hasTimes = false}, ".csv"};
+const VectorFormat kFlatGeobuf{{.driver = "FlatGeobuf"}, "fgb", nullptr, false};
+const VectorFormat kCsv{{.driver = "CSV", .layerOptions = {"LINEFORMAT=LF"}, .hasTimes = false}, "csv"};
+
+std::string FileFor(const std::string& layer, const VectorFormat& format) {
+  return fmt::format("{0}/{1}.{0}", format.extension, layer);
+}
+
+std::vector<FieldDefinition> FieldsOf(std::string_view layer) {
+  std::vector<FieldDefinition> fields;
+  const auto take = [&](const auto& candidate) {
+    if (candidate.name == layer) fields.assign(candidate.fields.begin(), candidate.fields.end());
+  };
+  take(kPhotoLayer), take(kDroppedLayer), take(kStationLayer), take(kTrajectoryLayer), take(kFixLayer), take(kGapLayer);
+  take(kHousekeepingLayer), take(kPosLayer), take(kFindingLayer);
+  return fields;
+}
 
 void OutputPaths::Write(const std::filesystem::path& name, const std::string& content) const {
   WriteFile(staging / name, content, false, folder / name);

@@ -3,6 +3,9 @@
 #include <KVMission.h>
 
 #include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "base/Job.h"
 #include "outputs/VectorFile.h"
@@ -15,8 +18,8 @@ inline constexpr const char* kVectorLayers[] = {"photos", "dropped",      "stati
 
 struct VectorFormat {
   VectorFile::Format format;
-  const char* extension;           ///< ".gpkg"
-  const char* fileName = nullptr;  ///< of one file for all layers; null for a file for each, of the layer's name
+  const char* extension;           ///< "gpkg"
+  const char* fileName = nullptr;  ///< of one file for all layers; null for a folder with a file for each, as extension
   bool takesTables = true;         ///< also layers without places
   bool takesStyles = false;        ///< for QGIS, as a table
 };
@@ -29,6 +32,12 @@ struct OutputPaths {
   /// @throws Failure with the name that the file would have had
   void Write(const std::filesystem::path& name, const std::string& content) const;
 };
+
+/// The file of a layer in a format that has one for each: "csv/photos.csv".
+std::string FileFor(const std::string& layer, const VectorFormat& format);
+
+/// The fields of a layer; none for an unknown name.
+std::vector<FieldDefinition> FieldsOf(std::string_view layer);
 
 /// Writes every layer that the mission gives. @throws Failure
 void WriteMissionLayers(const Mission& mission, const VectorFormat& format, const OutputPaths& paths, Job& job);

@@ -5,6 +5,7 @@
 
 #include "georef/Ellipsoid.h"
 #include "georef/EventTypes.h"
+#include "outputs/Markup.h"
 #include "outputs/RelativePaths.h"
 #include "platform/FileNames.h"
 #include "time/Instants.h"
@@ -14,12 +15,23 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// @return an empty text when the path is not UTF-8
+std::string ExactText(const fs::path& path) {
+  const std::u8string bytes = path.generic_u8string();
+  const std::string text = Utf8(fs::path(bytes));
+  return std::equal(text.begin(), text.end(), bytes.begin(), bytes.end(),
+                    [](char a, char8_t b) { return a == static_cast<char>(b); })
+             ? text
+             : "";
+}
+
 PhotoRow RowOf(const tagKVSystemEvent& event, RelativePaths& paths) {
   PhotoRow row{};
   if (event.PhotoPath.IsEmpty()) return row;
   const fs::path path = NativePath(event.PhotoPath.GetString());
-  row.name = Utf8(path.filename()), row.absolute = Utf8(path);
-  row.relative = Utf8(fs::path(paths.To(path).generic_u8string()));
+  const fs::path relative = paths.To(path);
+  row.name = Utf8(path.filename()), row.absolute = ExactText(path);
+  row.relative = ExactText(relative), row.link = LinkTo(relative);
   return row;
 }
 

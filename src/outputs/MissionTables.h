@@ -17,8 +17,9 @@ struct PhotoRow {
   const Exposure* exposure;
   std::size_t number;    ///< of the camera event in its file, from 1
   std::string name;      ///< of the photo; empty without one
-  std::string absolute;  ///< path of the photo
-  std::string relative;  ///< the same from the folder of the results, with "/"; empty on another drive
+  std::string absolute;  ///< path of the photo; empty when it is not UTF-8, and so not to be told in text
+  std::string relative;  ///< the same from the folder of the results, with "/"; empty on another drive too
+  std::string link;      ///< the relative path as a link; empty on another drive
 };
 
 enum class Exposures { InPhotoLayer, Dropped };

@@ -73,7 +73,7 @@ constexpr LayerLook kPhotos{
     .facts =
         "{photo}, 'Camera ' || {camera}, {time}, attribute($currentfeature, 'reason'), if({blurred}, 'Blurred', "
         "NULL), 'Sharpness ' || round({sharpness}, 1), 'Sharper than ' || round(attribute($currentfeature, "
-        "'sharpness_percentile')) || ' % of the camera''s photos', 'Position: ' || {quality}",
+        "'sharpness_percentile')) || ' % of the camera''s other photos', 'Position: ' || {quality}",
     .photos = {"{photo_path}"},
     .order = "{camera} + if({blurred}, 2, 0)",
     .byCamera = true};

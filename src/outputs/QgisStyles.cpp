@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "outputs/Markup.h"
+#include "outputs/MissionLayers.h"
 #include "outputs/QgisLooks.h"
 
 namespace kv::mission {
@@ -185,6 +186,14 @@ constexpr auto kStyleFields = std::to_array<Field<StyleRow>>({
     {"update_time", "", [](const StyleRow& row) { return row.time; }},
 });
 
+/// Names of fields for people, which versions of QGIS do not take from the GeoPackage itself.
+std::string AliasesOf(std::string_view layer) {
+  std::string aliases = "<aliases>\n";
+  for (const FieldDefinition& field : FieldsOf(layer))
+    aliases += fmt::format("<alias field=\"{}\" name=\"{}\"/>\n", field.name, XmlText(field.alias));
+  return aliases + "</aliases>\n";
+}
+
 const LayerLook* LookOf(std::span<const NamedLook> looks, std::string_view layer) {
   const auto found = std::find_if(looks.begin(), looks.end(), [&](auto& look) { return look.layer == layer; });
   return found == looks.end() ? nullptr : found->look;
@@ -199,7 +208,7 @@ std::string GeoPackageStyle(std::string_view layer, const Mission& mission) {
   if (!look) return {};
   const char* times = look->when == When::Instant ? "mode=\"1\" startField=\"time\""
                                                   : "mode=\"2\" startField=\"first\" endField=\"last\"";
-  return StyleOf(*look, GeoPackageColumns(), times, mission);
+  return StyleOf(*look, GeoPackageColumns(), times, mission) + AliasesOf(layer);
 }
 
 std::vector<StyleRow> StyleRows(const Mission& mission, const std::vector<std::string>& layers) {

@@ -55,8 +55,7 @@ std::string NameOf(const PlacedPhoto& photo) {
 std::string BalloonOf(const PlacedPhoto& photo) {
   const Exposure& exposure = *photo.row.exposure;
   std::string html;
-  if (!photo.row.relative.empty())
-    html += fmt::format("<img src=\"{}\" width=\"480\"/><br/>", LinkTo(photo.row.relative));
+  if (!photo.row.link.empty()) html += fmt::format("<img src=\"{}\" width=\"480\"/><br/>", photo.row.link);
   html += fmt::format("Camera {}, event {}<br/>", CameraOf(exposure.event), photo.row.number);
   if (exposure.time) html += TimeText(*exposure.time) + " UTC<br/>";
   html += fmt::format("{:.7f}, {:.7f}, {:.3f} m above the ellipsoid<br/>", exposure.event.Latitude,
@@ -71,15 +70,13 @@ std::string BalloonOf(const PlacedPhoto& photo) {
 
 std::string ModeOf(double height) { return height == height ? "absolute" : "clampToGround"; }
 
-/// GDAL's driver puts text with markup into CDATA sections and does not see where it would end one: a blank of no width
-/// parts such an end.
+/// GDAL's driver puts text with markup into CDATA sections and does not see where it would end one: a zero-width space
+/// prevents that.
 std::string KmlText(std::string text) {
   constexpr std::string_view kEnd = "]]>", kParted = "]]\u200B>";
   for (std::size_t at = 0; (at = text.find(kEnd, at)) != text.npos; at += kParted.size())
     text.replace(at, kEnd.size(), kParted);
-  std::string visible;
-  for (const char c : text) static_cast<unsigned char>(c) < 0x20 ? visible += "\xEF\xBF\xBD" : visible += c;
-  return visible;
+  return WithoutControls(text);
 }
 
 constexpr auto kKmlPhotoFields = std::to_array<Field<PlacedPhoto>>({
@@ -130,7 +127,7 @@ double Millimetres(double metres) { return std::round(metres * 1000) / 1000; }
 
 constexpr auto kWaypointFields = std::to_array<Field<PlacedPhoto>>({
     {"ele", "", [](const PlacedPhoto& photo) { return Millimetres(photo.height); }},
-    {"name", "", [](const PlacedPhoto& photo) { return NameOf(photo); }},
+    {"name", "", [](const PlacedPhoto& photo) { return WithoutControls(NameOf(photo)); }},
     {"time", "", [](const PlacedPhoto& photo) { return photo.row.exposure->time; }},
     {"desc", "",
      [](const PlacedPhoto& photo) { return fmt::format("camera {}", CameraOf(photo.row.exposure->event)); }},

@@ -145,8 +145,17 @@ void VectorFile::StoreAliases(const char* layer, const std::vector<FieldDefiniti
       "title TEXT, description TEXT, mime_type TEXT, constraint_name TEXT, PRIMARY KEY (table_name, column_name), "
       "UNIQUE (table_name, name))");
   Execute(
-      "INSERT OR REPLACE INTO gpkg_extensions VALUES ('gpkg_data_columns', NULL, 'gpkg_schema', "
-      "'http://www.geopackage.org/spec121/#extension_schema', 'read-write')");
+      "CREATE TABLE IF NOT EXISTS gpkg_data_column_constraints (constraint_name TEXT NOT NULL, constraint_type TEXT "
+      "NOT "
+      "NULL, value TEXT, min NUMERIC, min_is_inclusive BOOLEAN, max NUMERIC, max_is_inclusive BOOLEAN, description "
+      "TEXT, "
+      "UNIQUE (constraint_name, constraint_type, value))");
+  for (const char* table : {"gpkg_data_columns", "gpkg_data_column_constraints"})
+    Execute(
+        fmt::format("INSERT INTO gpkg_extensions SELECT '{0}', NULL, 'gpkg_schema', "
+                    "'http://www.geopackage.org/spec121/#extension_schema', 'read-write' WHERE NOT EXISTS "
+                    "(SELECT 1 FROM gpkg_extensions WHERE table_name = '{0}')",
+                    table));
   for (const FieldDefinition& field : fields)
     Execute(
         fmt::format("INSERT OR REPLACE INTO gpkg_data_columns (table_name, column_name, name, title) VALUES "

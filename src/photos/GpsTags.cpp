@@ -156,6 +156,8 @@ std::vector<TiffEntry> TakeOthers(TiffBlock& block, const std::vector<std::size_
   }
   const std::size_t old = block.Long(pointers.front());
   if (old == 0) return {};
+  if (old == block.FirstDirectory())
+    throw Failure("its EXIF data are inconsistent: the GPS tags point to the picture's");
   std::vector<TiffEntry> others = block.Directory(old);
   block.RemoveLast(old);
   std::erase_if(others, [&](const TiffEntry& entry) { return IsOurs(entry.tag, hasOwnAttitude); });

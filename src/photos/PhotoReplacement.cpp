@@ -52,10 +52,10 @@ fs::path ScratchFolders::In(const fs::path& folder) {
 void PutPhoto(const std::string& content, const fs::path& to, const fs::path& accessOf, ScratchFolders& scratch,
               std::optional<fs::file_time_type> time, bool onDisk) {
   const fs::path copy = scratch.In(to.parent_path()) / to.filename();
-  WriteFile(copy, content, onDisk);
+  WriteFile(copy, content, onDisk, to);
   std::error_code error;
   if (time) fs::last_write_time(copy, *time, error);
-  if (error) FailWriting(copy, error);
+  if (error) FailWriting(to, error);
   TakeAccess(copy, accessOf);
   fs::rename(copy, to, error);
   if (error) FailWriting(to, error);

@@ -11,6 +11,7 @@
 #include "georef/Attitudes.h"
 #include "georef/EventTypes.h"
 #include "georef/FixQualities.h"
+#include "outputs/Markup.h"
 #include "outputs/MissionTables.h"
 #include "outputs/RelativePaths.h"
 #include "platform/FileNames.h"
@@ -116,7 +117,7 @@ class PhotoColumns {
     const fs::path path = NativePath(photo.GetString());
     const fs::path relative = paths_.To(path);
     names_.push_back(Utf8(path.filename()));
-    links_.push_back(relative.empty() ? "file:///" + UrlOf(path) : UrlOf(relative));
+    links_.push_back(relative.empty() ? "file:///" + LinkTo(path) : LinkTo(relative));
     const auto thumbnail = thumbnails_.find(path);
     thumbnail_.Add(thumbnail == thumbnails_.end() ? std::nullopt : MaybeNumber(thumbnail->second));
   }
@@ -254,17 +255,6 @@ MissionState StateOf(const Mission& mission) {
   if (!mission.complete) return {"incomplete", "Finished, but " + DropLine(mission) + "."};
   return {"complete",
           mission.exposures.empty() ? "Everything was read." : "Everything was read, placed, matched and graded."};
-}
-
-std::string UrlOf(const fs::path& path) {
-  constexpr std::string_view kPlain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";
-  std::string url;
-  for (const char8_t byte : path.generic_u8string()) {
-    const char character = static_cast<char>(byte);
-    kPlain.find(character) == kPlain.npos ? url += fmt::format("%{:02X}", static_cast<unsigned>(byte))
-                                          : url += character;
-  }
-  return url;
 }
 
 Json ReportDataOf(const Mission& mission, const fs::path& folder) {

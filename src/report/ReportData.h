@@ -15,9 +15,6 @@ struct MissionState {
 };
 MissionState StateOf(const Mission& mission);
 
-/// A path as a URL, its bytes encoded but for "/" and what stands for itself: "a%20b/%3Cc%3E.jpg".
-std::string UrlOf(const std::filesystem::path& path);
-
 /// @param folder  of the page; links to photos are relative to it
 Json ReportDataOf(const Mission& mission, const std::filesystem::path& folder);
 

@@ -129,9 +129,12 @@ TEST(VectorOutputs, KnowAndDoNotKnow) {
       {"mission.gpkg", "trajectory", 1, {{"features", "2"}, {"fixes", "2"}, {"first", "2024/05/01 12:01:09.999+00"}}},
       {"mission.gpkg", "gaps", 0, {{"features", "1"}, {"seconds", "9"}, {"kind", "gap"}}},
       {"mission.gpkg", "fixes", 3, {{"features", "4"}, {"height_above_geoid", "-"}}},
-      {"photos.geojson", "photos", 0, {{"features", "2"}, {"time", "2024/05/01 12:00:59.999+00"}, {"roll", "-"}}},
-      {"photos.fgb", "photos", 0, {{"features", "2"}}},
-      {"photos.csv",
+      {"geojson/photos.geojson",
+       "photos",
+       0,
+       {{"features", "2"}, {"time", "2024/05/01 12:00:59.999+00"}, {"roll", "-"}}},
+      {"fgb/photos.fgb", "photos", 0, {{"features", "2"}}},
+      {"csv/photos.csv",
        "photos",
        0,
        {{"features", "2"}, {"time", "2024-05-01T12:00:59.999Z"}, {"master_tick", "4000000000"}}},
@@ -151,7 +154,7 @@ TEST(VectorOutputs, KnowAndDoNotKnow) {
                      "SELECT name FROM gpkg_data_columns WHERE column_name = 'length'", 0)["name"],
             "Length in space [m]");
   EXPECT_EQ(FieldsOf(temp.Path() / "out/mission.gpkg", "SELECT * FROM rtree_fixes_geom", 0)["features"], "4");
-  const auto geojson = nlohmann::json::parse(temp.Read("out/dropped.geojson"));
+  const auto geojson = nlohmann::json::parse(temp.Read("out/geojson/dropped.geojson"));
   EXPECT_FALSE(geojson.contains("crs"));  // RFC 7946 has WGS 84 alone, longitude first
   EXPECT_EQ(geojson["features"][0]["geometry"],
             nlohmann::json::parse(R"({"type": "Point", "coordinates": [11.0, 48.0, 500.0]})"));

@@ -8,6 +8,7 @@ import tempfile
 
 os.environ.setdefault("QT_QPA_PLATFORM", "offscreen")
 try:
+    from osgeo_utils.samples import validate_gpkg
     from qgis.core import (QgsApplication, QgsCoordinateTransform, QgsExpression, QgsExpressionContext,
                            QgsExpressionContextUtils, QgsFeatureRequest, QgsMapRendererSequentialJob, QgsMapSettings,
                            QgsProject, QgsRenderContext, QgsVectorLayer, QgsVectorLayerTemporalContext)
@@ -161,6 +162,9 @@ def check(out):
             alone = opened(layer.source(), name)
             expect_equal(alone.mapTipTemplate(), layer.mapTipTemplate(), "the default style of", name)
             expect(alone.temporalProperties().isActive(), name, "has no times by default")
+            bare = [field.name() for i, field in enumerate(layer.fields())
+                    if field.name() != "fid" and alone.attributeDisplayName(i) == field.name()]
+            expect_equal(bare, [], "fields without an alias in " + name)
     check_tips(layers["photos"])
     for name in sorted(file[:-4] for file in os.listdir(out) if file.endswith(".shp")):
         layers[name + ".shp"] = layer = opened(f"{out}/{name}.shp", name + ".shp")
@@ -179,5 +183,7 @@ def check(out):
 application = QgsApplication([], True)
 application.initQgis()
 with tempfile.TemporaryDirectory() as scratch:
-    check(make_results(sys.argv[1], scratch))
+    results = make_results(sys.argv[1], scratch)
+    validate_gpkg.GPKGChecker(f"{results}/mission.gpkg").check()
+    check(results)
     QgsProject.instance().clear()

@@ -29,9 +29,7 @@ ExitCode Export(const ExportOptions& options) {
   const KVMission::Mission mission = KVMission::RunMission(settings, messages);
   messages.ClearProgress();
   if (mission.doubtful) return ExitCode::Doubtful;
-  const auto& exposures = mission.exposures;
-  if (std::all_of(exposures.begin(), exposures.end(), [](const auto& exposure) { return exposure.drop.has_value(); }))
-    throw Failure("no photo has a place: nothing was exported");
+  if (PlacedPhotos(mission) == 0) throw Failure("no photo has a place: nothing was exported");
   return mission.complete ? ExitCode::Good : ExitCode::Unmatched;
 }
 

@@ -30,14 +30,8 @@ void CheckUsage(const GeotagOptions& options) {
   if (copies && !options.tagging.backup.empty()) fail("--backup goes with --in-place: copies leave the photos alone");
 }
 
-/// The photos of the layer, those that get a geotag.
-std::size_t PhotosOf(const KVMission::Mission& mission) {
-  return static_cast<std::size_t>(std::count_if(mission.exposures.begin(), mission.exposures.end(),
-                                                [](const KVMission::Exposure& exposure) { return !exposure.drop; }));
-}
-
 void Confirm(const GeotagOptions& options, const KVMission::Mission& mission) {
-  const std::size_t photos = PhotosOf(mission);
+  const std::size_t photos = PlacedPhotos(mission);
   const std::string question = fmt::format("Write geotags into {} photo{} in place{}?", photos, photos == 1 ? "" : "s",
                                            options.tagging.backup.empty() ? ", without a backup" : "");
   if (!Agrees("geotags are written into the photos in place", question)) throw Failure("nothing was tagged");
@@ -74,7 +68,7 @@ ExitCode GeotagMission(const GeotagOptions& options) {
     SayError("results are in doubt: photos are not tagged; --accept-doubt tags them");
     return ExitCode::Doubtful;
   }
-  if (PhotosOf(mission) == 0) throw Failure("no photo has a place");
+  if (PlacedPhotos(mission) == 0) throw Failure("no photo has a place: nothing was tagged");
   if (options.inPlace && !options.yes) Confirm(options, mission);
   KVMission::GeotagSettings tagging = options.tagging;
   tagging.jobs = settings.jobs, tagging.overwrite = settings.overwrite;

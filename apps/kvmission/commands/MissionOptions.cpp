@@ -59,4 +59,10 @@ void RequireMission(const Settings& settings) {
     throw Failure("give a mission folder, --trajectory FILE or --timestamps FILE", Failure::Reason::WrongUsage);
 }
 
+std::size_t PlacedPhotos(const KVMission::Mission& mission) {
+  return static_cast<std::size_t>(std::count_if(
+      mission.exposures.begin(), mission.exposures.end(),
+      [](const KVMission::Exposure& exposure) { return !exposure.drop && !exposure.event.PhotoPath.IsEmpty(); }));
+}
+
 }  // namespace kv::command

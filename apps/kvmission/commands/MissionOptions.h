@@ -27,4 +27,7 @@ KVMission::Settings SettingsFor(const MissionOptions& options);
 /// @throws Failure (WrongUsage) when neither a folder nor files of a mission are given
 void RequireMission(const KVMission::Settings& settings);
 
+/// Exposures with a place and a photo.
+std::size_t PlacedPhotos(const KVMission::Mission& mission);
+
 }  // namespace kv::command

@@ -31,6 +31,18 @@ std::wstring Egm96::Separations(std::vector<tagKVPosEvent> places, std::vector<d
   return {};
 }
 
+void LeaveEllipsoid(std::vector<tagKVPosEvent>& places) {
+  const auto geoid = Egm96::Find();
+  if (!geoid)
+    throw Failure(
+        "heights above the geoid take the grid of EGM96 (EPSG:5773), egm96_15.gtx, which is not installed; run again "
+        "with --heights ellipsoid, or install it");
+  std::vector<double> separations;
+  if (const std::wstring error = geoid->Separations(places, separations); !error.empty())
+    throw Failure("heights above the geoid: " + Utf8(error));
+  for (std::size_t i = 0; i < places.size(); ++i) places[i].Height -= separations[i];
+}
+
 GeoidHeights::GeoidHeights(const std::filesystem::path& file, Job& job) : file_(file), geoid_(Egm96::Find()) {
   if (!geoid_)
     throw Failure(

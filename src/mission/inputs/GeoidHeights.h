@@ -34,6 +34,9 @@ class Egm96 {
   std::string grid_;
 };
 
+/// Takes heights from the ellipsoid to the geoid. @throws Failure when its grid is not installed or does not reach
+void LeaveEllipsoid(std::vector<tagKVPosEvent>& places);
+
 /// Makes heights above a geoid that a file does not name ellipsoidal, by the grid of EGM96.
 class GeoidHeights {
  public:

@@ -111,8 +111,10 @@ std::string OpensfmText(const CameraPlaces& camera) {
     if (photo.horizontal) text += fmt::format(", \"dop\": {:.4f}", *photo.horizontal);
     text += '}';
     if (photo.time)
-      text += fmt::format(", \"capture_time\": {:.3f}",
-                          std::chrono::duration<double>(photo.time->time_since_epoch()).count());
+      text += fmt::format(
+          ", \"capture_time\": {:.3f}",
+          std::chrono::duration<double>(std::chrono::floor<std::chrono::milliseconds>(*photo.time).time_since_epoch())
+              .count());
     text += '}';
   }
   return text + "\n}\n";
