@@ -138,9 +138,10 @@ void RunWithoutGrading(benchmark::State& state) {
 double reportSeconds = 0;
 
 void TwentiethOfRun(benchmark::State& state) {
-  const auto secondsOfRun = [](const char* outputs) {
+  const Mission& mission = HourOfMission();  // first: simulating it takes time too
+  const auto secondsOfRun = [&mission](const char* outputs) {
     const double before = ProgramSeconds();
-    if (!HourOfMission().Run(outputs)) std::abort();
+    if (!mission.Run(outputs)) std::abort();
     return ProgramSeconds() - before;
   };
   for (auto _ : state) {
