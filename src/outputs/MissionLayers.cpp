@@ -89,7 +89,10 @@ constexpr auto kPhotoFields = std::to_array<Field<PhotoRow>>({
     {"time", "Exposure time [UTC]", [](const PhotoRow& row) { return row.exposure->time; }},
     {"gps_seconds", kGpsSeconds,
      [](const PhotoRow& row) { return row.exposure->time ? MaybeReal(EventOf(row).AdjGpsSec) : std::nullopt; }},
-    {"master_tick", "Master clock [ticks]", [](const PhotoRow& row) { return EventOf(row).MasterTick; }},
+    {"master_tick", "Master clock [ticks]",
+     [](const PhotoRow& row) {  // a drone's events have none
+       return row.exposure->photoNumber ? std::nullopt : MaybeReal(EventOf(row).MasterTick);
+     }},
     {"latitude", kLatitude, [](const PhotoRow& row) { return EventOf(row).Latitude; }},
     {"longitude", kLongitude, [](const PhotoRow& row) { return EventOf(row).Longitude; }},
     {"ellipsoidal_height", kEllipsoidal, [](const PhotoRow& row) { return EventOf(row).Altitude; }},

@@ -49,6 +49,7 @@ Mission MissionIn(const fs::path& folder) {
   known.time = kNoon, known.blurred = true, known.sharpnessRank = 0, known.event.Sharpness = 12;
   known.quality = {PositionQuality::Fixed, 17, 0.7f, 0.012f, 0.02f};
   known.attitude = Attitude{1, 2, 3}, known.attitudeQuality = AttitudeQuality::Track;
+  mission.exposures[2].photoNumber = 7;  // of a drone
   mission.exposures[2].drop = Drop{DropCode::InsideGap, 9};
   return mission;
 }
@@ -124,6 +125,7 @@ TEST(VectorOutputs, KnowAndDoNotKnow) {
        0,
        {{"features", "1"},
         {"photo", "-"},
+        {"master_tick", "-"},
         {"reason_code", "inside-gap"},
         {"reason", "no place: inside a gap of 9.0 s"}}},
       {"mission.gpkg", "trajectory", 1, {{"features", "2"}, {"fixes", "2"}, {"first", "2024/05/01 12:01:09.999+00"}}},
