@@ -47,34 +47,17 @@ class FieldSlot {
   int field_;
 };
 
+/// The type of a field by that of its values; the pointers are null.
+constexpr FieldType TypeOf(const std::int64_t*) { return FieldType::Integer; }
+constexpr FieldType TypeOf(const double*) { return FieldType::Real; }
+constexpr FieldType TypeOf(const std::string*) { return FieldType::Text; }
+constexpr FieldType TypeOf(const StoredText*) { return FieldType::Text; }
+constexpr FieldType TypeOf(const KVMission::Instant*) { return FieldType::Time; }
+constexpr FieldType TypeOf(const bool*) { return FieldType::Logical; }
 template <class Value>
-struct TypeOfValue;
-template <>
-struct TypeOfValue<std::int64_t> {
-  static constexpr FieldType kType = FieldType::Integer;
-};
-template <>
-struct TypeOfValue<double> {
-  static constexpr FieldType kType = FieldType::Real;
-};
-template <>
-struct TypeOfValue<std::string> {
-  static constexpr FieldType kType = FieldType::Text;
-};
-template <>
-struct TypeOfValue<StoredText> {
-  static constexpr FieldType kType = FieldType::Text;
-};
-template <>
-struct TypeOfValue<KVMission::Instant> {
-  static constexpr FieldType kType = FieldType::Time;
-};
-template <>
-struct TypeOfValue<bool> {
-  static constexpr FieldType kType = FieldType::Logical;
-};
-template <class Value>
-struct TypeOfValue<std::optional<Value>> : TypeOfValue<Value> {};
+constexpr FieldType TypeOf(const std::optional<Value>*) {
+  return TypeOf(static_cast<const Value*>(nullptr));
+}
 
 struct FieldDefinition {
   const char* name;
@@ -88,7 +71,7 @@ struct Field : FieldDefinition {
   template <class GetValue>
   constexpr Field(const char* fieldName, const char* fieldAlias, GetValue)
       : FieldDefinition{fieldName, fieldAlias,
-                        TypeOfValue<std::decay_t<std::invoke_result_t<GetValue, const Row&>>>::kType},
+                        TypeOf(static_cast<std::decay_t<std::invoke_result_t<GetValue, const Row&>>*>(nullptr))},
         put([](FieldSlot slot, const Row& row) { slot.Put(GetValue{}(row)); }) {
     static_assert(std::is_empty_v<GetValue>);  // a pointer to a function would be null
   }
