@@ -179,6 +179,7 @@ struct HousekeepingLog {
   TimeSpan span;                           ///< of the entries that have a time
   std::vector<tagKVLogEvent> events;       ///< entries; in a `Mission` those with a place
   std::vector<KnownReadings> known;        ///< of the events
+  std::vector<std::string> errorTexts;     ///< of the events: what an error entry says; empty for others
 };
 
 struct OrientationFile {

@@ -195,9 +195,11 @@ void PlaceEntries(HousekeepingLog& housekeeping, Trajectory& trajectory, Job& jo
   const auto isPlaced = [](const tagKVLogEvent& entry) { return !IsNullLocation(entry.Latitude, entry.Longitude); };
   std::size_t kept = 0;
   for (std::size_t i = 0; i < housekeeping.events.size(); ++i) {
-    if (isPlaced(housekeeping.events[i])) housekeeping.known[kept++] = housekeeping.known[i];
+    if (!isPlaced(housekeeping.events[i])) continue;
+    housekeeping.known[kept] = housekeeping.known[i];
+    std::swap(housekeeping.errorTexts[kept++], housekeeping.errorTexts[i]);
   }
-  housekeeping.known.resize(kept);
+  housekeeping.known.resize(kept), housekeeping.errorTexts.resize(kept);
   std::erase_if(housekeeping.events, std::not_fn(isPlaced));
   housekeeping.dropped = housekeeping.entries - housekeeping.events.size();
   const auto text = [](const std::optional<Instant>& time) { return time ? Value(*time) : Value("no time"); };

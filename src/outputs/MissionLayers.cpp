@@ -232,13 +232,15 @@ const VectorLayer<GapRow> kGapLayer{{"gaps", "Gaps", "Pauses and jumps of the tr
 struct EntryRow {
   const tagKVLogEvent* entry;
   KnownReadings known;
+  std::string error;
 };
 class EntryRows {
  public:
   explicit EntryRows(const HousekeepingLog& log) : log_(log) {}
   std::size_t size() const { return log_.events.size(); }
   EntryRow operator[](std::size_t i) const {
-    return {&log_.events[i], i < log_.known.size() ? log_.known[i] : KnownReadings{0}};
+    const bool isKnown = i < log_.known.size() && i < log_.errorTexts.size();
+    return {&log_.events[i], isKnown ? log_.known[i] : KnownReadings{0}, isKnown ? log_.errorTexts[i] : ""};
   }
 
  private:
@@ -260,7 +262,7 @@ constexpr auto kEntryFields = std::to_array<Field<EntryRow>>({
        return FromFields(time.wYear, time.wMonth, time.wDay, time.wHour, time.wMinute, time.wSecond);
      }},
     {"type", "Type", [](const EntryRow& row) { return TextOf(row.entry->Type); }},
-    {"text", "Text", [](const EntryRow& row) { return TextOf(row.entry->Desc); }},
+    {"text", "Text", [](const EntryRow& row) { return row.error.empty() ? TextOf(row.entry->Desc) : row.error; }},
     {"latitude", kLatitude, [](const EntryRow& row) { return row.entry->Latitude; }},
     {"longitude", kLongitude, [](const EntryRow& row) { return row.entry->Longitude; }},
     {"ellipsoidal_height", kEllipsoidal, [](const EntryRow& row) { return row.entry->Altitude; }},

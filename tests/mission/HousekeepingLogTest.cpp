@@ -50,5 +50,15 @@ TEST(HousekeepingLog, TellsWhatItLeavesOutOrTakesAsItIs) {
             (decltype(lowest){{"controlUnitTemperature", 1}, {"batteryVoltage", 12.5}, {"batteryPercent", 90}}));
 }
 
+TEST(HousekeepingLog, KeepsWhatErrorsSay) {
+  const TempFolder folder;
+  folder.Write("input",
+               "INFO,2024-05-01 12:00:00,CCU,1\r\nERR,2024-05-01 12:00:01,Camera 1 no trigger\r\nERR,2024-05-01 "
+               "12:00:02,a  :  b\r\n");
+  TestJob job;
+  EXPECT_EQ(ReadHousekeepingLog(folder.Path() / "input", job).errorTexts,
+            (std::vector<std::string>{"", "Camera 1 no trigger", "a  :  b"}));
+}
+
 }  // namespace
 }  // namespace kv::mission

@@ -73,6 +73,13 @@ std::string Trimmed(const std::wstring& errorLine) {
   return text;
 }
 
+/// @param line  "ERR:  2023-12-22 12:35:02  :  Camera 1 no trigger"
+std::string TextOfError(const std::string& line) {
+  constexpr std::string_view kBefore = "  :  ";
+  const auto at = line.find(kBefore);
+  return at == line.npos ? line : line.substr(at + kBefore.size());
+}
+
 }  // namespace
 
 bool IsHousekeepingLine(std::string_view line) {
@@ -108,6 +115,7 @@ HousekeepingLog ReadHousekeepingLog(const std::filesystem::path& path, Job& job)
     const auto time = TimeOf(entry->event);
     time ? housekeeping.span.Add(*time) : undated.push_back(housekeeping.lines);
     if (!entry->errorLine.empty()) housekeeping.errors.push_back(Trimmed(entry->errorLine));
+    housekeeping.errorTexts.push_back(entry->errorLine.empty() ? "" : TextOfError(housekeeping.errors.back()));
     AddReadings(*entry, time, housekeeping.lines, ranges);
     housekeeping.known.push_back(KnownIn(*entry));
     housekeeping.events.push_back(std::move(entry->event));
