@@ -113,12 +113,16 @@ KVMISSION_API std::string PosJson(const PosPoints& points);
 struct Grade {
   double sharpness = 0;   ///< variance of the Laplacian; 0 after a failure
   std::string complaint;  ///< why it could not be graded; empty when it could
+  std::string damage;  ///< why the sharpness may be wrong: what the decoder said of the picture; empty when it is whole
 };
-/// Grades photos, several at a time; the grades do not depend on how many.
-/// @param jobs  photos at a time, 0 for as many as there are processors; each holds a decoded picture in memory
-/// @return      a grade for each path, in the same order
-KVMISSION_API std::vector<Grade> GradePhotos(const std::vector<std::filesystem::path>& photos, unsigned jobs,
-                                             Observer& observer);
+struct GradeOptions {
+  unsigned jobs = 0;  ///< photos at a time; 0 for as many as there are processors
+  double maxMegapixels = Settings().maxMegapixels;
+};
+/// Grades photos, several at a time; the grades do not depend on how many. Of a JPEG only some rows are in memory.
+/// @return  a grade for each path, in the same order
+KVMISSION_API std::vector<Grade> GradePhotos(const std::vector<std::filesystem::path>& photos,
+                                             const GradeOptions& options, Observer& observer);
 
 /// A table of paths and grades for programs; photos that could not be graded are left out of the CSV.
 /// @param visible  control characters in paths are shown, for a terminal
@@ -141,8 +145,10 @@ KVMISSION_API std::vector<std::filesystem::path> PhotosIn(const std::filesystem:
 /// @param backupFolder  receives the old photo first; empty for no backup
 /// @throws Failure when the photo cannot be read, turned or replaced, or is damaged; when the backup holds another
 ///         photo of the name, which an earlier run then has turned already. The photo is then as it was.
+/// @param maxMegapixels  a photo that claims more is refused
 KVMISSION_API void RotatePhoto(const std::filesystem::path& photo, double angleDegrees,
-                               const std::filesystem::path& backupFolder);
+                               const std::filesystem::path& backupFolder,
+                               double maxMegapixels = Settings().maxMegapixels);
 
 /// A path as valid UTF-8; bytes that are not text become U+FFFD.
 KVMISSION_API std::string Utf8(const std::filesystem::path& path);

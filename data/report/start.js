@@ -138,6 +138,7 @@ function cameraFacts(camera) {
     ["sharpness, median", fixed(camera.sharpness?.median, 1)],
     ["blurred", whole(camera.sharpness?.blurred.length)],
     ["not graded", whole(camera.sharpness?.ungraded.length)],
+    ["damaged", whole(camera.sharpness?.damaged.length)],
   ];
 }
 

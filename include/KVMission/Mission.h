@@ -85,7 +85,7 @@ struct SharpnessSummary {
     std::wstring photo;
     double sharpness;
   };
-  struct Ungraded {
+  struct Complaint {
     std::wstring photo;
     std::string reason;
   };
@@ -94,7 +94,8 @@ struct SharpnessSummary {
   std::optional<Distribution> distribution;  ///< of the photos graded
   double blurFactor = 0;                     ///< of the median
   std::vector<Blurred> blurred;              ///< photos below that, by name
-  std::vector<Ungraded> ungraded;            ///< photos that could not be graded, by name
+  std::vector<Complaint> ungraded;           ///< photos that could not be graded, by name
+  std::vector<Complaint> damaged;            ///< photos whose sharpness may be wrong, by name
 };
 
 struct Camera {
@@ -201,7 +202,7 @@ struct Mission {
   PlaceQuality placeQuality;          ///< of the exposures in the photo layer
   std::vector<Thumbnail> thumbnails;  ///< for the report: of blurred and dropped photos, and of others spread evenly
   std::vector<Finding> findings;
-  /// Nothing was dropped, unmatched, ungraded or without a reliable time, and no line was left out except for short or
+  /// Nothing was dropped, unmatched, ungraded, damaged or without a reliable time, and no line was left out except for short or
   /// undated ones of the housekeeping log and of the receiver log. docs/kvmission/checks.md has each condition.
   bool complete = false;
   /// A finding is a doubt or a failure, so results may be wrong. The photo layer is then made only when the settings

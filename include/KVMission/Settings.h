@@ -73,6 +73,7 @@ struct Settings {
   double toleranceSeconds = 0.05;    ///< exposures of the two cameras nearer than this form a station
   double blurFactor = 0.25;          ///< share of a camera's median sharpness below which a photo is named
   bool grade = true;                 ///< the photos, by sharpness
+  double maxMegapixels = 1000;       ///< photos that claim more are not decoded
   std::vector<std::string> outputs;  ///< by the names of `OutputKinds`; empty for those made by default
   Heights heights = Heights::Ellipsoidal;  ///< in files for photogrammetry
   double thumbnailMegabytes = 8;           ///< of all pictures in the report; blurred and dropped ones come first

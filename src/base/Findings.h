@@ -226,6 +226,9 @@ inline constexpr FindingKind  // Exposures and photos
                   "camera {camera}: {count:photo} far below the median sharpness, first {photo}"},
     PhotosUngraded{"photos-ungraded", Warning,
                    "camera {camera}: {count:photo} could not be graded, first {photo}: {reason}"},
+    PhotosDamaged{
+        "photos-damaged", Warning,
+        "camera {camera}: {count:photo} damaged, so that the sharpness may be wrong, first {photo}: {reason}"},
     StationsOfOneCamera{
         "stations-of-one-camera", Warning,
         "{count:station} of two exposures of the same camera, first at {time}: is --tolerance larger than the camera's "

@@ -174,7 +174,7 @@ bool IsComplete(const Mission& mission) {
   if (mission.orientation && (mission.orientation->LinesLeftOut() > 0 || mission.orientation->untimed > 0))
     return false;
   return std::all_of(mission.cameras.begin(), mission.cameras.end(), [](const Camera& camera) {
-    if (camera.sharpness && !camera.sharpness->ungraded.empty()) return false;
+    if (camera.sharpness && (!camera.sharpness->ungraded.empty() || !camera.sharpness->damaged.empty())) return false;
     if (camera.clock && camera.clock->state == ClockState::Ambiguous) return false;
     return camera.folder ? camera.pairing.unused.empty() : camera.read == 0;
   });

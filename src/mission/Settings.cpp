@@ -20,6 +20,7 @@ namespace {
 using Path = std::filesystem::path;
 using Type = SettingKey::Type;
 
+constexpr double kLargestMegapixels = 1e6;
 constexpr double kLargestSeconds = 1e9;   // some 30 years; longer than any clock offset or gap
 constexpr double kLongestDelay = 10'000;  // milliseconds
 constexpr double kLongestArm = 1000;      // metres
@@ -227,6 +228,10 @@ const std::vector<Row>& Rows() {
         Type::Number, true},
        NumberTo(&Settings::blurFactor, 0, 1, "must be a number from 0 to 1")},
       {{"no-sharpness", "", "do not grade the photos", Type::Flag, true}, FlagTo(&Settings::grade, false)},
+      {{"max-megapixels", "MEGAPIXELS",
+        WithDefault("a photo that claims more is not decoded", &Settings::maxMegapixels), Type::Number, true},
+       NumberTo(&Settings::maxMegapixels, std::numeric_limits<double>::denorm_min(), kLargestMegapixels,
+                "must be a positive number of megapixels, 1e6 at most")},
       {{"thumbnails", "MEGABYTES",
         WithDefault("size of all pictures in the report; blurred and dropped ones come first",
                     &Settings::thumbnailMegabytes),

@@ -63,6 +63,7 @@ struct CameraGrades {
     std::vector<SharpnessSummary::Blurred> graded;
     for (std::size_t i = 0; i < pictures.size(); ++i) {
       if (pictures[i].camera != camera) continue;
+      if (!grades[i].damage.empty()) summary.damaged.push_back({NameIn(pictures[i].path), grades[i].damage});
       if (!grades[i].complaint.empty()) {
         summary.ungraded.push_back({NameIn(pictures[i].path), grades[i].complaint});
       } else {
@@ -84,9 +85,10 @@ void Tell(int camera, const SharpnessSummary& summary, Job& job) {
     job.Add(kind, {{"camera", camera}, {"count", Count(count)}, {"photo", Utf8(first)}, {"reason", reason}},
             {.camera = camera, .photo = Utf8(first)});
   };
-  const auto& [blurred, ungraded] = std::tie(summary.blurred, summary.ungraded);
+  const auto& [blurred, ungraded, damaged] = std::tie(summary.blurred, summary.ungraded, summary.damaged);
   if (!blurred.empty()) tell(Found::PhotosBlurred, blurred.size(), blurred[0].photo, {});
   if (!ungraded.empty()) tell(Found::PhotosUngraded, ungraded.size(), ungraded[0].photo, ungraded[0].reason);
+  if (!damaged.empty()) tell(Found::PhotosDamaged, damaged.size(), damaged[0].photo, damaged[0].reason);
 }
 
 }  // namespace
@@ -98,7 +100,7 @@ std::array<SharpnessSummary, 2> GradeExposures(std::vector<Exposure>& exposures,
   for (const Picture& picture : pictures) paths.push_back(picture.path);
   SpreadThumbnails spread;
   spread.step = ThumbnailStep(paths.size(), settings);
-  const auto grades = GradeFiles(paths, settings.jobs, job, &spread);
+  const auto grades = GradeFiles(paths, {settings.jobs, settings.maxMegapixels}, job, &spread);
   for (auto& [at, jpeg] : spread.jpegs) thumbnails.push_back({NativePath(paths[at]), std::move(jpeg)});
   const std::array<CameraGrades, 2> cameras{CameraGrades(1, pictures, grades, settings.blurFactor),
                                             CameraGrades(2, pictures, grades, settings.blurFactor)};

@@ -1,23 +1,18 @@
 #include "photos/Grading.h"
 
-#include <algorithm>
+#include <exception>
 #include <optional>
 #include <utility>
 
 #include "base/InOrder.h"
+#include "photos/BoxFilter.h"
+#include "photos/PictureClaims.h"
 #include "photos/Sharpness.h"
 #include "photos/Thumbnail.h"
 #include "platform/FileNames.h"
 
 namespace kv::mission {
 namespace {
-
-/// The strict class ends its sentences with the path, on a line of its own.
-std::string FirstLine(std::string sentence) {
-  sentence.resize(std::min(sentence.find('\n'), sentence.size()));
-  sentence.erase(sentence.find_last_not_of(": ") + 1);
-  return sentence;
-}
 
 struct Photo {
   std::wstring path;
@@ -28,20 +23,22 @@ struct Graded {
   std::string thumbnail;
 };
 
-Graded GradeOf(const Photo& photo) {
-  Graded graded;
-  const auto makeThumbnail = [&](const cv::Mat& picture) {
-    graded.thumbnail = ThumbnailOf(picture, OrientationOf(photo.path));
-  };
-  std::wstring error;
-  graded.grade.sharpness = SharpnessOfFile(photo.path, error, photo.isPictured ? makeThumbnail : PictureViewer());
-  graded.grade.complaint = FirstLine(Utf8(error));
+Graded GradeOf(const Photo& photo, double mostMegapixels) try {
+  RefuseHugePicture(NativePath(photo.path), mostMegapixels);
+  std::optional<BoxFilter> filter;
+  const RowTaker shrink{[&](cv::Size size) { filter.emplace(size, kThumbnailSide); },
+                        [&](const cv::Mat& rows) { filter->Add(rows); }};
+  auto [sharpness, damage] = GradeFile(photo.path, photo.isPictured ? &shrink : nullptr);
+  Graded graded{{sharpness, {}, std::move(damage)}, {}};
+  if (filter) graded.thumbnail = ThumbnailOf(filter->Result(), OrientationOf(photo.path));
   return graded;
+} catch (const std::exception& error) {
+  return {{0, error.what(), {}}, {}};
 }
 
 }  // namespace
 
-std::vector<Grade> GradeFiles(const std::vector<std::wstring>& paths, unsigned jobs, Job& job,
+std::vector<Grade> GradeFiles(const std::vector<std::wstring>& paths, const GradeOptions& options, Job& job,
                               SpreadThumbnails* thumbnails) {
   Meter meter(job, "grading", "photos");
   const std::size_t step = thumbnails ? thumbnails->step : 0;
@@ -51,7 +48,8 @@ std::vector<Grade> GradeFiles(const std::vector<std::wstring>& paths, unsigned j
     return Photo{paths[at++], isPictured};
   };
   std::vector<Grade> grades;
-  MakeInOrder(ThreadsFor(jobs), next, GradeOf, [&](Graded graded) {
+  const auto grade = [&](const Photo& photo) { return GradeOf(photo, options.maxMegapixels); };
+  MakeInOrder(ThreadsFor(options.jobs), next, grade, [&](Graded graded) {
     job.ThrowIfStopped();
     if (!graded.thumbnail.empty()) thumbnails->jpegs.emplace(grades.size(), std::move(graded.thumbnail));
     grades.push_back(std::move(graded.grade));
@@ -63,10 +61,10 @@ std::vector<Grade> GradeFiles(const std::vector<std::wstring>& paths, unsigned j
 
 }  // namespace kv::mission
 
-std::vector<KVMission::Grade> KVMission::GradePhotos(const std::vector<std::filesystem::path>& photos, unsigned jobs,
-                                                     Observer& observer) {
+std::vector<KVMission::Grade> KVMission::GradePhotos(const std::vector<std::filesystem::path>& photos,
+                                                     const GradeOptions& options, Observer& observer) {
   std::vector<std::wstring> paths;
   for (const auto& photo : photos) paths.push_back(kv::WidePath(photo));
   kv::mission::Job job(observer);
-  return kv::mission::GradeFiles(paths, jobs, job);
+  return kv::mission::GradeFiles(paths, options, job);
 }

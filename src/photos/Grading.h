@@ -17,7 +17,7 @@ struct SpreadThumbnails {
 
 /// Like `KVMission::GradePhotos`, for wide paths.
 /// @throws Failure (Stopped)
-std::vector<Grade> GradeFiles(const std::vector<std::wstring>& paths, unsigned jobs, Job& job,
+std::vector<Grade> GradeFiles(const std::vector<std::wstring>& paths, const GradeOptions& options, Job& job,
                               SpreadThumbnails* thumbnails = nullptr);
 
 }  // namespace kv::mission

@@ -3,9 +3,10 @@
 
 #include <string>
 
-#include "photos/JpegDamage.h"
 #include "photos/JpegMetadata.h"
+#include "photos/JpegRows.h"
 #include "photos/PhotoReplacement.h"
+#include "photos/PictureClaims.h"
 #include "platform/FileNames.h"
 
 namespace kv::mission {
@@ -25,8 +26,9 @@ std::string Turned(const std::string& photo, double angleDegrees, const fs::path
   return ReadWhole(copy);
 }
 
-void Rotate(const fs::path& photo, double angleDegrees, const fs::path& backupFolder) {
+void Rotate(const fs::path& photo, double angleDegrees, const fs::path& backupFolder, double maxMegapixels) {
   const fs::path target = fs::canonical(photo);  // replaces the file that a link leads to, not the link
+  RefuseHugePicture(target, maxMegapixels);
   if (!OpenNative(target, "rb+")) FailWriting(target);
   const std::string content = ReadPhoto(target);
   if (const std::string damage = JpegDamage(content); !damage.empty())
@@ -43,8 +45,8 @@ void Rotate(const fs::path& photo, double angleDegrees, const fs::path& backupFo
 }  // namespace kv::mission
 
 void KVMission::RotatePhoto(const std::filesystem::path& photo, double angleDegrees,
-                            const std::filesystem::path& backupFolder) try {
-  kv::mission::Rotate(photo, angleDegrees, backupFolder);
+                            const std::filesystem::path& backupFolder, double maxMegapixels) try {
+  kv::mission::Rotate(photo, angleDegrees, backupFolder, maxMegapixels);
 } catch (const std::filesystem::filesystem_error& error) {
   throw Failure(error.code().message());
 }

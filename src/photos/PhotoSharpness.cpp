@@ -4,15 +4,27 @@
 #include "base/ErrorText.h"
 #include "georef/EventTypes.h"
 #include "photos/Sharpness.h"
+#include "platform/FileNames.h"
 
 namespace {
 
+// Two blanks after the colon, deliberately. The path follows.
+constexpr const wchar_t* kNoFile = L"Computing Sharpness Error:  File does not exist:\n\n";
+constexpr const wchar_t* kUnexpectedError = L"Unexpected error computing sharpness factor for file: \n\n";
 constexpr const wchar_t* kUnexpectedBatchError = L"Unexpected error computing Photo Sharpness Factors.";
 
 }  // namespace
 
-double KVUtilities::ComputeImageSharpnessFactor(std::wstring path, std::wstring& error) {
-  return kv::SharpnessOfFile(path, error);
+double KVUtilities::ComputeImageSharpnessFactor(std::wstring path, std::wstring& error) try {
+  error.clear();
+  if (!kv::FileSize(path)) {
+    error = kNoFile + path;
+    return 0.0;
+  }
+  return kv::GradeFile(path).sharpness;
+} catch (...) {
+  error = kUnexpectedError + path;
+  return 0.0;
 }
 
 bool KVUtilities::PopulatePhotoSharpnessFactors(std::vector<tagKVSystemEvent>& events, std::wstring& error) try {

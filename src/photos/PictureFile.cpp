@@ -13,10 +13,17 @@
 #include <vector>
 
 #include "photos/JpegMarkers.h"
+#include "photos/JpegRows.h"
 #include "platform/FileNames.h"
 
 namespace kv {
 namespace {
+
+// The grey values of a band, one byte each, fit a core's cache, and OpenCV converts so few in the calling thread.
+constexpr int kBandPixels = 64 * 1024;
+constexpr int kFewestBandRows = 8;  // a picture has at most 2^20 columns: a band takes 24 MiB at most
+
+constexpr std::int64_t kMostPixels = std::int64_t{1} << 30;  // OpenCV takes no more
 
 // Whether a narrow name can spell every file name, so that other libraries can open files by name.
 constexpr bool kNarrowNamesSpellAll = std::is_same_v<std::filesystem::path::value_type, char>;
@@ -27,13 +34,12 @@ constexpr int kMarker = 0xFF, kEndOfBytes = -1;
 constexpr std::string_view kEncodedInMemory[] = {".jpg", ".JPG",  ".jpeg", ".JPEG", ".png",
                                                  ".tif", ".tiff", ".bmp",  ".webp"};
 
-// The reason is for debugging only: callers report one sentence for all failures.
 [[noreturn]] void Fail(const char* reason) { throw std::runtime_error(reason); }
 
 std::string ReadAll(std::FILE* file, std::uint64_t size) {
-  if (size > std::numeric_limits<int>::max()) Fail("file too large");
+  if (size > std::numeric_limits<int>::max()) Fail("the file is too large");
   std::string bytes(size, '\0');
-  if (!SeekFile(file, 0) || std::fread(bytes.data(), 1, size, file) != size) Fail("file not read");
+  if (!SeekFile(file, 0) || std::fread(bytes.data(), 1, size, file) != size) Fail("the file cannot be read");
   return bytes;
 }
 
@@ -68,6 +74,25 @@ bool IsCutOff(std::string_view jpeg) {
   return !jpeg.ends_with(kEndOfJpeg) && BehindSegments(jpeg).find(kEndOfJpeg) == std::string_view::npos;
 }
 
+/// @param complaint  receives what the decoder says of a damaged picture
+/// @return           false when OpenCV has to decode the picture
+bool TakeJpegRows(std::FILE* file, const RowTaker& taker, std::string& complaint) {
+  JpegRows jpeg(file);
+  if (!jpeg.ReadHeader()) return false;
+  const auto [columns, rows] = jpeg.Size();
+  if (std::int64_t{columns} * rows > kMostPixels) return false;
+  bool isWhole = jpeg.Begin();
+  if (isWhole) taker.begin(jpeg.Size());
+  cv::Mat band;
+  for (int row = 0; isWhole && row < rows; row += band.rows) {
+    band.create(std::min(BandRows(columns), rows - row), columns, CV_8UC3);
+    isWhole = jpeg.Read(band);
+    if (isWhole) taker.take(band);
+  }
+  if (!isWhole) complaint = jpeg.Complaint();
+  return isWhole && jpeg.End();
+}
+
 bool IsWhole(const std::vector<unsigned char>& bytes, const cv::Mat& picture) {
   return cv::imdecode(bytes, cv::IMREAD_UNCHANGED).size() == picture.size();
 }
@@ -79,17 +104,33 @@ bool IsWhole(const std::vector<unsigned char>& bytes, const cv::Mat& picture) {
 cv::Mat ReadPicture(std::wstring_view path, int flags) {
   const FilePtr file = OpenFile(path, "rb");
   const std::uint64_t size = FileSize(path).value_or(0);
-  if (!file || size == 0) Fail("no readable file");
+  if (!file || size == 0) Fail("not a readable file");
   cv::Mat picture;
   if (const bool isJpeg = IsJpeg(file.get()); isJpeg || !kNarrowNamesSpellAll) {
     std::string bytes = ReadAll(file.get(), size);
-    if (isJpeg && IsCutOff(bytes)) Fail("JPEG cut off");
+    if (isJpeg && IsCutOff(bytes)) Fail("the JPEG is cut off");
     picture = cv::imdecode(cv::Mat(1, static_cast<int>(size), CV_8UC1, bytes.data()), flags);
   } else {
     picture = cv::imread(NativePath(path).string(), flags);
   }
-  if (picture.empty()) Fail("no picture");
+  if (picture.empty()) Fail("not a picture that can be decoded");
   return picture;
+}
+
+int BandRows(int columns) { return std::max(kBandPixels / columns, kFewestBandRows); }
+
+std::string ReadPictureRows(std::wstring_view path, const RowTaker& taker) {
+  std::string complaint;
+  if (const FilePtr file = OpenFile(path, "rb"); file && IsJpeg(file.get())) {
+    if (!SeekFile(file.get(), 0)) Fail("the file cannot be read");
+    if (TakeJpegRows(file.get(), taker, complaint)) return {};
+  }
+  const cv::Mat picture = ReadPicture(path, cv::IMREAD_COLOR | cv::IMREAD_IGNORE_ORIENTATION);
+  taker.begin(picture.size());
+  const int bandRows = BandRows(picture.cols);
+  for (int row = 0; row < picture.rows; row += bandRows)
+    taker.take(picture.rowRange(row, std::min(row + bandRows, picture.rows)));
+  return complaint;
 }
 
 void ReplacePicture(std::wstring_view path, const cv::Mat& picture) {

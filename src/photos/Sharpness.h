@@ -1,27 +1,46 @@
 #pragma once
 
-#include <functional>
+#include <cstdint>
 #include <opencv2/core/mat.hpp>
 #include <string>
 
+#include "photos/PictureFile.h"
+
 namespace kv {
 
-/// Number of rows graded together, so that their grey values fit the cache.
-/// @param columns  at least 1
-int SharpnessBandRows(int columns);
+/// Grades a picture whose rows come one after another. Holds the grey values of a band.
+///
+/// The sharpness is the variance of the Laplacian of the grey values. It equals to the last bit OpenCV's colour conversion
+/// 7, Laplacian (64-bit float, aperture 1, border reflected about the edge pixel) and standard deviation of the whole
+/// picture. Rotation by right angles and mirroring do not change it.
+class SharpnessMeter {
+ public:
+  /// @param size  of the picture, not empty
+  explicit SharpnessMeter(cv::Size size);
 
-/// Variance of the Laplacian of a picture's grey values. Equals to the last bit OpenCV's colour conversion 7, Laplacian
-/// (64-bit float, aperture 1, border reflected about the edge pixel) and standard deviation of the whole picture.
-/// Rotation by right angles and mirroring do not change it.
-/// @param picture  three channels of 8 bits, not empty
-double SharpnessOf(const cv::Mat& picture);
+  /// @param rows  the next ones: three channels of 8 bits
+  void Add(const cv::Mat& rows);
 
-/// Is shown a decoded picture as it is stored: its orientation tag is ignored.
-using PictureViewer = std::function<void(const cv::Mat&)>;
+  /// After all rows.
+  double Sharpness() const;
 
-/// Decodes a photo and grades it, as `KVUtilities::ComputeImageSharpnessFactor` promises.
-/// @param error  receives the sentence of a failure; empty after success
-/// @return       0 after a failure
-double SharpnessOfFile(const std::wstring& path, std::wstring& error, const PictureViewer& look = {});
+ private:
+  void AddRow(int row);
+
+  cv::Size size_;
+  cv::Mat grey_;                        // of the last rows
+  int top_ = 0, end_ = 0;               // of the picture's rows, those in `grey_`
+  std::int64_t sum_ = 0, squares_ = 0;  // of the Laplacian
+};
+
+struct GradedFile {
+  double sharpness = 0;
+  std::string damage;  ///< what the decoder said of a damaged JPEG; empty for a whole picture
+};
+
+/// Decodes a photo and grades it.
+/// @param look  is given the same rows; may be null
+/// @throws std::exception  with the reason when it cannot be decoded
+GradedFile GradeFile(const std::wstring& path, const RowTaker* look = nullptr);
 
 }  // namespace kv

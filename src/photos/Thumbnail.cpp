@@ -8,9 +8,9 @@
 #include <memory>
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
-#include <opencv2/imgproc.hpp>
 #include <vector>
 
+#include "photos/BoxFilter.h"
 #include "photos/JpegHeader.h"
 #include "photos/PictureFile.h"
 #include "platform/FileNames.h"
@@ -20,8 +20,6 @@ namespace {
 
 constexpr int kQuality = 70;
 constexpr std::int64_t kMostPixels = std::int64_t{1} << 28;  // 268 megapixels
-// Along each axis. To read every pixel of a picture of 12 megapixels would take sixty times as long.
-constexpr int kSamplesPerPixel = 2;
 
 struct ReleaseExif {
   void operator()(ExifData* data) const noexcept { exif_data_unref(data); }
@@ -38,19 +36,6 @@ int OrientationIn(const JpegHeader& header) {
   return orientation >= kUpright && orientation <= kMost ? orientation : kUpright;
 }
 
-cv::Mat Shrunk(const cv::Mat& picture) {
-  const int factor = (std::max(picture.cols, picture.rows) + kThumbnailSide - 1) / kThumbnailSide;
-  const cv::Size size(std::max(picture.cols / factor, 1), std::max(picture.rows / factor, 1));
-  const cv::Mat* from = &picture;
-  cv::Mat samples, small;
-  if (factor > kSamplesPerPixel) {
-    cv::resize(picture, samples, size * kSamplesPerPixel, 0, 0, cv::INTER_NEAREST);
-    from = &samples;
-  }
-  cv::resize(*from, small, size, 0, 0, cv::INTER_AREA);
-  return small;
-}
-
 void TurnUpright(cv::Mat& picture, int orientation) {
   constexpr int kNone = 2, kFlips[] = {kNone, 1, -1, 0, kNone, 1, -1, 0};  // for cv::flip, after the transposition
   if (orientation >= 5) cv::transpose(picture, picture);
@@ -64,8 +49,7 @@ int OrientationOf(const std::wstring& photo) {
   return header ? OrientationIn(*header) : 1;
 }
 
-std::string ThumbnailOf(const cv::Mat& picture, int orientation) try {
-  cv::Mat small = Shrunk(picture);
+std::string ThumbnailOf(cv::Mat small, int orientation) try {
   TurnUpright(small, orientation);
   std::vector<unsigned char> bytes;
   if (!cv::imencode(".jpg", small, bytes, {cv::IMWRITE_JPEG_QUALITY, kQuality})) return {};
@@ -82,7 +66,10 @@ std::string ThumbnailOfFile(const std::wstring& photo) try {
                     : side >= 4 * kThumbnailSide ? cv::IMREAD_REDUCED_COLOR_4
                     : side >= 2 * kThumbnailSide ? cv::IMREAD_REDUCED_COLOR_2
                                                  : cv::IMREAD_COLOR;
-  return ThumbnailOf(ReadPicture(photo, flags | cv::IMREAD_IGNORE_ORIENTATION), OrientationIn(*header));
+  const cv::Mat picture = ReadPicture(photo, flags | cv::IMREAD_IGNORE_ORIENTATION);
+  BoxFilter filter(picture.size(), kThumbnailSide);
+  filter.Add(picture);
+  return ThumbnailOf(filter.Result(), OrientationIn(*header));
 } catch (const std::exception&) {
   return {};
 }

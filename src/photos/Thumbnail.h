@@ -11,11 +11,11 @@ inline constexpr int kThumbnailSide = 256;
 /// How a photo is to be turned to be upright, as its EXIF data say: 1 to 8; 1 when they do not say.
 int OrientationOf(const std::wstring& photo);
 
-/// A small upright JPEG of a picture: it is shrunk by a whole number, which costs little.
-/// @param picture      three channels of 8 bits
+/// A JPEG of a small picture, upright.
+/// @param small        three channels of 8 bits
 /// @param orientation  of the picture, 1 to 8
 /// @return             empty when it cannot be made
-std::string ThumbnailOf(const cv::Mat& picture, int orientation);
+std::string ThumbnailOf(cv::Mat small, int orientation);
 
 /// Decodes a photo at a fraction of its size, for a thumbnail.
 /// @return empty for a photo that is not a JPEG, is damaged, or has more pixels than any camera

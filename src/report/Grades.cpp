@@ -20,6 +20,7 @@ std::string KVMission::GradesJson(const std::vector<std::filesystem::path>& phot
   for (std::size_t i = 0; i < photos.size(); ++i) {
     Json photo = {{"path", Utf8(photos[i])}, {"sharpness", grades[i].sharpness}};
     if (!grades[i].complaint.empty()) photo.update({{"sharpness", nullptr}, {"error", grades[i].complaint}});
+    if (!grades[i].damage.empty()) photo["damage"] = grades[i].damage;
     all.push_back(std::move(photo));
   }
   return kv::mission::Written(all);

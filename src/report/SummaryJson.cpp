@@ -94,13 +94,18 @@ Json SharpnessOf(const std::optional<SharpnessSummary>& sharpness) {
                  {"median", of->median},
                  {"upperQuartile", of->upperQuartile},
                  {"highest", of->highest}});
-  Json blurred = Json::array(), ungraded = Json::array();
+  Json blurred = Json::array();
   for (const auto& [photo, factor] : sharpness->blurred)
     blurred.push_back({{"photo", Utf8(photo)}, {"sharpness", factor}});
-  for (const auto& [photo, reason] : sharpness->ungraded)
-    ungraded.push_back({{"photo", Utf8(photo)}, {"reason", reason}});
-  json.update(
-      {{"blurFactor", sharpness->blurFactor}, {"blurred", std::move(blurred)}, {"ungraded", std::move(ungraded)}});
+  const auto complaints = [](const std::vector<KVMission::SharpnessSummary::Complaint>& photos) {
+    Json list = Json::array();
+    for (const auto& [photo, reason] : photos) list.push_back({{"photo", Utf8(photo)}, {"reason", reason}});
+    return list;
+  };
+  json.update({{"blurFactor", sharpness->blurFactor},
+               {"blurred", std::move(blurred)},
+               {"ungraded", complaints(sharpness->ungraded)},
+               {"damaged", complaints(sharpness->damaged)}});
   return json;
 }
 

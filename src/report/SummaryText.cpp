@@ -142,6 +142,7 @@ void PrintSharpness(const SharpnessSummary& sharpness, Page& page) {
   for (const auto& [photo, factor] : sharpness.blurred)
     page.Line("    far below the median: {} ({:.1f})", Utf8(photo), factor);
   for (const auto& [photo, reason] : sharpness.ungraded) page.Line("    not graded: {} ({})", Utf8(photo), reason);
+  for (const auto& [photo, reason] : sharpness.damaged) page.Line("    damaged: {} ({})", Utf8(photo), reason);
 }
 
 void PrintStations(const std::optional<Stations>& stations, Page& page) {

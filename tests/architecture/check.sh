@@ -40,6 +40,7 @@ done <<'ROWS'
 src/export     shapefil\.h
 src/photos     opencv2/
 src/photos     expat\.h
+(src/photos|simulation) j(peglib|error)\.h
 src/crs        proj\.h
 src/(crs|outputs) ogr_[^a]|cpl_
 src/(outputs|readers/GpxTrack.cpp) ogr_api

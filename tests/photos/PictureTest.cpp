@@ -9,9 +9,9 @@
 
 #include "JpegBytes.h"
 #include "photos/ExifCorrection.h"
-#include "photos/JpegDamage.h"
 #include "photos/JpegHeader.h"
 #include "photos/JpegMetadata.h"
+#include "photos/JpegRows.h"
 #include "photos/JpegSegments.h"
 #include "support/CommandTest.h"
 
@@ -120,7 +120,7 @@ TEST_F(PictureTest, GradesDoNotDependOnTheirNumberAtATime) {
   auto photos = Photos(1);
   photos.push_back(temp_.Path() / "none.jpg");
   KVMission::Observer nobody;
-  const auto grades = KVMission::GradePhotos(photos, 3, nobody);
+  const auto grades = KVMission::GradePhotos(photos, {3}, nobody);
   ASSERT_EQ(grades.size(), photos.size());
   for (std::size_t i = 0; i < photos.size(); ++i) {
     std::wstring error;
@@ -128,7 +128,7 @@ TEST_F(PictureTest, GradesDoNotDependOnTheirNumberAtATime) {
     EXPECT_EQ(grades[i].complaint.empty(), error.empty());
   }
   Stopper stopper;
-  EXPECT_THROW(KVMission::GradePhotos(photos, 3, stopper), Failure);
+  EXPECT_THROW(KVMission::GradePhotos(photos, {3}, stopper), Failure);
 }
 
 TEST_F(PictureTest, GradePrintsATableOrJson) {

@@ -33,6 +33,11 @@ inline void AddJobsOption(CLI::App& command, CommonOptions& options, const std::
   command.add_option("--jobs", options.jobs, what + " (default: as many as there are processors)")
       ->check(CLI::Range(1u, 1024u));
 }
+inline void AddMaxMegapixelsOption(CLI::App& command, double& megapixels) {
+  command.add_option("--max-megapixels", megapixels, "a photo that claims more is not decoded")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+}
 inline void AddVerbosity(CLI::App& command, CommonOptions& options) {
   auto* quiet = command.add_flag("-q,--quiet", options.quiet, "say nothing but errors (and JSON when asked for)");
   command.add_flag("-v,--verbose", options.verbose, "say more")->excludes(quiet);

@@ -16,19 +16,23 @@ using Grades = std::vector<KVMission::Grade>;
 
 struct GradeOptions {
   std::vector<std::string> photos;
+  double maxMegapixels = KVMission::GradeOptions().maxMegapixels;
   bool json = false;
   CommonOptions common;
 };
 
-/// @return how many photos could not be graded
-std::size_t NameFailures(const Paths& photos, const Grades& grades) {
-  std::size_t failures = 0;
+ExitCode NameFailures(const Paths& photos, const Grades& grades) {
+  std::size_t failures = 0, damaged = 0;
   for (std::size_t i = 0; i < photos.size(); ++i) {
-    if (grades[i].complaint.empty()) continue;
-    ++failures;
-    SayError(fmt::format("{}: {}", KVMission::Utf8(photos[i]), grades[i].complaint));
+    const auto& [sharpness, complaint, damage] = grades[i];
+    const std::string photo = KVMission::Utf8(photos[i]);
+    if (!complaint.empty())
+      ++failures, SayError(fmt::format("{}: not graded: {}", photo, complaint));
+    else if (!damage.empty())
+      ++damaged, SayError(fmt::format("{}: damaged, so the sharpness may be wrong: {}", photo, damage));
   }
-  return failures;
+  if (failures + damaged == 0) return ExitCode::Good;
+  return failures == grades.size() ? ExitCode::Failed : ExitCode::Unmatched;
 }
 
 /// A folder stands for the photos in it.
@@ -53,16 +57,14 @@ ExitCode GradeFiles(const GradeOptions& options) {
   CatchInterrupts();
   Messages messages(options.common.Wanted());
   const Paths photos = PhotosAt(options.photos);
-  const Grades grades = KVMission::GradePhotos(photos, options.common.jobs, messages);
+  const Grades grades = KVMission::GradePhotos(photos, {options.common.jobs, options.maxMegapixels}, messages);
   messages.ClearProgress();
   if (options.json) {
     fmt::print("{}", KVMission::GradesJson(photos, grades));
   } else {
     fmt::print("{}", KVMission::GradesCsv(photos, grades, IsTerminal(stdout)));
   }
-  const std::size_t failures = NameFailures(photos, grades);
-  if (failures == 0) return ExitCode::Good;
-  return failures == grades.size() ? ExitCode::Failed : ExitCode::Unmatched;
+  return NameFailures(photos, grades);
 }
 
 }  // namespace
@@ -72,6 +74,7 @@ void AddGradeCommand(CLI::App& app, ExitCode& exitCode) {
   const auto options = std::make_shared<GradeOptions>();
   command.add_option("PHOTO", options->photos, "photos, or folders of them; a larger sharpness is sharper")->required();
   AddJobsOption(command, options->common, "photos graded at a time");
+  AddMaxMegapixelsOption(command, options->maxMegapixels);
   command.add_flag("--json", options->json, "print JSON: an array with an object for each photo");
   command.add_flag("-q,--quiet", options->common.quiet, "show no progress");
   command.callback([options, &exitCode] { exitCode = GradeFiles(*options); });

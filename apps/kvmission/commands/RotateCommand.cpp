@@ -24,6 +24,7 @@ struct RotateOptions {
   int camera = 0;
   double angle = 0;  // degrees
   fs::path backup;   // empty for none
+  double maxMegapixels = KVMission::Settings().maxMegapixels;
   bool hasBackup = false, yes = false, quiet = false;
 };
 
@@ -90,7 +91,7 @@ class Rotation {
   /// @throws only what ends the run
   void Rotate(const fs::path& folder, const fs::path& name) {
     try {
-      KVMission::RotatePhoto(folder / name, options_.angle, backup_);
+      KVMission::RotatePhoto(folder / name, options_.angle, backup_, options_.maxMegapixels);
     } catch (const Failure& failure) {
       Say(name, failure.what());
       return;
@@ -156,6 +157,7 @@ void AddRotateCommand(CLI::App& app, ExitCode& exitCode) {
   };
   command.add_option_function<std::string>("--backup", storeBackup, "folder that receives the photos as they were")
       ->type_name("FOLDER");
+  AddMaxMegapixelsOption(command, options->maxMegapixels);
   command.add_flag("--yes", options->yes, "do not ask");
   command.add_flag("-q,--quiet", options->quiet, "say nothing but errors");
   command.callback([options, &exitCode] { exitCode = RotateCamera(*options); });

@@ -1,0 +1,46 @@
+#include "photos/BoxFilter.h"
+
+#include <algorithm>
+#include <opencv2/core.hpp>
+
+namespace kv::mission {
+namespace {
+
+constexpr int kChannels = 3;
+
+}  // namespace
+
+BoxFilter::BoxFilter(cv::Size size, int side)
+    : factor_((std::max(size.width, size.height) + side - 1) / side),
+      across_(std::min(factor_, size.width)),
+      down_(std::min(factor_, size.height)),
+      small_(size.height / down_, size.width / across_, CV_8UC3),
+      sums_(static_cast<std::size_t>(small_.cols) * static_cast<std::size_t>(across_) * kChannels) {}
+
+void BoxFilter::Add(const cv::Mat& rows) {
+  for (int i = 0; i < rows.rows && row_ < small_.rows * down_; ++i) {
+    AddRow(rows.ptr<std::uint8_t>(i));
+    if (++row_ % down_ == 0) FinishRow();
+  }
+}
+
+void BoxFilter::AddRow(const std::uint8_t* row) {
+  std::uint32_t* sums = sums_.data();
+  for (std::size_t i = 0; i < sums_.size(); ++i) sums[i] += row[i];
+}
+
+void BoxFilter::FinishRow() {
+  const std::uint64_t pixels = static_cast<std::uint64_t>(across_) * static_cast<std::uint64_t>(down_);
+  std::uint8_t* small = small_.ptr<std::uint8_t>(row_ / down_ - 1);
+  const std::uint32_t* sums = sums_.data();
+  for (int column = 0; column < small_.cols; ++column) {
+    std::uint64_t totals[kChannels] = {};
+    for (int i = 0; i < across_; ++i) {
+      for (std::uint64_t& total : totals) total += *sums++;
+    }
+    for (const std::uint64_t total : totals) *small++ = static_cast<std::uint8_t>((total + pixels / 2) / pixels);
+  }
+  std::fill(sums_.begin(), sums_.end(), 0);
+}
+
+}  // namespace kv::mission

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <opencv2/core/mat.hpp>
+#include <vector>
+
+namespace kv::mission {
+
+/// Shrinks a picture by a whole number while its rows come: each pixel of the result is the mean of a square. What is
+/// left over at the right and at the bottom is cut.
+class BoxFilter {
+ public:
+  /// @param size  of the picture, not empty
+  /// @param side  the longest of the result, at least 1
+  BoxFilter(cv::Size size, int side);
+
+  /// @param rows  the next ones: three channels of 8 bits
+  void Add(const cv::Mat& rows);
+
+  /// After all rows.
+  const cv::Mat& Result() const { return small_; }
+
+ private:
+  void AddRow(const std::uint8_t* row);
+  void FinishRow();
+
+  int factor_, across_, down_;  // across and down: pixels of a square; fewer where the picture is thinner
+  cv::Mat small_;
+  std::vector<std::uint32_t> sums_;  // of each column, over the rows of a square
+  int row_ = 0;                      // of the picture
+};
+
+}  // namespace kv::mission
