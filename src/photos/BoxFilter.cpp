@@ -4,20 +4,16 @@
 #include <opencv2/core.hpp>
 
 namespace kv::mission {
-namespace {
-
-constexpr int kChannels = 3;
-
-}  // namespace
 
 BoxFilter::BoxFilter(cv::Size size, int side)
     : factor_((std::max(size.width, size.height) + side - 1) / side),
       across_(std::min(factor_, size.width)),
       down_(std::min(factor_, size.height)),
-      small_(size.height / down_, size.width / across_, CV_8UC3),
-      sums_(static_cast<std::size_t>(small_.cols) * static_cast<std::size_t>(across_) * kChannels) {}
+      small_(size.height / down_, size.width / across_, CV_8UC3) {}
 
 void BoxFilter::Add(const cv::Mat& rows) {
+  channels_ = rows.channels();
+  sums_.resize(static_cast<std::size_t>(small_.cols) * static_cast<std::size_t>(across_ * channels_));
   for (int i = 0; i < rows.rows && row_ < small_.rows * down_; ++i) {
     AddRow(rows.ptr<std::uint8_t>(i));
     if (++row_ % down_ == 0) FinishRow();
@@ -34,9 +30,9 @@ void BoxFilter::FinishRow() {
   std::uint8_t* small = small_.ptr<std::uint8_t>(row_ / down_ - 1);
   const std::uint32_t* sums = sums_.data();
   for (int column = 0; column < small_.cols; ++column) {
-    std::uint64_t totals[kChannels] = {};
-    for (int i = 0; i < across_; ++i) {
-      for (std::uint64_t& total : totals) total += *sums++;
+    std::uint64_t totals[3] = {};
+    for (int i = 0; i < across_; ++i, sums += channels_) {
+      for (int channel = 0; channel < 3; ++channel) totals[channel] += sums[channel];
     }
     for (const std::uint64_t total : totals) *small++ = static_cast<std::uint8_t>((total + pixels / 2) / pixels);
   }

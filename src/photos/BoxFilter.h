@@ -14,7 +14,7 @@ class BoxFilter {
   /// @param side  the longest of the result, at least 1
   BoxFilter(cv::Size size, int side);
 
-  /// @param rows  the next ones: three channels of 8 bits
+  /// @param rows  the next ones, as for `RowTaker`
   void Add(const cv::Mat& rows);
 
   /// After all rows.
@@ -24,6 +24,7 @@ class BoxFilter {
   void AddRow(const std::uint8_t* row);
   void FinishRow();
 
+  int channels_ = 0;            // of the rows
   int factor_, across_, down_;  // across and down: pixels of a square; fewer where the picture is thinner
   cv::Mat small_;
   std::vector<std::uint32_t> sums_;  // of each column, over the rows of a square

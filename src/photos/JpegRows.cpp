@@ -109,7 +109,7 @@ bool JpegRows::Begin() {
   jpeg_decompress_struct& decoder = state_->decoder;
   if (state_->hasWarned || (decoder.num_components != 1 && decoder.num_components != 3)) return false;
   if (setjmp(state_->escape)) return false;
-  decoder.out_color_space = JCS_EXT_BGR;
+  decoder.out_color_space = JCS_EXT_BGRX;
   jpeg_start_decompress(&decoder);
   return true;
 }

@@ -23,9 +23,9 @@ class JpegRows {
   bool ReadHeader();
   cv::Size Size() const;  ///< after `ReadHeader`
 
-  /// Begins to decode at full size into blue, green and red. @return false when the rows would not be OpenCV's
+  /// Begins to decode at full size into blue, green, red and an unused channel. @return false when the rows would not be OpenCV's
   bool Begin();
-  /// @param rows  to be filled: three channels, as wide as the picture, not more rows than are left
+  /// @param rows  to be filled: four channels, as wide as the picture, not more rows than are left
   bool Read(cv::Mat& rows);
   /// @return whether the file ends as it must
   bool End();

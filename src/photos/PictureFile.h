@@ -15,8 +15,9 @@ cv::Mat ReadPicture(std::wstring_view path, int flags);
 
 /// Is given a picture from top to bottom.
 struct RowTaker {
-  std::function<void(cv::Size)> begin;       ///< again when the picture has to be decoded in another way
-  std::function<void(const cv::Mat&)> take;  ///< the next rows: three channels of 8 bits, blue first
+  std::function<void(cv::Size)> begin;  ///< again when the picture has to be decoded in another way
+  std::function<void(const cv::Mat&)>
+      take;  ///< the next rows: channels of 8 bits, blue, green, red, and perhaps an unused one
 };
 
 /// The rows that are decoded together, so that they fit a core's cache.

@@ -18,7 +18,7 @@ class SharpnessMeter {
   /// @param size  of the picture, not empty
   explicit SharpnessMeter(cv::Size size);
 
-  /// @param rows  the next ones: three channels of 8 bits
+  /// @param rows  the next ones, as for `RowTaker`
   void Add(const cv::Mat& rows);
 
   /// After all rows.

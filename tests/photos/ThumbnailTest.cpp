@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <opencv2/imgproc.hpp>
+
+#include "photos/BoxFilter.h"
+#include "photos/Grading.h"
 #include "photos/Pictures.h"
 #include "support/TempFolder.h"
 
@@ -50,6 +54,47 @@ TEST(Thumbnail, IsUprightAndSmall) {
       EXPECT_EQ(CornerAt(decoded, 0.75, 0.25), topRight) << orientation;
     }
   }
+}
+
+/// A box of OpenCV is rounded in its own way.
+TEST(Thumbnail, IsTheMeanOfSquaresWhateverTheBands) {
+  for (const auto& [columns, rows] : {std::pair(1, 1), {1, 700}, {700, 1}, {255, 256}, {640, 480}, {1000, 77}}) {
+    const cv::Mat three = Noise(columns, rows, CV_8UC3);
+    cv::Mat four;
+    cv::cvtColor(three, four, cv::COLOR_BGR2BGRA);
+    BoxFilter whole(three.size(), 100), bands(three.size(), 100);
+    whole.Add(three);
+    for (int row = 0; row < rows; row += 3) bands.Add(four.rowRange(row, std::min(row + 3, rows)));
+    EXPECT_EQ(cv::norm(whole.Result(), bands.Result(), cv::NORM_INF), 0) << columns << " x " << rows;
+    const cv::Mat& small = whole.Result();
+    const int factor = (std::max(columns, rows) + 99) / 100;
+    const cv::Rect used(0, 0, std::min(factor, columns) * small.cols, std::min(factor, rows) * small.rows);
+    cv::Mat expected;
+    cv::resize(three(used), expected, small.size(), 0, 0, cv::INTER_AREA);
+    EXPECT_LE(cv::norm(small, expected, cv::NORM_INF), 1) << columns << " x " << rows;
+    EXPECT_LE(std::max(small.cols, small.rows), 100);
+  }
+}
+
+TEST(Thumbnail, IsMadeWhileThePhotoIsGraded) {
+  const TempFolder folder;
+  const std::string whole = Encoded(".jpg", Corners(640, 480));
+  const std::vector<std::wstring> paths = {folder.Write("a.jpg", WithExif(whole, OrientationExif(6))),
+                                           folder.Write("b.jpg", whole),
+                                           folder.Write("c.jpg", whole.substr(0, whole.size() / 2) + "\xFF\xD9")};
+  Observer nobody;
+  Job job(nobody);
+  SpreadThumbnails spread;
+  spread.step = 2;
+  const auto grades = GradeFiles(paths, {}, job, &spread);
+  EXPECT_EQ(grades[0].sharpness, grades[1].sharpness);
+  EXPECT_EQ(grades[1].damage, "");
+  EXPECT_NE(grades[2].damage, "");
+  ASSERT_EQ(spread.jpegs.size(), 2u);
+  const cv::Mat decoded = Decoded(spread.jpegs[0], cv::IMREAD_COLOR);
+  EXPECT_EQ(decoded.size(), cv::Size(160, 213));
+  EXPECT_EQ(CornerAt(decoded, 0.25, 0.25), 2);
+  EXPECT_EQ(CornerAt(decoded, 0.75, 0.25), 0);
 }
 
 TEST(Thumbnail, IsNotMadeOfWhatIsNoPhoto) {
