@@ -132,9 +132,10 @@ KVMISSION_API std::string GradesJson(const std::vector<std::filesystem::path>& p
                                      const std::vector<Grade>& grades);
 
 /// The folder of one camera's photos in a mission: that of the mission.toml, else the one found by name.
+/// @param allowOutside  the mission.toml may name a folder outside of the mission's
 /// @throws Failure when there is none, or several
 KVMISSION_API std::filesystem::path FindCameraFolder(const std::filesystem::path& mission, int camera,
-                                                     Observer& observer);
+                                                     bool allowOutside, Observer& observer);
 
 /// The names of a folder's JPEG photos in order; hidden files are not photos. @throws Failure
 KVMISSION_API std::vector<std::filesystem::path> PhotosIn(const std::filesystem::path& folder);

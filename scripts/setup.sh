@@ -11,7 +11,7 @@ wanted=(g++ cmake ninja-build pkg-config libopencv-dev libshp-dev libcli11-dev n
   libjs-leaflet libjs-dygraphs)
 for option in "$@"; do
   case $option in
-    --checks) wanted+=(clang-format clang libclang-rt-dev libbenchmark-dev gdal-bin libimage-exiftool-perl python3-qgis chromium) ;;
+    --checks) wanted+=(clang-format clang libclang-rt-dev libbenchmark-dev gdal-bin libimage-exiftool-perl python3-qgis chromium strace util-linux) ;;
     --benchmarks) wanted+=(libbenchmark-dev) ;;
     --peers) wanted+=(gpsbabel gdal-bin proj-bin libimage-exiftool-perl) ;;
     *) echo "setup.sh: unknown option: $option" >&2 && exit 2 ;;

@@ -6,10 +6,13 @@
 
 namespace kv::simulation {
 
-OutputFile::OutputFile(std::filesystem::path path) : path_(std::move(path)) {
-  file_.rdbuf()->pubsetbuf(nullptr, 0);  // buffer_ is the buffer
+OutputFile::OutputFile(std::filesystem::path path) : path_(std::move(path)), unfinished_(path_) {
+  unfinished_ += ".unfinished";
+  std::error_code notThere;
+  std::filesystem::remove(unfinished_, notThere);  // not to write through a link
+  file_.rdbuf()->pubsetbuf(nullptr, 0);            // buffer_ is the buffer
   errno = 0;
-  file_.open(path_, std::ios::binary | std::ios::trunc);
+  file_.open(unfinished_, std::ios::binary | std::ios::trunc);
   if (!file_) Fail();
 }
 
@@ -22,6 +25,16 @@ void OutputFile::Close() {
   Flush();
   file_.close();
   if (!file_) Fail();
+  std::error_code error;
+  std::filesystem::rename(unfinished_, path_, error);
+  errno = error.value();
+  if (error) Fail();
+  unfinished_.clear();
+}
+
+OutputFile::~OutputFile() {
+  std::error_code ignored;
+  if (!unfinished_.empty()) std::filesystem::remove(unfinished_, ignored);
 }
 
 void OutputFile::Flush() {

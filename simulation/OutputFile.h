@@ -17,6 +17,9 @@ namespace kv::simulation {
 class OutputFile {
  public:
   explicit OutputFile(std::filesystem::path path);
+  ~OutputFile();
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
 
   template <typename... Values>
   void Print(fmt::format_string<Values...> format, Values&&... values) {
@@ -25,7 +28,8 @@ class OutputFile {
   }
   void Write(std::span<const unsigned char> bytes);
 
-  /// Writes the rest of the buffer. Without this call the file is incomplete.
+  /// Writes the rest of the buffer and gives the file its name, in place of an earlier file or link. Without this call
+  /// there is no file.
   void Close();
 
  private:
@@ -34,7 +38,7 @@ class OutputFile {
   void Flush();
   [[noreturn]] void Fail() const;
 
-  std::filesystem::path path_;
+  std::filesystem::path path_, unfinished_;
   std::ofstream file_;
   fmt::memory_buffer buffer_;
 };

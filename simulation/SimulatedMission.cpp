@@ -23,7 +23,11 @@ bool WriteSensorFiles(const std::filesystem::path& folder, const MissionOptions&
   WriteHousekeepingLog(folder / kHousekeepingName, options, flight, exposures);
   WriteOrientationFile(folder / kOrientationName, options, flight);
   if (options.photos) {
-    for (const int camera : {1, 2}) std::filesystem::create_directories(folder / PhotoFolder(options, camera));
+    for (const int camera : {1, 2}) {
+      const auto photos = folder / PhotoFolder(options, camera);
+      if (std::filesystem::is_symlink(photos)) std::filesystem::remove(photos);  // photos are not written elsewhere
+      std::filesystem::create_directories(photos);
+    }
   }
   return true;
 }

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <new>
 #include <sstream>
 #include <string>
 #include <system_error>
@@ -58,6 +59,9 @@ ExitCode Main(int argc, char** argv) {
   } catch (const KVMission::Failure& failure) {
     kv::command::SayError(failure.what());
     return kv::command::CodeFor(failure.Why());
+  } catch (const std::bad_alloc&) {
+    std::fputs("kvmission: error: not enough memory\n", stderr);  // to format a message would take some
+    return ExitCode::Failed;
   } catch (const std::exception& error) {
     kv::command::SayError(error.what());
     return ExitCode::Failed;
@@ -66,4 +70,9 @@ ExitCode Main(int argc, char** argv) {
 
 }  // namespace
 
-int main(int argc, char** argv) { return static_cast<int>(Main(argc, argv)); }
+int main(int argc, char** argv) try {
+  return static_cast<int>(Main(argc, argv));
+} catch (const std::exception&) {  // of a message about an error
+  std::fputs("kvmission: error: not enough memory\n", stderr);
+  return static_cast<int>(ExitCode::Failed);
+}

@@ -80,6 +80,9 @@ struct Settings {
   unsigned jobs = 0;                       ///< threads; 0 for as many as there are processors
   bool overwrite = false;                  ///< replaces the results of an earlier run
   bool acceptDoubt = false;                ///< makes the photo layer although results are in doubt
+  bool allowOutside = false;               ///< changes photos in the folders of `outside`
+  std::vector<std::string> outside;        ///< keys of mission.toml whose paths lead out of the mission folder
+  bool skipUnreadable = false;             ///< goes on without files of the mission folder that cannot be read
 };
 
 /// A kind of result that a run can write.

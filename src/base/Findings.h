@@ -28,6 +28,9 @@ using enum Severity;
 inline constexpr FindingKind  // Inputs
     InputFound{"input-found", Note, "found {file}"},
     InputUnreadable{"input-unreadable", Warning, "{reason}"},
+    LinesCut{"lines-cut", Warning, "{file}: {count:line} longer than 64 KiB cut off there: {lines}"},
+    EarlierResultsRemoved{"earlier-results-removed", Warning,
+                          "{count:result} of an earlier run removed that this one does not make: {names}"},
     InputAmbiguous{"input-ambiguous", Warning, "{folder}: several {what}: {names}; choose with {option}"},
     InputLeftAside{"input-left-aside", Warning, "{file}: left aside: {reason}"},
     EventFileMissing{"event-file-missing", Warning, "no event file: only trajectory layers are made"},

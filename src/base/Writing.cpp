@@ -32,8 +32,13 @@ ScratchFolder::ScratchFolder(const std::filesystem::path& parent) {
 }
 
 ScratchFolder::~ScratchFolder() {
-  std::error_code ignored;
-  if (!kept_) std::filesystem::remove_all(path_, ignored);
+  if (kept_) return;
+  try {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  } catch (const std::bad_alloc&) {
+    std::fputs("kvmission: warning: not enough memory to remove a folder .kvmission-...; delete it\n", stderr);
+  }
 }
 
 }  // namespace kv::mission

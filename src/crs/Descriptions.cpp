@@ -105,7 +105,7 @@ tagKVGeodeticData KVUtilities::DescribeGeodeticData(std::wstring& error) try {
   tagKVGeodeticData data;
   data.DataRoot = kv::WidePath(kv::NativePath(root)).c_str();
   data.GdalVersion = Text(GDALVersionInfo("RELEASE_NAME"));
-  data.ProjVersion = Text(proj_info().version);
+  data.ProjVersion = Text(kv::ProjVersion());
   kv::ForEachListedGrid(root, [&](std::string_view key, std::string_view grid) {
     data.Grids.push_back({Text(std::string(key)), Text(std::string(grid)), kv::GridExists(grid, root)});
     return true;

@@ -14,14 +14,15 @@ namespace kv {
 namespace {
 
 constexpr std::size_t kLongestRoot = 259;
+std::mutex oneAtATime;  // changes of the process's settings, and PROJ's report of them
 constexpr const wchar_t* kProductFolder = L"\\Norvane\\";
 
 void SetProjSearchPath(const std::string& path) {
-  static std::string inForce;
   const char* const paths[] = {path.c_str(), nullptr};
-  // Other threads copy the default context without a lock when they create their own, so it is changed only if needed.
-  if (path != inForce) proj_context_set_search_paths(PJ_DEFAULT_CTX, 1, paths);
-  inForce = path;
+  // Other threads copy the default context without a lock when they create their own, so it is changed only if needed:
+  // a caller may have changed it meanwhile.
+  const PJ_INFO inForce = proj_info();
+  if (inForce.path_count != 1 || path != inForce.paths[0]) proj_context_set_search_paths(PJ_DEFAULT_CTX, 1, paths);
   // GDAL has contexts of its own, which would follow only in threads that have not used GDAL yet.
   OSRSetPROJSearchPaths(paths);
 }
@@ -50,8 +51,12 @@ std::wstring GeoidLookupFile(const std::wstring& dataRoot) {
 
 std::string GeodeticPath(const std::wstring& path) { return Utf8FromWide(WidePath(NativePath(path))); }
 
+std::string ProjVersion() {
+  const std::lock_guard lock(oneAtATime);
+  return proj_info().version;
+}
+
 std::string SetUpGeodeticData(const std::wstring& dataRoot) {
-  static std::mutex oneAtATime;
   const std::lock_guard lock(oneAtATime);
   std::string projFolder = GeodeticPath(ProjFolder(dataRoot));
   GDALAllRegister();

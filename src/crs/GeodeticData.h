@@ -23,4 +23,7 @@ std::string GeodeticPath(const std::wstring& path);
 /// @return the folder of PROJ
 std::string SetUpGeodeticData(const std::wstring& dataRoot);
 
+/// "9.1.1". Thread-safe, unlike PROJ's own report, which rewrites one buffer for all threads.
+std::string ProjVersion();
+
 }  // namespace kv

@@ -14,6 +14,7 @@
 #include "base/Writing.h"
 #include "georef/EventTypes.h"
 #include "mission/OutputFolder.h"
+#include "mission/Settings.h"
 #include "mission/inputs/GeoidHeights.h"
 #include "photos/Geotag.h"
 #include "photos/PhotoReplacement.h"
@@ -187,6 +188,7 @@ std::vector<KVMission::GeotaggedPhoto> KVMission::GeotagPhotos(const Mission& mi
   Job job(observer);
   if (mission.doubtful && !mission.settings.acceptDoubt)
     throw Failure("results are in doubt: photos are not tagged; --accept-doubt tags them");
+  if (settings.output.empty()) RefuseChangesOutside(mission.settings, {"cam1", "cam2", "photos"});
   std::vector<Task> tasks = TasksOf(mission);
   for (const auto& folder : {settings.output, settings.backup}) {
     if (!folder.empty()) RefuseFolderOfPhotos(folder, mission, tasks);

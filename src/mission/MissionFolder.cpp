@@ -52,7 +52,8 @@ bool HaveSameContent(const std::vector<fs::path>& paths) {
 /// Sorts the entries of a mission folder by the setting that they may serve.
 class Sorter {
  public:
-  Sorter(const fs::path& folder, Job& job) {
+  /// @param skipUnreadable  a file that cannot be read is no input; else it is a failure
+  Sorter(const fs::path& folder, bool skipUnreadable, Job& job) : skipUnreadable_(skipUnreadable) {
     for (const Input& input : Inputs()) {
       if (input.bearer != Bearer::None && !For(input.setting))
         all_.push_back({input.setting, input.bearer, input.several, input.key, {}});
@@ -88,11 +89,13 @@ class Sorter {
     try {
       return For(InputOf(KindOfFile(entry.path())).setting);
     } catch (const Failure& failure) {
+      if (!skipUnreadable_) throw Failure(fmt::format("{}; --skip-unreadable goes on without it", failure.what()));
       job.Add(Found::InputUnreadable, {{"reason", failure.what()}}, {.file = entry.path()});
       return nullptr;
     }
   }
 
+  bool skipUnreadable_;
   std::vector<Candidates> all_;
 };
 
@@ -222,8 +225,17 @@ std::string ContentOf(const fs::path& folder) {
                      end == names.end() ? "" : ", ...");
 }
 
+void RefuseChangesOutside(const Settings& settings, std::initializer_list<std::string_view> keys) {
+  for (const std::string& key : settings.outside) {
+    if (!settings.allowOutside && std::find(keys.begin(), keys.end(), key) != keys.end())
+      throw Failure(
+          fmt::format("mission.toml: {} leads out of the mission folder; --allow-outside changes photos there", key),
+          Failure::Reason::WrongUsage);
+  }
+}
+
 void FindMissionFiles(Settings& settings, Job& job) {
-  Sorter sorter(settings.mission, job);
+  Sorter sorter(settings.mission, settings.skipUnreadable, job);
   const Bearer bearer = BearerOf(settings, sorter);
   if (bearer == Bearer::Sensor) TakeLogToCompare(sorter.For(&Settings::trajectory)->paths, settings, job);
   for (Candidates& candidates : sorter.All()) {
@@ -258,13 +270,16 @@ KVMission::Settings KVMission::SettingsOf(const std::filesystem::path& mission) 
   return settings;
 }
 
-std::filesystem::path KVMission::FindCameraFolder(const std::filesystem::path& mission, int camera,
+std::filesystem::path KVMission::FindCameraFolder(const std::filesystem::path& mission, int camera, bool allowOutside,
                                                   Observer& observer) {
   using namespace kv::mission;
   Job job(observer);
   const auto setting = camera == 1 ? &Settings::camera1 : &Settings::camera2;
   Settings settings = SettingsOf(mission);
-  Sorter sorter(mission, job);
+  settings.allowOutside = allowOutside;
+  RefuseChangesOutside(settings, {camera == 1 ? "cam1" : "cam2"});
+  constexpr bool kSkipUnreadable = true;  // only folders matter
+  Sorter sorter(mission, kSkipUnreadable, job);
   Settle(*sorter.For(setting), settings, job);
   if ((settings.*setting).empty()) throw Failure(fmt::format("{}: no folder of camera {}", Utf8(mission), camera));
   return settings.*setting;

@@ -14,6 +14,8 @@ namespace {
 using Path = std::filesystem::path;
 using Type = SettingKey::Type;
 
+constexpr std::size_t kLargest = 64 * 1024;  // bytes; a file with every setting takes two thousand
+
 [[noreturn]] void Refuse(const Path& file, const toml::source_region& source, const std::string& complaint) {
   throw Failure(fmt::format("{}: line {}: {}", Utf8(file), source.begin.line, complaint), Failure::Reason::WrongUsage);
 }
@@ -60,6 +62,14 @@ std::string Resolved(Type type, const Path& folder, const std::string& text) {
   return isPath ? (folder / text).string() : text;
 }
 
+/// Whether a path leads out of a folder, by its links too.
+bool IsOutside(const Path& path, const Path& folder) {
+  std::error_code error;
+  const Path inside =
+      std::filesystem::weakly_canonical(path, error).lexically_relative(std::filesystem::canonical(folder, error));
+  return error || inside.empty() || *inside.begin() == "..";
+}
+
 void Apply(const Path& file, std::string_view name, const toml::node& value, Settings& settings) {
   const auto& keys = SettingKeys();
   const auto key = std::find_if(keys.begin(), keys.end(), [&](auto& entry) { return entry.name == name; });
@@ -70,15 +80,32 @@ void Apply(const Path& file, std::string_view name, const toml::node& value, Set
   }
   const auto text = TextFor(key->type, value);
   if (!text) Refuse(file, value.source(), fmt::format("{} must be {}", name, WordFor(key->type)));
-  const std::string complaint = SetFromText(key->name, Resolved(key->type, file.parent_path(), *text), settings);
+  const std::string resolved = Resolved(key->type, file.parent_path(), *text);
+  const std::string complaint = SetFromText(key->name, resolved, settings);
   if (!complaint.empty()) Refuse(file, value.source(), fmt::format("{} {}", name, complaint));
+  if (key->type == Type::Path && IsOutside(resolved, file.parent_path())) settings.outside.push_back(key->name);
+}
+
+/// The parser calls itself for each level of tables and lists, and a level takes at least one of these characters.
+void RefuseDeepNesting(const Path& file, std::string_view content) {
+  constexpr std::ptrdiff_t kMost = 1000;
+  std::size_t number = 1;
+  for (std::size_t begin = 0; begin < content.size(); ++number) {
+    const std::string_view line = content.substr(begin, content.find('\n', begin) - begin);
+    const auto levels =
+        std::count_if(line.begin(), line.end(), [](char c) { return c == '.' || c == '[' || c == '{'; });
+    if (levels > kMost)
+      throw Failure(fmt::format("{}: line {}: nested too deeply", Utf8(file), number), Failure::Reason::WrongUsage);
+    begin += line.size() + 1;
+  }
 }
 
 }  // namespace
 
 void ReadMissionToml(const Path& path, Settings& settings) try {
   RefuseUnlessRegular(path);
-  const std::string content = ReadSmallFile(path, "a mission file", Failure::Reason::WrongUsage);
+  const std::string content = ReadSmallFile(path, kLargest, "a mission file", Failure::Reason::WrongUsage);
+  RefuseDeepNesting(path, content);
   for (const auto& [name, value] : toml::parse(std::string_view(content))) Apply(path, name.str(), value, settings);
 } catch (const toml::parse_error& error) {
   Refuse(path, error.source(), std::string(error.description()));

@@ -56,6 +56,42 @@ const fs::path& Usable(const fs::path& path, const Results& results, bool overwr
   return path;
 }
 
+const fs::path& UnlessLocked(const fs::path& path, const FolderLock& lock) {
+  if (!lock.IsHeld())
+    throw Failure(fmt::format("{}: another run writes into this folder{}", Utf8(path),
+                              lock.Holder().empty() ? "" : fmt::format(" (process {})", lock.Holder())));
+  return path;
+}
+
+void PutOnDisk(const fs::path& path, const fs::path& shown) {
+  if (!FlushToDisk(path)) FailWriting(shown);
+}
+
+/// The files of a folder, and the folders in it.
+void PutContentOnDisk(const fs::path& folder, const fs::path& shown) {
+  std::vector<fs::path> paths;
+  for (const auto& entry : fs::recursive_directory_iterator(folder)) paths.push_back(entry.path());
+  for (const fs::path& path : paths) PutOnDisk(path, shown / path.lexically_relative(folder));
+}
+
+/// A run that knows less than the one before it removes results that it does not replace.
+void TellOfLosses(const fs::path& folder, const fs::path& staging, const Results& results, Job& job) {
+  std::vector<std::string> lost;
+  std::error_code error;
+  const auto isLost = [&](const std::string& name) {
+    return fs::exists(fs::symlink_status(folder / name, error)) && !fs::exists(staging / name, error);
+  };
+  for (const auto& layer : results.layers) {
+    if (isLost(layer + ".shp")) lost.push_back(layer + ".shp");
+  }
+  for (const auto& name : results.files) {
+    if (!name.ends_with(".qml") && isLost(name)) lost.push_back(name);  // a style goes with its layer
+  }
+  if (!lost.empty())
+    job.Add(Found::EarlierResultsRemoved,
+            {{"count", Count(lost.size())}, {"names", fmt::format("{}", fmt::join(lost, ", "))}}, {.file = folder});
+}
+
 /// Renames that can be undone.
 class Renames {
  public:
@@ -150,11 +186,13 @@ OutputFolder::OutputFolder(const fs::path& path, bool overwrite, Results results
       results_(std::move(results)),
       overwrite_(overwrite),
       folders_(path),
-      staging_(path) {}
+      lock_(path),
+      staging_(UnlessLocked(path, lock_)) {}
 
 void OutputFolder::Commit(Job& job) {
   job.ThrowIfStopped();
   RefuseResults(path_, results_, overwrite_);
+  TellOfLosses(path_, Staging(), results_, job);
   std::deque<NewFolders> folders;
   for (const fs::path& folder : FoldersOf(ResultNames(results_))) {
     if (fs::is_directory(Staging() / folder))
@@ -162,9 +200,13 @@ void OutputFolder::Commit(Job& job) {
     else if (fs::is_directory(path_ / folder))
       folders.emplace_back(Staging() / folder);  // for what an earlier run left
   }
+  PutContentOnDisk(Staging(), path_);
   Renames renames;
   try {
     Exchange(path_, Staging(), results_, renames);
+    for (const fs::path& folder : FoldersOf(ResultNames(results_)))
+      if (fs::is_directory(path_ / folder)) PutOnDisk(path_ / folder, path_ / folder);
+    PutOnDisk(path_, path_);
   } catch (const std::exception& failure) {
     if (renames.TakeBack()) throw;
     staging_.Keep();

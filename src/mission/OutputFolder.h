@@ -7,6 +7,7 @@
 
 #include "base/Job.h"
 #include "base/Writing.h"
+#include "platform/FolderLock.h"
 
 namespace kv::mission {
 
@@ -59,8 +60,8 @@ class NewFolders {
 class OutputFolder {
  public:
   /// Makes the folder when it is not there.
-  /// @throws Failure when it cannot be made; when it holds results, or files that other programs put beside them,
-  ///         and `overwrite` is false
+  /// @throws Failure when it cannot be made; when another run writes into it; when it holds results, or files that other
+  ///         programs put beside them, and `overwrite` is false
   OutputFolder(const std::filesystem::path& path, bool overwrite, Results results);
 
   const std::filesystem::path& Path() const { return path_; }
@@ -68,7 +69,7 @@ class OutputFolder {
   const std::filesystem::path& Staging() const { return staging_.Path(); }
 
   /// Gives the staged layers and files their names and removes what an earlier run left under the names of
-  /// layers, spatial indexes of other programs included.
+  /// layers, spatial indexes of other programs included. All is on the disk before anything is removed.
   /// @throws Failure when a file cannot be renamed, or when another run has put results there that must not be
   ///         overwritten; the folder then holds what it held before
   void Commit(Job& job);
@@ -78,6 +79,7 @@ class OutputFolder {
   Results results_;
   bool overwrite_;
   NewFolders folders_;
+  FolderLock lock_;
   ScratchFolder staging_;  // after the folders: it goes before them
 };
 

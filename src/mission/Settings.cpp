@@ -241,6 +241,10 @@ const std::vector<Row>& Rows() {
        ReadJobs},
       {{"accept-doubt", "", "make the photo layer although results are in doubt", Type::Flag, true},
        FlagTo(&Settings::acceptDoubt, true)},
+      {{"allow-outside", "", "change photos that mission.toml names outside of the mission folder", Type::Flag, false},
+       FlagTo(&Settings::allowOutside, true)},
+      {{"skip-unreadable", "", "go on without files of the mission folder that cannot be read", Type::Flag, false},
+       FlagTo(&Settings::skipUnreadable, true)},
       {{"overwrite", "", "replace the results of an earlier run", Type::Flag, false},
        FlagTo(&Settings::overwrite, true)},
   };
@@ -269,4 +273,5 @@ const std::vector<KVMission::SettingKey>& KVMission::SettingKeys() {
 void KVMission::Set(Settings& settings, const std::string& key, const std::string& text) {
   const std::string complaint = kv::mission::SetFromText(key, text, settings);
   if (!complaint.empty()) throw Failure(key + " " + complaint, Failure::Reason::WrongUsage);
+  std::erase(settings.outside, key);
 }

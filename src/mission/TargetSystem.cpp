@@ -16,6 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr double kSemiMajorAxis = 6378137.0;  // metres, of GRS80 and WGS 84
+constexpr std::size_t kLargest = 1 << 20;     // bytes of a definition, which takes some kilobytes
 
 }  // namespace
 
@@ -23,7 +24,8 @@ tagKVCoordinateSystem ReadTargetSystem(const std::string& target) {
   std::error_code noPath;
   const fs::path path(target);
   const bool isFile = fs::is_regular_file(path, noPath);
-  const std::string text = isFile ? ReadSmallFile(path, "a coordinate system", Failure::Reason::Failed) : target;
+  const std::string text =
+      isFile ? ReadSmallFile(path, kLargest, "a coordinate system", Failure::Reason::Failed) : target;
   const std::string_view definition = isFile ? WithoutByteOrderMark(text) : text;
   std::wstring error;
   auto system = KVUtilities::DescribeCoordinateSystem(WideFromUtf8(WithoutBlanks(definition, " \t\r\n")), error);

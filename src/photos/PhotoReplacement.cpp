@@ -59,6 +59,7 @@ void PutPhoto(const std::string& content, const fs::path& to, const fs::path& ac
   TakeAccess(copy, accessOf);
   fs::rename(copy, to, error);
   if (error) FailWriting(to, error);
+  if (onDisk && !FlushToDisk(to.parent_path())) FailWriting(to);
 }
 
 bool BackUp(const std::string& content, const fs::path& photo, const fs::path& backup, ScratchFolders& scratch) {

@@ -72,6 +72,9 @@ bool ReplaceFileContent(std::wstring_view path, std::span<const unsigned char> c
 /// Flushes to disk, so that the content survives a power cut. @return false on failure; `errno` says why
 bool FlushToDisk(std::FILE* file);
 
+/// Likewise for a closed file, or for the names in a folder, which systems other than Windows keep apart.
+bool FlushToDisk(const std::filesystem::path& path);
+
 /// Gives a file the owner and group of another. @return false when the system does not allow even the group
 bool TakeOwner(const std::filesystem::path& file, const std::filesystem::path& from);
 

@@ -1,5 +1,6 @@
 #include "platform/FileNames.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -39,6 +40,16 @@ std::optional<std::uint64_t> FileSize(std::FILE* file) {
 bool SeekFile(std::FILE* file, std::uint64_t offset) { return fseeko(file, static_cast<off_t>(offset), SEEK_SET) == 0; }
 
 bool FlushToDisk(std::FILE* file) { return std::fflush(file) == 0 && fsync(fileno(file)) == 0; }
+
+bool FlushToDisk(const std::filesystem::path& path) {
+  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (file < 0) return false;
+  const bool isOnDisk = fsync(file) == 0 || errno == EINVAL || errno == ENOTSUP;  // some file systems know no flushing
+  const int reason = errno;
+  close(file);
+  errno = reason;
+  return isOnDisk;
+}
 
 bool TakeOwner(const std::filesystem::path& file, const std::filesystem::path& from) {
   struct stat status {};

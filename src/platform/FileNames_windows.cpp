@@ -38,6 +38,13 @@ bool SeekFile(std::FILE* file, std::uint64_t offset) {
 
 bool FlushToDisk(std::FILE* file) { return std::fflush(file) == 0 && _commit(_fileno(file)) == 0; }
 
+bool FlushToDisk(const std::filesystem::path& path) {
+  std::error_code ignored;
+  if (std::filesystem::is_directory(path, ignored)) return true;
+  const FilePtr file = OpenNative(path, "rb+");
+  return file && FlushToDisk(file.get());
+}
+
 /// A new file has the owner and the access list that its folder gives.
 bool TakeOwner(const std::filesystem::path&, const std::filesystem::path&) { return true; }
 

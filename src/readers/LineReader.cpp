@@ -13,7 +13,7 @@
 namespace kv::mission {
 namespace {
 
-constexpr std::size_t kLongestLine = 256 * 1024;  // bytes
+constexpr std::size_t kLongestLine = 64 * 1024;  // bytes
 
 [[noreturn]] void FailReading(const std::filesystem::path& path, int reason) {
   throw Failure(fmt::format("{}: cannot be read: {}", Utf8(path), std::generic_category().message(reason)));
@@ -31,10 +31,10 @@ std::string ReadBeginning(const std::filesystem::path& path, std::size_t length)
   return content;
 }
 
-std::string ReadSmallFile(const std::filesystem::path& path, const char* what, Failure::Reason reason) {
-  constexpr std::size_t kLargest = 1 << 20;  // they take some kilobytes; anything larger is another file
-  std::string content = ReadBeginning(path, kLargest + 1);
-  if (content.size() > kLargest) throw Failure(fmt::format("{}: too large for {}", Utf8(path), what), reason);
+std::string ReadSmallFile(const std::filesystem::path& path, std::size_t largest, const char* what,
+                          Failure::Reason reason) {
+  std::string content = ReadBeginning(path, largest + 1);
+  if (content.size() > largest) throw Failure(fmt::format("{}: too large for {}", Utf8(path), what), reason);
   return content;
 }
 
@@ -53,12 +53,17 @@ bool LineReader::Next(std::string_view& line) {
     if (stream_.BytesRead() != bytesChecked_) job_.ThrowIfStopped();
     bytesChecked_ = stream_.BytesRead();
     if (std::exchange(isInLine_, !stream_.IsAtLineStart())) continue;
-    line = line.substr(0, kLongestLine);
-    if (++number_ == 1) line = WithoutByteOrderMark(line);
+    ++number_;
+    if (line.size() > kLongestLine) cut_.push_back(number_), line = line.substr(0, kLongestLine);
+    if (number_ == 1) line = WithoutByteOrderMark(line);
     meter_.Step(bytesChecked_, stream_.FileBytes());
     return true;
   }
   ThrowOnError();
+  if (!cut_.empty())
+    job_.Add(Found::LinesCut, {{"file", Utf8(path_)}, {"count", Count(cut_.size())}, {"lines", Named(cut_)}},
+             {.file = path_, .line = cut_[0]});
+  cut_.clear();
   return false;
 }
 

@@ -17,16 +17,18 @@ namespace kv::mission {
 std::string ReadBeginning(const std::filesystem::path& path, std::size_t length);
 
 /// All of a small file of definitions or settings.
-/// @param what    for the message: "a mission file"
-/// @param reason  of the failure when it is larger than 1 MiB
+/// @param largest  bytes
+/// @param what     for the message: "a mission file"
+/// @param reason   of the failure when it is larger
 /// @throws Failure when the file cannot be read, or is too large
-std::string ReadSmallFile(const std::filesystem::path& path, const char* what, Failure::Reason reason);
+std::string ReadSmallFile(const std::filesystem::path& path, std::size_t largest, const char* what,
+                          Failure::Reason reason);
 
 /// @throws Failure for a pipe or a device, which cannot be read twice
 void RefuseUnlessRegular(const std::filesystem::path& path);
 
 /// The lines of a file in one pass and in fixed memory. LF and CR LF end a line; the last line needs no end. A line
-/// longer than 256 KiB is cut off there: no field file has such lines. Reports progress.
+/// longer than 64 KiB is cut off there, with a finding: no field file has such lines. Reports progress.
 class LineReader {
  public:
   /// @param what  for the progress: "reading the trajectory"
@@ -50,6 +52,7 @@ class LineReader {
   Meter meter_;
   std::uint64_t bytesChecked_ = 0;  // when a stop was last asked for: once per block
   std::size_t number_ = 0;
+  LineNumbers cut_;
   bool isInLine_ = false;  // the rest of a line that was too long comes next
 };
 

@@ -77,7 +77,8 @@ TEST(Trajectory, TakesFixesAndCountsTheRest) {
   // The sentence right after the first fix dates the log, not the earlier or a later one.
   EXPECT_EQ(DateText(trajectory.date.value()), "2024-05-01");
   ExpectParts(job.Warnings(),
-              {"1 sentence dates the trajectory otherwise than most of the same stretch, first 2024-05-09 "
+              {"1 line longer than 64 KiB cut off there: line 6",
+               "1 sentence dates the trajectory otherwise than most of the same stretch, first 2024-05-09 "
                "instead of 2024-05-02"},
               "");
 }

@@ -19,7 +19,8 @@ Lines LinesOf(const std::filesystem::path& path, CtrlZ ctrlZ) {
 }
 
 TEST(LineReader, GivesLinesWithoutTheirEnds) {
-  const std::string half(128 * 1024, 'x'), three(3 * 256 * 1024, 'y');
+  const std::string part(50 * 1000, 'x'), three(3 * 256 * 1024, 'y');
+  constexpr std::size_t kLongest = 64 * 1024;
   struct {
     const char* what;
     std::string content;
@@ -29,9 +30,12 @@ TEST(LineReader, GivesLinesWithoutTheirEnds) {
       {"empty", "", {}, {}},
       {"both line ends, the last one missing", "a\r\nb\n\nc\r\r\nd\r", {"a", "b", "", "c\r", "d\r"}, {}},
       {"Ctrl-Z", "a\r\x1A\nb\n", {"a\r"}, {"a\r\x1A", "b"}},
-      {"across the buffer's end", half + "\n" + half + "\n" + half, {half, half, half}, {}},
-      {"a line longer than the buffer, and the next", three + "\r\nz\n", {three.substr(0, 256 * 1024), "z"}, {}},
-      {"a long line at the end", "z\n" + three, {"z", three.substr(0, 256 * 1024)}, {}},
+      {"across the buffer's end",
+       part + "\n" + part + "\n" + part + "\n" + part + "\n" + part + "\n" + part,
+       Lines(6, part),
+       {}},
+      {"a line longer than the buffer, and the next", three + "\r\nz\n", {three.substr(0, kLongest), "z"}, {}},
+      {"a long line at the end", "z\n" + three, {"z", three.substr(0, kLongest)}, {}},
   };
   const TempFolder folder;
   for (const auto& [what, content, lines, whole] : rows) {

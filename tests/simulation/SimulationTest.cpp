@@ -1,9 +1,14 @@
 #include <algorithm>
 #include <cmath>
+#include <csignal>
 #include <map>
 #include <numbers>
 #include <set>
 #include <system_error>
+
+#if defined(__linux__)
+#include <sys/resource.h>
+#endif
 
 #include "SimulatedFiles.h"
 #include "simulation/SimulatedMission.h"
@@ -223,13 +228,15 @@ TEST(Simulation, OverwritingSparesWhatIsNotTheMissions) {
   }
 }
 
-TEST(Simulation, AWriteThatFailsIsReported) {
-  if (!fs::exists("/dev/full")) GTEST_SKIP() << "needs a device that is always full";
+TEST(Simulation, AFileThatCannotTakeItsNameIsReported) {
   for (const char* file :
        {"truth.csv", "events.txt", "trajectory.nmea", "housekeeping.log", "orientation.txt", "cam2"}) {
     const TempFolder folder;
-    fs::create_directory(folder.Path() / "mission");
-    fs::create_symlink("/dev/full", folder.Path() / "mission" / file);
+    fs::create_directories(folder.Path() / "mission" / file / "in the way");
+    if (file == std::string("cam2")) {
+      fs::remove_all(folder.Path() / "mission/cam2");
+      folder.Write("mission/cam2", "a file where a folder should be");
+    }
     try {
       ADD_FAILURE() << file << Simulate(folder, "--minutes 1 --overwrite");
     } catch (const std::system_error& error) {
@@ -237,5 +244,31 @@ TEST(Simulation, AWriteThatFailsIsReported) {
     }
   }
 }
+
+#if defined(__linux__)
+
+/// No file is larger than a limit of the system, as on a disk that is full: those that are there are whole.
+TEST(Simulation, AWriteThatFailsIsReportedAndLeavesNoPart) {
+  const std::string options = "--minutes 1 --photo-size 64x64";
+  const TempFolder whole;
+  ASSERT_EQ(Simulate(whole, options), 0);
+  std::signal(SIGXFSZ, SIG_IGN);
+  for (const rlim_t bytes : {0u, 1000u, 2500u, 5000u, 10'000u, 40'000u}) {
+    const TempFolder folder;
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit limit{bytes, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    EXPECT_THROW(Simulate(folder, options), std::system_error) << bytes;
+    setrlimit(RLIMIT_FSIZE, &before);
+    for (const auto& entry : fs::recursive_directory_iterator(folder.Path() / "mission")) {
+      if (!entry.is_regular_file()) continue;
+      const std::string name = fs::relative(entry.path(), folder.Path()).string();
+      EXPECT_EQ(folder.Read(name), whole.Read(name)) << name << ", " << bytes;
+    }
+  }
+}
+
+#endif
 
 }  // namespace

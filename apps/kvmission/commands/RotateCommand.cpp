@@ -25,7 +25,7 @@ struct RotateOptions {
   double angle = 0;  // degrees
   fs::path backup;   // empty for none
   double maxMegapixels = KVMission::Settings().maxMegapixels;
-  bool hasBackup = false, yes = false, quiet = false;
+  bool hasBackup = false, allowOutside = false, yes = false, quiet = false;
 };
 
 /// @return an empty path when no backup is wanted
@@ -123,7 +123,7 @@ class Rotation {
 ExitCode RotateCamera(const RotateOptions& options) {
   CatchInterrupts();
   Messages messages(options.quiet ? Verbosity::Quiet : Verbosity::Normal);
-  const fs::path folder = KVMission::FindCameraFolder(options.mission, options.camera, messages);
+  const fs::path folder = KVMission::FindCameraFolder(options.mission, options.camera, options.allowOutside, messages);
   RefuseBackupAmongPhotos(options, folder);
   const auto names = EachOnce(folder, KVMission::PhotosIn(folder), options.quiet);
   if (names.empty()) throw Failure(Utf8(folder) + ": no photos in it");
@@ -158,6 +158,7 @@ void AddRotateCommand(CLI::App& app, ExitCode& exitCode) {
   command.add_option_function<std::string>("--backup", storeBackup, "folder that receives the photos as they were")
       ->type_name("FOLDER");
   AddMaxMegapixelsOption(command, options->maxMegapixels);
+  command.add_flag("--allow-outside", options->allowOutside, "rotate photos outside of the mission folder too");
   command.add_flag("--yes", options->yes, "do not ask");
   command.add_flag("-q,--quiet", options->quiet, "say nothing but errors");
   command.callback([options, &exitCode] { exitCode = RotateCamera(*options); });

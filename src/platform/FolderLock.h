@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+namespace kv {
+
+/// An exclusive lock on a folder, among processes and threads. It is held until the destructor, or the end of the process.
+/// Where the file system knows no locks, everybody gets one.
+class FolderLock {
+ public:
+  explicit FolderLock(const std::filesystem::path& folder);
+  ~FolderLock();
+  FolderLock(const FolderLock&) = delete;
+  FolderLock& operator=(const FolderLock&) = delete;
+
+  bool IsHeld() const { return isHeld_; }
+  /// The number of the process that has the lock instead; empty when that is not known.
+  const std::string& Holder() const { return holder_; }
+
+ private:
+  std::filesystem::path file_;
+  std::intptr_t handle_ = -1;  // of the system
+  bool isHeld_ = true;
+  std::string holder_;
+};
+
+}  // namespace kv
