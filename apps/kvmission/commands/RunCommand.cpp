@@ -42,7 +42,7 @@ ExitCode Run(const RunOptions& options) {
 void AddRunCommand(CLI::App& app, ExitCode& exitCode) {
   CLI::App& command = *app.add_subcommand("run", "Turn a mission into GIS layers and a summary");
   const auto options = std::make_shared<RunOptions>();
-  AddMissionOptions(command, options->mission);
+  AddMissionOptions(command, options->mission, {"allow-outside"});
   command.add_flag("--dry-run", options->dryRun, "read, pair and report, but write nothing");
   command.add_flag("--json", options->json, "print the summary as JSON");
   AddVerbosity(command, options->common);
