@@ -7,6 +7,7 @@
 #include <atomic>
 #include <future>
 #include <iterator>
+#include <mutex>
 #include <optional>
 #include <utility>
 
@@ -14,7 +15,6 @@
 #include "mission/OutputFolder.h"
 #include "mission/Steps.h"
 #include "mission/inputs/GeoidHeights.h"
-#include "mission/inputs/PosFile.h"
 #include "platform/FileNames.h"
 #include "report/PosRows.h"
 #include "text/TextCase.h"
@@ -45,6 +45,36 @@ struct Piece {
   std::promise<std::size_t> after;
 };
 
+/// Buffers that are used again: asking the system for this much memory takes longer than filling it.
+template <typename Buffer>
+class Spare {
+ public:
+  Buffer Take() {
+    const std::lock_guard lock(mutex_);
+    if (spare_.empty()) return {};
+    Buffer buffer = std::move(spare_.back());
+    spare_.pop_back();
+    return buffer;
+  }
+  void Give(Buffer buffer) {
+    const std::lock_guard lock(mutex_);
+    spare_.push_back(std::move(buffer));
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<Buffer> spare_;
+};
+
+/// What the pieces of a file are made with, in several threads.
+struct Workshop {
+  const tagKVCoordinateSystem& target;
+  const PosUse& use;
+  std::atomic<bool> isEnded = false;  ///< a sample could not be transformed; later ones are only counted
+  Spare<std::string> lines = {}, rows = {};
+  Spare<std::vector<tagKVPosEvent>> samples = {};
+};
+
 /// The samples of a piece, and how far they got.
 struct Transformed {
   PosBlock block;
@@ -56,10 +86,11 @@ struct Transformed {
   std::wstring error;
 };
 
-/// @param isEnded  an earlier sample could not be transformed; samples are now only counted
-Transformed Transform(Piece piece, const tagKVCoordinateSystem& target, bool isEnded) {
+Transformed Transform(Piece piece, Workshop& shop) {
   Transformed transformed;
-  auto [file, samples, numbers] = ReadPosLines(piece.lines, !isEnded);
+  auto [file, samples, numbers] =
+      ReadPosLines(piece.lines, shop.isEnded ? PosDetail::Counts : shop.use.detail, shop.samples.Take());
+  shop.lines.Give(std::move(piece.lines.text));
   transformed.file = std::move(file);
   PosBlock& block = transformed.block;
   block.lines = std::move(numbers), block.samples = std::move(samples);
@@ -68,14 +99,18 @@ Transformed Transform(Piece piece, const tagKVCoordinateSystem& target, bool isE
   if (block.samples.empty()) return transformed;
   if (piece.geoid) transformed.error = piece.geoid->Apply(block.samples);
   if (transformed.error.empty())
-    KVUtilities::TransformPosEvents(block.samples, target.Wkt.GetString(), transformed.points, transformed.error);
+    KVUtilities::TransformPosEvents(block.samples, shop.target.Wkt.GetString(), transformed.points, transformed.error);
   if (transformed.points < block.samples.size()) transformed.endedAtLine = block.lines[transformed.points];
   block.samples.resize(transformed.points);
   for (auto& sample : block.samples) {
-    if (target.IsNorthingFirst) std::swap(sample.X, sample.Y);  // the order of the target's axes
+    if (shop.target.IsNorthingFirst) std::swap(sample.X, sample.Y);  // the order of the target's axes
     transformed.span.Add(FromFileTime(sample.TimeUTC));
     transformed.bounds.Add(sample.Y, sample.X, sample.Z);
   }
+  if (!shop.use.prepare || transformed.points == 0) return transformed;
+  block.text = shop.rows.Take();
+  shop.use.prepare(block);
+  shop.samples.Give(std::move(block.samples));
   return transformed;
 }
 
@@ -99,13 +134,11 @@ int DecimalsFor(const tagKVCoordinateSystem& target) { return target.IsGeographi
 
 /// Formats the rows of a text in the threads that make the samples.
 template <typename Rows, typename Write>
-PosUse TextOfSamples(std::string header, Rows rows, const tagKVCoordinateSystem& target, Write write) {
-  PosUse use;
-  use.prepare = [rows, decimals = DecimalsFor(target)](PosBlock& block) {
-    block.text = rows(block, decimals);
-    block.samples = {};
-  };
-  use.take = [header = std::move(header), write](PosBlock&& block) {
+PosUse TextOfSamples(PosDetail detail, std::string header, Rows rows, const tagKVCoordinateSystem& target,
+                     Write write) {
+  PosUse use{detail, {}, {}};
+  use.prepare = [rows, decimals = DecimalsFor(target)](PosBlock& block) { rows(block, decimals, block.text); };
+  use.take = [header = std::move(header), write](PosBlock& block) {
     if (block.first == 0) write(header);
     write(block.text);
   };
@@ -114,7 +147,7 @@ PosUse TextOfSamples(std::string header, Rows rows, const tagKVCoordinateSystem&
 
 template <typename Write>
 PosUse CsvOfSamples(const tagKVCoordinateSystem& target, Write write) {
-  return TextOfSamples(PosCsvHeader(), PosCsvRows, target, write);
+  return TextOfSamples(PosDetail::Records, PosCsvHeader(), PosCsvRows, target, write);
 }
 
 /// Writes a file or layer that gets its name once it is complete.
@@ -145,9 +178,9 @@ PosPoints TransformInto(const TransformSettings& settings, const tagKVCoordinate
       check(std::fwrite(text.data(), 1, text.size(), file.get()) == text.size());
     };
     check(file != nullptr);
-    points = TransformPosFile(
-        settings.pos, target, settings.jobs,
-        extension == ".csv" ? CsvOfSamples(target, write) : TextOfSamples("", PosXyzRows, target, write), job);
+    const PosUse use = extension == ".csv" ? CsvOfSamples(target, write)
+                                           : TextOfSamples(PosDetail::Places, "", PosXyzRows, target, write);
+    points = TransformPosFile(settings.pos, target, settings.jobs, use, job);
     check(std::fclose(file.release()) == 0);
   }
   place.Commit(job);
@@ -165,32 +198,30 @@ PosPoints TransformPosFile(const fs::path& path, const tagKVCoordinateSystem& ta
   PosHeader header;
   std::optional<GeoidHeights> geoid;
   std::wstring error;
-  std::atomic<bool> isEnded = false;
+  Workshop shop{.target = target, .use = use};
   std::promise<std::size_t> none;
   none.set_value(0);
   std::future<std::size_t> samplesBefore = none.get_future();
   const auto next = [&]() -> std::optional<Piece> {
     Piece piece;
+    piece.lines.text = shop.lines.Take();
     if (!TakeLines(reader, header, kLinesOfPiece, piece.lines)) return std::nullopt;
     if (piece.lines.form.heightsAboveGeoid && !geoid) geoid.emplace(path, job);
     if (piece.lines.form.heightsAboveGeoid) piece.geoid = &*geoid;
     piece.before = std::exchange(samplesBefore, piece.after.get_future());
     return piece;
   };
-  const auto make = [&](Piece piece) {
-    Transformed transformed = Transform(std::move(piece), target, isEnded);
-    if (use.prepare && transformed.points > 0) use.prepare(transformed.block);
-    return transformed;
-  };
+  const auto make = [&](Piece piece) { return Transform(std::move(piece), shop); };
   MakeInOrder(ThreadsFor(jobs), next, make, [&](Transformed transformed) {
     job.ThrowIfStopped();
     Append(transformed.file, file);
-    if (isEnded || transformed.block.lines.empty()) return true;
+    if (shop.isEnded || transformed.block.lines.empty()) return true;
     Add(transformed, points);
     error = std::move(transformed.error);
     if (points.points == 0 && !error.empty()) throw Failure(fmt::format("{}: {}", Utf8(path), OneLine(error)));
-    if (transformed.points > 0) use.take(std::move(transformed.block));
-    isEnded = points.endedAtLine.has_value();
+    if (transformed.points > 0) use.take(transformed.block);
+    if (transformed.points > 0 && use.prepare) shop.rows.Give(std::move(transformed.block.text));
+    shop.isEnded = points.endedAtLine.has_value();
     return true;
   });
   points.counts = file.counts;
@@ -209,10 +240,10 @@ PosPoints TransformPosFile(const fs::path& path, const tagKVCoordinateSystem& ta
 
 PosPoints ReadPosPoints(const fs::path& path, const tagKVCoordinateSystem& target, unsigned jobs, Job& job) {
   std::vector<tagKVPosEvent> samples;
-  const auto collect = [&](PosBlock&& block) {
+  const auto collect = [&](PosBlock& block) {
     std::move(block.samples.begin(), block.samples.end(), std::back_inserter(samples));
   };
-  PosPoints points = TransformPosFile(path, target, jobs, {{}, collect}, job);
+  PosPoints points = TransformPosFile(path, target, jobs, {PosDetail::Records, {}, collect}, job);
   points.samples = std::move(samples);
   return points;
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/Job.h"
+#include "mission/inputs/PosFile.h"
 
 /// The samples of a POS file in a target coordinate system.
 namespace kv::mission {
@@ -32,8 +33,9 @@ struct PosBlock {
 
 /// What to do with the blocks.
 struct PosUse {
+  PosDetail detail = PosDetail::Records;   ///< of the samples: places or records
   std::function<void(PosBlock&)> prepare;  ///< called in several threads at once
-  std::function<void(PosBlock&&)> take;    ///< called in the caller's thread, in the order of the file
+  std::function<void(PosBlock&)> take;     ///< called in the caller's thread, in the order of the file
 };
 
 /// Reads a POS file, transforms its samples and reports what is left out.

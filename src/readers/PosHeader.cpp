@@ -205,8 +205,10 @@ std::size_t SplitPosLine(std::string_view line, std::array<std::string_view, 40>
 
 std::optional<double> SexagesimalAngle(const std::string_view* tokens, double largestDegrees) {
   constexpr int kSixty = 60, kMinutesOfTurn = 3600;
-  const auto degrees = WholeInteger(tokens[0]), minutes = WholeInteger(tokens[1]);
-  if (!degrees || !minutes) return std::nullopt;  // decimal degrees
+  const auto degrees = WholeInteger(tokens[0]);
+  if (!degrees) return std::nullopt;  // decimal degrees
+  const auto minutes = WholeInteger(tokens[1]);
+  if (!minutes) return std::nullopt;
   const auto seconds = FiniteNumber(tokens[2]);
   if (!seconds || tokens[2].find('.') == std::string_view::npos) return std::nullopt;
   const double whole = std::abs(static_cast<double>(*degrees));

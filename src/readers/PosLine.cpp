@@ -46,6 +46,10 @@ bool ReadClock(std::string_view token, CalendarFields& fields) {
   return true;
 }
 
+bool HasSeparator(std::string_view week) {
+  return std::any_of(week.begin(), week.end(), [](char c) { return c == ',' || c == ';' || c == '/' || c == '-'; });
+}
+
 bool HasAnglesOfThree(Span tokens) {
   constexpr std::size_t kLatitude = 2, kLongitude = 5, kEnd = 8;
   return tokens.size() >= kEnd && SexagesimalAngle(&tokens[kLatitude], kLargestLatitude) &&
@@ -54,12 +58,9 @@ bool HasAnglesOfThree(Span tokens) {
 
 /// @return false where week, seconds or place is not a number
 bool ReadPlainNumbers(Span tokens, PosNumbers& numbers) {
-  const auto week = WholeInteger32(tokens[0]);
-  const auto seconds = FiniteNumber(tokens[1]), latitude = FiniteNumber(tokens[2]), longitude = FiniteNumber(tokens[3]);
-  const auto height = FiniteNumber(tokens[4]);
-  if (!week || !seconds || !latitude || !longitude || !height) return false;
-  numbers = {*week, *seconds, *latitude, *longitude, *height};
-  return true;
+  if (!ReadPosNumbers(tokens, numbers)) return false;
+  return std::isfinite(numbers.secondsOfWeek) && std::isfinite(numbers.latitude) && std::isfinite(numbers.longitude) &&
+         std::isfinite(numbers.height);
 }
 
 bool IsOnEarth(double latitude, double longitude, double height) {
@@ -123,8 +124,7 @@ PosLineKind PosLineReader::Read(std::string_view line) {
   if (tokens.empty()) return PosLineKind::Blank;
   if (!BeginsNumber(tokens[0])) return PosLineKind::Comment;
   const bool isKnownDecimal = form_.layout && !form_.layout->isSexagesimal;
-  if (!isUsual_ || tokens[0].find_first_of(",;/-", 1) != std::string_view::npos ||
-      (!isKnownDecimal && HasAnglesOfThree(tokens)))
+  if (!isUsual_ || HasSeparator(tokens[0].substr(1)) || (!isKnownDecimal && HasAnglesOfThree(tokens)))
     return ReadOther(line);
   if (tokens.size() < kPosTokens) return PosLineKind::Short;
   if (!ReadPlainNumbers(tokens, numbers_)) return PosLineKind::NotANumber;

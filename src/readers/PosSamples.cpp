@@ -17,17 +17,27 @@ constexpr CStringW Event::*kKeptTexts[] = {&Event::Token6,  &Event::Token7,  &Ev
                                            &Event::Token14, &Event::Token15};
 static_assert(kFirstKeptToken + std::size(kKeptTexts) == kPosTokens);
 
+double AdjGpsSecondsOf(const PosNumbers& numbers) {
+  double adjGpsSeconds = 0.0;
+  TimeConverter::GPSWkSecsToAdjGPSSecs(numbers.week, numbers.secondsOfWeek, adjGpsSeconds);
+  return adjGpsSeconds;
+}
+
 }  // namespace
 
 bool ReadPosNumbers(std::span<const std::string_view> tokens, PosNumbers& numbers) {
   const auto week = WholeInteger32(tokens[0]);
-  const auto seconds = WholeDouble(tokens[1]);
-  const auto latitude = WholeDouble(tokens[2]);
-  const auto longitude = WholeDouble(tokens[3]);
-  const auto height = WholeDouble(tokens[4]);
-  if (!week || !seconds || !latitude || !longitude || !height) return false;
-  numbers = {*week, *seconds, *latitude, *longitude, *height};
-  return true;
+  if (!week) return false;
+  numbers.week = *week;
+  return ReadWhole(tokens[1], numbers.secondsOfWeek) && ReadWhole(tokens[2], numbers.latitude) &&
+         ReadWhole(tokens[3], numbers.longitude) && ReadWhole(tokens[4], numbers.height);
+}
+
+void PosSampleReader::ReadPlace(const PosNumbers& numbers, Event& sample) {
+  sample.Latitude = numbers.latitude;
+  sample.Longitude = numbers.longitude;
+  sample.Height = numbers.height;
+  sample.TimeUTC = clock_.TimeOf(AdjGpsSecondsOf(numbers));
 }
 
 void PosSampleReader::Read(std::span<const std::string_view> tokens, const PosNumbers& numbers, Event& sample) {
@@ -42,9 +52,7 @@ void PosSampleReader::Read(std::span<const std::string_view> tokens, const PosNu
   for (std::size_t i = 0; i < std::size(kKeptTexts); ++i) {
     sample.*kKeptTexts[i] = kept_[i].Of(tokens[kFirstKeptToken + i]);
   }
-  double adjGpsSeconds = 0.0;
-  TimeConverter::GPSWkSecsToAdjGPSSecs(numbers.week, numbers.secondsOfWeek, adjGpsSeconds);
-  clock_.SetTime(adjGpsSeconds, sample);
+  clock_.SetTime(AdjGpsSecondsOf(numbers), sample);
 }
 
 CStringW PosSampleReader::Text(std::string_view ansi) {

@@ -26,7 +26,7 @@ struct PosNumbers {
 };
 
 /// @param tokens  `kPosTokens` of a line
-/// @return        false if the line is not a sample; ranges are not checked
+/// @return        false if the line is not a sample, with the numbers undefined; ranges are not checked
 bool ReadPosNumbers(std::span<const std::string_view> tokens, PosNumbers& numbers);
 
 /// Turns the lines of a POS file into samples. Use one reader per file, or per run of lines.
@@ -34,6 +34,9 @@ class PosSampleReader {
  public:
   /// @param calendar  that the samples' times pass through
   explicit PosSampleReader(Calendar calendar = Calendar::Local) : clock_(calendar) {}
+
+  /// Fills in the place and `TimeUTC` alone, for those who want no texts.
+  void ReadPlace(const PosNumbers& numbers, tagKVPosEvent& sample);
 
   /// Fills in the fields of a line; `X`, `Y` and `Z` stay as they are.
   /// @param tokens   `kPosTokens` of the line, in the code page

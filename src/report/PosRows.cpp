@@ -5,6 +5,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <iterator>
 #include <string>
 #include <string_view>
@@ -34,6 +35,20 @@ void Append(std::uint64_t number, std::string& text) {
   text.append(digits.data(), digits.size());
 }
 
+/// "00" to "99"
+constexpr auto kPairs = [] {
+  std::array<char, 200> pairs{};
+  for (std::size_t i = 0; i < pairs.size(); ++i) pairs[i] = static_cast<char>('0' + (i % 2 ? i / 2 % 10 : i / 20));
+  return pairs;
+}();
+
+/// Writes the last `count` digits of a number up to `end`, and gives what is in front of them.
+char* PutDigits(std::uint64_t& number, int count, char* end) {
+  for (; count >= 2; count -= 2, number /= 100) std::memcpy(end -= 2, &kPairs[number % 100 * 2], 2);
+  if (count > 0) *--end = static_cast<char>('0' + number % 10), number /= 10;
+  return end;
+}
+
 /// Like fmt's "{:.nf}": the nearest decimal to the exact value. If the product is beside the middle between two decimals,
 /// the exact value is on the same side, since rounding keeps order. The middle itself may come from either side.
 void AppendDecimal(double value, int decimals, std::string& text) {
@@ -45,12 +60,14 @@ void AppendDecimal(double value, int decimals, std::string& text) {
     text += fmt::format("{:.{}f}", value, decimals);
     return;
   }
-  const std::uint64_t units = static_cast<std::uint64_t>(whole) + (part > 0.5);
-  if (std::signbit(value)) text += '-';
-  const std::size_t begin = text.size();
-  Append(units < one ? one + units : units, text);  // below one, a leading 1 keeps the zeros
-  if (units < one) text[begin] = '0';
-  text.insert(text.size() - static_cast<std::size_t>(decimals), 1, '.');
+  std::uint64_t units = static_cast<std::uint64_t>(whole) + (part > 0.5);
+  char digits[32], *const end = std::end(digits);
+  char* at = PutDigits(units, decimals, end);
+  *--at = '.';
+  while (units >= 10) at = PutDigits(units, 2, at);
+  if (units > 0 || at[0] == '.') at = PutDigits(units, 1, at);
+  if (std::signbit(value)) *--at = '-';
+  text.append(at, end);
 }
 
 void AppendField(const CStringW& field, std::string& text) {
@@ -124,9 +141,9 @@ std::string PosCsvHeader() {
   return text + '\n';
 }
 
-std::string PosCsvRows(const PosBlock& block, int decimals) {
+void PosCsvRows(const PosBlock& block, int decimals, std::string& text) {
   constexpr std::size_t kUsualRow = 224;
-  std::string text;
+  text.clear();
   text.reserve(block.samples.size() * kUsualRow);
   IsoTimes times;
   std::array<Column, std::size(kKeptTexts)> kept;
@@ -149,12 +166,11 @@ std::string PosCsvRows(const PosBlock& block, int decimals) {
     }
     text += '\n';
   }
-  return text;
 }
 
-std::string PosXyzRows(const PosBlock& block, int decimals) {
+void PosXyzRows(const PosBlock& block, int decimals, std::string& text) {
   constexpr std::size_t kUsualRow = 48;
-  std::string text;
+  text.clear();
   text.reserve(block.samples.size() * kUsualRow);
   for (const Sample& sample : block.samples) {
     AppendDecimal(sample.X, decimals, text);
@@ -164,7 +180,6 @@ std::string PosXyzRows(const PosBlock& block, int decimals) {
     AppendDecimal(sample.Z, kDecimals, text);
     text += '\n';
   }
-  return text;
 }
 
 }  // namespace kv::mission

@@ -11,9 +11,10 @@ std::string PosCsvHeader();
 
 /// A table of all columns with commas (RFC 4180).
 /// @param decimals  of X and Y
-std::string PosCsvRows(const PosBlock& block, int decimals);
+/// @param text      receives it
+void PosCsvRows(const PosBlock& block, int decimals, std::string& text);
 
 /// The coordinates alone, X, Y and Z with blanks between them.
-std::string PosXyzRows(const PosBlock& block, int decimals);
+void PosXyzRows(const PosBlock& block, int decimals, std::string& text);
 
 }  // namespace kv::mission

@@ -103,30 +103,43 @@ void TimeConverter::GPSWkSecsToAdjGPSSecs(std::int32_t week, double secondsOfWee
   adjGpsSeconds = static_cast<double>(week * kSecondsPerWeek - kAdjustment) + secondsOfWeek;
 }
 
-void TimeConverter::AdjGPSSecsToUTC(double adjGpsSeconds, bool withFraction, std::string& utc) {
-  utc.clear();
+SYSTEMTIME kv::UtcSecond(double adjGpsSeconds) {
   const auto instant = Split(adjGpsSeconds);
-  if (!instant) return;
+  if (!instant) return {};
   const auto [utcSeconds, isLeapSecond] = UtcFromGps(instant->gpsSeconds);
   const std::int64_t shown = utcSeconds - (isLeapSecond ? 1 : 0);
   const std::int64_t day = FloorDiv(shown, kSecondsPerDay);
   // Any day of years 1-9999 lies within this; chrono's own years end at 32767.
-  if (day < -1'000'000 || day > 4'000'000) return;
+  if (day < -1'000'000 || day > 4'000'000) return {};
   const year_month_day date{kGpsEpoch + days{day}};
   const int calendarYear = static_cast<int>(date.year());
-  if (calendarYear < 1 || calendarYear > 9999) return;
-  const int second = static_cast<int>(shown - day * kSecondsPerDay);
-  const int microseconds = static_cast<int>(std::min(instant->ticks, kv::kTicksPerSecond - 1) / 10);
+  if (calendarYear < 1 || calendarYear > 9999) return {};
+  const std::int64_t second = shown - day * kSecondsPerDay;
+  const auto field = [](auto value) { return static_cast<std::uint16_t>(value); };
+  return {field(calendarYear),
+          field(static_cast<unsigned>(date.month())),
+          0,
+          field(static_cast<unsigned>(date.day())),
+          field(second / 3600),
+          field(second / 60 % 60),
+          field(second % 60 + (isLeapSecond ? 1 : 0)),
+          0};
+}
+
+void TimeConverter::AdjGPSSecsToUTC(double adjGpsSeconds, bool withFraction, std::string& utc) {
+  utc.clear();
+  const SYSTEMTIME time = kv::UtcSecond(adjGpsSeconds);
+  if (time.wYear == 0) return;
   utc = "YYYY-MM-DD hh:mm:ss";
-  PutDigits(calendarYear, utc, 0, 4);
-  PutDigits(static_cast<int>(static_cast<unsigned>(date.month())), utc, 5, 2);
-  PutDigits(static_cast<int>(static_cast<unsigned>(date.day())), utc, 8, 2);
-  PutDigits(second / 3600, utc, 11, 2);
-  PutDigits(second / 60 % 60, utc, 14, 2);
-  PutDigits(second % 60 + (isLeapSecond ? 1 : 0), utc, 17, 2);
+  PutDigits(time.wYear, utc, 0, 4);
+  PutDigits(time.wMonth, utc, 5, 2);
+  PutDigits(time.wDay, utc, 8, 2);
+  PutDigits(time.wHour, utc, 11, 2);
+  PutDigits(time.wMinute, utc, 14, 2);
+  PutDigits(time.wSecond, utc, 17, 2);
   if (!withFraction) return;
   utc += ".ffffff";
-  PutDigits(microseconds, utc, 20, 6);
+  PutDigits(static_cast<int>(std::min(Split(adjGpsSeconds)->ticks, kv::kTicksPerSecond - 1) / 10), utc, 20, 6);
 }
 
 void TimeConverter::UTCToGPSWeekSecs(const std::string& utc, std::int32_t& week, double& secondsOfWeek) {

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "KVPlatform.h"
+
 /// Conversions between UTC and GPS time. Adjusted GPS seconds count from GPS second 1,000,000,000 (2011-09-14 01:46:25
 /// UTC), as the LAS point-cloud format defines them. Before 1980-01-06 the two scales run together; after the last
 /// known leap second they keep its offset.
@@ -29,3 +31,11 @@ class TimeConverter {
   /// A text in neither form leaves the outputs untouched.
   static void UTCToGPSWeekSecs(const std::string& utc, std::int32_t& week, double& secondsOfWeek);
 };
+
+namespace kv {
+
+/// The UTC second of an instant: what `AdjGPSSecsToUTC` writes, as numbers. All zero outside the years 1-9999; the day of
+/// week and milliseconds are always 0.
+SYSTEMTIME UtcSecond(double adjGpsSeconds);
+
+}  // namespace kv

@@ -132,8 +132,9 @@ TEST(Inputs, KeepTheirTimesInAnHourThatTheMachinesZoneSkips) {
                  ".8 .9\n",
                  [&](const auto& path) { return ReadApplanixExport(path, {}, job).samples.at(0).TimeUTC; }),
             kTime);
-  EXPECT_EQ(IsoText(FromFileTime(
-                ReadPosLines({"2203 9018 48.25 15.5 712.5 1 2 3 4 5 6 7 8 9 10\n"}, true).samples.at(0).TimeUTC)),
+  EXPECT_EQ(IsoText(FromFileTime(ReadPosLines({"2203 9018 48.25 15.5 712.5 1 2 3 4 5 6 7 8 9 10\n"}, PosDetail::Records)
+                                     .samples.at(0)
+                                     .TimeUTC)),
             kTime);
 }
 

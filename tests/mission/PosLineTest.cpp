@@ -133,7 +133,7 @@ TEST(PosLine, TakesTheFormFromTheHeader) {
     PosHeader header;
     PosLines piece;
     ASSERT_TRUE(TakeLines(lines, header, 100, piece));
-    const PosPart part = ReadPosLines(piece, true);
+    const PosPart part = ReadPosLines(piece, PosDetail::Records);
     ASSERT_EQ(part.samples.size(), 1u) << row.text;
     const auto& sample = part.samples[0];
     const std::wstring seconds = sample.GpsSecondsText.GetString();

@@ -45,7 +45,9 @@ TEST(PosRows, DecimalsAreThoseOfPrintf) {
       block.samples[0].X = value, block.samples[0].Y = -value, block.samples[0].Z = value;
       char expected[1024];
       std::snprintf(expected, sizeof expected, "%.*f %.*f %.6f\n", decimals, value, decimals, -value, value);
-      ASSERT_EQ(PosXyzRows(block, decimals), expected) << value;
+      std::string row;
+      PosXyzRows(block, decimals, row);
+      ASSERT_EQ(row, expected) << value;
     }
   }
 }

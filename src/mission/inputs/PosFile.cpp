@@ -126,13 +126,20 @@ bool TakeLines(LineReader& reader, PosHeader& header, std::size_t count, PosLine
   return reader.Number() > lines.before;
 }
 
-PosPart ReadPosLines(const PosLines& lines, bool wantsSamples) {
+PosPart ReadPosLines(const PosLines& lines, PosDetail wanted, std::vector<tagKVPosEvent> room) {
   PosPart part;
+  part.samples = std::move(room);
   PosSampleReader records(Calendar::Utc);
+  std::size_t used = 0;
+  const auto next = [&]() -> tagKVPosEvent& {
+    return used++ < part.samples.size() ? part.samples[used - 1] : part.samples.emplace_back();
+  };
   ReadLines(lines, part.file, [&](const PosLineReader& reader, std::size_t number) {
     part.lines.push_back(number);
-    if (wantsSamples) records.Read(reader.Tokens(), reader.Numbers(), part.samples.emplace_back());
+    if (wanted == PosDetail::Places) records.ReadPlace(reader.Numbers(), next());
+    if (wanted == PosDetail::Records) records.Read(reader.Tokens(), reader.Numbers(), next());
   });
+  part.samples.resize(used);
   return part;
 }
 

@@ -33,9 +33,16 @@ struct PosPart {
   LineNumbers lines;  ///< of the samples
 };
 
+/// What is wanted of the samples.
+enum class PosDetail {
+  Counts,   ///< no records
+  Places,   ///< records of `Latitude`, `Longitude`, `Height` and `TimeUTC`; their other fields have no meaning
+  Records,  ///< whole records
+};
+
 /// Classifies each line and makes records of the samples.
-/// @param wantsSamples  else they are only counted
-PosPart ReadPosLines(const PosLines& lines, bool wantsSamples);
+/// @param room  records to use again
+PosPart ReadPosLines(const PosLines& lines, PosDetail wanted, std::vector<tagKVPosEvent> room = {});
 
 /// Adds the content of the lines that follow.
 void Append(const PosFile& next, PosFile& file);
