@@ -81,7 +81,7 @@ std::vector<tagKVPosEvent> KVUtilities::ScanKVPosFile(std::wstring posFilePath, 
   for (std::string_view line; stream.ReadLine(line);) {
     const std::span<const std::string_view> found = kv::Tokenise(line, kv::kPosDelimiters, tokens);
     if (found.size() < kv::kPosTokens || !kv::ReadPosNumbers(found, numbers)) continue;
-    kv::MakeRoom(samples, line, stream.BytesLeft());
+    kv::MakeRoom(samples, line, stream);
     Event& sample = samples.emplace_back();
     reader.Read(found, numbers, sample);
     if (transformation.Apply(sample, error)) continue;

@@ -48,7 +48,7 @@ std::vector<tagKVTrajectoryObs> KVUtilities::ScanKVTrajectoryFile(std::wstring p
   kv::TextStream file(path);
   for (std::string_view line; file.ReadLine(line);) {
     if (kv::Tokenise(line, kv::Delimiters(","), tokens).size() < kv::kFixTokens) continue;  // any other line is a fix
-    kv::MakeRoom(fixes, line, file.BytesLeft());
+    kv::MakeRoom(fixes, line, file);
     tagKVTrajectoryObs& fix = fixes.emplace_back();
     runningDate.SetTime(kv::TimeOfDayIn(tokens[1]), fix);
     kv::SetPlace(tokens, units, fix);

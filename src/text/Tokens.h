@@ -2,12 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
 
-#include "text/EightBytes.h"
+#include "text/ByteMasks.h"
 
 /// Lines split into tokens.
 namespace kv {
@@ -20,7 +21,7 @@ class Delimiters {
   explicit constexpr Delimiters(const char (&characters)[kCount + 1]) {
     for (std::size_t i = 0; i < kCount; ++i) {
       bits_ |= std::uint64_t{1} << characters[i];
-      bytes_[i] = kEachByte * static_cast<std::uint64_t>(characters[i]);
+      bytes_[i] = characters[i];
     }
   }
   constexpr bool operator()(wchar_t c) const {
@@ -28,17 +29,17 @@ class Delimiters {
     return code < 64 && (bits_ >> code & 1) != 0;
   }
 
-  /// @param eightBytes  of a text, the first byte lowest
-  /// @return            the highest bit of every byte that is a delimiter
-  constexpr std::uint64_t In(std::uint64_t eightBytes) const {
+  /// @param line  at least `begin` long
+  /// @return      a bit for each of the 64 characters from `begin` on, the first one lowest; set at delimiters
+  std::uint64_t In(std::string_view line, std::size_t begin) const {
     std::uint64_t found = 0;
-    for (const std::uint64_t delimiter : bytes_) found |= ZeroBytes(eightBytes ^ delimiter);
+    for (const char delimiter : bytes_) found |= BytesEqual(delimiter, line, begin);
     return found;
   }
 
  private:
   std::uint64_t bits_ = 0;
-  std::array<std::uint64_t, kCount> bytes_{};
+  std::array<char, kCount> bytes_{};
 };
 template <std::size_t kSize>
 Delimiters(const char (&)[kSize]) -> Delimiters<kSize - 1>;
@@ -59,29 +60,24 @@ std::span<std::wstring_view> Tokenise(std::wstring_view line, Delimiters<kCount>
   return tokens.first(count);
 }
 
-/// Splits a line of bytes, eight at a time. `tokens` must not be empty.
+/// Splits a line of bytes. `tokens` must not be empty.
 template <std::size_t kCount>
 std::span<std::string_view> Tokenise(std::string_view line, Delimiters<kCount> delimiters,
                                      std::span<std::string_view> tokens) {
-  const char *at = line.data(), *begin = at, *const end = at + line.size();
+  const char* begin = line.data();
   std::string_view *token = tokens.data(), *const last = token + tokens.size();
-  const auto takeEach = [&](std::uint64_t bytes) {
-    for (std::uint64_t found = delimiters.In(bytes); found != 0; found &= found - 1) {
-      const char* const delimiter = at + FirstByte(found);
+  for (std::size_t at = 0; at < line.size(); at += kBytesAtOnce) {
+    const char* const bytes = line.data() + at;
+    for (std::uint64_t found = delimiters.In(line, at); found != 0; found &= found - 1) {
+      const char* const delimiter = bytes + static_cast<unsigned>(std::countr_zero(found));
       if (begin != delimiter) {
         *token++ = {begin, delimiter};
-        if (token == last) return false;
+        if (token == last) return tokens;
       }
       begin = delimiter + 1;
     }
-    return true;
-  };
-  constexpr std::ptrdiff_t kBytes = sizeof(std::uint64_t);
-  for (; end - at >= kBytes; at += kBytes) {
-    if (!takeEach(LoadBytes(at))) return tokens;
   }
-  // The zeros that pad the last bytes are not delimiters.
-  if (at != end && !takeEach(LoadBytes(at, static_cast<std::size_t>(end - at)))) return tokens;
+  const char* const end = line.data() + line.size();
   if (begin < end) *token++ = {begin, end};
   return {tokens.data(), token};
 }
