@@ -7,26 +7,11 @@
 #include <optional>
 
 #include "platform/CodePage.h"
+#include "text/Decimals.h"
 #include "time/FileTimes.h"
 
 namespace kv {
 namespace {
-
-constexpr auto kPowersOfTen =
-    std::to_array<std::uint32_t>({1, 10, 100, 1'000, 10'000, 100'000, 1'000'000, 10'000'000, 100'000'000});
-
-// |value| * 10^decimals rounded to a whole number, if one multiplication settles it. Rounding is monotonic, so a
-// product off the middle between two whole numbers is on its true side; one on the middle may come from either side.
-std::optional<std::uint64_t> RoundedUnits(double value, int decimals) {
-  constexpr double kLastMiddle = 0x1p52;  // above, a double has no halves
-  if (static_cast<std::size_t>(decimals) >= kPowersOfTen.size()) return {};
-  const double product = std::abs(value) * kPowersOfTen[static_cast<std::size_t>(decimals)];
-  if (!(product < kLastMiddle)) return {};  // NaN, too
-  const auto units = static_cast<std::uint64_t>(product);
-  const double part = product - static_cast<double>(units);
-  if (part == 0.5) return {};
-  return units + (part > 0.5);
-}
 
 void PutRightAligned(Field field, std::string_view text) {
   const std::string_view kept = text.substr(0, field.size());
@@ -45,14 +30,8 @@ void PutAnyDecimal(Field field, double value, int decimals) {
 void PutDecimal(Field field, double value, int decimals) {
   const std::optional<std::uint64_t> units = RoundedUnits(value, decimals);
   if (!units) return PutAnyDecimal(field, value, decimals);
-  const std::uint64_t unitsPerOne = kPowersOfTen[static_cast<std::size_t>(decimals)];
-  char text[2 * std::numeric_limits<std::uint64_t>::digits10];
-  text[0] = '-';
-  char* point = std::to_chars(text + 1, std::end(text), *units / unitsPerOne).ptr;
-  // Writes the decimals with a leading one, which keeps their zeros and reserves the place of the point.
-  const char* end = std::to_chars(point, std::end(text), unitsPerOne + *units % unitsPerOne).ptr;
-  *point = '.';
-  PutRightAligned(field, {std::signbit(value) ? text : text + 1, decimals > 0 ? end : point});
+  char text[kLongestDecimal], *const end = std::end(text);
+  PutRightAligned(field, {PutUnits(*units, decimals, std::signbit(value), end), end});
 }
 
 void PutInteger(Field field, int value) {
@@ -71,11 +50,14 @@ void PutText(Field field, std::wstring_view text) {
 }
 
 void ShortText::Append(std::uint64_t number, std::size_t digits) {
-  char text[std::numeric_limits<std::uint64_t>::digits10 + 1];
-  const auto count = static_cast<std::size_t>(std::to_chars(text, std::end(text), number).ptr - text);
-  while (digits-- > count) Append('0');
-  std::copy_n(text, count, characters_.begin() + static_cast<std::ptrdiff_t>(length_));
-  length_ += count;
+  if (digits == 2 && number < 100) {  // most fields of a time
+    Append(kDigitPairs[2 * number]);
+    return Append(kDigitPairs[2 * number + 1]);
+  }
+  char text[std::numeric_limits<std::uint64_t>::digits10 + 1], *const end = std::end(text);
+  const char* const begin = PutNumber(number, static_cast<int>(digits), end);
+  std::copy(begin, static_cast<const char*>(end), characters_.begin() + static_cast<std::ptrdiff_t>(length_));
+  length_ += static_cast<std::size_t>(end - begin);
 }
 
 ShortText WholeSecondsText(const SYSTEMTIME& time) {

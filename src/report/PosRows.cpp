@@ -5,13 +5,13 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <iterator>
 #include <string>
 #include <string_view>
 
 #include "platform/FileNames.h"
 #include "text/Csv.h"
+#include "text/Decimals.h"
 #include "time/Instants.h"
 
 namespace kv::mission {
@@ -27,47 +27,20 @@ constexpr CStringW Sample::*kKeptTexts[] = {&Sample::Token6,  &Sample::Token7,  
                                             &Sample::Token10, &Sample::Token11, &Sample::Token12, &Sample::Token13,
                                             &Sample::Token14, &Sample::Token15};
 
-constexpr auto kPowersOfTen = std::to_array<std::uint64_t>(
-    {1, 10, 100, 1'000, 10'000, 100'000, 1'000'000, 10'000'000, 100'000'000, 1'000'000'000, 10'000'000'000});
-
 void Append(std::uint64_t number, std::string& text) {
   const fmt::format_int digits(number);
   text.append(digits.data(), digits.size());
 }
 
-/// "00" to "99"
-constexpr auto kPairs = [] {
-  std::array<char, 200> pairs{};
-  for (std::size_t i = 0; i < pairs.size(); ++i) pairs[i] = static_cast<char>('0' + (i % 2 ? i / 2 % 10 : i / 20));
-  return pairs;
-}();
-
-/// Writes the last `count` digits of a number up to `end`, and gives what is in front of them.
-char* PutDigits(std::uint64_t& number, int count, char* end) {
-  for (; count >= 2; count -= 2, number /= 100) std::memcpy(end -= 2, &kPairs[number % 100 * 2], 2);
-  if (count > 0) *--end = static_cast<char>('0' + number % 10), number /= 10;
-  return end;
-}
-
-/// Like fmt's "{:.nf}": the nearest decimal to the exact value. If the product is beside the middle between two decimals,
-/// the exact value is on the same side, since rounding keeps order. The middle itself may come from either side.
+/// Like fmt's "{:.nf}".
 void AppendDecimal(double value, int decimals, std::string& text) {
-  constexpr double kLastMiddle = 0x1p52;  // above, a double has no halves
-  const std::uint64_t one = kPowersOfTen[static_cast<std::size_t>(decimals)];
-  const double product = std::abs(value) * static_cast<double>(one);
-  const double whole = std::floor(product), part = product - whole;
-  if (!(product < kLastMiddle) || part == 0.5) {
+  const auto units = RoundedUnits(value, decimals);
+  if (!units) {
     text += fmt::format("{:.{}f}", value, decimals);
     return;
   }
-  std::uint64_t units = static_cast<std::uint64_t>(whole) + (part > 0.5);
-  char digits[32], *const end = std::end(digits);
-  char* at = PutDigits(units, decimals, end);
-  *--at = '.';
-  while (units >= 10) at = PutDigits(units, 2, at);
-  if (units > 0 || at[0] == '.') at = PutDigits(units, 1, at);
-  if (std::signbit(value)) *--at = '-';
-  text.append(at, end);
+  char digits[kLongestDecimal], *const end = std::end(digits);
+  text.append(PutUnits(*units, decimals, std::signbit(value), end), end);
 }
 
 void AppendField(const CStringW& field, std::string& text) {
