@@ -41,6 +41,7 @@ bool IsWild(const Records& records, std::size_t i) {
 template <typename IsOut>
 Records TakeOut(Records& records, IsOut isOut) {
   Records out, kept;
+  kept.reserve(records.size());
   for (std::size_t i = 0; i < records.size(); ++i) (isOut(i) ? out : kept).push_back(records[i]);
   records = std::move(kept);
   return out;

@@ -38,6 +38,8 @@ class Stretches {
   std::vector<Gap> stretches_;
 };
 
+bool IsCameraEvent(const tagKVSystemEvent& event) { return event.Type == kCameraEvent; }
+
 void ClearPlace(tagKVSystemEvent& event) { event.Latitude = event.Longitude = event.Altitude = 0; }
 
 /// Why events that have a time have no place.
@@ -218,6 +220,7 @@ std::vector<Exposure> ExposuresOf(SystemEvents& events, const PhotosOfEvents& ph
   const double firstTick = heartbeat == events.end() ? 0 : heartbeat->MasterTick;
   const bool hasWraps = mission.events && mission.events->wraps > 0;
   std::vector<Exposure> exposures;
+  exposures.reserve(static_cast<std::size_t>(std::count_if(events.begin(), events.end(), IsCameraEvent)));
   for (std::size_t i = 0; i < events.size(); ++i) {
     if (events[i].Type != kCameraEvent) continue;
     Exposure& exposure = exposures.emplace_back();
@@ -228,7 +231,7 @@ std::vector<Exposure> ExposuresOf(SystemEvents& events, const PhotosOfEvents& ph
     if (HasTime(exposure.event)) exposure.time = FromFileTime(exposure.event.TimeUTC);
     if (hasWraps) exposure.event.MasterTick = std::fmod(exposure.event.MasterTick, kTickRange);
   }
-  std::erase_if(events, [](const tagKVSystemEvent& event) { return event.Type == kCameraEvent; });
+  std::erase_if(events, IsCameraEvent);
   return exposures;
 }
 

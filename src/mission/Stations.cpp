@@ -43,6 +43,7 @@ Stations FormStations(const std::vector<Exposure>& exposures, double toleranceSe
   Stations formed;
   formed.toleranceSeconds = toleranceSeconds;
   std::vector<tagKVSystemEvent> events;
+  events.reserve(exposures.size());
   for (const Exposure& exposure : exposures) {
     if (IsPlaced(exposure.event)) events.push_back(exposure.event);
   }

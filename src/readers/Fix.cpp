@@ -13,22 +13,15 @@ namespace {
 
 constexpr std::int64_t kTicksPerMillisecond = kTicksPerSecond / 1000;
 
+constexpr bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
 int Milliseconds(std::string_view text) {
+  constexpr std::size_t kEnd = 9;
+  if (text.size() >= kEnd && IsDigit(text[7]) && IsDigit(text[8])) return TwoDigits(text, 7) * 10;
   char digits[3];
   std::size_t length = Piece(text, 7, 2).copy(digits, 2);
   digits[length++] = '0';
   return LeadingInteger(std::string_view(digits, length));
-}
-
-void SetAngles(std::span<const std::string_view> tokens, tagKVTrajectoryObs& fix) {
-  fix.Latitude = DegreesFromNmea(tokens[2], tokens[3].front());
-  fix.Longitude = DegreesFromNmea(tokens[4], tokens[5].front());
-}
-
-void SetHeights(double aboveGeoid, double separation, const CStringW& unit, tagKVTrajectoryObs& fix) {
-  fix.GeoidOffst = separation;
-  fix.Altitude = aboveGeoid + separation;
-  fix.AltUnit = unit;
 }
 
 }  // namespace
@@ -64,15 +57,12 @@ void DayClock::SetTime(const TimeOfDay& time, tagKVTrajectoryObs& fix) const {
 }
 
 void SetPlace(std::span<const std::string_view> tokens, ColumnText& units, tagKVTrajectoryObs& fix) {
-  SetAngles(tokens, fix);
+  fix.Latitude = DegreesFromNmea(tokens[2], tokens[3].front());
+  fix.Longitude = DegreesFromNmea(tokens[4], tokens[5].front());
   const double heightAboveGeoid = LeadingDouble(tokens[9]);
-  SetHeights(heightAboveGeoid, LeadingDouble(tokens[11]), units.Of(tokens[10]), fix);
-}
-
-void SetPlace(std::span<const std::string_view> tokens, double heightAboveGeoid, double separation, ColumnText& units,
-              tagKVTrajectoryObs& fix) {
-  SetAngles(tokens, fix);
-  SetHeights(heightAboveGeoid, separation, units.Of(tokens[10]), fix);
+  fix.GeoidOffst = LeadingDouble(tokens[11]);
+  fix.Altitude = heightAboveGeoid + fix.GeoidOffst;
+  fix.AltUnit = units.Of(tokens[10]);
 }
 
 }  // namespace kv

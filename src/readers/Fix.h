@@ -48,8 +48,4 @@ class DayClock {
 /// @throws        std::invalid_argument, std::out_of_range when a coordinate or height is not a number
 void SetPlace(std::span<const std::string_view> tokens, ColumnText& units, tagKVTrajectoryObs& fix);
 
-/// With heights that the caller has read: above the geoid, and the geoid separation.
-void SetPlace(std::span<const std::string_view> tokens, double heightAboveGeoid, double separation, ColumnText& units,
-              tagKVTrajectoryObs& fix);
-
 }  // namespace kv

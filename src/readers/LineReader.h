@@ -41,7 +41,8 @@ class LineReader {
   /// @throws      Failure when reading fails; (Stopped)
   bool Next(std::string_view& line);
 
-  std::size_t Number() const { return number_; }  ///< of the latest line, from 1
+  std::size_t Number() const { return number_; }                   ///< of the latest line, from 1
+  std::uint64_t BytesLeft() const { return stream_.BytesLeft(); }  ///< after it; 0 when the file's size is not known
 
  private:
   void ThrowOnError();

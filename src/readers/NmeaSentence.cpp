@@ -1,9 +1,13 @@
 #include "readers/NmeaSentence.h"
 
 #include <algorithm>
+#include <bit>
+#include <cmath>
 
 #include "text/Blanks.h"
 #include "text/Numbers.h"
+#include "text/Tokens.h"
+#include "time/Angles.h"
 
 namespace kv::mission {
 namespace {
@@ -27,9 +31,12 @@ std::optional<unsigned> HexDigit(char c) {
 bool ChecksumIsRight(std::string_view body, std::string_view digits) {
   if (digits.size() != 2) return false;
   const auto high = HexDigit(digits[0]), low = HexDigit(digits[1]);
-  unsigned sum = 0;
+  constexpr std::size_t kWord = sizeof(std::uint64_t);
+  std::uint64_t sum = 0;
+  for (; body.size() >= kWord; body.remove_prefix(kWord)) sum ^= LoadBytes(body.data());
+  for (const int half : {32, 16, 8}) sum ^= sum >> half;
   for (const char c : body) sum ^= static_cast<unsigned char>(c);
-  return high && low && sum == *high * 16 + *low;
+  return high && low && (sum & 0xFF) == *high * 16 + *low;
 }
 
 bool IsIdentifier(std::string_view text) {
@@ -43,13 +50,19 @@ std::string_view TypeOf(std::string_view identifier) {
 }
 
 void SplitFields(std::string_view body, Sentence& sentence) {
-  sentence.fields.fill({});
-  for (auto& field : sentence.fields) {
-    const std::size_t length = body.find(',');
-    field = body.substr(0, length);
-    if (length == std::string_view::npos) return;
-    body.remove_prefix(length + 1);
+  constexpr Delimiters kComma(",");
+  const char* begin = body.data();
+  auto field = sentence.fields.begin();
+  for (std::size_t at = 0; at < body.size(); at += kBytesAtOnce) {
+    for (std::uint64_t found = kComma.In(body, at); found != 0; found &= found - 1) {
+      const char* const comma = body.data() + at + static_cast<unsigned>(std::countr_zero(found));
+      *field++ = {begin, comma};
+      if (field == sentence.fields.end()) return;
+      begin = comma + 1;
+    }
   }
+  *field++ = {begin, body.data() + body.size()};
+  std::fill(field, sentence.fields.end(), std::string_view());
 }
 
 /// An angle dddmm.mmmm with digits on both sides of the point.
@@ -66,9 +79,25 @@ bool IsAngle(std::string_view text, int maxDegrees) {
   return minutes < 60 && (degrees < maxDegrees || (degrees == maxDegrees && atLimit));
 }
 
-bool IsOneOf(std::string_view text, std::string_view letters) {
-  return text.size() == 1 && letters.find(text[0]) != std::string_view::npos;
+/// Like `IsAngle`, and reads it.
+/// @param angle  degrees
+bool ReadAngle(std::string_view text, int maxDegrees, char hemisphere, double& angle) {
+  constexpr std::size_t kLongest = 17, kLeastDigits = 4;
+  const bool isUsual = text.size() > kLeastDigits + 1 && text.size() <= kLongest &&
+                       (text[kLeastDigits] == '.' || text[kLeastDigits + 1] == '.');
+  const auto decimal = isUsual ? SplitDecimal(text) : std::nullopt;
+  if (!decimal) {
+    if (!IsAngle(text, maxDegrees)) return false;
+    angle = DegreesFromNmea(text, hemisphere);
+    return true;
+  }
+  const int whole = static_cast<int>(decimal->whole), degrees = whole / 100, minutes = whole % 100;
+  angle = DegreesFromNmea(whole, decimal->fraction, hemisphere);
+  const bool atLimit = minutes == 0 && decimal->fraction == 0;
+  return minutes < 60 && (degrees < maxDegrees || (degrees == maxDegrees && atLimit));
 }
+
+bool IsOneOf(std::string_view text, char a, char b) { return text.size() == 1 && (text[0] == a || text[0] == b); }
 
 std::optional<double> MetresIn(std::string_view unit) {
   constexpr double kMetresInFoot = 0.3048;
@@ -79,13 +108,13 @@ std::optional<double> MetresIn(std::string_view unit) {
 
 /// @param measure  unchanged for a text that is not one
 bool ReadMeasure(std::string_view text, double& measure) {
-  const auto value = FiniteNumber(text);
-  if (!value) return false;
-  const double size = std::abs(*value);
+  double value = 0;
+  if (!ReadWhole(text, value)) return false;
+  const double size = std::abs(value);
   // What merely rounds to zero is refused: the strict numbers throw on it.
   const bool isZero = size == 0 && text.substr(0, text.find_first_of("eE")).find_first_of("123456789") == text.npos;
-  if (!isZero && (size < kSmallestMeasure || size >= kLargestMeasure)) return false;
-  measure = *value;
+  if (!isZero && !(size >= kSmallestMeasure && size < kLargestMeasure)) return false;  // nor is NaN
+  measure = value;
   return true;
 }
 
@@ -113,8 +142,9 @@ bool ReadFix(Sentence& sentence) {
   FixNumbers& fix = sentence.fix;
   const auto clock = ParseClock(field[kTime]);
   const auto quality = Digits(field[kQuality]), satellites = Digits(field[kSatellites]);
-  const bool hasPlace = IsAngle(field[kLatitude], 90) && IsOneOf(field[kNorth], "NS") &&
-                        IsAngle(field[kLongitude], 180) && IsOneOf(field[kEast], "EW");
+  const bool hasPlace = IsOneOf(field[kNorth], 'N', 'S') && IsOneOf(field[kEast], 'E', 'W') &&
+                        ReadAngle(field[kLatitude], 90, field[kNorth][0], fix.latitude) &&
+                        ReadAngle(field[kLongitude], 180, field[kEast][0], fix.longitude);
   sentence.lacks = !clock                                 ? "time"
                    : !hasPlace                            ? "latitude or longitude"
                    : !quality                             ? "quality"
@@ -150,7 +180,8 @@ std::optional<Instant> RecommendedMinimumTime(const Sentence& sentence) {
 
 /// A piece of a line that looks like a sentence.
 struct Piece {
-  std::string_view body;  // between "$" and "*"
+  std::string_view body;        // between "$" and "*"
+  std::string_view identifier;  // the first field of it
   enum { NoSentence, NoSum, WrongSum, RightSum } trust = NoSentence;
 };
 
@@ -158,8 +189,9 @@ struct Piece {
 Piece PieceOf(std::string_view text) {
   const std::size_t star = text.find('*');
   const bool hasSum = star != std::string_view::npos;
-  Piece piece{WithoutTrailingBlanks(text.substr(1, hasSum ? star - 1 : star))};
-  if (!IsIdentifier(piece.body.substr(0, piece.body.find(',')))) return piece;
+  Piece piece{WithoutTrailingBlanks(text.substr(1, hasSum ? star - 1 : star)), {}};
+  piece.identifier = piece.body.substr(0, piece.body.find(','));
+  if (!IsIdentifier(piece.identifier)) return piece;
   if (hasSum) piece.body = text.substr(1, star - 1);  // blanks count in a checksum
   const bool isRight = hasSum && ChecksumIsRight(piece.body, text.substr(star + 1, 2));
   piece.trust = isRight ? Piece::RightSum : hasSum ? Piece::WrongSum : Piece::NoSum;
@@ -169,6 +201,7 @@ Piece PieceOf(std::string_view text) {
 /// Of several pieces the last one with a right checksum counts, else with a wrong one, which spoils the line: pieces
 /// without a checksum beside it may be fragments.
 Piece SentenceIn(std::string_view line) {
+  if (line[0] == '$' && line.find('$', 1) == line.npos) return PieceOf(line);  // nearly every line
   Piece best;
   if (line[0] == '!') best = PieceOf(line.substr(0, line.find('$')));
   for (std::size_t end = line.size(); end > 0 && best.trust != Piece::RightSum;) {
@@ -189,7 +222,7 @@ SentenceKind Classify(std::string_view line, Sentence& sentence) {
   const Piece piece = SentenceIn(line);
   if (piece.trust == Piece::NoSentence) return SentenceKind::NotASentence;
   if (piece.trust == Piece::WrongSum) return SentenceKind::BadChecksum;
-  sentence.type = TypeOf(piece.body.substr(0, piece.body.find(',')));
+  sentence.type = TypeOf(piece.identifier);
   SplitFields(piece.body, sentence);
   if (sentence.type != "GGA") return SentenceKind::OtherSentence;
   if (SaysNoFix(sentence)) return SentenceKind::NoFix;
@@ -197,17 +230,19 @@ SentenceKind Classify(std::string_view line, Sentence& sentence) {
 }
 
 std::optional<ClockTime> ParseClock(std::string_view text) {
-  const auto hour = Digits(text.substr(0, 2)), minute = Digits(text.substr(std::min<std::size_t>(2, text.size()), 2));
-  const auto second = Digits(text.substr(std::min<std::size_t>(4, text.size()), 2));
-  if (text.size() < 6 || !hour || !minute || !second || *hour > 23 || *minute > 59 || *second > 59) return std::nullopt;
-  std::string_view fraction = text.substr(6);
-  if (!fraction.empty() && fraction[0] != '.') return std::nullopt;
-  if (!fraction.empty()) fraction.remove_prefix(1);
-  if (!std::all_of(fraction.begin(), fraction.end(), IsDigit)) return std::nullopt;
-  const auto digit = [&](std::size_t place) { return place < fraction.size() ? fraction[place] - '0' : 0; };
-  const int whole = (*hour * 60 + *minute) * 60 + *second;
-  const bool truncated = fraction.find_first_not_of('0', 2) != std::string_view::npos;
-  return ClockTime{Hundredths{whole * 100 + digit(0) * 10 + digit(1)}, truncated};
+  constexpr std::size_t kPoint = 6, kTenths = 7, kHundredths = 8;
+  const std::string_view clock = text.substr(0, kPoint);
+  if (clock.size() < kPoint || !std::all_of(clock.begin(), clock.end(), IsDigit)) return std::nullopt;
+  const auto digit = [&](std::size_t at) { return at < text.size() ? text[at] - '0' : 0; };
+  const auto pair = [&](std::size_t at) { return digit(at) * 10 + digit(at + 1); };
+  const int hour = pair(0), minute = pair(2), second = pair(4);
+  if (hour > 23 || minute > 59 || second > 59 || (text.size() > kPoint && text[kPoint] != '.')) return std::nullopt;
+  bool truncated = false;
+  for (std::size_t at = kTenths; at < text.size(); ++at) {
+    if (!IsDigit(text[at])) return std::nullopt;
+    truncated = truncated || (at > kHundredths && text[at] != '0');
+  }
+  return ClockTime{Hundredths{((hour * 60 + minute) * 60 + second) * 100 + pair(kTenths)}, truncated};
 }
 
 std::optional<Instant> DatedTime(const Sentence& sentence) {

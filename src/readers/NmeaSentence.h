@@ -34,9 +34,10 @@ struct ClockTime {
   bool truncated = false;  ///< digits beyond the hundredths, and not all zero, were dropped
 };
 
-/// The numbers of a position sentence, except for its angles. Heights are in metres, whatever unit the sentence has.
+/// The numbers of a position sentence. Heights are in metres, whatever unit the sentence has.
 struct FixNumbers {
   ClockTime clock;
+  double latitude = 0, longitude = 0;  ///< degrees
   int quality = 0, satellites = 0;
   double hdop = 0;
   double height = 0;          ///< above the geoid

@@ -40,10 +40,14 @@ double DegreesFromAnyText(std::basic_string_view<Char> text, Char hemisphere) {
 
 double DegreesFromNmea(std::wstring_view text, wchar_t hemisphere) { return DegreesFromAnyText(text, hemisphere); }
 
+double DegreesFromNmea(int wholeDegreesAndMinutes, double minuteFraction, char hemisphere) {
+  return Signed(Angle(wholeDegreesAndMinutes, minuteFraction), hemisphere);
+}
+
 double DegreesFromNmea(std::string_view ansi, char hemisphere) {
   const auto decimal = SplitDecimal(ansi);
   if (decimal && decimal->whole <= std::uint64_t{std::numeric_limits<int>::max()}) {
-    return Signed(Angle(static_cast<int>(decimal->whole), decimal->fraction), hemisphere);
+    return DegreesFromNmea(static_cast<int>(decimal->whole), decimal->fraction, hemisphere);
   }
   return DegreesFromAnyText(ansi, hemisphere);
 }

@@ -8,4 +8,8 @@ namespace kv {
 double DegreesFromNmea(std::wstring_view text, wchar_t hemisphere);
 double DegreesFromNmea(std::string_view ansi, char hemisphere);
 
+/// The same of numbers that were read already.
+/// @param wholeDegreesAndMinutes  dddmm
+double DegreesFromNmea(int wholeDegreesAndMinutes, double minuteFraction, char hemisphere);
+
 }  // namespace kv

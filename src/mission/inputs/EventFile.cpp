@@ -42,6 +42,7 @@ Records ReadRecords(const std::filesystem::path& path, double offsetSeconds, Eve
 void MakeEvents(const Records& records, EventFile& file) {
   const auto outages = file.heartbeatsAgree ? PlausibleOutages(records) : std::vector<bool>(records.size(), false);
   ClockWatch clock;
+  file.events.reserve(records.size());
   for (std::size_t i = 0; i < records.size(); ++i) {
     const EventRecord& record = records[i];
     const auto tick = static_cast<double>(record.tick);

@@ -58,11 +58,17 @@ LineCounts CountLines(std::string_view head) {
   while (!head.empty()) {
     const std::string_view line = TakeLine(head);
     const SentenceKind kind = Classify(line, sentence);
+    const bool isSentence =
+        kind != SentenceKind::Blank && kind != SentenceKind::NotASentence && kind != SentenceKind::BadChecksum;
+    if (isSentence && line[0] == '$') {  // is nothing else
+      ++counts.lines, ++counts.sentences;
+      continue;
+    }
     const EventKind event = ClassifyEvent(line, calendar).kind;
     const OrientationLine orientation = ClassifyOrientation(line);
     if (kind == SentenceKind::Blank) continue;
     ++counts.lines;
-    counts.sentences += kind != SentenceKind::NotASentence && kind != SentenceKind::BadChecksum;
+    counts.sentences += isSentence;
     counts.events += event != EventKind::Other;
     counts.heartbeats += event == EventKind::Heartbeat;
     counts.otherEvents += event == EventKind::CameraEvent && orientation != OrientationLine::Clocked;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <span>
+#include <functional>
 #include <string>
 #include <utility>
 
@@ -46,7 +46,7 @@ void SentenceCollector::Take(std::string_view line) {
   SentenceCounts& counts = trajectory_.counts;
   ++counts.lines;
   SentenceKind kind = Classify(line, sentence_);
-  if (kind == SentenceKind::Fix && !TakeFix()) kind = SentenceKind::RepeatedTime;
+  if (kind == SentenceKind::Fix && !TakeFix(line)) kind = SentenceKind::RepeatedTime;
   if (kind == SentenceKind::Incomplete) ++counts.lacking[sentence_.lacks];
   if (kind == SentenceKind::NoFix) hasLostFix_ = true;
   if (kind == SentenceKind::OtherSentence) TakeOther();
@@ -71,19 +71,23 @@ std::pair<Instant, Instant> SentenceCollector::SpanOf(const std::vector<Stretch>
 Trajectory SentenceCollector::Finish(const std::vector<Stretch>& stretches) {
   SetTimes(stretches);
   PutInOrder();
-  for (const int figure : figures_) ++trajectory_.counts.qualities[figure];
+  for (std::size_t i = 0, begin = 0; i < figures_.size(); begin = i) {
+    while (i < figures_.size() && figures_[i] == figures_[begin]) ++i;
+    trajectory_.counts.qualities[figures_[begin]] += i - begin;
+  }
   return std::move(trajectory_);
 }
 
-bool SentenceCollector::TakeFix() {
+bool SentenceCollector::TakeFix(std::string_view line) {
   hasLostFix_ = false;
   const FixNumbers& fix = sentence_.fix;
   if (HasFix() && times_.back().timeOfDay == fix.clock.time) {
     tagKVTrajectoryObs other;
-    SetPlace(std::span(sentence_.fields).first(kFixTokens), fix.height, fix.separation, units_, other);
+    SetPlace(other);
     elsewhere_ += IsJump(trajectory_.fixes.back(), other, 0);
     return false;
   }
+  if (times_.size() == times_.capacity()) MakeRoomForFixes(line);
   times_.push_back(HasFix() ? After(times_.back(), fix.clock.time) : RunningTime{0, fix.clock.time});
   figures_.push_back(fix.quality);
   trajectory_.counts.truncatedTimes += fix.clock.truncated;
@@ -93,10 +97,21 @@ bool SentenceCollector::TakeFix() {
   quality.satellites = static_cast<std::uint16_t>(std::min(fix.satellites, 0xFFFF));
   quality.hdop = static_cast<float>(fix.hdop);
   if (errors_ && errors_->time == fix.clock.time) SetErrors(*errors_, quality);
-  if (fix.wasConverted) sentence_.fields[kHeightUnit] = "M";
-  SetPlace(std::span(sentence_.fields).first(kFixTokens), fix.height, fix.separation, units_,
-           trajectory_.fixes.emplace_back());
+  SetPlace(trajectory_.fixes.emplace_back());
   return true;
+}
+
+void SentenceCollector::MakeRoomForFixes(std::string_view line) {
+  MakeRoom(trajectory_.fixes, line, log_);
+  const std::size_t room = trajectory_.fixes.capacity();
+  times_.reserve(room), figures_.reserve(room), trajectory_.qualities.reserve(room);
+}
+
+void SentenceCollector::SetPlace(tagKVTrajectoryObs& fix) {
+  const FixNumbers& numbers = sentence_.fix;
+  fix.Latitude = numbers.latitude, fix.Longitude = numbers.longitude;
+  fix.GeoidOffst = numbers.separation, fix.Altitude = numbers.height + numbers.separation;
+  fix.AltUnit = units_.Of(numbers.wasConverted ? "M" : sentence_.fields[kHeightUnit]);
 }
 
 void SentenceCollector::TakeOther() {
@@ -137,6 +152,12 @@ void SentenceCollector::SetTimes(const std::vector<Stretch>& stretches) {
 
 /// Moves late fixes back to their place; where two have the same time, the first in the log counts.
 void SentenceCollector::PutInOrder() {
+  const auto isInOrder = [](const tagKVTrajectoryObs& a, const tagKVTrajectoryObs& b) {
+    return FromFileTime(a.TimeUTC) < FromFileTime(b.TimeUTC);
+  };
+  if (std::adjacent_find(trajectory_.fixes.begin(), trajectory_.fixes.end(), std::not_fn(isInOrder)) ==
+      trajectory_.fixes.end())
+    return;
   struct Timed {
     Instant time;
     std::size_t fix;

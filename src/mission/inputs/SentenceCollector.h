@@ -6,12 +6,16 @@
 
 #include "mission/inputs/FixDates.h"
 #include "readers/FieldFile.h"
+#include "readers/LineReader.h"
 
 namespace kv::mission {
 
 /// Collects the fixes of one receiver log, line by line.
 class SentenceCollector {
  public:
+  /// @param log  whose lines are taken
+  explicit SentenceCollector(const LineReader& log) : log_(log) {}
+
   void Take(std::string_view line);
 
   bool HasFix() const { return !times_.empty(); }
@@ -31,13 +35,16 @@ class SentenceCollector {
   std::size_t Elsewhere() const { return elsewhere_; }
 
  private:
-  bool TakeFix();
+  bool TakeFix(std::string_view line);
+  void MakeRoomForFixes(std::string_view line);
+  void SetPlace(tagKVTrajectoryObs& fix);
   void TakeOther();
   void TakeErrors(const FixErrors& errors);
   void TakeDate(Instant time);
   void SetTimes(const std::vector<Stretch>& stretches);
   void PutInOrder();
 
+  const LineReader& log_;
   Trajectory trajectory_;
   Sentence sentence_;
   ColumnText units_;

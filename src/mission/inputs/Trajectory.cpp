@@ -37,13 +37,15 @@ std::size_t CountOutlying(const std::vector<bool>& jumps) {
 
 void Inspect(double maxGapSeconds, Trajectory& trajectory) {
   std::vector<bool> jumps;
+  jumps.reserve(trajectory.fixes.size());
   trajectory.first = FromFileTime(trajectory.fixes.front().TimeUTC);
   trajectory.last = FromFileTime(trajectory.fixes.back().TimeUTC);
+  Instant from = trajectory.first;
   const tagKVTrajectoryObs* last = nullptr;
   for (const auto& fix : trajectory.fixes) {
     trajectory.bounds.Add(fix.Latitude, fix.Longitude, fix.Altitude);
     if (last) {
-      const Instant from = FromFileTime(last->TimeUTC), to = FromFileTime(fix.TimeUTC);
+      const Instant to = FromFileTime(fix.TimeUTC);
       if (Seconds(to - from) > maxGapSeconds) trajectory.gaps.push_back({from, to, last->Latitude, last->Longitude});
       trajectory.stepsBack += to < from;
       const bool isJump = IsJump(*last, fix, Seconds(to - from));
@@ -51,6 +53,7 @@ void Inspect(double maxGapSeconds, Trajectory& trajectory) {
       jumps.push_back(isJump);
       if (std::abs(fix.Longitude - last->Longitude) > kHalfTurn)
         trajectory.crossings.push_back({from, to, last->Latitude, last->Longitude});
+      from = to;
     }
     last = &fix;
   }
@@ -149,6 +152,10 @@ Hundredths HundredthsIn(double seconds) {
 bool IsJump(const tagKVTrajectoryObs& from, const tagKVTrajectoryObs& to, double seconds) {
   constexpr double kFastest = 400, kSlack = 50;  // m/s, metres: of aircraft; of single point positions
   constexpr double kTurn = 360;
+  constexpr double kNearDegrees = 1e-4, kNearMetres = 10;  // within the slack, whatever the latitude
+  if (std::abs(to.Latitude - from.Latitude) < kNearDegrees && std::abs(to.Longitude - from.Longitude) < kNearDegrees &&
+      std::abs(to.Altitude - from.Altitude) < kNearMetres)
+    return false;
   const Radii radii = RadiiAt(from.Latitude);
   const double north = (to.Latitude - from.Latitude) * kRadian * radii.meridian;
   const double east = std::remainder(to.Longitude - from.Longitude, kTurn) * kRadian * radii.parallel;
@@ -172,7 +179,7 @@ bool HasFix(const std::filesystem::path& path, Job& job) {
 Trajectory ReadTrajectoryFile(const std::filesystem::path& path, const DateSources& sources, double maxGapSeconds,
                               Job& job) {
   LineReader reader(path, CtrlZ::IsText, job, "reading the trajectory");
-  SentenceCollector collector;
+  SentenceCollector collector(reader);
   for (std::string_view line; reader.Next(line);) collector.Take(line);
   if (!collector.HasFix()) {
     Trajectory none = collector.Finish({});
