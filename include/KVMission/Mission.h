@@ -132,17 +132,17 @@ struct Drop {
 
 /// A camera event.
 struct Exposure {
-  tagKVSystemEvent event;                   ///< with place, photo and sharpness; `MasterTick` as it stands in the file
-  std::optional<Instant> time;              ///< with the shutter delay
-  std::optional<std::int32_t> photoNumber;  ///< of a drone
-  std::optional<double> photoDifferenceSeconds;  ///< photo time, with the offset, minus that of the event
-  std::optional<double> photoProbability;        ///< that a pair by time is right
-  std::optional<double> sharpnessRank;  ///< share of its camera's other graded photos that are less sharp; percent
-  std::optional<bool> blurred;          ///< far below its camera's median sharpness; nothing when not graded
-  FixQuality quality;                   ///< of its place; between two fixes the larger deviations
-  std::optional<Attitude> attitude;     ///< of an exposure with a place
+  tagKVSystemEvent event;         ///< with place, photo and sharpness; `MasterTick` as it stands in the file
+  std::optional<Instant> time{};  ///< with the shutter delay
+  std::optional<std::int32_t> photoNumber{};       ///< of a drone
+  std::optional<double> photoDifferenceSeconds{};  ///< photo time, with the offset, minus that of the event
+  std::optional<double> photoProbability{};        ///< that a pair by time is right
+  std::optional<double> sharpnessRank{};  ///< share of its camera's other graded photos that are less sharp; percent
+  std::optional<bool> blurred{};          ///< far below its camera's median sharpness; nothing when not graded
+  FixQuality quality{};                   ///< of its place; between two fixes the larger deviations
+  std::optional<Attitude> attitude{};     ///< of an exposure with a place
   AttitudeQuality attitudeQuality = AttitudeQuality::None;
-  std::optional<Drop> drop;  ///< why it is not in the photo layer
+  std::optional<Drop> drop{};  ///< why it is not in the photo layer
 };
 
 /// Exposures of the two cameras that belong together.

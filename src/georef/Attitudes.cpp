@@ -63,7 +63,7 @@ std::optional<Attitude> AttitudeSeries::At(double adjGpsSeconds) const {
   return AttitudeBetween(from.attitude, to->attitude, (adjGpsSeconds - from.adjGpsSeconds) / pause);
 }
 
-std::optional<double> HeadingOfTrack(double adjGpsSeconds, const TrajectoryIndex& index, const Trajectory& trajectory,
+std::optional<double> HeadingOfTrack(double adjGpsSeconds, TrajectoryIndex& index, const Trajectory& trajectory,
                                      double maxGapSeconds) {
   constexpr double kReach = 0.5;       // seconds
   constexpr double kLeastSpeed = 0.5;  // metres per second

@@ -43,7 +43,7 @@ class AttitudeSeries {
 /// The direction of motion, measured over half a second to each side of a time but not across gaps.
 /// @param index  of the trajectory's fixes
 /// @return       degrees clockwise from north; nothing outside the trajectory, in gaps, and below 0.5 m/s
-std::optional<double> HeadingOfTrack(double adjGpsSeconds, const TrajectoryIndex& index, const Trajectory& trajectory,
+std::optional<double> HeadingOfTrack(double adjGpsSeconds, TrajectoryIndex& index, const Trajectory& trajectory,
                                      double maxGapSeconds);
 
 /// Turns a vector by roll, pitch and heading, in this order, from the axes of the sensor to north, east and down.

@@ -18,7 +18,7 @@ constexpr wchar_t kUnexpectedError[] = L"Unexpected error computing system event
 template <typename Event>
 std::vector<Location> OwnLocations(const std::vector<Event>& events,
                                    const std::vector<tagKVTrajectoryObs>& trajectory) {
-  const kv::TrajectoryIndex index(trajectory);
+  kv::TrajectoryIndex index(trajectory);
   std::vector<Location> locations;
   locations.reserve(events.size());
   for (const Event& event : events) locations.push_back(index.LocationAt(event.AdjGpsSec));

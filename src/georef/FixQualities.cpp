@@ -32,7 +32,7 @@ FixQuality QualityBetween(const FixQuality& a, const FixQuality& b) {
   return between;
 }
 
-FixQuality QualityAt(double adjGpsSeconds, const TrajectoryIndex& index, const Trajectory& trajectory) {
+FixQuality QualityAt(double adjGpsSeconds, TrajectoryIndex& index, const Trajectory& trajectory) {
   const auto* const to = index.PairEndAt(adjGpsSeconds);
   if (!to || trajectory.qualities.size() != trajectory.fixes.size()) return {};
   const auto* const quality = trajectory.qualities.data() + (to - trajectory.fixes.data());

@@ -25,6 +25,6 @@ FixQuality QualityBetween(const FixQuality& a, const FixQuality& b);
 
 /// @param index  of the trajectory's fixes
 /// @return       unknown without a pair of fixes that brackets the time, or when the source does not say
-FixQuality QualityAt(double adjGpsSeconds, const TrajectoryIndex& index, const Trajectory& trajectory);
+FixQuality QualityAt(double adjGpsSeconds, TrajectoryIndex& index, const Trajectory& trajectory);
 
 }  // namespace kv::mission

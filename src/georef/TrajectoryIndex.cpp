@@ -1,7 +1,9 @@
 #include "georef/TrajectoryIndex.h"
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
+#include <memory>
 #include <numeric>
 
 namespace kv {
@@ -76,11 +78,27 @@ std::size_t TrajectoryIndex::SlotAt(double adjGpsSeconds) const {
   return 2 * endsBefore + (isEnd ? 1 : 0);
 }
 
-const tagKVTrajectoryObs* TrajectoryIndex::PairEndAt(double adjGpsSeconds) const {
+const tagKVTrajectoryObs* TrajectoryIndex::PairEndAt(double adjGpsSeconds) {
   const Run run = runOfSlot_[SlotAt(adjGpsSeconds)];
   if (run.empty()) return nullptr;
   // Uses the pair that ends at the first observation not before the time; for the run's first time, the first pair.
-  return &*std::ranges::lower_bound(run.subspan(1), adjGpsSeconds, {}, &Observation::AdjGpsSec);
+  const Run near = Narrowed(run.subspan(1), adjGpsSeconds);
+  return latest_ = std::to_address(std::ranges::lower_bound(near, adjGpsSeconds, {}, &Observation::AdjGpsSec));
+}
+
+// Steps from the latest observation toward the time, each twice as far. What is sought is in the part left over, or
+// right after it.
+TrajectoryIndex::Run TrajectoryIndex::Narrowed(Run run, double adjGpsSeconds) const {
+  const Observation *begin = run.data(), *end = begin + run.size();
+  if (!latest_ || std::less<>()(latest_, begin) || !std::less<>()(latest_, end)) return run;
+  const auto isBefore = [adjGpsSeconds](const Observation& fix) { return fix.AdjGpsSec < adjGpsSeconds; };
+  std::ptrdiff_t step = 1;
+  if (isBefore(*latest_)) {
+    for (begin = latest_ + 1; end - begin > step && isBefore(begin[step]); step *= 2) begin += step + 1;
+    return {begin, end - begin > step ? begin + step : end};
+  }
+  for (end = latest_; end - begin > step && !isBefore(end[-step]); step *= 2) end -= step;
+  return {end - begin > step ? end - step : begin, end};
 }
 
 }  // namespace kv

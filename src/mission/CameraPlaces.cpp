@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -66,7 +67,8 @@ void TakeAttitudes(const Trajectory& trajectory, Mission& mission, Job& job) {
   const Settings& settings = mission.settings;
   AttitudeSource source = SourceOf(trajectory, mission);
   const AttitudeSeries series(std::move(source.attitudes), settings.maxGapSeconds);
-  const TrajectoryIndex index(trajectory.fixes);
+  std::optional<TrajectoryIndex> index;
+  if (settings.headingFromTrack) index.emplace(trajectory.fixes);
   std::size_t placed = 0, known = 0, fromTrack = 0;
   for (Exposure& exposure : mission.exposures) {
     if (!IsPlaced(exposure.event)) continue;
@@ -75,9 +77,9 @@ void TakeAttitudes(const Trajectory& trajectory, Mission& mission, Job& job) {
     if ((exposure.attitude = series.At(time))) {
       exposure.attitudeQuality = source.quality;
       ++known;
-    } else if (!settings.headingFromTrack) {
+    } else if (!index) {
       continue;
-    } else if (const auto heading = HeadingOfTrack(time, index, trajectory, settings.maxGapSeconds)) {
+    } else if (const auto heading = HeadingOfTrack(time, *index, trajectory, settings.maxGapSeconds)) {
       exposure.attitude = Attitude{0, 0, *heading};
       exposure.attitudeQuality = AttitudeQuality::Track;
       ++fromTrack;

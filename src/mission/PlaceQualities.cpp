@@ -91,7 +91,7 @@ bool HasFixed(const std::vector<FixQuality>& qualities) {
 }  // namespace
 
 void QualifyExposures(const Trajectory& trajectory, Mission& mission, Job& job) {
-  const TrajectoryIndex index(trajectory.fixes);
+  TrajectoryIndex index(trajectory.fixes);
   const bool isInFile = mission.timestamps && trajectory.fixes.empty();
   for (std::size_t i = 0; i < mission.exposures.size(); ++i) {
     Exposure& exposure = mission.exposures[i];

@@ -223,11 +223,11 @@ std::vector<Exposure> ExposuresOf(SystemEvents& events, const PhotosOfEvents& ph
   exposures.reserve(static_cast<std::size_t>(std::count_if(events.begin(), events.end(), IsCameraEvent)));
   for (std::size_t i = 0; i < events.size(); ++i) {
     if (events[i].Type != kCameraEvent) continue;
-    Exposure& exposure = exposures.emplace_back();
-    exposure.drop = DropOf(events[i], mission, firstTick, places);
+    const auto drop = DropOf(events[i], mission, firstTick, places);
+    Exposure& exposure = exposures.emplace_back(Exposure{.event = std::move(events[i])});
+    exposure.drop = drop;
     exposure.photoDifferenceSeconds = photos[i].differenceSeconds;
     exposure.photoProbability = photos[i].probability;
-    exposure.event = std::move(events[i]);
     if (HasTime(exposure.event)) exposure.time = FromFileTime(exposure.event.TimeUTC);
     if (hasWraps) exposure.event.MasterTick = std::fmod(exposure.event.MasterTick, kTickRange);
   }

@@ -33,9 +33,11 @@ bool ChecksumIsRight(std::string_view body, std::string_view digits) {
   const auto high = HexDigit(digits[0]), low = HexDigit(digits[1]);
   constexpr std::size_t kWord = sizeof(std::uint64_t);
   std::uint64_t sum = 0;
-  for (; body.size() >= kWord; body.remove_prefix(kWord)) sum ^= LoadBytes(body.data());
+  std::size_t at = 0;
+  for (; at + kWord <= body.size(); at += kWord) sum ^= LoadBytes(body.data() + at);
+  if (const std::size_t rest = body.size() - at; rest > 0)
+    sum ^= at > 0 ? LoadBytes(body.data() + body.size() - kWord) >> 8 * (kWord - rest) : LoadBytes(body.data(), rest);
   for (const int half : {32, 16, 8}) sum ^= sum >> half;
-  for (const char c : body) sum ^= static_cast<unsigned char>(c);
   return high && low && (sum & 0xFF) == *high * 16 + *low;
 }
 

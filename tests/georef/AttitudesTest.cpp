@@ -86,7 +86,7 @@ TEST(Attitudes, TakeTheHeadingFromTheTrack) {
       fix.Latitude = 48 + metres * std::cos(course * kRadian) / radii.meridian / kRadian;
       fix.Longitude = std::remainder(180 + metres * std::sin(course * kRadian) / radii.parallel / kRadian, 360);
     }
-    const TrajectoryIndex index(trajectory.fixes);
+    TrajectoryIndex index(trajectory.fixes);
     const auto headingAt = [&](double second) { return HeadingOfTrack(second, index, trajectory, 2); };
     for (const double second : {0.0, 0.05, 1.0, 1.99, 2.0}) {
       ASSERT_TRUE(headingAt(second)) << second;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <functional>
 #include <string>
 #include <utility>
 
@@ -69,8 +68,7 @@ std::pair<Instant, Instant> SentenceCollector::SpanOf(const std::vector<Stretch>
 }
 
 Trajectory SentenceCollector::Finish(const std::vector<Stretch>& stretches) {
-  SetTimes(stretches);
-  PutInOrder();
+  if (!SetTimes(stretches)) PutInOrder();
   for (std::size_t i = 0, begin = 0; i < figures_.size(); begin = i) {
     while (i < figures_.size() && figures_[i] == figures_[begin]) ++i;
     trajectory_.counts.qualities[figures_[begin]] += i - begin;
@@ -138,7 +136,8 @@ void SentenceCollector::TakeDate(Instant time) {
   dated_.push_back({times_.size(), After(times_.back(), timeOfDay), midnight});
 }
 
-void SentenceCollector::SetTimes(const std::vector<Stretch>& stretches) {
+bool SentenceCollector::SetTimes(const std::vector<Stretch>& stretches) {
+  bool isAscending = true;
   std::optional<DayClock> clock;
   Date date{};
   auto stretch = stretches.begin();
@@ -146,18 +145,15 @@ void SentenceCollector::SetTimes(const std::vector<Stretch>& stretches) {
     while (std::next(stretch) != stretches.end() && std::next(stretch)->firstFix <= i) ++stretch;
     const Date own = stretch->dayZero + days{times_[i].day};
     if (!clock || own != date) clock.emplace(ToFileTime(date = own));
-    clock->SetTime(TimeOfDayAt(times_[i].timeOfDay.count()), trajectory_.fixes[i]);
+    tagKVTrajectoryObs& fix = trajectory_.fixes[i];
+    clock->SetTime(TimeOfDayAt(times_[i].timeOfDay.count()), fix);
+    isAscending = isAscending && (i == 0 || FromFileTime((&fix)[-1].TimeUTC) < FromFileTime(fix.TimeUTC));
   }
+  return isAscending;
 }
 
 /// Moves late fixes back to their place; where two have the same time, the first in the log counts.
 void SentenceCollector::PutInOrder() {
-  const auto isInOrder = [](const tagKVTrajectoryObs& a, const tagKVTrajectoryObs& b) {
-    return FromFileTime(a.TimeUTC) < FromFileTime(b.TimeUTC);
-  };
-  if (std::adjacent_find(trajectory_.fixes.begin(), trajectory_.fixes.end(), std::not_fn(isInOrder)) ==
-      trajectory_.fixes.end())
-    return;
   struct Timed {
     Instant time;
     std::size_t fix;

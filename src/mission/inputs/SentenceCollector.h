@@ -41,7 +41,8 @@ class SentenceCollector {
   void TakeOther();
   void TakeErrors(const FixErrors& errors);
   void TakeDate(Instant time);
-  void SetTimes(const std::vector<Stretch>& stretches);
+  /// @return whether each fix is later than the one before
+  bool SetTimes(const std::vector<Stretch>& stretches);
   void PutInOrder();
 
   const LineReader& log_;
