@@ -38,7 +38,8 @@ ExitCode Export(const ExportOptions& options) {
 void AddExportCommand(CLI::App& app, ExitCode& exitCode) {
   CLI::App& command = *app.add_subcommand("export", "Write a mission's places for programs for photogrammetry");
   const auto options = std::make_shared<ExportOptions>();
-  AddMissionOptions(command, options->mission, {"pos", "tolerance", "blur-factor", "no-sharpness", "thumbnails", "allow-outside"});
+  AddMissionOptions(command, options->mission,
+                    {"pos", "tolerance", "blur-factor", "no-sharpness", "thumbnails", "allow-outside"});
   AddVerbosity(command, options->common);
   command.footer(fmt::format("Without --outputs: {}.", kAll));
   command.callback([options, &exitCode] { exitCode = Export(*options); });
