@@ -1,10 +1,9 @@
-#include <benchmark/benchmark.h>
-
 #include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "Comparison.h"
 #include "KVUtilities.h"
 #include "Measures.h"
 #include "Samples.h"
@@ -28,58 +27,51 @@ void ExportTo(const fs::path& path) {
   if (!KVUtilities::ExportTrajectoryPointShapefile(kv::WidePath(path), Trajectory(), error)) std::abort();
 }
 
-void ExportPoints(benchmark::State& state) {
-  const ScratchFolder folder;
-  Trajectory();
-  for (auto _ : state) ExportTo(folder / "points.shp");
-}
-BENCHMARK(ExportPoints)->UseRealTime();
-
-void ExportPointsByShapelib(benchmark::State& state) {
-  const ScratchFolder folder;
-  const fs::path path = folder / "points.shp";
+void ExportByShapelib(const fs::path& path) {
   const auto& fixes = Trajectory();
-  for (auto _ : state) {
-    baseline::PlainShapefile file(path.string(), SHPT_POINTZ, true,
-                                  baseline::TrajectoryPoint(fixes[0], 0, fixes[0], "M"));
-    int number = 0;
-    for (const tagKVTrajectoryObs& fix : fixes) {
-      file.Append(baseline::TrajectoryPoint(fix, number++, fixes[0], "M"));
-      benchmark::DoNotOptimize(fs::file_size(path));
-    }
+  baseline::PlainShapefile file(path.string(), SHPT_POINTZ, true,
+                                baseline::TrajectoryPoint(fixes[0], 0, fixes[0], "M"));
+  int number = 0;
+  for (const tagKVTrajectoryObs& fix : fixes) {
+    file.Append(baseline::TrajectoryPoint(fix, number++, fixes[0], "M"));
+    Keep(fs::file_size(path));
   }
 }
-BENCHMARK(ExportPointsByShapelib)->UseRealTime()->Iterations(1);
-
-void ExportPointsByOgr(benchmark::State& state) {
-  if (!HasProgram("ogr2ogr", state)) return;
-  const ScratchFolder folder;
-  ExportTo(folder / "points.shp");
-  const std::string command =
-      "ogr2ogr -f 'ESRI Shapefile' '" + (folder / "ogr").string() + "' '" + (folder / "points.shp").string() + "'";
-  for (auto _ : state) {
-    if (!RunsQuietly(command)) state.SkipWithError("FAILED: ogr2ogr");
-  }
-}
-BENCHMARK(ExportPointsByOgr)->UseRealTime()->Iterations(1);
 
 // Writes equally large files in blocks of 1 MiB.
-void WriteTheSameBytes(benchmark::State& state) {
-  const ScratchFolder folder;
-  ExportTo(folder / "points.shp");
+void WriteTheSameBytes(const fs::path& points, const fs::path& copy) {
   std::vector<char> block(1 << 20, 'x');
-  for (auto _ : state) {
-    for (const char* extension : {".shp", ".shx", ".dbf"}) {
-      const std::string copy = (folder / "copy").string() + extension;
-      const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(copy.c_str(), "wb"), std::fclose);
-      for (auto rest = fs::file_size((folder / "points").replace_extension(extension)); rest > 0;) {
-        const std::size_t bytes = std::min<std::size_t>(rest, block.size());
-        if (std::fwrite(block.data(), 1, bytes, file.get()) != bytes) std::abort();
-        rest -= bytes;
-      }
+  for (const char* extension : {".shp", ".shx", ".dbf"}) {
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen((copy.string() + extension).c_str(), "wb"),
+                                                               std::fclose);
+    for (auto rest = fs::file_size(fs::path(points).replace_extension(extension)); rest > 0;) {
+      const std::size_t bytes = std::min<std::size_t>(rest, block.size());
+      if (std::fwrite(block.data(), 1, bytes, file.get()) != bytes) std::abort();
+      rest -= bytes;
     }
   }
 }
-BENCHMARK(WriteTheSameBytes)->UseRealTime();
 
 }  // namespace
+
+Row Exporting(const Plan&) {
+  const auto folder = std::make_shared<ScratchFolder>();
+  const fs::path points = *folder / "points.shp";
+  ExportTo(points);
+  const Side ours = ProcessorTime([=] { ExportTo(points); });
+  const std::string ogr =
+      "ogr2ogr -overwrite -f 'ESRI Shapefile' '" + (*folder / "ogr").string() + "' '" + points.string() + "'";
+  return {
+      {"export 1,000,000 points",
+       "shapelib, size asked per record",
+       AtLeast(15),
+       ProcessorTime([=] { ExportByShapelib(*folder / "plain.shp"); }),
+       ours,
+       {},
+       0,
+       true},
+      {"export 1,000,000 points", "ogr2ogr", AtLeast(10), ProcessorTime([=] { Run(ogr); }), ours, "ogr2ogr", 0, true},
+      {"export 1,000,000 points", "writing the same bytes", AtMost(2.5),
+       ProcessorTime([=] { WriteTheSameBytes(points, *folder / "copy"); }), ours},
+  };
+}

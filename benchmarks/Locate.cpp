@@ -1,8 +1,9 @@
-#include <benchmark/benchmark.h>
-
+#include <memory>
 #include <vector>
 
+#include "Comparison.h"
 #include "KVUtilities.h"
+#include "Measures.h"
 #include "Samples.h"
 #include "baseline/Locations.h"
 
@@ -30,59 +31,63 @@ std::vector<double> TimesOffTheTrajectory() {
 }
 
 template <class Event>
-void Locate(benchmark::State& state, const std::vector<double>& times,
-            bool (*populate)(std::vector<Event>&, std::vector<tagKVTrajectoryObs>&, std::wstring&)) {
-  auto trajectory = Trajectory();
-  std::vector<Event> events(times.size());
-  for (std::size_t i = 0; i < times.size(); ++i) events[i].AdjGpsSec = times[i];
-  std::wstring error;
-  for (auto _ : state) populate(events, trajectory, error);
+using Populate = bool (*)(std::vector<Event>&, std::vector<tagKVTrajectoryObs>&, std::wstring&);
+
+template <class Event>
+Side Locate(const std::vector<double>& times, Populate<Event> populate) {
+  const auto trajectory = std::make_shared<std::vector<tagKVTrajectoryObs>>(Trajectory());
+  const auto events = std::make_shared<std::vector<Event>>(times.size());
+  for (std::size_t i = 0; i < times.size(); ++i) (*events)[i].AdjGpsSec = times[i];
+  return ProcessorTime([=] {
+    std::wstring error;
+    populate(*events, *trajectory, error);
+  });
 }
 
-void LocateEvents(benchmark::State& state) {
-  Locate(state, EventTimes(), KVUtilities::PopulateSystemEventLocationsUsingTrajectory);
+Side LocateLiterally(const std::vector<double>& times) {
+  return ProcessorTime([=] {
+    for (const double time : times) Keep(baseline::PlaceAt(time, Trajectory()));
+  });
 }
-BENCHMARK(LocateEvents);
 
-void LocateEventsLiterally(benchmark::State& state) {
-  const auto times = EventTimes();
-  for (auto _ : state) {
-    for (const double time : times) benchmark::DoNotOptimize(baseline::PlaceAt(time, Trajectory()));
-  }
+Side LocateLogEventsLiterally(const std::vector<double>& times) {
+  return ProcessorTime([=] {
+    for (std::size_t i = 0; i < times.size(); ++i) Keep(baseline::LogPlaceAt(i, times, Trajectory()));
+  });
 }
-BENCHMARK(LocateEventsLiterally)->Iterations(1);
 
-void LocateLogEventsOff(benchmark::State& state) {
-  Locate(state, TimesOffTheTrajectory(), KVUtilities::PopulateLogEventLocationsUsingTrajectory);
+Side LocateOne(double time) {
+  const auto trajectory = std::make_shared<std::vector<tagKVTrajectoryObs>>(Trajectory());
+  return ProcessorTime([=] {
+    double latitude = 0, longitude = 0, altitude = 0;
+    std::wstring error;
+    KVUtilities::ComputeLocationFromAdjGpsSeconds(time, *trajectory, latitude, longitude, altitude, error);
+    Keep(latitude);
+  });
 }
-BENCHMARK(LocateLogEventsOff);
-
-void LocateLogEventsOffLiterally(benchmark::State& state) {
-  const auto times = TimesOffTheTrajectory();
-  for (auto _ : state) {
-    for (std::size_t i = 0; i < times.size(); ++i) {
-      benchmark::DoNotOptimize(baseline::LogPlaceAt(i, times, Trajectory()));
-    }
-  }
-}
-BENCHMARK(LocateLogEventsOffLiterally)->Iterations(1);
-
-void LocateOne(benchmark::State& state) {
-  auto trajectory = Trajectory();
-  const double time = trajectory.back().AdjGpsSec - 0.03;
-  double latitude = 0, longitude = 0, altitude = 0;
-  std::wstring error;
-  for (auto _ : state) {
-    KVUtilities::ComputeLocationFromAdjGpsSeconds(time, trajectory, latitude, longitude, altitude, error);
-    benchmark::DoNotOptimize(latitude);
-  }
-}
-BENCHMARK(LocateOne);
-
-void LocateOneLiterally(benchmark::State& state) {
-  const double time = Trajectory().back().AdjGpsSec - 0.03;
-  for (auto _ : state) benchmark::DoNotOptimize(baseline::PlaceAt(time, Trajectory()));
-}
-BENCHMARK(LocateOneLiterally);
 
 }  // namespace
+
+Row Locating(const Plan&) {
+  const auto events = EventTimes(), off = TimesOffTheTrajectory();
+  const double last = Trajectory().back().AdjGpsSec - 0.03;
+  return {
+      {"20,000 events on 200,000 fixes",
+       "literal scan",
+       AtLeast(300),
+       LocateLiterally(events),
+       Locate(events, KVUtilities::PopulateSystemEventLocationsUsingTrajectory),
+       {},
+       0,
+       true},
+      {"400 log events off the trajectory",
+       "literal scan",
+       AtLeast(1e4),
+       LocateLogEventsLiterally(off),
+       Locate(off, KVUtilities::PopulateLogEventLocationsUsingTrajectory),
+       {},
+       0,
+       true},
+      {"one event on 200,000 fixes", "literal scan", AtLeast(1), LocateLiterally({last}), LocateOne(last)},
+  };
+}

@@ -1,20 +1,53 @@
 #pragma once
 
-#include <benchmark/benchmark.h>
-
-#include <cstdlib>
+#include <chrono>
 #include <filesystem>
-#include <fstream>
+#include <functional>
 #include <random>
 #include <string>
-#include <string_view>
 
-#if defined(__GLIBC__)
-#include <malloc.h>
-#endif
-#if defined(__unix__)
-#include <sys/resource.h>
-#endif
+#include "Comparison.h"
+
+/// How figures are taken, on Linux.
+
+using Call = std::function<void()>;
+
+/// The processor time of a call. A short call is repeated until the clock's resolution and chance hardly count.
+Side ProcessorTime(Call call);
+/// The time by the clock; for threads, which processor time does not judge.
+Side WallTime(Call call);
+/// The peak of resident memory during a call above the level before it.
+Side PeakMemory(Call call);
+/// A limit.
+Side Given(By by, double figure);
+
+/// Processor seconds of this process and of all programs it has run so far.
+double ProcessorSeconds();
+
+/// Seconds since an arbitrary moment, by the clock.
+inline double ClockSeconds() {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+/// Runs a shell command and discards its output. @throws std::runtime_error if it fails
+void Run(const std::string& command);
+bool HasProgram(const std::string& program);
+
+/// Cores that other programs leave to this one and its children, from the construction on.
+class CoresLeft {
+ public:
+  double Since() const;
+
+ private:
+  double start_ = ClockSeconds(), own_ = ProcessorSeconds(), all_ = AllProcessorSeconds();
+  static double AllProcessorSeconds();
+};
+
+/// Makes the compiler take a value for used.
+template <class Value>
+void Keep(const Value& value) {
+  asm volatile("" : : "r,m"(value) : "memory");
+}
 
 /// A folder for a benchmark's files. The destructor removes it.
 class ScratchFolder {
@@ -27,62 +60,10 @@ class ScratchFolder {
   ScratchFolder(const ScratchFolder&) = delete;
   ScratchFolder& operator=(const ScratchFolder&) = delete;
 
-  std::filesystem::path operator/(const char* name) const { return path_ / name; }
+  std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
+  const std::filesystem::path& Path() const { return path_; }
 
  private:
   std::filesystem::path path_ =
       std::filesystem::temp_directory_path() / ("kvutilities-benchmark-" + std::to_string(std::random_device()()));
 };
-
-/// Runs a shell command and discards its output.
-/// @return false when it fails or is not installed
-inline bool RunsQuietly(const std::string& command) {
-  return std::system(("( " + command + " ) > /dev/null 2>&1").c_str()) == 0;
-}
-
-/// Processor seconds of all programs run so far. 0 except on Unix.
-inline double ProgramSeconds() {
-#if defined(__unix__)
-  rusage usage{};
-  getrusage(RUSAGE_CHILDREN, &usage);
-  const auto seconds = [](const timeval& time) {
-    return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
-  };
-  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-#else
-  return 0;
-#endif
-}
-
-/// Prefix of the reasons why something cannot be measured on this machine. Any other reason is a failure.
-inline constexpr std::string_view kSkipped = "skipped: ";
-
-inline void Skip(benchmark::State& state, const std::string& reason) {
-  state.SkipWithError((std::string(kSkipped) + reason).c_str());
-}
-
-/// Skips the benchmark if a program is missing. @return whether it is installed
-inline bool HasProgram(const std::string& program, benchmark::State& state) {
-  const bool isInstalled = RunsQuietly("command -v " + program);
-  if (!isInstalled) Skip(state, program + " is not installed");
-  return isInstalled;
-}
-
-/// Peak of resident memory during a call, in bytes above the level before it. 0 except on Linux.
-template <class Call>
-double PeakBytes(Call call) {
-  const auto statusBytes = [](const std::string& key) {
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);) {
-      if (line.starts_with(key)) return 1024 * std::strtod(line.c_str() + key.size(), nullptr);
-    }
-    return 0.0;
-  };
-#if defined(__GLIBC__)
-  malloc_trim(0);
-#endif
-  std::ofstream("/proc/self/clear_refs") << "5";  // the peak counts from here on
-  const double before = statusBytes("VmRSS:");
-  call();
-  return statusBytes("VmHWM:") - before;
-}

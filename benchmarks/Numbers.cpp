@@ -1,14 +1,15 @@
 #include "text/Numbers.h"
 
-#include <benchmark/benchmark.h>
-
 #include <cstdio>
 #include <initializer_list>
+#include <memory>
 #include <optional>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "Comparison.h"
+#include "Measures.h"
 #include "baseline/StrictNumbers.h"
 
 namespace {
@@ -54,43 +55,31 @@ template <class Number>
 using Convert = std::optional<Number> (*)(std::wstring_view);
 
 template <class Number, Convert<Number> kConvert>
-void ConvertAll(benchmark::State& state, const Tokens& tokens) {
-  for (auto _ : state) {
-    tokens.ForEach([](std::wstring_view token) { benchmark::DoNotOptimize(kConvert(token)); });
-  }
+Side ConvertAll(const Tokens& tokens) {
+  return ProcessorTime([=] { tokens.ForEach([](std::wstring_view token) { Keep(kConvert(token)); }); });
 }
-
-// Seconds of week, latitude, longitude, height, roll, pitch and heading of a position file.
-template <Convert<double> kConvert>
-void ConvertFields(benchmark::State& state) {
-  ConvertAll<double, kConvert>(state, Tokens({{"%.3f", 2e5, 3e5},
-                                              {"%.9f", 48, 49},
-                                              {"%.9f", 11, 12},
-                                              {"%.4f", 500, 900},
-                                              {"%.4f", -3, 3},
-                                              {"%.4f", -3, 3},
-                                              {"%.4f", 0, 360}}));
-}
-template <Convert<std::int32_t> kConvert>
-void Convert32Bits(benchmark::State& state) {
-  ConvertAll<std::int32_t, kConvert>(state, Tokens({{"%.0f", -2e9, 2e9}}));
-}
-template <Convert<std::int64_t> kConvert>
-void Convert64Bits(benchmark::State& state) {
-  ConvertAll<std::int64_t, kConvert>(state, Tokens({{"%.0f", -9e18, 9e18}}));
-}
-
-void Doubles(benchmark::State& state) { ConvertFields<kv::WholeDouble>(state); }
-void DoublesByBoost(benchmark::State& state) { ConvertFields<baseline::WholeNumber<double>>(state); }
-void Integers32(benchmark::State& state) { Convert32Bits<kv::WholeInteger32>(state); }
-void Integers32ByBoost(benchmark::State& state) { Convert32Bits<baseline::WholeNumber<std::int32_t>>(state); }
-void Integers64(benchmark::State& state) { Convert64Bits<kv::WholeInteger>(state); }
-void Integers64ByBoost(benchmark::State& state) { Convert64Bits<baseline::WholeNumber<std::int64_t>>(state); }
-BENCHMARK(Doubles);
-BENCHMARK(DoublesByBoost);
-BENCHMARK(Integers32);
-BENCHMARK(Integers32ByBoost);
-BENCHMARK(Integers64);
-BENCHMARK(Integers64ByBoost);
 
 }  // namespace
+
+Row StrictNumbers(const Plan&) {
+  // Seconds of week, latitude, longitude, height, roll, pitch and heading of a position file.
+  const Tokens doubles({{"%.3f", 2e5, 3e5},
+                        {"%.9f", 48, 49},
+                        {"%.9f", 11, 12},
+                        {"%.4f", 500, 900},
+                        {"%.4f", -3, 3},
+                        {"%.4f", -3, 3},
+                        {"%.4f", 0, 360}});
+  const Tokens integers32({{"%.0f", -2e9, 2e9}}), integers64({{"%.0f", -9e18, 9e18}});
+  const char* const peer = "Boost's lexical conversion";
+  return {
+      {"strict numbers: doubles", peer, AtLeast(20), ConvertAll<double, baseline::WholeNumber<double>>(doubles),
+       ConvertAll<double, kv::WholeDouble>(doubles)},
+      {"strict numbers: 32-bit integers", peer, AtLeast(2.5),
+       ConvertAll<std::int32_t, baseline::WholeNumber<std::int32_t>>(integers32),
+       ConvertAll<std::int32_t, kv::WholeInteger32>(integers32)},
+      {"strict numbers: 64-bit integers", peer, AtLeast(3),
+       ConvertAll<std::int64_t, baseline::WholeNumber<std::int64_t>>(integers64),
+       ConvertAll<std::int64_t, kv::WholeInteger>(integers64)},
+  };
+}

@@ -1,12 +1,13 @@
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
 #include <map>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "Comparison.h"
 #include "KVUtilities.h"
+#include "Measures.h"
 #include "baseline/PhotoPairing.h"
 #include "baseline/Stations.h"
 
@@ -35,39 +36,27 @@ Sample OneExposureEveryTwoSeconds() {
   return sample;
 }
 
-// Times only the batch: its input is copied while the timer is paused.
-void PairByTime(benchmark::State& state) {
-  const Sample sample = OneExposureEveryTwoSeconds();
+// Only the batch counts, not the copying of its input.
+double PairByTime(const Sample& sample) {
+  constexpr int kTimes = 50;
+  double seconds = 0;
   std::wstring error;
-  for (auto _ : state) {
-    state.PauseTiming();
+  for (int i = 0; i < kTimes; ++i) {
     auto events = sample.events;
     auto photos = sample.photos;
-    state.ResumeTiming();
+    const double before = ProcessorSeconds();
     KVUtilities::PopulatePhotoPathsUsingTimeStamps(events, L"", L"", L"cam1", L"cam2", std::move(photos), {}, 0, 0,
                                                    error);
-    benchmark::DoNotOptimize(events.data());
-    state.PauseTiming();
-    events.clear();
-    state.ResumeTiming();
+    seconds += ProcessorSeconds() - before;
+    Keep(events.data());
   }
+  return seconds / kTimes;
 }
-BENCHMARK(PairByTime);
 
-void PairByTimeLiterally(benchmark::State& state) {
-  const Sample sample = OneExposureEveryTwoSeconds();
-  for (auto _ : state) {
-    for (const tagKVSystemEvent& event : sample.events) {
-      benchmark::DoNotOptimize(baseline::ClosestPhoto(event.SystemTimeUTC, sample.photos, 0, 1).data());
-    }
-  }
+void PairByTimeLiterally(const Sample& sample) {
+  for (const tagKVSystemEvent& event : sample.events)
+    Keep(baseline::ClosestPhoto(event.SystemTimeUTC, sample.photos, 0, 1).data());
 }
-BENCHMARK(PairByTimeLiterally)->Iterations(1);
-
-void PairByTimeAllowed(benchmark::State& state) {
-  for (auto _ : state) state.counters["seconds"] = kPhotos * 1e-6;
-}
-BENCHMARK(PairByTimeAllowed)->Iterations(1);
 
 std::vector<tagKVSystemEvent> CameraEvents(bool isShuffled) {
   std::vector<tagKVSystemEvent> events(kStationEvents);
@@ -81,25 +70,31 @@ std::vector<tagKVSystemEvent> CameraEvents(bool isShuffled) {
   return events;
 }
 
-void FormStations(benchmark::State& state, bool isShuffled) {
-  const auto events = CameraEvents(isShuffled);
+void FormStations(const std::vector<tagKVSystemEvent>& events) {
   std::wstring error;
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(KVUtilities::ComputeExposureStationsFromSystemEvents(events, 0.05, error).data());
-  }
+  Keep(KVUtilities::ComputeExposureStationsFromSystemEvents(events, 0.05, error).data());
 }
-void FormStationsLiterally(benchmark::State& state, bool isShuffled) {
-  const auto events = CameraEvents(isShuffled);
-  for (auto _ : state) benchmark::DoNotOptimize(baseline::StationsOf(events, 0.05).data());
-}
-
-void StationsInOrder(benchmark::State& state) { FormStations(state, false); }
-void StationsShuffled(benchmark::State& state) { FormStations(state, true); }
-void StationsInOrderLiterally(benchmark::State& state) { FormStationsLiterally(state, false); }
-void StationsShuffledLiterally(benchmark::State& state) { FormStationsLiterally(state, true); }
-BENCHMARK(StationsInOrder);
-BENCHMARK(StationsShuffled);
-BENCHMARK(StationsInOrderLiterally)->Iterations(1);
-BENCHMARK(StationsShuffledLiterally)->Iterations(1);
 
 }  // namespace
+
+Row Pairing(const Plan&) {
+  const auto sample = std::make_shared<Sample>(OneExposureEveryTwoSeconds());
+  const Side ours{By::Processor, [=] { return PairByTime(*sample); }};
+  return {
+      {"pair 5,000 events with 5,000 photos", "literal double loop", AtLeast(500),
+       ProcessorTime([=] { PairByTimeLiterally(*sample); }), ours},
+      {"pair 5,000 events with 5,000 photos", "1 us an event", AtMost(1), Given(By::Processor, kPhotos * 1e-6), ours},
+  };
+}
+
+Row FormingStations(const Plan&) {
+  const auto inOrder = CameraEvents(false), shuffled = CameraEvents(true);
+  return {
+      {"stations of 20,000 events in order", "literal rule", AtLeast(30),
+       ProcessorTime([=] { Keep(baseline::StationsOf(inOrder, 0.05).data()); }),
+       ProcessorTime([=] { FormStations(inOrder); })},
+      {"stations of 20,000 events shuffled", "literal rule", AtLeast(60),
+       ProcessorTime([=] { Keep(baseline::StationsOf(shuffled, 0.05).data()); }),
+       ProcessorTime([=] { FormStations(shuffled); })},
+  };
+}

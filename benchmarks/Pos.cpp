@@ -1,5 +1,3 @@
-#include <benchmark/benchmark.h>
-
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -9,8 +7,10 @@
 #include <limits>
 #include <memory>
 #include <random>
+#include <stdexcept>
 #include <string>
 
+#include "Comparison.h"
 #include "Measures.h"
 
 namespace {
@@ -45,8 +45,8 @@ class Samples {
   }
 
   /// Runs a command in the folder and writes its output to the file `printed`.
-  bool Run(const std::string& command, const char* printed) const {
-    return std::system(("cd '" + Path("") + "' && " + command + " > " + printed + " 2> /dev/null").c_str()) == 0;
+  void Transform(const std::string& command, const char* printed) const {
+    Run("cd '" + Path("") + "' && " + command + " > " + printed);
   }
   std::string Path(const char* file) const { return (folder_ / file).string(); }
 
@@ -92,29 +92,29 @@ double LargestDifference(const char* peersResult) {
   return largest;
 }
 
-void TransformPos(benchmark::State& state) {
-  AllSamples();
-  for (auto _ : state) {
-    if (!AllSamples().Run(kTransform, "nothing")) state.SkipWithError("FAILED: kvmission");
-  }
+Side TransformBy(const char* name, const char* command) {
+  return ProcessorTime([=] { AllSamples().Transform(command, name); });
 }
-BENCHMARK(TransformPos)->UseRealTime()->Iterations(1);
 
-// Also compares the coordinates: a peer that is faster because it is less exact does not count.
-void TransformBy(benchmark::State& state, const char* name, const char* command) {
+// Compares the coordinates as well: a peer that is faster because it is less exact does not count.
+Side TransformByPeer(const char* name, const char* command) {
   constexpr double kTenthOfMillimetre = 1e-4;
-  if (!HasProgram(name, state)) return;
-  AllSamples();
-  for (auto _ : state) {
-    if (!AllSamples().Run(command, name)) state.SkipWithError(("FAILED: " + std::string(name)).c_str());
-  }
-  const bool areOurs = AllSamples().Run(kTransform, "nothing");
-  const double largest = areOurs ? LargestDifference(name) : std::numeric_limits<double>::infinity();
-  if (!(largest <= kTenthOfMillimetre)) state.SkipWithError("FAILED: its coordinates are not ours");
+  return {By::Processor, [=, time = TransformBy(name, command)] {
+            const double seconds = time.measure();
+            if (!(LargestDifference(name) <= kTenthOfMillimetre))
+              throw std::runtime_error("its coordinates are not ours");
+            return seconds;
+          }};
 }
-void TransformPosByCct(benchmark::State& state) { TransformBy(state, "cct", kCct); }
-void TransformPosByCs2cs(benchmark::State& state) { TransformBy(state, "cs2cs", kCs2cs); }
-BENCHMARK(TransformPosByCct)->UseRealTime()->Iterations(1);
-BENCHMARK(TransformPosByCs2cs)->UseRealTime()->Iterations(1);
 
 }  // namespace
+
+Row Transforming(const Plan&) {
+  AllSamples().Transform(kTransform, "nothing");
+  const char* const what = "1,000,000 lines to UTM 33 + EGM96";
+  const Side ours = TransformBy("nothing", kTransform);
+  return {
+      {what, "cct", AtLeast(2), TransformByPeer("cct", kCct), ours, "cct"},
+      {what, "cs2cs", AtLeast(2), TransformByPeer("cs2cs", kCs2cs), ours, "cs2cs"},
+  };
+}

@@ -1,5 +1,4 @@
-#include <benchmark/benchmark.h>
-
+#include "Comparison.h"
 #include "GgaFile.h"
 #include "KVUtilities.h"
 #include "Measures.h"
@@ -21,46 +20,34 @@ std::vector<tagKVTrajectoryObs> Scan() {
   return KVUtilities::ScanKVTrajectoryFile(kv::WidePath(Sample().Path()), kDate, error);
 }
 
-void ScanTrajectory(benchmark::State& state) {
-  Sample();
-  for (auto _ : state) benchmark::DoNotOptimize(Scan().data());
-}
-BENCHMARK(ScanTrajectory);
+using Scanner = std::vector<tagKVTrajectoryObs> (*)(const std::filesystem::path&, FILETIME);
 
-template <auto kScan>
-void ScanBy(benchmark::State& state) {
-  Sample();
-  for (auto _ : state) benchmark::DoNotOptimize(kScan(Sample().Path(), kDate).data());
+Side ScanBy(Scanner scan) {
+  return ProcessorTime([=] { Keep(scan(Sample().Path(), kDate).data()); });
 }
-void ScanByGetline(benchmark::State& state) { ScanBy<baseline::ScanByStrtod>(state); }
-void ScanByWideTokens(benchmark::State& state) { ScanBy<baseline::ScanByWideTokens>(state); }
-BENCHMARK(ScanByGetline);
-BENCHMARK(ScanByWideTokens);
 
 // Only reads: no output is requested. Without a date it silently drops all points, so a first run over a few lines
 // checks that it keeps them.
-void ScanByGpsbabel(benchmark::State& state) {
-  if (!HasProgram("gpsbabel", state)) return;
-  const std::string read = "gpsbabel -i nmea,date=20231222 -f '" + Sample().Path().string() + "'";
-  const std::string firstLines =
-      "head -n 1000 '" + Sample().Path().string() + "' | gpsbabel -i nmea,date=20231222 -f -";
-  if (!RunsQuietly("test $(" + firstLines + " -t -o unicsv -F - | wc -l) = 1001"))
-    return state.SkipWithError("FAILED: gpsbabel does not keep all points");
-  for (auto _ : state) {
-    if (!RunsQuietly(read)) state.SkipWithError("FAILED: gpsbabel");
-  }
+Side ScanByGpsbabel() {
+  const std::string log = "'" + Sample().Path().string() + "'", read = "gpsbabel -i nmea,date=20231222 -f ";
+  return {By::Processor, [=, time = ProcessorTime([=] { Run(read + log); })] {
+            Run("test $(head -n 1000 " + log + " | " + read + "- -t -o unicsv -F - | wc -l) = 1001");
+            return time.measure();
+          }};
 }
-BENCHMARK(ScanByGpsbabel)->UseRealTime()->Iterations(1);
-
-void ScanMemory(benchmark::State& state) {
-  Sample();
-  for (auto _ : state) state.counters["bytes"] = PeakBytes([] { benchmark::DoNotOptimize(Scan().data()); });
-}
-BENCHMARK(ScanMemory)->Iterations(1);
-
-void ScanMemoryAllowed(benchmark::State& state) {
-  for (auto _ : state) state.counters["bytes"] = kLines * double{sizeof(tagKVTrajectoryObs)} + 1024 * 1024;
-}
-BENCHMARK(ScanMemoryAllowed)->Iterations(1);
 
 }  // namespace
+
+Row Scanning(const Plan&) {
+  constexpr double kMemoryAllowed = kLines * double{sizeof(tagKVTrajectoryObs)} + 1024 * 1024;
+  Sample();
+  const char* const what = "scan 1,000,000 GGA lines";
+  const Call scan = [] { Keep(Scan().data()); };
+  const Side ours = ProcessorTime(scan);
+  return {
+      {what, "getline + strtod", AtLeast(5), ScanBy(baseline::ScanByStrtod), ours},
+      {what, "wide tokens + stod", AtLeast(8), ScanBy(baseline::ScanByWideTokens), ours},
+      {what, "gpsbabel", AtLeast(80), ScanByGpsbabel(), ours, "gpsbabel", 0, true},
+      {"scan: peak memory", "records + 1 MiB", AtMost(1), Given(By::Memory, kMemoryAllowed), PeakMemory(scan)},
+  };
+}

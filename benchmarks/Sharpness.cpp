@@ -1,14 +1,15 @@
 #include "photos/Sharpness.h"
 
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <opencv2/imgcodecs.hpp>
 
+#include "Comparison.h"
 #include "KVUtilities.h"
 #include "Measures.h"
+#include "SimulatedMission.h"
+#include "baseline/JpegRows.h"
 #include "baseline/Sharpness.h"
 #include "platform/FileNames.h"
 
@@ -52,8 +53,6 @@ const Photo& Photo100() {
   return photo;
 }
 
-using GetPhoto = const Photo& (*)();
-
 double GradeFile(const Photo& photo) {
   std::wstring error;
   return KVUtilities::ComputeImageSharpnessFactor(kv::WidePath(photo.Path()), error);
@@ -61,6 +60,7 @@ double GradeFile(const Photo& photo) {
 double GradeFileInOneShot(const Photo& photo) {
   return baseline::SharpnessOf(cv::imread(photo.Path(), cv::IMREAD_COLOR));
 }
+double DecodeFile(const Photo& photo) { return baseline::DecodeRows(photo.Path()); }
 double GradePixels(const Photo& photo) {
   const cv::Mat& pixels = photo.Pixels();
   kv::SharpnessMeter meter(pixels.size());
@@ -71,38 +71,37 @@ double GradePixels(const Photo& photo) {
 }
 double GradePixelsInOneShot(const Photo& photo) { return baseline::SharpnessOf(photo.Pixels()); }
 
-template <GetPhoto kPhoto, double (*kGrade)(const Photo&)>
-void Time(benchmark::State& state) {
-  const Photo& photo = kPhoto();  // made before the timer starts
-  for (auto _ : state) benchmark::DoNotOptimize(kGrade(photo));
+using Grade = double (*)(const Photo&);
+
+Side Time(const Photo& photo, Grade grade) {
+  return ProcessorTime([&photo, grade] { Keep(grade(photo)); });
+}
+Side Memory(const Photo& photo, Grade grade) {
+  return PeakMemory([&photo, grade] { Keep(grade(photo)); });
 }
 
-template <GetPhoto kPhoto, double (*kGrade)(const Photo&)>
-void Memory(benchmark::State& state) {
-  const Photo& photo = kPhoto();
-  for (auto _ : state) state.counters["bytes"] = PeakBytes([&] { benchmark::DoNotOptimize(kGrade(photo)); });
+// 72 photos of 6 megapixels.
+Side GradePhotos(int jobs) {
+  static const SimulatedMission mission("--minutes 2 --interval 2 --photo-size 3000x2000");
+  return WallTime([=] { mission.Do("grade -q --jobs " + std::to_string(jobs) + " mission/cam1 mission/cam2"); });
 }
-
-const bool areRegistered = [] {
-  struct {
-    const char* name;
-    void (*run)(benchmark::State&);
-  } const cases[] = {
-      {"SharpnessPixels24", Time<Photo24, GradePixels>},
-      {"SharpnessPixels24InOneShot", Time<Photo24, GradePixelsInOneShot>},
-      {"SharpnessPixels100", Time<Photo100, GradePixels>},
-      {"SharpnessPixels100InOneShot", Time<Photo100, GradePixelsInOneShot>},
-      {"SharpnessFile24", Time<Photo24, GradeFile>},
-      {"SharpnessFile24InOneShot", Time<Photo24, GradeFileInOneShot>},
-      {"SharpnessFile100", Time<Photo100, GradeFile>},
-      {"SharpnessFile100InOneShot", Time<Photo100, GradeFileInOneShot>},
-      {"SharpnessMemory24", Memory<Photo24, GradeFile>},
-      {"SharpnessMemory24InOneShot", Memory<Photo24, GradeFileInOneShot>},
-      {"SharpnessMemory100", Memory<Photo100, GradeFile>},
-      {"SharpnessMemory100InOneShot", Memory<Photo100, GradeFileInOneShot>},
-  };
-  for (const auto& [name, run] : cases) benchmark::RegisterBenchmark(name, run);
-  return true;
-}();
 
 }  // namespace
+
+Row Grading(const Plan&) {
+  cv::setNumThreads(1);
+  Row row;
+  for (const auto& [photo, size] : {std::pair(&Photo24(), "24 MP"), std::pair(&Photo100(), "100 MP")}) {
+    const std::string pixels = std::string("sharpness of ") + size + " pixels";
+    const std::string file = std::string("sharpness of a ") + size + " JPEG";
+    const char* const peer = "one-shot OpenCV";
+    row.push_back({pixels, peer, AtLeast(10), Time(*photo, GradePixelsInOneShot), Time(*photo, GradePixels)});
+    row.push_back({file, peer, AtLeast(2.4), Time(*photo, GradeFileInOneShot), Time(*photo, GradeFile)});
+    row.push_back(
+        {file, "libjpeg-turbo's decoding alone", AtMost(1.15), Time(*photo, DecodeFile), Time(*photo, GradeFile)});
+    row.push_back(
+        {file + ": peak memory", "8 MiB", AtMost(1), Given(By::Memory, 8.0 * 1024 * 1024), Memory(*photo, GradeFile)});
+  }
+  row.push_back({"grade 72 photos on two cores", "one core", AtLeast(1.9), GradePhotos(1), GradePhotos(2), {}, 2});
+  return row;
+}

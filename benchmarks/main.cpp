@@ -1,58 +1,100 @@
-#include <benchmark/benchmark.h>
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
-#include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
-#include "Report.h"
+#include "Comparison.h"
+#include "Measures.h"
+#include "Table.h"
 
 namespace {
 
-void Measure(const std::string& name, Figures& figures) {
-  if (figures.IsSettled(name)) return;
-  fmt::print(stderr, "  {}\n", name);
-  benchmark::RunSpecifiedBenchmarks(&figures, "^" + name + "(/iterations:[0-9]+)?(/real_time)?$");
+struct {
+  int number;
+  Row (*make)(const Plan& plan);
+} const kRows[] = {
+    {1, Scanning},     {2, StrictNumbers},      {3, Exporting},      {4, Locating},
+    {5, Grading},      {6, Transforming},       {7, Pairing},        {8, FormingStations},
+    {9, WholeMission}, {12, WritingGeoPackage}, {13, WritingReport}, {14, Geotagging},
+};
+
+/// A comparison takes rounds until its time is up, but neither fewer nor more than these.
+struct Rounds {
+  int fewest, most;
+  double seconds;
+};
+constexpr Rounds kAllRounds = {5, 25, 15}, kQuickRounds = {3, 5, 2};
+
+double CoresIdle() {
+  const CoresLeft cores;
+  std::this_thread::sleep_for(std::chrono::seconds(1));
+  return cores.Since();
 }
 
-// Measures peers and ours in turn, so that a temporary slowdown of the machine affects all of them.
-void MeasureInTurn(const std::vector<Comparison>& comparisons, int rounds, Figures& figures) {
-  std::set<int> rows;
-  for (const Comparison& comparison : comparisons) rows.insert(comparison.row);
-  for (const int row : rows) {
-    for (int round = 1; round <= rounds; ++round) {
-      fmt::print(stderr, "row {}, round {} of {}\n", row, round, rounds);
-      std::set<std::string> done;  // one figure of ours serves several peers
-      for (const Comparison& comparison : comparisons) {
-        if (comparison.row != row) continue;
-        for (const char* name : {comparison.peer, comparison.ours}) {
-          if (done.insert(name).second) Measure(name, figures);
-        }
-      }
-    }
+/// Measures both sides. Which one begins alternates, so that a drift of the machine's speed favours neither.
+Round MeasureRound(const Comparison& comparison, bool isPeerFirst) {
+  Round round;
+  round.coresLeft = comparison.idleCores > 0 ? CoresIdle() : 0;
+  const CoresLeft cores;
+  if (isPeerFirst) round.peer = comparison.peer.measure();
+  round.ours = comparison.ours.measure();
+  if (!isPeerFirst) round.peer = comparison.peer.measure();
+  round.coresLeft = comparison.idleCores > 0 ? std::min(round.coresLeft, cores.Since()) : cores.Since();
+  round.isPeerFirst = isPeerFirst;
+  return round;
+}
+
+Result Measure(int row, const Comparison& comparison, const Rounds& limits) {
+  Result result{row, comparison, {}, {}, {}};
+  if (!comparison.program.empty() && !HasProgram(comparison.program)) {
+    result.skipped = comparison.program + " is not installed";
+    return result;
   }
+  try {
+    if (!comparison.isSlow) MeasureRound(comparison, true);  // cold files and memory do not count
+    const double start = ClockSeconds();
+    const auto count = [&] { return static_cast<int>(result.rounds.size()); };
+    while (count() < limits.fewest || (count() < limits.most && ClockSeconds() - start < limits.seconds))
+      result.rounds.push_back(MeasureRound(comparison, count() % 2 == 0));
+  } catch (const std::exception& failure) {
+    result.failure = failure.what();
+  }
+  return result;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   CLI::App app("Measures the library against its peers, in turn in one run");
-  int rounds = 5;
+  Plan plan;
   std::vector<int> rows;
   std::string jsonFile;
-  app.add_option("--rounds", rounds, "measurements of each, of which the median counts")->capture_default_str();
+  Rounds rounds = kAllRounds;
+  app.add_flag("--quick", plan.isQuick, "two minutes: fewer rounds, smaller missions, no slow peers");
   app.add_option("--rows", rows, "rows of the table, e.g. 1,3; all when left out")->delimiter(',');
-  app.add_option("--json", jsonFile, "file for the table as JSON");
+  auto* fewest =
+      app.add_option("--rounds", rounds.fewest, "measurements of each case, at least")->capture_default_str();
+  app.add_option("--json", jsonFile, "file for every round as JSON");
   CLI11_PARSE(app, argc, argv);
+  if (plan.isQuick && fewest->empty()) rounds = kQuickRounds;
 
-  std::vector<Comparison> comparisons;
-  std::copy_if(kComparisons.begin(), kComparisons.end(), std::back_inserter(comparisons), [&](const Comparison& line) {
-    return rows.empty() || std::find(rows.begin(), rows.end(), line.row) != rows.end();
-  });
-  Figures figures;
-  MeasureInTurn(comparisons, rounds, figures);
-  return Report(comparisons, figures, jsonFile) ? 0 : 1;
+  Table table(plan, CoresIdle());
+  for (const auto& [number, make] : kRows) {
+    if (!rows.empty() && std::find(rows.begin(), rows.end(), number) == rows.end()) continue;
+    fmt::print(stderr, "row {}: making its inputs\n", number);
+    for (const Comparison& comparison : make(plan)) {
+      if (plan.isQuick && comparison.isSlow) {
+        table.LeaveOut(number, comparison);
+        continue;
+      }
+      fmt::print(stderr, "  {}: {}\n", comparison.what, comparison.peerName);
+      table.Add(Measure(number, comparison, rounds));
+    }
+  }
+  return table.Close(jsonFile) ? 0 : 1;
 }

@@ -1,17 +1,19 @@
 #!/usr/bin/env bash
-# Measures the library against its peers, in turn in one run: prints the table of docs/performance.md and writes it as
-# build/release/benchmarks.json. Peers that are not installed are skipped by name.
-# Usage: scripts/bench.sh [--install-peers] [--rows 1,3] [--rounds 3] [--json FILE]
+# Measures the library against its peers, in turn in one run: prints the table of docs/performance.md and writes every
+# round as build/release/benchmarks.json. Peers that are not installed are skipped by name.
+# Usage: scripts/bench.sh [--install-peers] [--quick] [--rows 1,3] [--rounds 7] [--json FILE]
+#   --quick  two minutes, for developers: fewer rounds, smaller missions, no slow peers
+# Fails if a goal is not met. Cases that are too noisy to decide are counted, but do not fail.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-groups=(--benchmarks)
+groups=()
 if [ "${1:-}" = --install-peers ]; then
   groups+=(--peers)
   shift
 fi
 scripts/setup.sh "${groups[@]}"
-for peer in gpsbabel ogr2ogr cct cs2cs exiftool; do
+for peer in gpsbabel gpscorrelate ogr2ogr cct cs2cs exiftool; do
   command -v "$peer" >/dev/null || echo "$peer is not installed: scripts/bench.sh --install-peers gets it" >&2
 done
 

@@ -1,9 +1,8 @@
 #!/usr/bin/env bash
 # Installs missing Debian packages: those needed to build and test, and those of the options.
-# Usage: scripts/setup.sh [--checks] [--benchmarks] [--peers]
-#   --checks      for the checks of a change
-#   --benchmarks  for building the benchmarks
-#   --peers       the programs that the benchmarks compare with
+# Usage: scripts/setup.sh [--checks] [--peers]
+#   --checks  for the checks of a change
+#   --peers   the programs that the benchmarks compare with
 set -euo pipefail
 
 wanted=(g++ cmake ninja-build pkg-config libopencv-dev libshp-dev libcli11-dev nlohmann-json3-dev libfmt-dev
@@ -11,9 +10,8 @@ wanted=(g++ cmake ninja-build pkg-config libopencv-dev libshp-dev libcli11-dev n
   libjs-leaflet libjs-dygraphs)
 for option in "$@"; do
   case $option in
-    --checks) wanted+=(clang-format clang libclang-rt-dev libbenchmark-dev gdal-bin libimage-exiftool-perl python3-qgis chromium strace util-linux) ;;
-    --benchmarks) wanted+=(libbenchmark-dev) ;;
-    --peers) wanted+=(gpsbabel gdal-bin proj-bin libimage-exiftool-perl) ;;
+    --checks) wanted+=(clang-format clang libclang-rt-dev gdal-bin libimage-exiftool-perl python3-qgis chromium strace util-linux) ;;
+    --peers) wanted+=(gpsbabel gpscorrelate gdal-bin proj-bin libimage-exiftool-perl) ;;
     *) echo "setup.sh: unknown option: $option" >&2 && exit 2 ;;
   esac
 done
