@@ -41,6 +41,8 @@ Row Transforming(const Plan& plan);
 Row Pairing(const Plan& plan);
 Row FormingStations(const Plan& plan);
 Row WholeMission(const Plan& plan);
+Row Growing(const Plan& plan);
+Row GeotaggingByTrack(const Plan& plan);
 Row WritingGeoPackage(const Plan& plan);
 Row WritingReport(const Plan& plan);
 Row Geotagging(const Plan& plan);

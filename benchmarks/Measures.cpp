@@ -1,10 +1,14 @@
 #include "Measures.h"
 
+#include <fcntl.h>
 #include <malloc.h>
+#include <spawn.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
@@ -14,12 +18,12 @@
 
 namespace {
 
-double StatusBytes(const std::string& key) {
-  std::ifstream status("/proc/self/status");
+double StatusBytes(const std::string& key, const std::string& process = "self") {
+  std::ifstream status("/proc/" + process + "/status");
   for (std::string line; std::getline(status, line);) {
     if (line.starts_with(key)) return 1024 * std::strtod(line.c_str() + key.size(), nullptr);
   }
-  throw std::runtime_error("memory cannot be counted");
+  return 0;  // of a process that has ended
 }
 
 double PeakBytes(const Call& call) {
@@ -70,6 +74,31 @@ Side PeakMemory(Call call) {
   return {By::Memory, [=] { return PeakBytes(call); }};
 }
 
+Side PeakMemoryOf(const std::string& program, const std::vector<std::string>& arguments) {
+  return {By::Memory, [=] {
+            std::vector<char*> words = {const_cast<char*>(program.c_str())};
+            for (const std::string& argument : arguments) words.push_back(const_cast<char*>(argument.c_str()));
+            words.push_back(nullptr);
+            posix_spawn_file_actions_t quietly;
+            posix_spawn_file_actions_init(&quietly);
+            for (const int output : {STDOUT_FILENO, STDERR_FILENO})
+              posix_spawn_file_actions_addopen(&quietly, output, "/dev/null", O_WRONLY, 0);
+            pid_t process = 0;
+            const int spawned = posix_spawnp(&process, program.c_str(), &quietly, nullptr, words.data(), environ);
+            posix_spawn_file_actions_destroy(&quietly);
+            if (spawned != 0) throw std::runtime_error(program + " cannot be run");
+            // The system keeps the peak while the process lives; its resource usage would count this process's, too.
+            double peak = 0;
+            int status = 0;
+            while (waitpid(process, &status, WNOHANG) == 0) {
+              peak = std::max(peak, StatusBytes("VmHWM:", std::to_string(process)));
+              std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            }
+            if (status != 0) throw std::runtime_error(program + " failed");
+            return peak;
+          }};
+}
+
 Side Given(By by, double figure) {
   return {by, [=] { return figure; }};
 }
@@ -84,7 +113,7 @@ bool HasProgram(const std::string& program) {
 
 double CoresLeft::Since() const {
   const double others = AllProcessorSeconds() - all_ - (ProcessorSeconds() - own_);
-  return std::thread::hardware_concurrency() - others / (ClockSeconds() - start_);
+  return std::max(0.0, std::thread::hardware_concurrency() - others / (ClockSeconds() - start_));
 }
 
 double CoresLeft::AllProcessorSeconds() {

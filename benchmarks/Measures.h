@@ -5,6 +5,7 @@
 #include <functional>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "Comparison.h"
 
@@ -18,6 +19,8 @@ Side ProcessorTime(Call call);
 Side WallTime(Call call);
 /// The peak of resident memory during a call above the level before it.
 Side PeakMemory(Call call);
+/// The peak of resident memory of a program.
+Side PeakMemoryOf(const std::string& program, const std::vector<std::string>& arguments);
 /// A limit.
 Side Given(By by, double figure);
 

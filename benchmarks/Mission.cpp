@@ -1,9 +1,14 @@
+#include "KVMission.h"
+
+#include <chrono>
 #include <string>
 
 #include "Comparison.h"
+#include "KVUtilities.h"
 #include "Measures.h"
 #include "SimulatedMission.h"
 #include "baseline/JpegRows.h"
+#include "platform/FileNames.h"
 
 namespace {
 
@@ -23,6 +28,31 @@ Side RunMission(const SimulatedMission& mission, const std::string& options) {
   return ProcessorTime([&mission, options] { mission.Do("run mission -o out --overwrite --jobs 1 " + options); });
 }
 
+/// The position sentences of the receiver's log: the strict scan takes every sentence for one.
+void ExtractPositionSentences(const SimulatedMission& mission) {
+  mission.InFolder("grep GGA mission/trajectory.nmea > positions.nmea");
+}
+
+/// The engine's reading, checking and placing, within this process: no start-up, no photos, no output.
+void ReadCheckAndPlace(const SimulatedMission& mission) {
+  KVMission::Settings settings;
+  settings.trajectory = mission / "positions.nmea";
+  settings.date = std::chrono::sys_days{std::chrono::year{2025} / 6 / 18};
+  settings.events = mission / "mission/events.txt";
+  settings.housekeeping = mission / "mission/housekeeping.log";
+  KVMission::Observer observer;
+  Keep(KVMission::RunMission(settings, observer).exposures.data());
+}
+
+/// The strict class's scans of the same files.
+void ScanAll(const SimulatedMission& mission) {
+  std::wstring error;
+  constexpr FILETIME kDate = {0, 31'000'000};
+  Keep(KVUtilities::ScanKVTrajectoryFile(kv::WidePath(mission / "positions.nmea"), kDate, error).data());
+  Keep(KVUtilities::ScanKVSystemEventFile(kv::WidePath(mission / "mission/events.txt"), error).data());
+  Keep(KVUtilities::ScanKVLogFile(kv::WidePath(mission / "mission/housekeeping.log"), error).data());
+}
+
 Side DecodePhotos(const SimulatedMission& mission) {
   return ProcessorTime([&mission] {
     for (const std::string& photo : mission.Photos()) Keep(baseline::DecodeRows(photo));
@@ -33,11 +63,14 @@ Side DecodePhotos(const SimulatedMission& mission) {
 
 Row WholeMission(const Plan& plan) {
   const SimulatedMission& mission = HourOfMission(plan);
+  ExtractPositionSentences(mission);
   const std::string what = "run: " + Length(plan) + ", two cameras";
   return {
       {what, "decoding its photos alone", AtMost(kAtMost5Percent), DecodePhotos(mission), RunMission(mission, "")},
       {what + ", without grading", "the whole run", AtLeast(10), RunMission(mission, ""),
        RunMission(mission, "--no-sharpness")},
+      {"read, check and place " + Length(plan), "strict scans of the same files", AtMost(1.5),
+       ProcessorTime([&mission] { ScanAll(mission); }), ProcessorTime([&mission] { ReadCheckAndPlace(mission); })},
   };
 }
 

@@ -15,6 +15,7 @@ constexpr double kCoreTolerance = 0.1;  // what a system always does
 std::string NameOf(By by) { return by == By::Processor ? "processor" : by == By::Wall ? "wall" : "memory"; }
 
 std::string FigureText(double figure, By by) {
+  if (by == By::Memory && figure < 1e4) return fmt::format("{:.0f} B", figure);
   if (by == By::Memory) return fmt::format("{:.1f} MiB", figure / (1024 * 1024));
   if (figure >= 1) return fmt::format("{:.2f} s", figure);
   if (figure >= 1e-3) return fmt::format("{:.2f} ms", figure * 1e3);
@@ -27,6 +28,7 @@ std::string RatioText(double ratio) {
 }
 
 std::string GoalText(const Goal& goal, By by) {
+  if (goal.value == 0) return "none";
   const char* meaning = !goal.isUpperBound ? "as fast" : by == By::Memory ? "as much" : "as long";
   return fmt::format("{} {}x {}", goal.isUpperBound ? "<=" : ">=", RatioText(goal.value), meaning);
 }
@@ -77,6 +79,8 @@ std::string TextOf(Verdict verdict) {
       return "NOT MET";
     case Verdict::Noisy:
       return "noisy";
+    case Verdict::None:
+      return "no goal";
     case Verdict::Skipped:
       return "skipped";
   }
@@ -122,11 +126,7 @@ void Table::Add(const Result& result) {
   std::string why;
   const Verdict verdict = VerdictOf(result, why);
   const bool isFailure = !result.failure.empty();
-  ++(isFailure                    ? failed_
-     : verdict == Verdict::Met    ? met_
-     : verdict == Verdict::NotMet ? missed_
-     : verdict == Verdict::Noisy  ? noisy_
-                                  : skipped_);
+  ++counts_[isFailure ? "failed" : TextOf(verdict)];
   const std::string text = (isFailure ? "FAILED" : TextOf(verdict)) + (why.empty() ? "" : ": " + why);
   const bool isMeasured = !isFailure && !result.rounds.empty();
   const auto figure = [&](double Round::*side) {
@@ -144,11 +144,11 @@ void Table::LeaveOut(int row, const Comparison& comparison) {
 }
 
 bool Table::Close(const std::string& jsonFile) {
-  fmt::print("\n{} met, {} not met, {} too noisy to decide, {} skipped, {} failed.\n", met_, missed_, noisy_, skipped_,
-             failed_);
+  fmt::print("\n");
+  for (const auto& [verdict, count] : counts_) fmt::print("{}: {}\n", verdict, count);
   if (!leftOut_.empty()) fmt::print("Left out because it is slow:\n- {}\n", fmt::join(leftOut_, "\n- "));
   json_["leftOut"] = leftOut_;
   if (!jsonFile.empty() && !(std::ofstream(jsonFile) << json_.dump(2) << '\n'))
     throw std::runtime_error(jsonFile + " cannot be written");
-  return missed_ == 0 && failed_ == 0;
+  return !counts_.contains("failed") && !counts_.contains(TextOf(Verdict::NotMet));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -35,5 +36,5 @@ class Table {
  private:
   nlohmann::json json_;
   std::vector<std::string> leftOut_;
-  int met_ = 0, missed_ = 0, noisy_ = 0, skipped_ = 0, failed_ = 0;
+  std::map<std::string, int> counts_;  // by verdict
 };

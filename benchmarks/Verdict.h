@@ -18,6 +18,8 @@ struct Goal {
 constexpr Goal AtLeast(double times) { return {times, false}; }
 /// Ours takes at most so many times what the peer takes.
 constexpr Goal AtMost(double times) { return {times, true}; }
+/// Shown for comparison.
+constexpr Goal kNoGoal = {0, false};
 
 struct Quartiles {
   double lower, median, upper;
@@ -41,11 +43,13 @@ enum class Verdict {
   Met,
   NotMet,
   Noisy,   ///< does not tell: the goal lies between the quartiles, or there are none
+  None,    ///< there is no goal
   Skipped  ///< cannot be measured on this machine
 };
 
 /// A goal is met if even the worse quartile reaches it, and is not met if even the better one does not.
 inline Verdict Judge(const std::optional<Quartiles>& ratios, const Goal& goal) {
+  if (goal.value == 0) return Verdict::None;
   if (!ratios) return Verdict::Noisy;
   const bool isLowerEnough = goal.IsReachedBy(ratios->lower), isUpperEnough = goal.IsReachedBy(ratios->upper);
   if (isLowerEnough != isUpperEnough) return Verdict::Noisy;

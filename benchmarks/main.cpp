@@ -18,9 +18,20 @@ struct {
   int number;
   Row (*make)(const Plan& plan);
 } const kRows[] = {
-    {1, Scanning},     {2, StrictNumbers},      {3, Exporting},      {4, Locating},
-    {5, Grading},      {6, Transforming},       {7, Pairing},        {8, FormingStations},
-    {9, WholeMission}, {12, WritingGeoPackage}, {13, WritingReport}, {14, Geotagging},
+    {1, Scanning},
+    {2, StrictNumbers},
+    {3, Exporting},
+    {4, Locating},
+    {5, Grading},
+    {6, Transforming},
+    {7, Pairing},
+    {8, FormingStations},
+    {9, WholeMission},
+    {10, Growing},
+    {11, GeotaggingByTrack},
+    {12, WritingGeoPackage},
+    {13, WritingReport},
+    {14, Geotagging},
 };
 
 /// A comparison takes rounds until its time is up, but neither fewer nor more than these.

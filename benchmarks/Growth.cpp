@@ -1,0 +1,135 @@
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <memory>
+#include <opencv2/imgcodecs.hpp>
+#include <string>
+#include <vector>
+
+#include "Comparison.h"
+#include "Measures.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// What grows: only fixes, ten a second; or exposures of two cameras, one a second each, with or without photos, on a
+/// trajectory of one fix a second.
+struct Kind {
+  const char* name;
+  int items;
+  int itemsPerSecond, fixesPerSecond;
+  bool hasExposures, hasPhotos;
+};
+constexpr Kind kKinds[] = {{"10,000,000 fixes", 10'000'000, 10, 10, false, false},
+                           {"1,000,000 exposures", 1'000'000, 2, 1, true, false},
+                           {"100,000 photos", 100'000, 2, 1, true, true}};
+
+std::tm Calendar(int second) {
+  const std::time_t time = 1'750'204'800 + second;  // 2025-06-18
+  return *std::gmtime(&time);
+}
+
+/// A mission without faults: a slow circle under a clear sky.
+class MadeMission {
+ public:
+  MadeMission(const Kind& kind, int items) : seconds_(items / kind.itemsPerSecond) {
+    WriteTrajectory(kind.fixesPerSecond);
+    arguments_ = {"run", "-q", "--overwrite", "--jobs", "1", "--outputs", "json", "--date", "2025-06-18"};
+    Add("--output", "out");
+    Add("--trajectory", "fixes.nmea");
+    if (kind.hasExposures) WriteEvents();
+    if (kind.hasPhotos) WritePhotos();
+  }
+
+  /// What a run without outputs other than the summary takes: processor seconds, or bytes.
+  double Use(By by) const {
+    if (by == By::Memory) return PeakMemoryOf(KVMISSION_PROGRAM, arguments_).measure();
+    std::string command = KVMISSION_PROGRAM;
+    for (const std::string& argument : arguments_) command += " '" + argument + "'";
+    return ProcessorTime([=] { Run(command); }).measure();
+  }
+
+ private:
+  using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+
+  void Add(const char* option, const std::string& file) {
+    arguments_.insert(arguments_.end(), {option, (folder_ / file).string()});
+  }
+
+  // The last fix is later than the last exposure.
+  void WriteTrajectory(int fixesPerSecond) const {
+    const File file(std::fopen((folder_ / "fixes.nmea").c_str(), "wb"), std::fclose);
+    for (int i = 0; i < (seconds_ + 1) * fixesPerSecond; ++i) {
+      const int second = i / fixesPerSecond;
+      const double along = static_cast<double>(i) / fixesPerSecond / 600;
+      char text[128];
+      std::snprintf(text, sizeof text, "GPGGA,%02d%02d%02d.%d0,48%010.7f,N,011%010.7f,E,4,12,0.8,%.3f,M,46.900,M,,",
+                    second / 3600 % 24, second / 60 % 60, second % 60, i % fixesPerSecond * 10 / fixesPerSecond,
+                    10 + std::sin(along) / 2, 30 + std::cos(along) / 2, 600 + std::sin(along / 7));
+      unsigned checksum = 0;
+      for (const char* at = text; *at; ++at) checksum ^= static_cast<unsigned char>(*at);
+      std::fprintf(file.get(), "$%s*%02X\r\n", text, checksum);
+    }
+  }
+
+  void WriteEvents() {
+    const File file(std::fopen((folder_ / "events.txt").c_str(), "wb"), std::fclose);
+    for (int second = 0; second <= seconds_; ++second) {
+      const std::tm time = Calendar(second);
+      std::fprintf(file.get(), "%lld000000,%02d%02d%02d%02d%02d%02d\n", second + 5LL, time.tm_hour, time.tm_min,
+                   time.tm_sec, time.tm_mday, time.tm_mon + 1, time.tm_year % 100);
+      if (second < seconds_) std::fprintf(file.get(), "%lld300000,1\n%lld320000,2\n", second + 5LL, second + 5LL);
+    }
+    Add("--events", "events.txt");
+  }
+
+  void WritePhotos() {
+    cv::Mat noise(48, 64, CV_8UC3);
+    cv::randn(noise, 128, 40);
+    const fs::path photo = folder_ / "photo.jpg";
+    cv::imwrite(photo.string(), noise);
+    for (const char* camera : {"cam1", "cam2"}) {
+      fs::create_directories(folder_ / camera);
+      for (int second = 0; second < seconds_; ++second) {
+        const std::tm time = Calendar(second);
+        char name[64];
+        std::strftime(name, sizeof name, "%y%m%d_%H%M%S.jpg", &time);
+        fs::copy_file(photo, folder_ / camera / name);
+      }
+      Add((std::string("--") + camera).c_str(), camera);
+    }
+  }
+
+  int seconds_;
+  ScratchFolder folder_;
+  std::vector<std::string> arguments_;
+};
+
+/// Time or memory of each item beyond those of a small mission: start-up does not count.
+Side PerItem(const std::shared_ptr<MadeMission>& mission, const std::shared_ptr<MadeMission>& small, int items, By by) {
+  return {by, [=] { return (mission->Use(by) - small->Use(by)) / items; }};
+}
+
+}  // namespace
+
+Row Growing(const Plan& plan) {
+  if (plan.isQuick) return {};
+  Row row;
+  for (const Kind& kind : kKinds) {
+    const int items[] = {kind.items / 1000, kind.items / 10, kind.items};
+    std::shared_ptr<MadeMission> missions[3];
+    for (int i = 0; i < 3; ++i) missions[i] = std::make_shared<MadeMission>(kind, items[i]);
+    for (const By by : {By::Processor, By::Memory})
+      row.push_back({std::string("run, each of ") + kind.name,
+                     "each of a tenth as many",
+                     AtMost(1.3),
+                     PerItem(missions[1], missions[0], items[1] - items[0], by),
+                     PerItem(missions[2], missions[0], items[2] - items[0], by),
+                     {},
+                     0,
+                     true});
+  }
+  return row;
+}
