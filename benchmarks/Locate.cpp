@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr std::size_t kObservations = 200'000, kEvents = 20'000, kLogEvents = 400;
+constexpr std::size_t kObservations = 200'000, kEvents = 20'000, kLogEvents = 200;
 
 const std::vector<tagKVTrajectoryObs>& Trajectory() {
   static const auto trajectory = SampleTrajectory(kObservations);
@@ -80,7 +80,7 @@ Row Locating(const Plan&) {
        {},
        0,
        true},
-      {"400 log events off the trajectory",
+      {"200 log events off the trajectory",
        "literal scan",
        AtLeast(1e4),
        LocateLogEventsLiterally(off),

@@ -19,7 +19,7 @@ Side ProcessorTime(Call call);
 Side WallTime(Call call);
 /// The peak of resident memory during a call above the level before it.
 Side PeakMemory(Call call);
-/// The peak of resident memory of a program.
+/// The peak of resident memory of a program, which may end with 3: finished, but incomplete.
 Side PeakMemoryOf(const std::string& program, const std::vector<std::string>& arguments);
 /// A limit.
 Side Given(By by, double figure);

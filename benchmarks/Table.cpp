@@ -55,7 +55,7 @@ std::string RatiosText(const std::vector<Round>& rounds, const Goal& goal) {
 /// @param why  receives the reason of a verdict that the ratios do not show
 Verdict VerdictOf(const Result& result, std::string& why) {
   why = !result.failure.empty() ? result.failure : result.skipped;
-  if (!result.failure.empty()) return Verdict::NotMet;
+  if (!result.failure.empty()) return Verdict::Failed;
   if (!result.skipped.empty()) return Verdict::Skipped;
   const Comparison& comparison = result.comparison;
   std::vector<Round> quiet;
@@ -79,6 +79,8 @@ std::string TextOf(Verdict verdict) {
       return "NOT MET";
     case Verdict::Noisy:
       return "noisy";
+    case Verdict::Failed:
+      return "FAILED";
     case Verdict::None:
       return "no goal";
     case Verdict::Skipped:
@@ -95,9 +97,9 @@ nlohmann::json JsonOf(const Result& result) {
                       {"peer", comparison.peerName},
                       {"by", NameOf(comparison.ours.by)},
                       {"unit", comparison.ours.by == By::Memory ? "bytes" : "seconds"},
-                      {"goal", {{goal.isUpperBound ? "atMost" : "atLeast", goal.value}}},
                       {"ratio", goal.isUpperBound ? "ours / peer" : "peer / ours"},
                       {"rounds", nlohmann::json::array()}};
+  if (goal.value > 0) line["goal"] = {{goal.isUpperBound ? "atMost" : "atLeast", goal.value}};
   for (const Round& round : result.rounds)
     line["rounds"].push_back({{"peer", round.peer},
                               {"ours", round.ours},
@@ -122,21 +124,21 @@ Table::Table(const Plan& plan, double idleCores) {
 }
 
 void Table::Add(const Result& result) {
-  const auto& [what, peerName, goal, peer, ours, program, idleCores, isSlow] = result.comparison;
+  const Comparison& comparison = result.comparison;
+  const By by = comparison.ours.by;
   std::string why;
   const Verdict verdict = VerdictOf(result, why);
-  const bool isFailure = !result.failure.empty();
-  ++counts_[isFailure ? "failed" : TextOf(verdict)];
-  const std::string text = (isFailure ? "FAILED" : TextOf(verdict)) + (why.empty() ? "" : ": " + why);
-  const bool isMeasured = !isFailure && !result.rounds.empty();
+  ++counts_[TextOf(verdict)];
+  const bool isMeasured = verdict != Verdict::Failed && verdict != Verdict::Skipped;
   const auto figure = [&](double Round::*side) {
-    return isMeasured ? FigureText(Median(result.rounds, side), ours.by) : "";
+    return isMeasured ? FigureText(Median(result.rounds, side), by) : "";
   };
-  fmt::print(kLine, result.row, what, peerName, NameOf(ours.by), figure(&Round::peer), figure(&Round::ours),
-             isMeasured ? RatiosText(result.rounds, goal) : "", GoalText(goal, ours.by), text);
+  fmt::print(kLine, result.row, comparison.what, comparison.peerName, NameOf(by), figure(&Round::peer),
+             figure(&Round::ours), isMeasured ? RatiosText(result.rounds, comparison.goal) : "",
+             GoalText(comparison.goal, by), TextOf(verdict) + (why.empty() ? "" : ": " + why));
   std::fflush(stdout);
   json_["comparisons"].push_back(JsonOf(result));
-  json_["comparisons"].back().update({{"verdict", isFailure ? "failed" : TextOf(verdict)}, {"why", why}});
+  json_["comparisons"].back().update({{"verdict", TextOf(verdict)}, {"why", why}});
 }
 
 void Table::LeaveOut(int row, const Comparison& comparison) {
@@ -150,5 +152,5 @@ bool Table::Close(const std::string& jsonFile) {
   json_["leftOut"] = leftOut_;
   if (!jsonFile.empty() && !(std::ofstream(jsonFile) << json_.dump(2) << '\n'))
     throw std::runtime_error(jsonFile + " cannot be written");
-  return !counts_.contains("failed") && !counts_.contains(TextOf(Verdict::NotMet));
+  return !counts_.contains(TextOf(Verdict::Failed)) && !counts_.contains(TextOf(Verdict::NotMet));
 }

@@ -42,7 +42,8 @@ inline std::optional<Quartiles> QuartilesOf(std::vector<double> values) {
 enum class Verdict {
   Met,
   NotMet,
-  Noisy,   ///< does not tell: the goal lies between the quartiles, or there are none
+  Noisy,  ///< does not tell: the goal lies between the quartiles, or there are none
+  Failed,
   None,    ///< there is no goal
   Skipped  ///< cannot be measured on this machine
 };

@@ -36,10 +36,10 @@ struct {
 
 /// A comparison takes rounds until its time is up, but neither fewer nor more than these.
 struct Rounds {
-  int fewest, most;
+  int fewest, fewestOfSlow, most;
   double seconds;
 };
-constexpr Rounds kAllRounds = {5, 25, 15}, kQuickRounds = {3, 5, 2};
+constexpr Rounds kAllRounds = {5, 3, 25, 10}, kQuickRounds = {3, 3, 5, 2};
 
 double CoresIdle() {
   const CoresLeft cores;
@@ -67,10 +67,10 @@ Result Measure(int row, const Comparison& comparison, const Rounds& limits) {
     return result;
   }
   try {
-    if (!comparison.isSlow) MeasureRound(comparison, true);  // cold files and memory do not count
     const double start = ClockSeconds();
     const auto count = [&] { return static_cast<int>(result.rounds.size()); };
-    while (count() < limits.fewest || (count() < limits.most && ClockSeconds() - start < limits.seconds))
+    const int fewest = comparison.isSlow ? limits.fewestOfSlow : limits.fewest;
+    while (count() < fewest || (count() < limits.most && ClockSeconds() - start < limits.seconds))
       result.rounds.push_back(MeasureRound(comparison, count() % 2 == 0));
   } catch (const std::exception& failure) {
     result.failure = failure.what();
@@ -80,19 +80,19 @@ Result Measure(int row, const Comparison& comparison, const Rounds& limits) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   CLI::App app("Measures the library against its peers, in turn in one run");
   Plan plan;
   std::vector<int> rows;
   std::string jsonFile;
-  Rounds rounds = kAllRounds;
+  int fewest = 0;
   app.add_flag("--quick", plan.isQuick, "two minutes: fewer rounds, smaller missions, no slow peers");
   app.add_option("--rows", rows, "rows of the table, e.g. 1,3; all when left out")->delimiter(',');
-  auto* fewest =
-      app.add_option("--rounds", rounds.fewest, "measurements of each case, at least")->capture_default_str();
+  app.add_option("--rounds", fewest, "measurements of each case, at least");
   app.add_option("--json", jsonFile, "file for every round as JSON");
   CLI11_PARSE(app, argc, argv);
-  if (plan.isQuick && fewest->empty()) rounds = kQuickRounds;
+  Rounds rounds = plan.isQuick ? kQuickRounds : kAllRounds;
+  if (fewest > 0) rounds = {fewest, fewest, std::max(fewest, rounds.most), rounds.seconds};
 
   Table table(plan, CoresIdle());
   for (const auto& [number, make] : kRows) {
@@ -108,4 +108,7 @@ int main(int argc, char** argv) {
     }
   }
   return table.Close(jsonFile) ? 0 : 1;
+} catch (const std::exception& failure) {
+  fmt::print(stderr, "benchmarks: {}\n", failure.what());
+  return 1;
 }

@@ -19,4 +19,8 @@ done
 
 cmake --preset release >/dev/null
 cmake --build --preset release
+# The cases' files, about 5 GB, go even when the program is stopped.
+TMPDIR=$(mktemp -d)
+export TMPDIR
+trap 'rm -rf "$TMPDIR"' EXIT
 build/release/benchmarks/benchmarks --json build/release/benchmarks.json "$@"

@@ -42,6 +42,7 @@ TEST(Verdict, TheWorseQuartileDecides) {
       {"none stays below", AtMost(1.15), {1.16, 1.2, 1.3}, Verdict::NotMet},
       {"two rounds", AtLeast(5), {6, 7}, Verdict::Noisy},
       {"no round", AtMost(5), {}, Verdict::Noisy},
+      {"shown only", kNoGoal, {1, 2, 3}, Verdict::None},
   };
   for (const auto& [what, goal, ratios, verdict] : rows) EXPECT_EQ(Judge(QuartilesOf(ratios), goal), verdict) << what;
 }
