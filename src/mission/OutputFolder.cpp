@@ -75,7 +75,7 @@ void PutContentOnDisk(const fs::path& folder, const fs::path& shown) {
 }
 
 /// A run that knows less than the one before it removes results that it does not replace.
-void TellOfLosses(const fs::path& folder, const fs::path& staging, const Results& results, Job& job) {
+std::vector<std::string> LostResults(const fs::path& folder, const fs::path& staging, const Results& results) {
   std::vector<std::string> lost;
   std::error_code error;
   const auto isLost = [&](const std::string& name) {
@@ -87,9 +87,7 @@ void TellOfLosses(const fs::path& folder, const fs::path& staging, const Results
   for (const auto& name : results.files) {
     if (!name.ends_with(".qml") && isLost(name)) lost.push_back(name);  // a style goes with its layer
   }
-  if (!lost.empty())
-    job.Add(Found::EarlierResultsRemoved,
-            {{"count", Count(lost.size())}, {"names", fmt::format("{}", fmt::join(lost, ", "))}}, {.file = folder});
+  return lost;
 }
 
 /// Renames that can be undone.
@@ -192,7 +190,7 @@ OutputFolder::OutputFolder(const fs::path& path, bool overwrite, Results results
 void OutputFolder::Commit(Job& job) {
   job.ThrowIfStopped();
   RefuseResults(path_, results_, overwrite_);
-  TellOfLosses(path_, Staging(), results_, job);
+  const auto lost = LostResults(path_, Staging(), results_);
   std::deque<NewFolders> folders;
   for (const fs::path& folder : FoldersOf(ResultNames(results_))) {
     if (fs::is_directory(Staging() / folder))
@@ -212,6 +210,9 @@ void OutputFolder::Commit(Job& job) {
     staging_.Keep();
     throw Failure(fmt::format("{}; what could not be put back is in {}", failure.what(), Utf8(Staging())));
   }
+  if (!lost.empty())
+    job.Add(Found::EarlierResultsRemoved,
+            {{"count", Count(lost.size())}, {"names", fmt::format("{}", fmt::join(lost, ", "))}}, {.file = path_});
   if (!renames.IsEmpty()) folders_.Keep();  // a folder without a result goes again
   for (NewFolders& folder : folders) folder.Keep();
 }

@@ -30,7 +30,7 @@ class JpegRows {
   /// @return whether the file ends as it must
   bool End();
 
-  /// Decodes at an eighth of the size, to nowhere.
+  /// Instead of `Begin`: decodes at an eighth of the size, to nowhere.
   void Check();
 
   /// The error, or the warning about the picture, that ended decoding; empty before that.

@@ -26,9 +26,8 @@ using MaybeSize = std::optional<Size>;
 
 // Smaller pictures take little memory whatever their file holds.
 constexpr double kHarmlessPixels = 1 << 24;
-// Huffman coding spends a bit on each block of 64 pixels at least. Photos without noise, such as one of a lens cap, take
-// more than this in other kinds too.
-constexpr double kMostJpegPixelsPerByte = 8 * 64, kMostPixelsPerByte = 64;
+// Huffman coding spends a bit on each block of 64 pixels at least. Black pictures of other kinds take more bytes, too.
+constexpr double kMostPixelsPerByte = 8 * 64;
 
 std::uint64_t Number(std::string_view bytes, bool isBigEndian) {
   std::uint64_t number = 0;
@@ -99,10 +98,9 @@ MaybeSize SizeOfJpeg(std::FILE* file) {
   return Size{static_cast<std::uint64_t>(jpeg.Size().width), static_cast<std::uint64_t>(jpeg.Size().height)};
 }
 
-MaybeSize ClaimedSize(std::FILE* file, bool& isJpeg) {
+MaybeSize ClaimedSize(std::FILE* file) {
   const std::string start = BytesAt(file, 0, 32);
-  isJpeg = start.starts_with(kStartOfJpeg);
-  if (isJpeg) return SizeOfJpeg(file);
+  if (start.starts_with(kStartOfJpeg)) return SizeOfJpeg(file);
   if (start.size() < 32) return std::nullopt;
   if (start.starts_with("\x89PNG\r\n\x1A\n")) return SizeOfPng(start);
   if (start.starts_with("BM")) return SizeOfBmp(start);
@@ -115,18 +113,18 @@ MaybeSize ClaimedSize(std::FILE* file, bool& isJpeg) {
 }  // namespace
 
 void RefuseHugePicture(const std::filesystem::path& path, double mostMegapixels) {
+  std::error_code ignored;
+  if (std::filesystem::is_other(path, ignored)) throw KVMission::Failure("not a regular file");
   const FilePtr file = OpenNative(path, "rb");
   if (!file) return;
-  bool isJpeg = false;
-  const MaybeSize size = ClaimedSize(file.get(), isJpeg);
+  const MaybeSize size = ClaimedSize(file.get());
   if (!size) return;
   const double pixels = size->Pixels();
   const auto claim = [&] { return fmt::format("it claims {} x {} pixels", size->columns, size->rows); };
-  if (pixels > mostMegapixels * 1e6)
+  if (!(pixels <= mostMegapixels * 1e6))
     throw KVMission::Failure(fmt::format("{}, more than {} megapixels; see --max-megapixels", claim(), mostMegapixels));
   const std::uint64_t bytes = FileSize(file.get()).value_or(0);
-  const double mostPerByte = isJpeg ? kMostJpegPixelsPerByte : kMostPixelsPerByte;
-  if (pixels > kHarmlessPixels && pixels > mostPerByte * static_cast<double>(bytes))
+  if (pixels > kHarmlessPixels && pixels > kMostPixelsPerByte * static_cast<double>(bytes))
     throw KVMission::Failure(fmt::format("{} in {} bytes: not a photo", claim(), bytes));
 }
 

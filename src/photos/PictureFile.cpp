@@ -82,6 +82,7 @@ bool TakeJpegRows(std::FILE* file, const RowTaker& taker, std::string& complaint
   const auto [columns, rows] = jpeg.Size();
   if (std::int64_t{columns} * rows > kMostPixels) return false;
   bool isWhole = jpeg.Begin();
+  if (!isWhole && jpeg.Complaint().empty()) jpeg.Check();  // OpenCV, which decodes this kind, does not tell of damage
   if (isWhole) taker.begin(jpeg.Size());
   // Rows that do not begin at a multiple of 16 bytes: libjpeg writes others past the cache, from which they are read next.
   const cv::Mat buffer(std::min(BandRows(columns), rows), (columns / 8 + 1) * 8, CV_8UC4);
@@ -91,8 +92,9 @@ bool TakeJpegRows(std::FILE* file, const RowTaker& taker, std::string& complaint
     isWhole = jpeg.Read(band);
     if (isWhole) taker.take(band);
   }
+  isWhole = isWhole && jpeg.End();
   if (!isWhole) complaint = jpeg.Complaint();
-  return isWhole && jpeg.End();
+  return isWhole;
 }
 
 bool IsWhole(const std::vector<unsigned char>& bytes, const cv::Mat& picture) {

@@ -43,7 +43,9 @@ bool FlushToDisk(std::FILE* file) { return std::fflush(file) == 0 && fsync(filen
 
 bool FlushToDisk(const std::filesystem::path& path) {
   const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (file < 0) return false;
+  std::error_code unknown;
+  if (file < 0)
+    return errno == EACCES && std::filesystem::is_directory(path, unknown);       // it may be written all the same
   const bool isOnDisk = fsync(file) == 0 || errno == EINVAL || errno == ENOTSUP;  // some file systems know no flushing
   const int reason = errno;
   close(file);

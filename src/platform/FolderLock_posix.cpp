@@ -28,8 +28,9 @@ bool IsStillThere(const std::filesystem::path& path, int file) {
 
 FolderLock::FolderLock(const std::filesystem::path& folder) : file_(folder / ".kvmission-lock") {
   for (;;) {
-    const int file = open(file_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
-    if (file < 0) return;  // nobody can write there
+    int file = open(file_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
+    if (file < 0) file = open(file_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);  // another user's
+    if (file < 0) return;
     if (flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
       holder_ = Beginning(file);
       isHeld_ = false;

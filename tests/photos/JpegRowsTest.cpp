@@ -162,17 +162,22 @@ TEST(JpegRows, TellOfDamageInThePictureOnly) {
   std::mt19937 random(5);
   const std::string whole = Jpeg(kForms[2], 200, 120, random);
   const std::size_t middle = whole.size() / 2, tables = whole.find("\xFF\xDB");
+  const std::string holed = whole.substr(0, middle) + whole.substr(middle + 500);
+  const std::string four = Jpeg(kForms[15], 200, 120, random);
   struct {
     const char* description;
     std::string file;
     bool isDamaged;
-  } const rows[] = {{"whole", whole, false},
-                    {"stray bytes before a segment", whole.substr(0, tables) + "abc" + whole.substr(tables), false},
-                    {"stray bytes before its end", whole.substr(0, whole.size() - 2) + "abc\xFF\xD9", false},
-                    {"data behind", whole + whole.substr(0, 500), false},
-                    {"four channels", Jpeg(kForms[15], 200, 120, random), false},
-                    {"a hole", whole.substr(0, middle) + whole.substr(middle + 500), true},
-                    {"cut, with an end", whole.substr(0, middle) + "\xFF\xD9", true}};
+  } const rows[] = {
+      {"whole", whole, false},
+      {"stray bytes before a segment", whole.substr(0, tables) + "abc" + whole.substr(tables), false},
+      {"data behind", whole + whole.substr(0, 500), false},
+      {"four channels", four, false},
+      {"four channels with a hole", four.substr(0, four.size() / 2) + four.substr(four.size() / 2 + 500), true},
+      {"stray bytes and a hole", std::string(holed).insert(tables, "abc"), true},
+      {"a hole", holed, true},
+      {"bytes left over", whole.substr(0, whole.size() - 2) + std::string(50, 'a') + "\xFF\xD9", true},
+      {"cut, with an end", whole.substr(0, middle) + "\xFF\xD9", true}};
   for (const auto& [description, file, isDamaged] : rows) {
     EXPECT_EQ(!kv::GradeFile(folder.Write("a.jpg", file)).damage.empty(), isDamaged) << description;
     EXPECT_EQ(!kv::JpegDamage(file).empty(), isDamaged) << description;

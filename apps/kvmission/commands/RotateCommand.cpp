@@ -158,7 +158,8 @@ void AddRotateCommand(CLI::App& app, ExitCode& exitCode) {
   command.add_option_function<std::string>("--backup", storeBackup, "folder that receives the photos as they were")
       ->type_name("FOLDER");
   AddMaxMegapixelsOption(command, options->maxMegapixels);
-  command.add_flag("--allow-outside", options->allowOutside, "rotate photos outside of the mission folder too");
+  command.add_flag("--allow-outside", options->allowOutside,
+                   "rotate photos in a folder that mission.toml names outside of the mission folder");
   command.add_flag("--yes", options->yes, "do not ask");
   command.add_flag("-q,--quiet", options->quiet, "say nothing but errors");
   command.callback([options, &exitCode] { exitCode = RotateCamera(*options); });
