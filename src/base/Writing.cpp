@@ -16,6 +16,7 @@ void FailWriting(const std::filesystem::path& path, const std::error_code& reaso
 void WriteFile(const std::filesystem::path& path, const std::string& content, bool onDisk,
                const std::filesystem::path& shown) {
   FilePtr file = OpenNative(path, "wb");
+  if (file) std::setvbuf(file.get(), nullptr, _IONBF, 0);  // it is written in one go
   if (!file || std::fwrite(content.data(), 1, content.size(), file.get()) != content.size() ||
       (onDisk && !FlushToDisk(file.get())) || std::fclose(file.release()) != 0)
     FailWriting(shown.empty() ? path : shown);
