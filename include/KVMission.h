@@ -119,7 +119,7 @@ struct GradeOptions {
   unsigned jobs = 0;  ///< photos at a time; 0 for as many as there are processors
   double maxMegapixels = Settings().maxMegapixels;
 };
-/// Grades photos, several at a time; the grades do not depend on how many. Of a JPEG only some rows are in memory.
+/// Grades photos, several at a time; the grades do not depend on how many. Usual JPEGs take a few megabytes.
 /// @return  a grade for each path, in the same order
 KVMISSION_API std::vector<Grade> GradePhotos(const std::vector<std::filesystem::path>& photos,
                                              const GradeOptions& options, Observer& observer);
