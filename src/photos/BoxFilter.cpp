@@ -5,11 +5,11 @@
 
 namespace kv::mission {
 
-BoxFilter::BoxFilter(cv::Size size, int side)
-    : factor_((std::max(size.width, size.height) + side - 1) / side),
-      across_(std::min(factor_, size.width)),
-      down_(std::min(factor_, size.height)),
-      small_(size.height / down_, size.width / across_, CV_8UC3) {}
+BoxFilter::BoxFilter(cv::Size size, int side) {
+  const int factor = (std::max(size.width, size.height) + side - 1) / side;
+  across_ = std::min(factor, size.width), down_ = std::min(factor, size.height);
+  small_.create(size.height / down_, size.width / across_, CV_8UC3);
+}
 
 void BoxFilter::Add(const cv::Mat& rows) {
   channels_ = rows.channels();

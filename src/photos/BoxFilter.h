@@ -24,8 +24,8 @@ class BoxFilter {
   void AddRow(const std::uint8_t* row);
   void FinishRow();
 
-  int channels_ = 0;            // of the rows
-  int factor_, across_, down_;  // across and down: pixels of a square; fewer where the picture is thinner
+  int channels_ = 0;           // of the rows
+  int across_ = 1, down_ = 1;  // pixels of a square; fewer where the picture is thinner
   cv::Mat small_;
   std::vector<std::uint32_t> sums_;  // of each column, over the rows of a square
   int row_ = 0;                      // of the picture
