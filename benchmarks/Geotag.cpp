@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 
 // 1,000 photos.
 const SimulatedMission& Mission() {
-  static const SimulatedMission mission("--minutes 22 --interval 2 --photo-size 640x480");
+  static const SimulatedMission mission("--minutes 22 --interval 2 --photo-size 640x480", ScratchFolder::kInMemory);
   return mission;
 }
 

@@ -55,7 +55,12 @@ void Keep(const Value& value) {
 /// A folder for a benchmark's files. The destructor removes it.
 class ScratchFolder {
  public:
-  ScratchFolder() { std::filesystem::create_directories(path_); }
+  enum Place { kOnDisk, kInMemory };
+
+  /// @param place  in memory if the system has a file system there
+  explicit ScratchFolder(Place place = kOnDisk) : path_(Parent(place) / Name()) {
+    std::filesystem::create_directories(path_);
+  }
   ~ScratchFolder() {
     std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);
@@ -67,6 +72,12 @@ class ScratchFolder {
   const std::filesystem::path& Path() const { return path_; }
 
  private:
-  std::filesystem::path path_ =
-      std::filesystem::temp_directory_path() / ("kvutilities-benchmark-" + std::to_string(std::random_device()()));
+  static std::filesystem::path Parent(Place place) {
+    const std::filesystem::path memory = "/dev/shm";
+    return place == kInMemory && std::filesystem::is_directory(memory) ? memory
+                                                                       : std::filesystem::temp_directory_path();
+  }
+  static std::string Name() { return "kvutilities-benchmark-" + std::to_string(std::random_device()()); }
+
+  std::filesystem::path path_;
 };

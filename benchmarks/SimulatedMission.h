@@ -9,7 +9,8 @@
 /// A mission of two cameras that the command made.
 class SimulatedMission {
  public:
-  explicit SimulatedMission(const std::string& options) {
+  explicit SimulatedMission(const std::string& options, ScratchFolder::Place place = ScratchFolder::kOnDisk)
+      : folder_(place) {
     Do("simulate -q --no-faults " + options + " mission");
     for (const char* camera : {"mission/cam1", "mission/cam2"}) {
       if (!std::filesystem::exists(folder_ / camera)) continue;

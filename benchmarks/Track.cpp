@@ -11,7 +11,8 @@ namespace fs = std::filesystem;
 
 // 1,016 photos whose EXIF data tell the time, and a track of 10 fixes a second.
 const SimulatedMission& Mission() {
-  static const SimulatedMission mission("--minutes 22 --interval 2 --photo-size 640x480 --names exif --gpx");
+  static const SimulatedMission mission("--minutes 22 --interval 2 --photo-size 640x480 --names exif --gpx",
+                                        ScratchFolder::kInMemory);
   return mission;
 }
 

@@ -72,7 +72,7 @@ class Workers {
 };
 
 /// Ordered parallel map: workers run `make`; `next` and `take` run on the calling thread, so that a stop ends a read that
-/// waits. At most threads + 4 things are in flight.
+/// waits. At most threads + 4 things are in flight. A single thread is the calling one.
 /// @param next  returns an optional: what the next thing is made of, nothing at the end
 /// @param make  makes a thing of it; called in several threads at once
 /// @param take  receives the things in the order of `next`; false ends the map and drops the rest
@@ -80,6 +80,12 @@ class Workers {
 template <typename Next, typename Make, typename Take>
 void MakeInOrder(unsigned threads, Next next, Make make, Take take) {
   using Thing = std::invoke_result_t<Make, typename std::invoke_result_t<Next>::value_type>;
+  if (threads == 1) {
+    for (auto material = next(); material; material = next()) {
+      if (!take(make(*std::move(material)))) return;
+    }
+    return;
+  }
   const std::size_t most = std::size_t{4} + threads;
   std::queue<std::future<Thing>> begun;
   Workers<Thing> workers(threads);

@@ -3,10 +3,10 @@
 
 #include <algorithm>
 #include <atomic>
-#include <map>
 #include <optional>
 #include <set>
 #include <system_error>
+#include <unordered_map>
 #include <utility>
 
 #include "base/InOrder.h"
@@ -27,7 +27,7 @@ namespace {
 namespace fs = std::filesystem;
 using State = GeotaggedPhoto::State;
 
-constexpr unsigned kPhotosPerJob = 4;  // at a time: most of them wait for the disk
+constexpr unsigned kInPlacePerJob = 4;  // photos at a time: most of them wait until they are on the disk
 
 /// A photo and what is to be written into it.
 struct Task {
@@ -40,22 +40,37 @@ struct Task {
 
 fs::path FolderOf(const fs::path& root, int camera) { return root / fmt::format("cam{}", camera); }
 
-/// Where links lead; the path itself when it leads nowhere.
-fs::path Target(const fs::path& path) {
-  std::error_code notThere;
-  const fs::path target = fs::canonical(path, notThere);
-  return notThere ? path : target;
-}
+/// Where links lead; a path that leads nowhere stays as it is. A folder is looked up once.
+class Targets {
+ public:
+  fs::path Of(const fs::path& path) {
+    const auto [folder, isNew] = folders_.try_emplace(path.parent_path().native());
+    if (isNew) folder->second = Canonical(path.parent_path());
+    fs::path target = folder->second / path.filename();
+    std::error_code notThere;
+    return fs::is_symlink(target, notThere) ? Canonical(target) : target;
+  }
+
+ private:
+  static fs::path Canonical(const fs::path& path) {
+    std::error_code notThere;
+    fs::path target = fs::canonical(path.empty() ? "." : path, notThere);
+    return notThere ? path : target;
+  }
+
+  std::unordered_map<fs::path::string_type, fs::path> folders_;
+};
 
 std::vector<Task> TasksOf(const Mission& mission) {
   std::vector<Task> tasks;
-  std::map<fs::path, std::size_t> uses;
+  std::unordered_map<fs::path::string_type, std::size_t> uses;
+  Targets targets;
   for (const Exposure& exposure : mission.exposures) {
     const tagKVSystemEvent& event = exposure.event;
     if (exposure.drop || !exposure.time || event.PhotoPath.IsEmpty()) continue;
     const fs::path name = NativePath(event.PhotoPath.GetString());
     tasks.push_back({name,
-                     Target(name),
+                     targets.Of(name),
                      CameraOf(event),
                      {.latitude = event.Latitude,
                       .longitude = event.Longitude,
@@ -65,9 +80,9 @@ std::vector<Task> TasksOf(const Mission& mission) {
                       .quality = exposure.quality,
                       .attitude = exposure.attitude,
                       .isLevelKnown = exposure.attitudeQuality != AttitudeQuality::Track}});
-    ++uses[tasks.back().photo];
+    ++uses[tasks.back().photo.native()];
   }
-  for (Task& task : tasks) task.isShared = uses[task.photo] > 1;
+  for (Task& task : tasks) task.isShared = uses[task.photo.native()] > 1;
   return tasks;
 }
 
@@ -158,10 +173,11 @@ std::vector<GeotaggedPhoto> TagAll(const std::vector<Task>& tasks, const GeotagS
   const auto next = [&, task = tasks.begin()]() mutable {
     return task == tasks.end() ? std::optional<const Task*>() : &*task++;
   };
+  const unsigned threads = (settings.output.empty() ? kInPlacePerJob : 1) * ThreadsFor(settings.jobs);
   std::vector<GeotaggedPhoto> photos;
   try {
     MakeInOrder(
-        kPhotosPerJob * ThreadsFor(settings.jobs), next, [&](const Task* task) { return tagger.Tag(*task); },
+        threads, next, [&](const Task* task) { return tagger.Tag(*task); },
         [&](GeotaggedPhoto photo) {
           if (photo.state == State::LeftAlone)
             job.Add(Found::PhotoNotTagged, {{"photo", Utf8(photo.photo)}, {"reason", photo.complaint}},

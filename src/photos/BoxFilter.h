@@ -11,7 +11,7 @@ namespace kv::mission {
 class BoxFilter {
  public:
   /// @param size  of the picture, not empty
-  /// @param side  the longest of the result, at least 1
+  /// @param side  the longest of the result, at least 16: the sums of a square then fit
   BoxFilter(cv::Size size, int side);
 
   /// @param rows  the next ones, as for `RowTaker`
@@ -21,14 +21,16 @@ class BoxFilter {
   const cv::Mat& Result() const { return small_; }
 
  private:
-  void AddRow(const std::uint8_t* row);
+  template <std::size_t kChannels>
+  void AddColumns();
   void FinishRow();
 
   int channels_ = 0;           // of the rows
   int across_ = 1, down_ = 1;  // pixels of a square; fewer where the picture is thinner
   cv::Mat small_;
-  std::vector<std::uint32_t> sums_;  // of each column, over the rows of a square
-  int row_ = 0;                      // of the picture
+  std::vector<std::uint16_t> sums_;    // of each column, over rows of a square
+  std::vector<std::uint64_t> totals_;  // of each square, over the rows before those
+  int row_ = 0;                        // of the picture
 };
 
 }  // namespace kv::mission

@@ -54,8 +54,10 @@ bool FlushToDisk(const std::filesystem::path& path) {
 }
 
 bool TakeOwner(const std::filesystem::path& file, const std::filesystem::path& from) {
-  struct stat status {};
-  if (stat(from.c_str(), &status) != 0) return false;
+  struct stat status {
+  }, own{};
+  if (stat(from.c_str(), &status) != 0 || stat(file.c_str(), &own) != 0) return false;
+  if (own.st_uid == status.st_uid && own.st_gid == status.st_gid) return true;
   constexpr auto kSameUser = static_cast<uid_t>(-1);  // only the superuser gives files away
   return chown(file.c_str(), status.st_uid, status.st_gid) == 0 || chown(file.c_str(), kSameUser, status.st_gid) == 0;
 }

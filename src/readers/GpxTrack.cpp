@@ -1,139 +1,235 @@
 #include "readers/GpxTrack.h"
 
+#include <expat.h>
 #include <fmt/format.h>
-#include <gdal.h>
-#include <ogr_api.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
-#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <exception>
+#include <iterator>
 #include <limits>
-#include <map>
 #include <memory>
+#include <new>
 #include <string>
-#include <type_traits>
+#include <system_error>
 #include <utility>
 
-#include "crs/QuietErrors.h"
 #include "platform/FileNames.h"
 #include "text/Blanks.h"
+#include "text/Numbers.h"
 #include "time/Instants.h"
 
 namespace kv::mission {
 namespace {
 
-struct CloseDataset {
-  void operator()(GDALDatasetH dataset) const { GDALClose(dataset); }
-};
-using DatasetPtr = std::unique_ptr<std::remove_pointer_t<GDALDatasetH>, CloseDataset>;
+constexpr int kBlockBytes = 64 * 1024;
+constexpr std::size_t kLongestValue = 64;  // longer ones are cut
+constexpr std::string_view kBlanks = " \t\r\n";
 
-struct DestroyFeature {
-  void operator()(OGRFeatureH feature) const { OGR_F_Destroy(feature); }
-};
-using FeaturePtr = std::unique_ptr<std::remove_pointer_t<OGRFeatureH>, DestroyFeature>;
-
-[[noreturn]] void Refuse(const std::filesystem::path& path, const std::string& why) {
-  throw Failure(fmt::format("{}: {}", Utf8(path), why));
-}
-
-/// The driver goes on after an error, and takes 0 for what is not a number, which it only warns of.
-void RefuseAfterError(const std::filesystem::path& path) {
-  if (CPLGetLastErrorType() >= CE_Warning) Refuse(path, fmt::format("cannot be read: {}", CPLGetLastErrorMsg()));
-}
-
-DatasetPtr Open(const std::filesystem::path& path) {
-  std::error_code error;
-  if (!std::filesystem::is_regular_file(path, error)) Refuse(path, "not a regular file");
-  GDALAllRegister();
-  if (!GDALGetDriverByName("GPX")) Refuse(path, "a GPX file, and the installed GDAL has no driver for it");
-  const char* const drivers[] = {"GPX", nullptr};
-  const char* const siblings[] = {nullptr};  // the folder need not be listed
-  const auto name = std::filesystem::absolute(path).u8string();
-  CPLErrorReset();
-  DatasetPtr dataset(GDALOpenEx(reinterpret_cast<const char*>(name.c_str()),
-                                GDAL_OF_VECTOR | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR, drivers, nullptr, siblings));
-  if (CPLGetLastErrorType() >= CE_Failure) Refuse(path, fmt::format("cannot be read: {}", CPLGetLastErrorMsg()));
-  if (!dataset) Refuse(path, "cannot be read as GPX");
-  return dataset;
-}
-
-/// The fields of a point that are looked for.
-struct Fields {
-  explicit Fields(OGRLayerH layer) : definition(OGR_L_GetLayerDefn(layer)) {}
-
-  int At(const char* name) const { return OGR_FD_GetFieldIndex(definition, name); }
-  static bool Has(OGRFeatureH point, int field) { return field >= 0 && OGR_F_IsFieldSetAndNotNull(point, field); }
-
-  OGRFeatureDefnH definition;  // first: the others look there
-  int track = At("track_fid"), segment = At("track_seg_id"), elevation = At("ele"), time = At("time");
-  int geoidHeight = At("geoidheight"), fix = At("fix"), satellites = At("sat"), hdop = At("hdop");
+struct FreeParser {
+  void operator()(XML_ParserStruct* parser) const { XML_ParserFree(parser); }
 };
 
-/// A time without a zone is UTC, as the format has it.
-std::optional<Instant> TimeOf(OGRFeatureH point, int field) {
-  constexpr int kUtc = 100;  // flags of zones count quarters of an hour from there
-  int year = 0, month = 0, day = 0, hour = 0, minute = 0, zone = 0;
-  float second = 0;
-  if (!Fields::Has(point, field) ||
-      !OGR_F_GetFieldAsDateTimeEx(point, field, &year, &month, &day, &hour, &minute, &second, &zone))
-    return std::nullopt;
-  const auto begin = FromFields(year, month, day, hour, minute, 0);
-  if (!begin || !(second >= 0 && second < 61)) return std::nullopt;
-  const auto fraction = FileTimeTicks{std::llround(static_cast<double>(second) * 1e4) * 1000};  // a float's accuracy
-  return *begin + fraction - std::chrono::minutes{zone > 1 ? 15 * (zone - kUtc) : 0};
-}
-
-FixQuality QualityOf(OGRFeatureH point, const Fields& fields, const std::string& fix) {
-  constexpr int kMostSatellites = std::numeric_limits<std::uint16_t>::max();
-  FixQuality quality;
-  if (fix == "dgps") quality.quality = PositionQuality::Dgps;
-  if (fix == "3d" || fix == "pps") quality.quality = PositionQuality::Single;
-  if (Fields::Has(point, fields.satellites))
-    quality.satellites =
-        static_cast<std::uint16_t>(std::clamp(OGR_F_GetFieldAsInteger(point, fields.satellites), 0, kMostSatellites));
-  const double hdop = Fields::Has(point, fields.hdop) ? OGR_F_GetFieldAsDouble(point, fields.hdop) : 0;
-  if (hdop > 0 && hdop < 1e6) quality.hdop = static_cast<float>(hdop);
-  return quality;
-}
-
-GpxPoint PointOf(OGRFeatureH feature, const Fields& fields) {
-  const auto number = [&](int field) {
-    return Fields::Has(feature, field) ? OGR_F_GetFieldAsDouble(feature, field) : GpxPoint::kUnknown;
+/// YYYY-MM-DDThh:mm:ss with any decimals and a zone. A time without a zone is UTC, as the format has it.
+std::optional<Instant> TimeOf(std::string_view text) {
+  constexpr std::size_t kWhole = 19, kTickDigits = 7;
+  constexpr std::string_view kForm = "0000-00-00T00:00:00";
+  const auto digits = [&](std::size_t at, std::size_t count) {
+    return at + count <= text.size() ? Digits(text.substr(at, count)).value_or(-1) : -1;
   };
-  const std::string fix = Fields::Has(feature, fields.fix) ? OGR_F_GetFieldAsString(feature, fields.fix) : "";
-  GpxPoint point;
-  if (const OGRGeometryH place = OGR_F_GetGeometryRef(feature))
-    point.latitude = OGR_G_GetY(place, 0), point.longitude = OGR_G_GetX(place, 0);
-  point.elevation = number(fields.elevation), point.geoidHeight = number(fields.geoidHeight);
-  point.time = TimeOf(feature, fields.time);
-  point.hasFix = fix != "none" && fix != "2d";
-  point.quality = QualityOf(feature, fields, fix);
-  return point;
-}
-
-/// Segments by the numbers of track and segment.
-using Segments = std::map<std::pair<int, int>, std::vector<GpxPoint>>;
-
-/// Puts them in the order of the first time in each; those without one come first.
-std::vector<GpxPoint> Joined(Segments&& segments) {
-  std::vector<std::pair<std::optional<Instant>, std::vector<GpxPoint>>> byTime;
-  std::size_t count = 0;
-  for (auto& [number, points] : segments) {
-    const auto timed = std::find_if(points.begin(), points.end(), [](const GpxPoint& point) { return point.time; });
-    count += points.size();
-    byTime.emplace_back(timed == points.end() ? std::nullopt : timed->time, std::move(points));
+  if (text.size() < kWhole) return std::nullopt;
+  for (std::size_t i = 0; i < kWhole; ++i) {
+    if (kForm[i] != '0' && text[i] != kForm[i]) return std::nullopt;
   }
-  std::stable_sort(byTime.begin(), byTime.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-  std::vector<GpxPoint> all;
-  all.reserve(count);
-  for (const auto& [time, points] : byTime) all.insert(all.end(), points.begin(), points.end());
-  return all;
+  const auto minute = FromFields(digits(0, 4), digits(5, 2), digits(8, 2), digits(11, 2), digits(14, 2), 0);
+  const int second = digits(17, 2);
+  if (!minute || second < 0 || second > 60) return std::nullopt;  // 60 is a leap second
+  std::string_view rest = text.substr(kWhole);
+  std::string decimals;
+  if (rest.starts_with('.')) {
+    const std::size_t end = std::min(rest.find_first_not_of("0123456789", 1), rest.size());
+    decimals = rest.substr(1, std::min(end - 1, kTickDigits));
+    if (decimals.empty()) return std::nullopt;
+    rest.remove_prefix(end);
+  }
+  decimals.resize(kTickDigits, '0');
+  const Instant time = *minute + std::chrono::seconds{second} + FileTimeTicks{*Digits(decimals)};
+  if (rest.empty() || rest == "Z") return time;
+  if (rest.size() != 6 || (rest[0] != '+' && rest[0] != '-') || rest[3] != ':') return std::nullopt;
+  const auto hours = Digits(rest.substr(1, 2)), minutes = Digits(rest.substr(4));
+  if (!hours || !minutes) return std::nullopt;
+  const std::chrono::minutes zone = std::chrono::hours{*hours} + std::chrono::minutes{*minutes};
+  return rest[0] == '+' ? time - zone : time + zone;
 }
 
-std::size_t CountIn(GDALDatasetH dataset, const char* layer) {
-  const OGRLayerH found = GDALDatasetGetLayerByName(dataset, layer);
-  return found ? static_cast<std::size_t>(std::max<GIntBig>(0, OGR_L_GetFeatureCount(found, TRUE))) : 0;
-}
+/// Collects the points of tracks while expat reads.
+class TrackParser {
+ public:
+  TrackParser() : parser_(XML_ParserCreate(nullptr)) {
+    if (!parser_) throw std::bad_alloc();
+    XML_SetUserData(parser_.get(), this);
+    XML_SetElementHandler(
+        parser_.get(),
+        [](void* self, const char* name, const char** attributes) {
+          Guarded(self, [&](TrackParser& p) { p.Start(name, attributes); });
+        },
+        [](void* self, const char*) { Guarded(self, [](TrackParser& p) { p.End(); }); });
+    XML_SetCharacterDataHandler(parser_.get(), [](void* self, const char* text, int length) {
+      Guarded(self, [&](TrackParser& p) { p.Add({text, static_cast<std::size_t>(length)}); });
+    });
+    XML_SetStartDoctypeDeclHandler(parser_.get(), [](void* self, auto...) {
+      Guarded(self, [](TrackParser& p) { p.Refuse("a document type, which no GPX file needs"); });
+    });
+    XML_SetUnknownEncodingHandler(parser_.get(), TakeAscii, nullptr);
+  }
+
+  /// @return  what is wrong with the file; empty for nothing
+  std::string Read(std::FILE* file, Job& job) {
+    Meter meter(job, "reading the trajectory", "points");
+    for (bool isEnd = false; !isEnd;) {
+      job.ThrowIfStopped();
+      void* const block = XML_GetBuffer(parser_.get(), kBlockBytes);
+      if (!block) throw std::bad_alloc();
+      const std::size_t size = std::fread(block, 1, kBlockBytes, file);
+      if (std::ferror(file)) return "cannot be read: " + std::generic_category().message(errno);
+      isEnd = size < kBlockBytes;
+      if (XML_ParseBuffer(parser_.get(), static_cast<int>(size), isEnd) != XML_STATUS_OK) return Complaint();
+      meter.Show(points_, 0);
+    }
+    return {};
+  }
+
+  /// Segments are put in the order of the first time in each; those without one come first.
+  GpxTracks Tracks() && {
+    std::erase_if(segments_, [](const auto& points) { return points.empty(); });
+    tracks_.segments = segments_.size();
+    const auto begin = [](const std::vector<GpxPoint>& points) {
+      const auto timed = std::find_if(points.begin(), points.end(), [](const GpxPoint& point) { return point.time; });
+      return timed == points.end() ? std::nullopt : timed->time;
+    };
+    std::stable_sort(segments_.begin(), segments_.end(),
+                     [&](const auto& a, const auto& b) { return begin(a) < begin(b); });
+    tracks_.points.reserve(points_);
+    for (const auto& points : segments_) tracks_.points.insert(tracks_.points.end(), points.begin(), points.end());
+    return std::move(tracks_);
+  }
+
+ private:
+  /// Exceptions must not cross the parser.
+  template <class Work>
+  static void Guarded(void* self, Work work) {
+    TrackParser& parser = *static_cast<TrackParser*>(self);
+    if (parser.thrown_ || !parser.complaint_.empty()) return;  // the parser goes on for a moment
+    try {
+      work(parser);
+    } catch (...) {
+      parser.thrown_ = std::current_exception();
+      XML_StopParser(parser.parser_.get(), XML_FALSE);
+    }
+  }
+
+  /// What counts is ASCII, whatever else the encoding has.
+  static int TakeAscii(void*, const char*, XML_Encoding* encoding) {
+    for (int byte = 0; byte < 256; ++byte) encoding->map[byte] = byte < 0x80 ? byte : 0xFFFD;
+    encoding->convert = nullptr, encoding->release = nullptr;
+    return XML_STATUS_OK;
+  }
+
+  void Refuse(std::string complaint) {
+    complaint_ = fmt::format("line {}: {}", XML_GetCurrentLineNumber(parser_.get()), complaint);
+    XML_StopParser(parser_.get(), XML_FALSE);
+  }
+
+  std::string Complaint() const {
+    if (thrown_) std::rethrow_exception(thrown_);
+    if (!complaint_.empty()) return complaint_;
+    const XML_Error error = XML_GetErrorCode(parser_.get());
+    if (error == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
+    return fmt::format("no sound XML: {} in line {}", XML_ErrorString(error), XML_GetCurrentLineNumber(parser_.get()));
+  }
+
+  void Start(std::string_view name, const char** attributes) {
+    constexpr std::string_view kChain[kPoint] = {"gpx", "trk", "trkseg", "trkpt"};
+    if (depth_ == 0 && name != kChain[0]) Refuse("no GPX file");
+    if (depth_ == chain_) {
+      if (chain_ == kPoint) {
+        field_ = name, text_.clear();
+      } else if (name == kChain[chain_]) {
+        Begin(++chain_, attributes);
+      } else if (name == "wpt") {
+        ++tracks_.others;
+      }
+    } else if (name == "rtept") {
+      ++tracks_.others;
+    }
+    ++depth_;
+  }
+
+  void Begin(int element, const char** attributes) {
+    if (element == kTrack) ++tracks_.tracks;
+    if (element == kSegment) segments_.emplace_back();
+    if (element != kPoint) return;
+    GpxPoint& point = segments_.back().emplace_back();
+    ++points_;
+    for (; *attributes; attributes += 2) {
+      const std::string_view name = attributes[0];
+      if (name != "lat" && name != "lon") continue;
+      (name == "lat" ? point.latitude : point.longitude) =
+          WholeDouble(WithoutBlanks(attributes[1], kBlanks)).value_or(GpxPoint::kUnknown);
+    }
+  }
+
+  void Add(std::string_view text) {
+    if (chain_ == kPoint && depth_ == kPoint + 1) text_ += text.substr(0, kLongestValue - text_.size());
+  }
+
+  void End() {
+    --depth_;
+    if (depth_ < chain_) --chain_;
+    if (chain_ == kPoint && depth_ == kPoint) SetField(segments_.back().back(), WithoutBlanks(text_, kBlanks));
+  }
+
+  void SetField(GpxPoint& point, std::string_view text) {
+    if (text.empty()) return;
+    if (field_ == "time") {
+      point.time = TimeOf(text);
+    } else if (field_ == "ele") {
+      point.elevation = Number(text);
+    } else if (field_ == "geoidheight") {
+      point.geoidHeight = Number(text);
+    } else if (field_ == "hdop") {
+      if (const double hdop = Number(text); hdop > 0 && hdop < 1e6) point.quality.hdop = static_cast<float>(hdop);
+    } else if (field_ == "sat") {
+      constexpr double kMost = std::numeric_limits<std::uint16_t>::max();
+      if (const double count = Number(text); count >= 0)
+        point.quality.satellites = static_cast<std::uint16_t>(std::min(count, kMost));
+    } else if (field_ == "fix") {
+      point.hasFix = text != "none" && text != "2d";
+      if (text == "dgps") point.quality.quality = PositionQuality::Dgps;
+      if (text == "3d" || text == "pps") point.quality.quality = PositionQuality::Single;
+    }
+  }
+
+  double Number(std::string_view text) {
+    const auto number = WholeDouble(text);
+    if (!number) Refuse(fmt::format("{} \"{}\" is not a number", field_, text));
+    return number.value_or(GpxPoint::kUnknown);
+  }
+
+  enum { kTrack = 2, kSegment, kPoint };  // elements of the chain that are open then
+
+  std::unique_ptr<XML_ParserStruct, FreeParser> parser_;
+  int depth_ = 0, chain_ = 0;  // open elements; those of them from the root on that lead to a point
+  std::string field_, text_;   // of the point
+  GpxTracks tracks_;
+  std::vector<std::vector<GpxPoint>> segments_;
+  std::size_t points_ = 0;
+  std::string complaint_;
+  std::exception_ptr thrown_;
+};
 
 }  // namespace
 
@@ -147,30 +243,15 @@ bool BeginsLikeGpx(std::string_view head) {
 }
 
 GpxTracks ReadGpxTracks(const std::filesystem::path& path, Job& job) {
-  const QuietErrors quiet;
-  const DatasetPtr dataset = Open(path);
-  GpxTracks tracks;
-  tracks.tracks = CountIn(dataset.get(), "tracks");
-  tracks.others = CountIn(dataset.get(), "waypoints") + CountIn(dataset.get(), "route_points");
-  const OGRLayerH layer = GDALDatasetGetLayerByName(dataset.get(), "track_points");
-  if (!layer) return tracks;
-  const Fields fields(layer);
-  Segments segments;
-  Meter meter(job, "reading the trajectory", "points");
-  CPLErrorReset();
-  for (std::size_t count = 1;; ++count) {
-    const FeaturePtr point(OGR_L_GetNextFeature(layer));
-    if (!point) break;
-    if (count % 1024 == 1) job.ThrowIfStopped();
-    meter.Step(count, 0);
-    const std::pair number{OGR_F_GetFieldAsInteger(point.get(), fields.track),
-                           OGR_F_GetFieldAsInteger(point.get(), fields.segment)};
-    segments[number].push_back(PointOf(point.get(), fields));
-  }
-  RefuseAfterError(path);
-  tracks.segments = segments.size();
-  tracks.points = Joined(std::move(segments));
-  return tracks;
+  std::error_code error;
+  const bool isFile = std::filesystem::is_regular_file(path, error);
+  const FilePtr file = isFile ? OpenNative(path, "rb") : nullptr;
+  TrackParser parser;
+  const std::string complaint = !isFile ? "not a regular file"
+                                : !file ? "cannot be read: " + std::generic_category().message(errno)
+                                        : parser.Read(file.get(), job);
+  if (!complaint.empty()) throw Failure(fmt::format("{}: {}", Utf8(path), complaint));
+  return std::move(parser).Tracks();
 }
 
 }  // namespace kv::mission

@@ -9,7 +9,7 @@
 
 #include "base/Job.h"
 
-/// GPX files, read by GDAL's driver.
+/// GPX files.
 /// @see docs/formats/gpx.md
 namespace kv::mission {
 
@@ -33,8 +33,8 @@ struct GpxTracks {
 /// Whether bytes begin like a GPX file.
 bool BeginsLikeGpx(std::string_view head);
 
-/// @throws Failure with GDAL's reason when the file cannot be read or is not sound XML, when numbers in it are not
-///         numbers, when this GDAL reads no GPX; (Stopped)
+/// @throws Failure with the reason when the file cannot be read, is not sound XML, or has an elevation, geoid height,
+///         count of satellites or dilution of precision that is not a number; (Stopped)
 GpxTracks ReadGpxTracks(const std::filesystem::path& path, Job& job);
 
 }  // namespace kv::mission

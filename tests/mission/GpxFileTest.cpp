@@ -15,11 +15,6 @@ constexpr const char* kDay = "<time>2024-05-02T";
 
 class GpxFileTest : public CommandTest {
  protected:
-  void SetUp() override {
-    if (Contains(FailureOf([&] { Read(""); }, Failure::Reason::Failed), "no driver"))
-      GTEST_SKIP() << "GDAL without GPX";
-  }
-
   Trajectory Read(const std::string& content) {
     const std::string gpx = R"(<gpx version="1.1" creator="a" xmlns="http://www.topografix.com/GPX/1/1">)";
     temp_.Write("a", "<?xml version=\"1.0\"?>\n" + gpx + content);
@@ -48,6 +43,10 @@ TEST_F(GpxFileTest, TakesWhatAPointSaysAndNoMore) {
        "2024-05-02T10:00:01.000Z", 259.5, PositionQuality::Single, nullptr},
       {"<ele>300</ele><time>2024-05-02T10:00:01</time>", "2024-05-02T10:00:01.000Z", 300, PositionQuality::None,
        nullptr},
+      {"<ele> 300 </ele><time>\n2024-05-02T06:00:60.25-04:00\n</time><extensions><ele>7</ele></extensions>",
+       "2024-05-02T10:01:00.250Z", 300, PositionQuality::None, nullptr},
+      {"<ele>300</ele><time>2024-05-02T10:00</time>", nullptr, 0, {}, "1 point left out, without a valid time"},
+      {"<ele>300</ele><time>2024-05-02T10:00:01+05</time>", nullptr, 0, {}, "1 point left out, without a valid time"},
       {"<ele>300</ele>", nullptr, 0, {}, "1 point left out, without a valid time"},
       {"<time>2024-05-02T10:00:01Z</time>", nullptr, 0, {}, "without a valid place and elevation"},
       {"<ele>inf</ele><time>2024-05-02T10:00:01Z</time>", nullptr, 0, {}, "without a valid place and elevation"},
@@ -90,9 +89,10 @@ TEST_F(GpxFileTest, RefusesWithTheReason) {
       {Track(Point("<time>2024-05-02T10:00:01Z</time>")) + "</gpx>", "without places or elevations"},
       {Track(Point("<ele>3</ele><time>2024-05-02T10:00:01Z</time>", R"(lat="x" lon="15")")) + "</gpx>",
        "without places or elevations"},
-      {Track(whole), "XML parsing"},
-      {"<trk><trkseg>" + whole + "</trkpt></trkseg></gpx>", "XML parsing"},
-      {Track(whole + Point("<ele>3 m</ele>")) + "</gpx>", "'3 m' of field track_points.ele"},
+      {Track(whole), "no sound XML: no element found in line 2"},
+      {"<trk><trkseg>" + whole + "</trkpt></trkseg></gpx>", "no sound XML: mismatched tag in line 2"},
+      {Track(whole + Point("\n<ele>3 m</ele>")) + "</gpx>", "line 3: ele \"3 m\" is not a number"},
+      {Track(whole + Point("<sat>many</sat>")) + "</gpx>", "line 2: sat \"many\" is not a number"},
   };
   for (const auto& [content, said] : rows) {
     const std::string failure = FailureOf([&] { Read(content); }, Failure::Reason::Failed);
@@ -100,6 +100,19 @@ TEST_F(GpxFileTest, RefusesWithTheReason) {
   }
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(temp_.Path()), {}), 1)
       << "something is written beside it";
+}
+
+TEST_F(GpxFileTest, ReadsOtherFormsOfTheSameXml) {
+  const std::string points = Track(Point("<ele>3</ele><time>2024-05-02T10:00:01Z</time>", R"(lat="0" lon="0")"));
+  const auto read = [&](const std::string& file) {
+    temp_.Write("b", file);
+    return ReadAnyTrajectory(temp_.Path() / "b", {}, 120, job_).fixes.size();
+  };
+  EXPECT_EQ(
+      read("\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"windows-1252\"?><gpx><name>\x96</name>" + points + "</gpx>"),
+      1u);
+  const std::string entities = "<!DOCTYPE gpx [<!ENTITY a \"b\">]><gpx>" + points + "</gpx>";
+  EXPECT_TRUE(Contains(FailureOf([&] { read(entities); }, Failure::Reason::Failed), "a document type"));
 }
 
 /// The simulation's log and its GPX file have the same fixes; the log has them in the receiver's own words.

@@ -19,10 +19,8 @@ namespace {
 
 constexpr double kHighest = 1e5;  // metres
 
-/// GDAL reads a coordinate that is not a number as 0, so one that is exactly 0 is not believed.
 bool HasPlace(const GpxPoint& point) {
-  const auto isAngle = [](double degrees, double largest) { return degrees != 0 && std::abs(degrees) <= largest; };
-  return isAngle(point.latitude, 90) && isAngle(point.longitude, 180) && std::abs(point.elevation) <= kHighest;
+  return std::abs(point.latitude) <= 90 && std::abs(point.longitude) <= 180 && std::abs(point.elevation) <= kHighest;
 }
 
 bool HasGeoidHeight(const GpxPoint& point) { return std::abs(point.geoidHeight) <= kHighest; }
