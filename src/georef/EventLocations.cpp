@@ -6,6 +6,7 @@
 #include "base/ErrorText.h"
 #include "georef/Interpolation.h"
 #include "georef/TrajectoryIndex.h"
+#include "platform/LargePages.h"
 
 namespace {
 
@@ -20,7 +21,7 @@ std::vector<Location> OwnLocations(const std::vector<Event>& events,
                                    const std::vector<tagKVTrajectoryObs>& trajectory) {
   kv::TrajectoryIndex index(trajectory);
   std::vector<Location> locations;
-  locations.reserve(events.size());
+  kv::ReserveInLargePages(locations, events.size());
   for (const Event& event : events) locations.push_back(index.LocationAt(event.AdjGpsSec));
   return locations;
 }

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "platform/LargePages.h"
+
 namespace kv::mission {
 namespace {
 
@@ -41,7 +43,7 @@ bool IsWild(const Records& records, std::size_t i) {
 template <typename IsOut>
 Records TakeOut(Records& records, IsOut isOut) {
   Records out, kept;
-  kept.reserve(records.size());
+  ReserveInLargePages(kept, records.size());
   for (std::size_t i = 0; i < records.size(); ++i) (isOut(i) ? out : kept).push_back(records[i]);
   records = std::move(kept);
   return out;

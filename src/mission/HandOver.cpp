@@ -150,7 +150,7 @@ const std::vector<OutputRow>& PhotogrammetryRows() {
 
 void TellOfHandOver(const Mission& mission, Job& job) {
   const auto isWanted = [&](const Format& format) { return IsWanted(format.kind.name, mission.settings); };
-  if (!HasPlacedPhotos(mission) || std::none_of(kFormats.begin(), kFormats.end(), isWanted)) return;
+  if (std::none_of(kFormats.begin(), kFormats.end(), isWanted) || !HasPlacedPhotos(mission)) return;
   std::size_t angles = 0;
   for (const int number : {1, 2}) {
     const auto photos = PlacesOf(mission, number).photos;

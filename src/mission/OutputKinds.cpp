@@ -175,8 +175,8 @@ bool HasPlacedPhotos(const Mission& mission) {
 std::vector<std::string> WantedOutputs(const Mission& mission) {
   std::vector<std::string> names;
   for (const OutputRow& row : OutputRows()) {
-    const bool isPossible = !row.needsPhotos || HasPlacedPhotos(mission);
-    if (isPossible && IsWanted(row.kind.name, mission.settings)) names.emplace_back(row.kind.name);
+    if (!IsWanted(row.kind.name, mission.settings)) continue;
+    if (!row.needsPhotos || HasPlacedPhotos(mission)) names.emplace_back(row.kind.name);
   }
   return names;
 }

@@ -13,6 +13,7 @@
 
 #include "georef/EventTypes.h"
 #include "platform/FileNames.h"
+#include "platform/LargePages.h"
 #include "time/Instants.h"
 #include "time/LeapSeconds.h"
 
@@ -220,7 +221,7 @@ std::vector<Exposure> ExposuresOf(SystemEvents& events, const PhotosOfEvents& ph
   const double firstTick = heartbeat == events.end() ? 0 : heartbeat->MasterTick;
   const bool hasWraps = mission.events && mission.events->wraps > 0;
   std::vector<Exposure> exposures;
-  exposures.reserve(static_cast<std::size_t>(std::count_if(events.begin(), events.end(), IsCameraEvent)));
+  ReserveInLargePages(exposures, static_cast<std::size_t>(std::count_if(events.begin(), events.end(), IsCameraEvent)));
   for (std::size_t i = 0; i < events.size(); ++i) {
     if (events[i].Type != kCameraEvent) continue;
     const auto drop = DropOf(events[i], mission, firstTick, places);

@@ -8,6 +8,7 @@
 #include "base/Statistics.h"
 #include "georef/EventTypes.h"
 #include "platform/FileNames.h"
+#include "platform/LargePages.h"
 #include "time/Instants.h"
 
 namespace kv::mission {
@@ -43,7 +44,7 @@ Stations FormStations(const std::vector<Exposure>& exposures, double toleranceSe
   Stations formed;
   formed.toleranceSeconds = toleranceSeconds;
   std::vector<tagKVSystemEvent> events;
-  events.reserve(exposures.size());
+  ReserveInLargePages(events, exposures.size());
   for (const Exposure& exposure : exposures) {
     if (IsPlaced(exposure.event)) events.push_back(exposure.event);
   }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <vector>
 
 namespace kv {
 
@@ -8,5 +9,12 @@ namespace kv {
 /// of 4 KiB, at a fraction of the cost. A hint only; without large pages nothing changes.
 /// @param bytes  that will certainly be used; below 32 MiB, which the heap may reuse, nothing is requested
 void PreferLargePages(void* memory, std::size_t bytes);
+
+/// Reserves room for records that will certainly come.
+template <class Record>
+void ReserveInLargePages(std::vector<Record>& records, std::size_t count) {
+  records.reserve(count);
+  PreferLargePages(records.data(), count * sizeof(Record));
+}
 
 }  // namespace kv

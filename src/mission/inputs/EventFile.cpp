@@ -8,7 +8,9 @@
 
 #include "georef/ClockWatch.h"
 #include "georef/EventTypes.h"
+#include "platform/LargePages.h"
 #include "readers/EventLine.h"
+#include "readers/FieldFile.h"
 #include "readers/LineReader.h"
 #include "text/Blanks.h"
 #include "text/Tokens.h"
@@ -32,7 +34,9 @@ Records ReadRecords(const std::filesystem::path& path, double offsetSeconds, Eve
     if (record.time) *record.time += offset;
     if (kind == EventKind::FaultyHeartbeat) file.faultyHeartbeats.push_back(record.line);
     if (kind == EventKind::Other && !WithoutBlanks(line).empty()) file.skipped.push_back(record.line);
-    if (kind == EventKind::Heartbeat || kind == EventKind::CameraEvent) records.push_back(record);
+    if (kind != EventKind::Heartbeat && kind != EventKind::CameraEvent) continue;
+    MakeRoom(records, line, reader);
+    records.push_back(record);
   }
   file.lines = reader.Number();
   return records;
@@ -42,7 +46,7 @@ Records ReadRecords(const std::filesystem::path& path, double offsetSeconds, Eve
 void MakeEvents(const Records& records, EventFile& file) {
   const auto outages = file.heartbeatsAgree ? PlausibleOutages(records) : std::vector<bool>(records.size(), false);
   ClockWatch clock;
-  file.events.reserve(records.size());
+  ReserveInLargePages(file.events, records.size());
   for (std::size_t i = 0; i < records.size(); ++i) {
     const EventRecord& record = records[i];
     const auto tick = static_cast<double>(record.tick);

@@ -8,6 +8,7 @@
 
 #include "georef/FixQualities.h"
 #include "mission/inputs/Trajectory.h"
+#include "platform/LargePages.h"
 #include "readers/Fix.h"
 
 namespace kv::mission {
@@ -102,7 +103,8 @@ bool SentenceCollector::TakeFix(std::string_view line) {
 void SentenceCollector::MakeRoomForFixes(std::string_view line) {
   MakeRoom(trajectory_.fixes, line, log_);
   const std::size_t room = trajectory_.fixes.capacity();
-  times_.reserve(room), figures_.reserve(room), trajectory_.qualities.reserve(room);
+  ReserveInLargePages(times_, room), ReserveInLargePages(figures_, room);
+  ReserveInLargePages(trajectory_.qualities, room);
 }
 
 void SentenceCollector::SetPlace(tagKVTrajectoryObs& fix) {
