@@ -134,7 +134,15 @@ void ReadPhotoHeader(const Input& input) {
   Require(orientation >= 1 && orientation <= 8, "an orientation of EXIF");
 }
 
-void FindDamage(const Input& input) { kv::JpegDamage(input.bytes); }
+/// Claims are refused first, as before a photo is turned or graded.
+constexpr double kMegapixels = 1;
+
+void FindDamage(const Input& input) {
+  TolerateFailure([&] {
+    RefuseHugePicture(input.path, kMegapixels);
+    kv::JpegDamage(input.bytes);
+  });
+}
 
 void WriteGeotag(const Input& input) {
   TolerateFailure([&] {
@@ -153,7 +161,6 @@ void CarryMetadata(const Input& input) {
 }
 
 void GradePicture(const Input& input) try {
-  constexpr double kMegapixels = 1;
   RefuseHugePicture(input.path, kMegapixels);
   Require(kv::GradeFile(kv::WidePath(input.path)).sharpness >= 0, "a sharpness is a variance");
 } catch (const BrokenPromise&) {
