@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cmath>
+#include <cstdlib>
 #include <exception>
 #include <stdexcept>
 #include <string>
@@ -181,8 +182,14 @@ void ReadCoordinateSystem(const Input& input) {
   });
 }
 
+/// In one folder for all inputs, as PROJ takes long to open its database; its variable is in force for this call alone.
 void LookUpGeoid(const Input& input) {
-  const GeodeticFolder folder(input.bytes);
+  constexpr const char* kRoot = "MAPHUB_CONFIG_FILES_PATH";
+  const ScopedVariable before(kRoot, std::getenv(kRoot));
+  static const GeodeticFolder folder("");
+  static const std::string path = std::getenv(kRoot);
+  const ScopedVariable root(kRoot, path.c_str());
+  folder.Write("GeoidFilesLookupGtx.txt", input.bytes);
   static const std::wstring system = kv::WideFromUtf8(OnUtm33("UTM 33N + Height", 2005));
   KVUtilities::DescribeGeodeticData(error);
   KVUtilities::DescribeCoordinateSystem(system, error);
