@@ -4,6 +4,7 @@
 #include <KVUtilities.h>
 
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <exception>
@@ -13,7 +14,9 @@
 
 #include "mission/PosPoints.h"
 #include "mission/Settings.h"
+#include "mission/inputs/GpxFile.h"
 #include "mission/inputs/Inputs.h"
+#include "mission/inputs/PosFile.h"
 #include "photos/Geotag.h"
 #include "photos/JpegMetadata.h"
 #include "photos/JpegRows.h"
@@ -120,6 +123,24 @@ void Read(const Input& input) {
   });
 }
 
+/// Likewise, as a run reads it: with dates, gaps, and heights above the ellipsoid.
+template <Trajectory (*kRead)(const std::filesystem::path& path, double maxGapSeconds, Job& job)>
+void ReadAsTrajectory(const Input& input) {
+  TolerateFailure([&] {
+    Observer observer;
+    Job job(observer);
+    kRead(input.path, kGapSeconds, job);
+  });
+}
+
+void ReadReceiverLog(const Input& input) {
+  TolerateFailure([&] {
+    Observer observer;
+    ReadTrajectory(input.path, {.date = std::chrono::sys_days{std::chrono::June / 18 / 2025}}, observer);
+  });
+  Read<FileKind::Trajectory>(input);
+}
+
 void ReadMissionFile(const Input& input) {
   TolerateFailure([&] {
     Settings settings;
@@ -210,10 +231,10 @@ std::span<const Target> Targets() {
       {"pos", ReadPosSamples},
       {"pos-scan", ScanPos},
       {"describe", Describe},
-      {"nmea", Read<FileKind::Trajectory>},
-      {"pos-forms", Read<FileKind::Pos>},
+      {"nmea", ReadReceiverLog},
+      {"pos-forms", ReadAsTrajectory<ReadPosTrajectory>},
       {"housekeeping", Read<FileKind::HousekeepingLog>},
-      {"gpx", Read<FileKind::Gpx>},
+      {"gpx", ReadAsTrajectory<ReadGpxTrajectory>},
       {"sbet", Read<FileKind::Sbet>},
       {"shapefile", Read<FileKind::Shapefile>},
       {"mission-toml", ReadMissionFile},

@@ -20,9 +20,9 @@ cmake --preset "$preset" >/dev/null
 cmake --build --preset "$preset" --target fuzz
 work=build/$preset
 fuzz=$work/fuzz/fuzz
+export LLVM_PROFILE_FILE=$work/targets.profraw OPENCV_LOG_LEVEL=SILENT TZ=UTC0
 targets=("${@:2}")
 [ ${#targets[@]} -gt 0 ] || mapfile -t targets < <("$fuzz" 2>/dev/null || true)
-export OPENCV_LOG_LEVEL=SILENT TZ=UTC0
 [ -d /dev/shm ] && export TMPDIR=/dev/shm
 
 coverage() {
@@ -31,8 +31,9 @@ coverage() {
     LLVM_PROFILE_FILE=$work/$target.profraw "$fuzz" --target="$target" -runs=0 "fuzz/corpus/$target" &>"$work/$target.log"
   done
   llvm-profdata merge -o "$work/corpus.profdata" "$work"/*.profraw
+  # Comparisons of trajectories and numbers in names read no bytes of a file.
   llvm-cov report "$fuzz" -object "$work/src/libKVUtilities.so" -instr-profile "$work/corpus.profdata" 2>"$work/llvm-cov.log" |
-    awk '/(readers|mission\/inputs)\/|MissionToml|photos\/(Exif|Geotag\.|Gps|Jpeg|PictureClaims|Tiff|Xmp)/ {
+    awk '!/Trajectories|TrajectoryComparison|PhotoNumber|NumberedPhotos/ && /(readers|mission\/inputs)\/|MissionToml|photos\/(Exif|Geotag\.|Gps|Jpeg|PictureClaims|Tiff|Xmp)/ {
            printf "%-50s %6d lines %6.1f %%\n", $1, $8, 100 - 100 * $9 / $8
            lines += $8; missed += $9
          }
