@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs missing Debian packages: those needed to build and test, and those of the options.
-# Usage: scripts/setup.sh [--checks] [--peers]
+# Usage: scripts/setup.sh [--checks] [--fuzz] [--peers]
 #   --checks  for the checks of a change
+#   --fuzz    for scripts/fuzz.sh
 #   --peers   the programs that the benchmarks compare with
 set -euo pipefail
 
@@ -11,6 +12,7 @@ wanted=(g++ cmake ninja-build pkg-config libopencv-dev libshp-dev libcli11-dev n
 for option in "$@"; do
   case $option in
     --checks) wanted+=(clang-format clang libclang-rt-dev gdal-bin libimage-exiftool-perl python3-qgis chromium strace util-linux) ;;
+    --fuzz) wanted+=(clang libclang-rt-dev llvm) ;;
     --peers) wanted+=(gpsbabel gpscorrelate gdal-bin proj-bin libimage-exiftool-perl) ;;
     *) echo "setup.sh: unknown option: $option" >&2 && exit 2 ;;
   esac

@@ -6,7 +6,7 @@
 namespace kv::simulation {
 namespace {
 
-constexpr std::size_t kSide = GroundTexture::kSide, kChannels = GroundTexture::kChannels;
+constexpr std::size_t kSide = GroundTexture::kSide;
 constexpr std::size_t kBlurRadius = 3;  // pixels
 
 /// One scale of the relief: random values on a lattice, blended between its points.

@@ -1,5 +1,6 @@
 #include "platform/TextStream.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -49,16 +50,22 @@ bool TextStream::ReadPiece(std::string_view& line, std::size_t longest) {
   }
 }
 
+/// A small file is read with one call into a buffer of its size: the call that comes back short has met the end.
+std::size_t TextStream::BlockBytes() const {
+  const std::uint64_t left = bytesRead_ < fileBytes_ ? fileBytes_ - bytesRead_ + 1 : kBlockBytes;
+  return std::min<std::uint64_t>(left, kBlockBytes);
+}
+
 bool TextStream::Fill() {
   if (atEnd_) return false;
   const std::size_t kept = end_ - begin_;
   if (kept > 0 && begin_ > 0) std::memmove(buffer_.data(), buffer_.data() + begin_, kept);
   begin_ = 0;
-  if (buffer_.size() < kept + kBlockBytes)
-    buffer_.resize(kept < kBlockBytes ? 2 * kBlockBytes : 2 * kept + kBlockBytes);
+  const std::size_t room = BlockBytes();
+  if (buffer_.size() < kept + room) buffer_.resize(kept < room ? 2 * room : 2 * kept + room);
   char* block = buffer_.data() + kept;
-  std::size_t read = std::fread(block, 1, kBlockBytes, file_.get());
-  atEnd_ = read < kBlockBytes;
+  std::size_t read = std::fread(block, 1, room, file_.get());
+  atEnd_ = read < room;
   if (atEnd_ && std::ferror(file_.get())) error_ = errno != 0 ? errno : EIO;
   const bool mayEnd = ctrlZ_ == CtrlZ::EndsText && read > 0;
   if (const void* mark = mayEnd ? std::memchr(block, kEndOfFile, read) : nullptr) {

@@ -43,6 +43,7 @@ class TextStream {
   std::uint64_t FileBytes() const { return fileBytes_; }  ///< 0 when the size is not known, as for a pipe
 
  private:
+  std::size_t BlockBytes() const;
   bool Fill();
 
   FilePtr file_;

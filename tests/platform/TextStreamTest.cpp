@@ -97,6 +97,15 @@ TEST(TextStream, ALongLineComesInPieces) {
   }
 }
 
+TEST(TextStream, AFileThatGrowsIsReadToItsEnd) {
+  const TempFolder folder;
+  kv::TextStream file(folder.Write("file", "a\n"));
+  folder.Write("file", "a\nb\nc\n");
+  std::size_t lines = 0;
+  for (std::string_view line; file.ReadLine(line);) ++lines;
+  EXPECT_EQ(lines, 3u);
+}
+
 TEST(TextStream, WhatCannotBeReadHasNoLines) {
   const TempFolder folder;
   const std::pair<std::wstring, int> rows[] = {

@@ -27,7 +27,7 @@ struct Judged {
 class Estimator {
  public:
   Estimator(const OrderedTimes& events, const PhotoRuns& runs, StampCell cell, const ClockOptions& options)
-      : events_(events), runs_(runs), all_(events.times, runs.stamps.times, runs.lostBefore, cell) {
+      : runs_(runs), all_(events.times, runs.stamps.times, runs.lostBefore, cell) {
     const double origin = runs.stamps.origin - events.origin;
     if (options.window) window_ = Window{options.window->centreSeconds - origin, options.window->reachSeconds};
   }
@@ -197,7 +197,6 @@ class Estimator {
     Doubt(judged, judged.first, end);
   }
 
-  const OrderedTimes& events_;
   const PhotoRuns& runs_;
   Sequences all_;
   std::optional<Window> window_;

@@ -147,8 +147,8 @@ SbetFile ReadSbetFile(const std::filesystem::path& path, std::optional<Instant> 
   SbetFile sbet;
   RecordReader reader(date);
   Meter meter(job, "reading the trajectory", "records");
-  std::string block(kBytesAtOnce, '\0');
-  while (const std::size_t count = std::fread(block.data(), kRecord, kBytesAtOnce / kRecord, file.get())) {
+  std::string block(std::min<std::uintmax_t>(size, kBytesAtOnce), '\0');
+  while (const std::size_t count = std::fread(block.data(), kRecord, block.size() / kRecord, file.get())) {
     job.ThrowIfStopped();
     for (std::size_t i = 0; i < count; ++i) {
       const Record record = RecordAt(block, i);
