@@ -13,6 +13,7 @@
 
 #include "base/ErrorText.h"
 #include "export/FieldText.h"
+#include "export/LayerSizes.h"
 #include "export/Shape.h"
 #include "export/ShapefileSet.h"
 
@@ -105,6 +106,14 @@ consteval bool FitsTable(const std::array<Column<Record>, kCount>& columns) {
     if (!isWidth || isTwin || column->decimals < 0 || column->decimals >= column->width) return false;
   }
   return true;
+}
+
+/// Bytes of a record in the .dbf, with its deletion mark.
+template <class Record, std::size_t kCount>
+consteval std::size_t RecordBytes(const std::array<Column<Record>, kCount>& columns) {
+  std::size_t bytes = 1;
+  for (const auto& column : columns) bytes += static_cast<std::size_t>(column.width);
+  return bytes;
 }
 
 inline constexpr const wchar_t* kShapeNotCreated = L"Error creating simple shape object.";

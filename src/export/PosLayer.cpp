@@ -38,7 +38,7 @@ constexpr auto kColumns = std::to_array<kv::Column<Sample>>({
     Kept<&Sample::Token14>("Token14"),
     Kept<&Sample::Token15>("Token15"),
 });
-static_assert(FitsTable(kColumns));
+static_assert(FitsTable(kColumns) && RecordBytes(kColumns) == kv::kPosPointBytes);
 
 constexpr kv::Layer<Sample> kPosLayer{
     .shapeType = SHPT_POINTZ,
