@@ -129,6 +129,7 @@ struct Layer {
   const wchar_t* tableNotCreated;
   const wchar_t* shapeNotCreated = kShapeNotCreated;
   const wchar_t* shapeNotWritten = kShapeNotWritten;
+  Projection projection = Projection::Optional;
 };
 
 /// Writes the record's shape, then its row.
@@ -161,7 +162,7 @@ const wchar_t* WriteLayer(ShapefileSet& set, const Layer<Record>& layer, std::sp
                           std::string_view projection) {
   if (!set.CreateShapes(layer.shapeType)) return layer.shapefileNotCreated;
   if (!set.CreateTable()) return layer.tableNotCreated;
-  if (!set.WriteProjection(projection)) return layer.shapeNotWritten;
+  if (!set.WriteProjection(projection, layer.projection)) return layer.shapeNotWritten;
   std::size_t rowBytes = 1;
   for (const Column<Record>& column : layer.columns) {
     if (!set.AddColumn(column.name.data(), column.type, column.width, column.decimals)) return layer.shapeNotWritten;

@@ -46,6 +46,7 @@ constexpr kv::Layer<Sample> kPosLayer{
     .addVertices = [](const Sample& sample, Row, kv::Shape& shape) { shape.AddVertex(sample.X, sample.Y, sample.Z); },
     .shapefileNotCreated = L"Error creating POS Shapefile.",
     .tableNotCreated = L"Error creating POS DBF file.",
+    .projection = kv::Projection::Needed,  // it alone says what X and Y are
 };
 
 }  // namespace
