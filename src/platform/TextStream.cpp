@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <utility>
 
 namespace kv {
@@ -31,7 +32,7 @@ bool TextStream::ReadLine(std::string_view& line, std::size_t longest) {
 
 bool TextStream::ReadPiece(std::string_view& line, std::size_t longest) {
   for (std::size_t searched = 0;;) {
-    const char* begin = buffer_.data() + begin_;
+    const char* begin = buffer_.get() + begin_;
     const std::size_t available = end_ - begin_;
     if (const void* found =
             available > searched ? std::memchr(begin + searched, '\n', available - searched) : nullptr) {
@@ -43,7 +44,7 @@ bool TextStream::ReadPiece(std::string_view& line, std::size_t longest) {
     searched = available;
     const bool mayFit = searched <= longest || searched - longest == 1;  // one more: the CR of a CR LF
     if (mayFit && Fill()) continue;
-    line = {buffer_.data() + begin_, end_ - begin_};
+    line = {buffer_.get() + begin_, end_ - begin_};
     begin_ = end_;
     return !line.empty();
   }
@@ -52,11 +53,10 @@ bool TextStream::ReadPiece(std::string_view& line, std::size_t longest) {
 bool TextStream::Fill() {
   if (atEnd_) return false;
   const std::size_t kept = end_ - begin_;
-  if (kept > 0 && begin_ > 0) std::memmove(buffer_.data(), buffer_.data() + begin_, kept);
+  if (kept > 0 && begin_ > 0) std::memmove(buffer_.get(), buffer_.get() + begin_, kept);
   begin_ = 0;
-  if (buffer_.size() < kept + kBlockBytes)
-    buffer_.resize(kept < kBlockBytes ? 2 * kBlockBytes : 2 * kept + kBlockBytes);
-  char* block = buffer_.data() + kept;
+  if (room_ < kept + kBlockBytes) Grow(kept < kBlockBytes ? 2 * kBlockBytes : kept + kept / 4 + kBlockBytes);
+  char* block = buffer_.get() + kept;
   std::size_t read = std::fread(block, 1, kBlockBytes, file_.get());
   atEnd_ = read < kBlockBytes;
   if (atEnd_ && std::ferror(file_.get())) error_ = errno != 0 ? errno : EIO;
@@ -68,6 +68,15 @@ bool TextStream::Fill() {
   end_ = kept + read;
   bytesRead_ += read;
   return read > 0;
+}
+
+// A vector would copy a line of a gigabyte again and again and fill what it has not read. Large blocks move by their pages.
+void TextStream::Grow(std::size_t bytes) {
+  char* const grown = static_cast<char*>(std::realloc(buffer_.get(), bytes));
+  if (!grown) throw std::bad_alloc();
+  static_cast<void>(buffer_.release());
+  buffer_.reset(grown);
+  room_ = bytes;
 }
 
 std::uint64_t TextStream::BytesLeft() const {
