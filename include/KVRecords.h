@@ -84,9 +84,9 @@ struct tagKVPosEvent {
   double Latitude = 0.0;
   double Longitude = 0.0;
   double Height = 0.0;  ///< above the ellipsoid
-  double X = 0.0;       ///< easting or first coordinate in the target system
-  double Y = 0.0;       ///< northing or second coordinate in the target system
-  double Z = 0.0;       ///< height in the target system
+  double X = 0.0;       ///< easting or first coordinate in the target system, in its own units
+  double Y = 0.0;       ///< northing or second coordinate in the target system, likewise
+  double Z = 0.0;       ///< height in the target system, likewise
   double Value1 = 0.0;
   double Value2 = 0.0;
   double Value3 = 0.0;

@@ -92,8 +92,9 @@ class KVUTILITIES_API KVUtilities {
   /// @param posFilePath  lines of 15 or more columns: GPS week, seconds of week, latitude and longitude in degrees,
   ///                     height above the ellipsoid in metres, ten more; other lines are skipped
   /// @param targetWkt    WKT1, WKT2 or ESRI's dialect; orthometric heights need a geoid grid
-  /// @return  one record per accepted line in file order; `X`, `Y`, `Z` in the order of the target's axes, for
-  ///          geographic systems longitude first. A missing file gives none and no message; a system that cannot be
+  ///                     A byte order mark makes the first line one of these if it is a sample
+  /// @return  one record per accepted line in file order; `X`, `Y`, `Z` in the target's own units and the order of its
+  ///          axes, for geographic systems longitude first. A missing file gives none and no message; a system that cannot be
   ///          used gives none and says why; a position that cannot be transformed ends the scan, and what came before
   ///          is returned beside "Error transforming POS point to target SRS." and the reason. None and "Unexpected
   ///          error scanning POS file." after an exception.
@@ -220,7 +221,8 @@ class KVUTILITIES_API KVUtilities {
                                                 double camera1OffsetSeconds, double camera2OffsetSeconds,
                                                 std::wstring& error);
 
-  /// Pairs the n-th event of a camera with the n-th ".jpg" of its list folder, by name; surplus photos are ignored.
+  /// Pairs the n-th event of a camera with the n-th ".jpg" of its list folder, by name; surplus photos are ignored. The
+  /// extension must be exactly that: ".JPG" and ".jpeg" are not listed.
   /// @param camera1ListFolder   ends with a separator; without one its last part is a prefix of the names listed
   /// @param camera1ImageFolder  start of each path; a backslash and the name follow
   /// @return false when a camera has more events than photos; `error` names the camera and its list folder, and the
@@ -240,13 +242,17 @@ class KVUTILITIES_API KVUtilities {
   static bool PopulatePhotoSharpnessFactors(std::vector<tagKVSystemEvent>& events, std::wstring& error);
 
   /// Rotates a picture and enlarges it to hold the rotated content; the corners are black, or transparent if the
-  /// picture has alpha. The file is replaced in one step or not at all.
+  /// picture has alpha. The file is replaced in one step or not at all; a process that is killed may leave a file
+  /// ".kvutilities-<number>.tmp" beside it. The new file has no metadata (EXIF, colour profile) and no further pictures,
+  /// and what the decoder made of a damaged picture looks sound in it.
   /// @param angleDegrees  positive turns counter-clockwise
-  /// @return false with a sentence that ends in the path when the file does not exist or cannot be read or written
+  /// @return false with a sentence that ends in the path when the file does not exist or cannot be read or written, or
+  ///         when the picture, as it is or turned, has more than 32,766 columns or rows
   static bool RotateImage(std::wstring path, double angleDegrees, std::wstring& error);
 
-  /// Rotates the photos of one camera's events; a photo that fails does not stop the others.
-  /// @return false and "Unexpected error computing Photo Sharpness Factors." after an exception
+  /// Rotates the photos of one camera's events; a photo that fails does not stop the others, and one that two events
+  /// share is turned twice.
+  /// @return true, even if every photo failed; false and "Unexpected error computing Photo Sharpness Factors." after an exception
   static bool RotateCameraImages(std::vector<tagKVSystemEvent>& events, int cameraNumber, double angleDegrees,
                                  std::wstring& error);
 
@@ -270,7 +276,8 @@ class KVUTILITIES_API KVUtilities {
   static bool ExportExposureStationPointShapefile(std::wstring path, std::vector<tagKVExposureStation> stations,
                                                   std::wstring& error);
 
-  /// Writes the samples of a POS file likewise, in the coordinates `X`, `Y`, `Z` of their target system.
+  /// Writes the samples of a POS file likewise, in the coordinates `X`, `Y`, `Z` of their target system. Fails when the
+  /// .prj cannot be opened.
   /// @param projectionWkt  content of the .prj; most programs understand `tagKVCoordinateSystem::EsriWkt`
   static bool ExportPosPointShapefile(std::wstring path, std::vector<tagKVPosEvent> events, std::wstring projectionWkt,
                                       std::wstring& error);

@@ -32,6 +32,16 @@ ScratchFolder::ScratchFolder(const std::filesystem::path& parent) {
   if (error) FailWriting(parent, error);
 }
 
+bool ScratchFolder::Remove() {
+  try {
+    std::error_code error;
+    std::filesystem::remove_all(path_, error);
+    kept_ = !error;
+  } catch (const std::bad_alloc&) {
+  }
+  return kept_;
+}
+
 ScratchFolder::~ScratchFolder() {
   if (kept_) return;
   try {

@@ -28,6 +28,9 @@ class ScratchFolder {
   ScratchFolder(const ScratchFolder&) = delete;
   ScratchFolder& operator=(const ScratchFolder&) = delete;
 
+  /// Removes the folder now. @return false when it is still there
+  bool Remove();
+
   /// Keeps the folder on disk: after some failures it holds the only copy of a file.
   void Keep() { kept_ = true; }
 
@@ -35,7 +38,7 @@ class ScratchFolder {
 
  private:
   std::filesystem::path path_;
-  bool kept_ = false;
+  bool kept_ = false;  // or removed
 };
 
 }  // namespace kv::mission

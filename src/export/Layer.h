@@ -13,6 +13,7 @@
 
 #include "base/ErrorText.h"
 #include "export/FieldText.h"
+#include "export/LayerSizes.h"
 #include "export/Shape.h"
 #include "export/ShapefileSet.h"
 
@@ -107,6 +108,14 @@ consteval bool FitsTable(const std::array<Column<Record>, kCount>& columns) {
   return true;
 }
 
+/// Bytes of a record in the .dbf, with its deletion mark.
+template <class Record, std::size_t kCount>
+consteval std::size_t RecordBytes(const std::array<Column<Record>, kCount>& columns) {
+  std::size_t bytes = 1;
+  for (const auto& column : columns) bytes += static_cast<std::size_t>(column.width);
+  return bytes;
+}
+
 inline constexpr const wchar_t* kShapeNotCreated = L"Error creating simple shape object.";
 inline constexpr const wchar_t* kShapeNotWritten = L"Error writing simple shape object.";
 inline constexpr const wchar_t* kLimitReached = L"Error writing shapefile. Reached Shapefile limit.";
@@ -120,6 +129,7 @@ struct Layer {
   const wchar_t* tableNotCreated;
   const wchar_t* shapeNotCreated = kShapeNotCreated;
   const wchar_t* shapeNotWritten = kShapeNotWritten;
+  Projection projection = Projection::Optional;
 };
 
 /// Writes the record's shape, then its row.
@@ -152,7 +162,7 @@ const wchar_t* WriteLayer(ShapefileSet& set, const Layer<Record>& layer, std::sp
                           std::string_view projection) {
   if (!set.CreateShapes(layer.shapeType)) return layer.shapefileNotCreated;
   if (!set.CreateTable()) return layer.tableNotCreated;
-  if (!set.WriteProjection(projection)) return layer.shapeNotWritten;
+  if (!set.WriteProjection(projection, layer.projection)) return layer.shapeNotWritten;
   std::size_t rowBytes = 1;
   for (const Column<Record>& column : layer.columns) {
     if (!set.AddColumn(column.name.data(), column.type, column.width, column.decimals)) return layer.shapeNotWritten;

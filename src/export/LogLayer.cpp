@@ -32,7 +32,7 @@ constexpr auto kColumns = std::to_array<kv::Column<Event>>({
     // The table keeps ten characters: callers read AOSSysErro.
     {"AOSSysError", Integer{10}, [](const Event& event, Row) { return event.AOSSysError; }},
 });
-static_assert(FitsTable(kColumns));
+static_assert(FitsTable(kColumns) && RecordBytes(kColumns) == kv::kLogPointBytes);
 
 // The measure is the running number, on purpose, unlike in other point layers.
 void AddPoint(const Event& event, Row row, kv::Shape& shape) {

@@ -52,7 +52,7 @@ constexpr auto kColumns = std::to_array<kv::Column<Photo>>({
     Unknown("CamCalDate", Text{254}),
     {"Index", Integer{10}, [](const Photo&, Row row) { return row.number; }},
 });
-static_assert(FitsTable(kColumns));
+static_assert(FitsTable(kColumns) && RecordBytes(kColumns) == kv::kPhotoBytes);
 
 constexpr kv::Layer<Photo> kPhotoLayer{
     .shapeType = SHPT_POINTZ,

@@ -38,7 +38,7 @@ constexpr auto kColumns = std::to_array<kv::Column<Sample>>({
     Kept<&Sample::Token14>("Token14"),
     Kept<&Sample::Token15>("Token15"),
 });
-static_assert(FitsTable(kColumns));
+static_assert(FitsTable(kColumns) && RecordBytes(kColumns) == kv::kPosPointBytes);
 
 constexpr kv::Layer<Sample> kPosLayer{
     .shapeType = SHPT_POINTZ,
@@ -46,6 +46,7 @@ constexpr kv::Layer<Sample> kPosLayer{
     .addVertices = [](const Sample& sample, Row, kv::Shape& shape) { shape.AddVertex(sample.X, sample.Y, sample.Z); },
     .shapefileNotCreated = L"Error creating POS Shapefile.",
     .tableNotCreated = L"Error creating POS DBF file.",
+    .projection = kv::Projection::Needed,  // it alone says what X and Y are
 };
 
 }  // namespace

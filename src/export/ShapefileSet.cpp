@@ -41,9 +41,10 @@ bool ShapefileSet::CreateTable() {
   return table_ != nullptr;
 }
 
-bool ShapefileSet::WriteProjection(std::string_view wkt) {
+bool ShapefileSet::WriteProjection(std::string_view wkt, Projection need) {
   FilePtr file = OpenFile(FileOfSet(path_, L".prj"), "wb");
   if (!file) {
+    if (need == Projection::Needed) return false;
     std::fprintf(stderr, "%s\n", kProjectionNotWritten);
   } else {
     const bool written = std::fwrite(wkt.data(), 1, wkt.size(), file.get()) == wkt.size();

@@ -17,6 +17,9 @@ inline constexpr std::string_view kWgs84 =
     R"(AUTHORITY["EPSG","6326"]],PRIMEM["Greenwich",0,AUTHORITY["EPSG","8901"]],)"
     R"(UNIT["degree",0.0174532925199433,AUTHORITY["EPSG","9122"]],AUTHORITY["EPSG","4326"]])";
 
+/// Whether a layer's coordinates can be understood without its .prj.
+enum class Projection { Optional, Needed };
+
 /// Writes the four files of a Shapefile set. Call the members in the order of their declaration; each reports success.
 /// Destroying an open set closes its files as they are.
 class ShapefileSet {
@@ -33,8 +36,8 @@ class ShapefileSet {
   /// Creates the .dbf for text in the ANSI code page and removes a .cpg that could contradict it.
   bool CreateTable();
 
-  /// A .prj that cannot be opened is not a failure; it is reported on standard error.
-  bool WriteProjection(std::string_view wkt);
+  /// An optional .prj that cannot be opened is not a failure; it is reported on standard error.
+  bool WriteProjection(std::string_view wkt, Projection need = Projection::Optional);
 
   bool AddColumn(const char* name, DBFFieldType type, int width, int decimals);
 

@@ -32,7 +32,7 @@ constexpr auto kColumns = std::to_array<kv::Column<Station>>({
     {"Cam2TmTick", Text{25}, [](const Station& station, Row) { return kv::TickText(station.Cam2Event.TimeUTC); }},
     {"Cam2Path", Text{254}, [](const Station& station, Row) { return station.Cam2Event.PhotoPath.GetString(); }},
 });
-static_assert(FitsTable(kColumns));
+static_assert(FitsTable(kColumns) && RecordBytes(kColumns) == kv::kStationBytes);
 
 constexpr kv::Layer<Station> kStationLayer{
     .shapeType = SHPT_POINTZ,

@@ -31,7 +31,7 @@ constexpr auto kPointColumns = std::to_array<Column<Fix>>({
     {"TrajTick", Text{25}, [](const Fix&, FixRow row) { return kv::TickText(row.first.TimeUTC); }, kv::Varies::kNever},
     {"AdjGpsSec", Decimal{16, 6}, [](const Fix& fix, FixRow) { return fix.AdjGpsSec; }},
 });
-static_assert(FitsTable(kPointColumns));
+static_assert(FitsTable(kPointColumns) && RecordBytes(kPointColumns) == kv::kTrajectoryPointBytes);
 
 constexpr kv::Layer<Fix> kPointLayer{
     .shapeType = SHPT_POINTZ,

@@ -10,6 +10,7 @@
 #include <system_error>
 #include <utility>
 
+#include "export/LayerSizes.h"
 #include "mission/OutputFolder.h"
 #include "platform/CodePage.h"
 #include "platform/FileNames.h"
@@ -18,6 +19,12 @@ namespace kv::mission {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr std::pair<std::string_view, std::size_t> kRecordBytes[] = {{kTrajectoryPoints, kTrajectoryPointBytes},
+                                                                     {kHousekeepingPoints, kLogPointBytes},
+                                                                     {kPhotos, kPhotoBytes},
+                                                                     {kStations, kStationBytes},
+                                                                     {kPosPoints, kPosPointBytes}};
 
 constexpr std::size_t kPathWidth = 254;  // of the photo layer's column
 
@@ -64,7 +71,17 @@ std::vector<tagKVSystemEvent> PhotoRecords(const Mission& mission) {
 
 }  // namespace
 
+void RefuseOversized(std::string_view layer, const std::string& name, std::size_t records, const char* instead) {
+  const auto found = std::find_if(std::begin(kRecordBytes), std::end(kRecordBytes),
+                                  [&](const auto& row) { return row.first == layer; });
+  if (found == std::end(kRecordBytes)) return;  // the line, which has a single record
+  if (kTableHeader + records * found->second > kLargestTable)
+    throw Failure(fmt::format("{}: {} records need a table of more than 2 GiB, which a Shapefile cannot hold; {}", name,
+                              records, instead));
+}
+
 void WritePosLayer(const std::string& name, const PosPoints& points, const OutputFolder& output, Job& job) {
+  RefuseOversized(kPosPoints, name, points.samples.size(), "write a .csv, which has no limit");
   const std::wstring projection = WideFromUtf8(points.projection);
   const auto exportLayer = [&](std::wstring path, std::vector<tagKVPosEvent> records, std::wstring& error) {
     return KVUtilities::ExportPosPointShapefile(std::move(path), std::move(records), projection, error);
@@ -73,6 +90,9 @@ void WritePosLayer(const std::string& name, const PosPoints& points, const Outpu
 }
 
 void WriteShapefiles(const Mission& mission, const OutputFolder& output, Job& job) {
+  for (const Layer& layer : KVMission::LayersOf(mission))
+    RefuseOversized(layer.name, layer.name, layer.records,
+                    "a GeoPackage has no limit: run again with --outputs gpkg,qgz,report,json");
   const LayerWriter writer(output, job);
   if (mission.trajectory) {
     writer.Write(kTrajectoryLine, KVUtilities::ExportTrajectoryLineShapefile, mission.trajectory->fixes);

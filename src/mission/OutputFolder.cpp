@@ -215,6 +215,7 @@ void OutputFolder::Commit(Job& job) {
             {{"count", Count(lost.size())}, {"names", fmt::format("{}", fmt::join(lost, ", "))}}, {.file = path_});
   if (!renames.IsEmpty()) folders_.Keep();  // a folder without a result goes again
   for (NewFolders& folder : folders) folder.Keep();
+  if (!staging_.Remove()) job.Add(Found::UnfinishedLeft, {{"folder", Utf8(Staging())}}, {.file = Staging()});
 }
 
 }  // namespace kv::mission

@@ -96,12 +96,12 @@ void Tell(int camera, const SharpnessSummary& summary, Job& job) {
 std::array<SharpnessSummary, 2> GradeExposures(std::vector<Exposure>& exposures, const Settings& settings,
                                                std::vector<Thumbnail>& thumbnails, Job& job) {
   const auto pictures = PicturesOf(exposures);
-  std::vector<std::wstring> paths;
-  for (const Picture& picture : pictures) paths.push_back(picture.path);
+  std::vector<std::filesystem::path> paths;
+  for (const Picture& picture : pictures) paths.push_back(NativePath(picture.path));
   SpreadThumbnails spread;
   spread.step = ThumbnailStep(paths.size(), settings);
   const auto grades = GradeFiles(paths, {settings.jobs, settings.maxMegapixels}, job, &spread);
-  for (auto& [at, jpeg] : spread.jpegs) thumbnails.push_back({NativePath(paths[at]), std::move(jpeg)});
+  for (auto& [at, jpeg] : spread.jpegs) thumbnails.push_back({paths[at], std::move(jpeg)});
   const std::array<CameraGrades, 2> cameras{CameraGrades(1, pictures, grades, settings.blurFactor),
                                             CameraGrades(2, pictures, grades, settings.blurFactor)};
   for (Exposure& exposure : exposures) {

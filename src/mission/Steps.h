@@ -109,8 +109,16 @@ Stations FormStations(const std::vector<Exposure>& exposures, double toleranceSe
 /// Whether the attribute table of photos can hold a path: it has 254 characters of Windows-1252.
 bool FitsPhotoPath(const CStringW& path);
 
+/// Refuses a layer whose attribute table would be larger than a Shapefile's can be.
+/// @param layer    its kind, of `kLayerNames`
+/// @param name     of the layer, for the message
+/// @param instead  what to do, for the message
+/// @throws Failure
+void RefuseOversized(std::string_view layer, const std::string& name, std::size_t records, const char* instead);
+
 /// Writes the Shapefile sets of a mission into the staging folder.
-/// @throws Failure with the sentence of the operation that failed; (Stopped)
+/// @throws Failure before anything is written when one of them would be too large; with the sentence of the operation
+///         that failed; (Stopped)
 void WriteShapefiles(const Mission& mission, const OutputFolder& output, Job& job);
 
 /// Writes a layer of samples in a target coordinate system.

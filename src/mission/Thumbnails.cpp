@@ -47,9 +47,9 @@ void MakeMissing(const std::vector<fs::path>& photos, std::size_t most, const Se
                [&](auto& photo) { return !jpegs.contains(photo); });
   const std::size_t step = missing.size() / std::max(most, std::size_t{1}) + 1;
   std::size_t asked = 0, taken = 0;
-  const auto next = [&]() -> std::optional<std::wstring> {
+  const auto next = [&]() -> std::optional<fs::path> {
     if (asked >= missing.size()) return std::nullopt;
-    return WidePath(missing[std::exchange(asked, asked + step)]);
+    return missing[std::exchange(asked, asked + step)];
   };
   MakeInOrder(ThreadsFor(settings.jobs), next, ThumbnailOfFile, [&](std::string jpeg) {
     job.ThrowIfStopped();

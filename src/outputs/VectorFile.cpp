@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <mutex>
 #include <utility>
 
 #include "base/Writing.h"
@@ -19,6 +20,15 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const wchar_t* kWgs84 = L"EPSG:4326";
+
+/// Whether GDAL has a driver. Its registration of all drivers rewrites what other threads may be rewriting too, so it is
+/// asked for only when the driver is not there yet.
+bool HasDriver(const char* name) {
+  static std::mutex oneAtATime;
+  const std::lock_guard lock(oneAtATime);
+  if (!GDALGetDriverByName(name)) GDALAllRegister();
+  return GDALGetDriverByName(name) != nullptr;
+}
 
 /// With a null pointer at the end, as GDAL takes them.
 char** Terminated(Options& options) {
@@ -100,14 +110,13 @@ VectorFile::VectorFile(const Format& format, fs::path staged, fs::path path)
     : format_(format), staged_(std::move(staged)), path_(std::move(path)) {
   if (format_.inMemory) memory_.emplace(Utf8(staged_.extension()));  // the driver asks for it
   const std::string name = memory_ ? memory_->Name() : GdalName(staged_);
-  GDALAllRegister();
   const QuietErrors quiet;
-  CPLErrorReset();
-  const GDALDriverH driver = GDALGetDriverByName(format_.driver);
-  if (!driver)
+  if (!HasDriver(format_.driver))
     throw Failure(fmt::format("{}: the installed GDAL has no driver {}", Utf8(path_.filename()), format_.driver));
   Options options = format_.fileOptions;
-  dataset_.reset(GDALCreate(driver, name.c_str(), 0, 0, 0, GDT_Unknown, Terminated(options)));
+  CPLErrorReset();
+  dataset_.reset(
+      GDALCreate(GDALGetDriverByName(format_.driver), name.c_str(), 0, 0, 0, GDT_Unknown, Terminated(options)));
   FailUnless(dataset_ != nullptr);
 }
 

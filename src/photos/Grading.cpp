@@ -9,13 +9,12 @@
 #include "photos/PictureClaims.h"
 #include "photos/Sharpness.h"
 #include "photos/Thumbnail.h"
-#include "platform/FileNames.h"
 
 namespace kv::mission {
 namespace {
 
 struct Photo {
-  std::wstring path;
+  std::filesystem::path path;
   bool isPictured;  // a thumbnail is wanted
 };
 struct Graded {
@@ -24,11 +23,12 @@ struct Graded {
 };
 
 Graded GradeOf(const Photo& photo, double mostMegapixels) try {
-  RefuseHugePicture(NativePath(photo.path), mostMegapixels);
+  const std::int64_t memory = CheckPicture(photo.path, mostMegapixels);
   std::optional<BoxFilter> filter;
   const RowTaker shrink{[&](cv::Size size) { filter.emplace(size, kThumbnailSide); },
                         [&](const cv::Mat& rows) { filter->Add(rows); }};
-  auto [sharpness, damage] = GradeFile(photo.path, photo.isPictured ? &shrink : nullptr);
+  auto [sharpness, damage] =
+      GradeFile(photo.path, photo.isPictured ? &shrink : nullptr, memory / kDecodedBytesPerPixel);
   Graded graded{{sharpness, {}, std::move(damage)}, {}};
   if (filter) graded.thumbnail = ThumbnailOf(filter->Result(), OrientationOf(photo.path));
   return graded;
@@ -38,7 +38,7 @@ Graded GradeOf(const Photo& photo, double mostMegapixels) try {
 
 }  // namespace
 
-std::vector<Grade> GradeFiles(const std::vector<std::wstring>& paths, const GradeOptions& options, Job& job,
+std::vector<Grade> GradeFiles(const std::vector<std::filesystem::path>& paths, const GradeOptions& options, Job& job,
                               SpreadThumbnails* thumbnails) {
   Meter meter(job, "grading", "photos");
   const std::size_t step = thumbnails ? thumbnails->step : 0;
@@ -63,8 +63,6 @@ std::vector<Grade> GradeFiles(const std::vector<std::wstring>& paths, const Grad
 
 std::vector<KVMission::Grade> KVMission::GradePhotos(const std::vector<std::filesystem::path>& photos,
                                                      const GradeOptions& options, Observer& observer) {
-  std::vector<std::wstring> paths;
-  for (const auto& photo : photos) paths.push_back(kv::WidePath(photo));
   kv::mission::Job job(observer);
-  return kv::mission::GradeFiles(paths, options, job);
+  return kv::mission::GradeFiles(photos, options, job);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
@@ -15,9 +16,9 @@ struct SpreadThumbnails {
   std::map<std::size_t, std::string> jpegs;  ///< by the photo's place in the list; without those that failed
 };
 
-/// Like `KVMission::GradePhotos`, for wide paths.
+/// Like `KVMission::GradePhotos`, with thumbnails.
 /// @throws Failure (Stopped)
-std::vector<Grade> GradeFiles(const std::vector<std::wstring>& paths, const GradeOptions& options, Job& job,
+std::vector<Grade> GradeFiles(const std::vector<std::filesystem::path>& paths, const GradeOptions& options, Job& job,
                               SpreadThumbnails* thumbnails = nullptr);
 
 }  // namespace kv::mission

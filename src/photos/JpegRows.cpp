@@ -105,6 +105,18 @@ cv::Size JpegRows::Size() const {
   return {static_cast<int>(state_->decoder.image_width), static_cast<int>(state_->decoder.image_height)};
 }
 
+int JpegRows::Components() const { return state_->decoder.num_components; }
+
+bool JpegRows::IsArithmetic() const { return state_->decoder.arith_code; }
+
+std::size_t JpegRows::BytesOfSeveralScans() const {
+  jpeg_decompress_struct& decoder = state_->decoder;
+  std::size_t blocks = 0;
+  for (int i = 0; i < decoder.num_components && jpeg_has_multiple_scans(&decoder); ++i)
+    blocks += std::size_t{decoder.comp_info[i].width_in_blocks} * decoder.comp_info[i].height_in_blocks;
+  return blocks * sizeof(JBLOCK);
+}
+
 bool JpegRows::Begin() {
   jpeg_decompress_struct& decoder = state_->decoder;
   if (state_->hasWarned || (decoder.num_components != 1 && decoder.num_components != 3)) return false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
 #include <memory>
 #include <opencv2/core/mat.hpp>
@@ -21,7 +22,12 @@ class JpegRows {
 
   /// @return false when this is not a JPEG that can be decoded
   bool ReadHeader();
-  cv::Size Size() const;  ///< after `ReadHeader`
+  // After `ReadHeader`:
+  cv::Size Size() const;
+  int Components() const;
+  bool IsArithmetic() const;  ///< its decoder does not warn of missing data
+  std::size_t BytesOfSeveralScans()
+      const;  ///< memory for a picture that comes in several scans; 0 for one in a single scan
 
   /// Begins to decode at full size into blue, green, red and an unused channel. @return false when the rows would not be OpenCV's
   bool Begin();

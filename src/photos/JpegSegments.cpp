@@ -1,5 +1,8 @@
 #include "photos/JpegSegments.h"
 
+#include <algorithm>
+#include <array>
+
 #include "photos/JpegMarkers.h"
 
 namespace kv::mission {
@@ -44,6 +47,29 @@ std::optional<JpegLayout> LayOut(std::string_view file) {
     at += length;
   }
   return std::nullopt;
+}
+
+JpegScans ScansIn(std::string_view rest) {
+  JpegScans scans;
+  std::array<bool, 256> isThere{};
+  for (std::size_t at = NextMarker(rest, 0); at < rest.size(); at = NextMarker(rest, at)) {
+    const int marker = ByteAt(rest, at++);
+    if (StandsAlone(marker)) continue;
+    if (marker == kEndOfImage || rest.size() - at < 2) break;
+    const auto length = static_cast<std::size_t>(BigEndian16(rest, at));
+    if (length < 3 || length >= rest.size() - at) break;
+    if (marker == kStartOfScan) {
+      ++scans.count;
+      const auto components = static_cast<std::size_t>(ByteAt(rest, at + 2));
+      for (std::size_t i = 0; i < components && 3 + 2 * i < length; ++i)
+        isThere[static_cast<std::size_t>(ByteAt(rest, at + 3 + 2 * i))] = true;
+      const std::string_view data = rest.substr(at + length);
+      scans.hasData = scans.hasData || data[0] != '\xFF' || data.substr(1, 1) == std::string_view("\0", 1);
+    }
+    at += length;
+  }
+  scans.components = static_cast<int>(std::count(isThere.begin(), isThere.end(), true));
+  return scans;
 }
 
 void AppendSegment(int marker, std::string_view content, std::string& file) {

@@ -24,6 +24,16 @@ struct JpegLayout {
 /// @return nothing when the bytes do not form a JPEG file up to its first scan, with a frame header
 std::optional<JpegLayout> LayOut(std::string_view file);
 
+/// The picture data of a JPEG file.
+struct JpegScans {
+  std::size_t count = 0;
+  int components = 0;    ///< those that a scan has
+  bool hasData = false;  ///< in any scan
+};
+
+/// @param rest  as of a `JpegLayout`
+JpegScans ScansIn(std::string_view rest);
+
 /// Whether a segment has room for this much content.
 constexpr bool FitsSegment(std::size_t contentBytes) { return contentBytes <= 0xFFFF - 2; }
 

@@ -21,7 +21,7 @@ double KVUtilities::ComputeImageSharpnessFactor(std::wstring path, std::wstring&
     error = kNoFile + path;
     return 0.0;
   }
-  return kv::GradeFile(path).sharpness;
+  return kv::GradeFile(kv::NativePath(path)).sharpness;
 } catch (...) {
   error = kUnexpectedError + path;
   return 0.0;

@@ -75,12 +75,14 @@ bool IsCutOff(std::string_view jpeg) {
 }
 
 /// @param complaint  receives what the decoder says of a damaged picture
+/// @param pixels     receives their number; 0 when the header cannot be read
 /// @return           false when OpenCV has to decode the picture
-bool TakeJpegRows(std::FILE* file, const RowTaker& taker, std::string& complaint) {
+bool TakeJpegRows(std::FILE* file, const RowTaker& taker, std::string& complaint, std::int64_t& pixels) {
   JpegRows jpeg(file);
   if (!jpeg.ReadHeader()) return false;
   const auto [columns, rows] = jpeg.Size();
-  if (std::int64_t{columns} * rows > kMostPixels) return false;
+  pixels = std::int64_t{columns} * rows;
+  if (pixels > kMostPixels) return false;
   bool isWhole = jpeg.Begin();
   if (!isWhole && jpeg.Complaint().empty()) jpeg.Check();  // OpenCV, which decodes this kind, does not tell of damage
   if (isWhole) taker.begin(jpeg.Size());
@@ -105,17 +107,17 @@ bool IsWhole(const std::vector<unsigned char>& bytes, const cv::Mat& picture) {
 
 // A JPEG is small compared with its picture and decodes faster from memory than in reads of 4 KiB. Other files are
 // opened by name where that always works, so that bytes and picture are not in memory together.
-cv::Mat ReadPicture(std::wstring_view path, int flags) {
-  const FilePtr file = OpenFile(path, "rb");
-  const std::uint64_t size = FileSize(path).value_or(0);
-  if (!file || size == 0) Fail("not a readable file");
+cv::Mat ReadPicture(const std::filesystem::path& path, int flags) {
+  const FilePtr file = OpenNative(path, "rb");
+  const std::uint64_t size = file ? FileSize(file.get()).value_or(0) : 0;
+  if (size == 0) Fail("not a readable file");
   cv::Mat picture;
   if (const bool isJpeg = IsJpeg(file.get()); isJpeg || !kNarrowNamesSpellAll) {
     std::string bytes = ReadAll(file.get(), size);
     if (isJpeg && IsCutOff(bytes)) Fail("the JPEG is cut off");
     picture = cv::imdecode(cv::Mat(1, static_cast<int>(size), CV_8UC1, bytes.data()), flags);
   } else {
-    picture = cv::imread(NativePath(path).string(), flags);
+    picture = cv::imread(path.string(), flags);
   }
   if (picture.empty()) Fail("not a picture that can be decoded");
   return picture;
@@ -123,12 +125,14 @@ cv::Mat ReadPicture(std::wstring_view path, int flags) {
 
 int BandRows(int columns) { return std::max(kBandPixels / columns, kFewestBandRows); }
 
-std::string ReadPictureRows(std::wstring_view path, const RowTaker& taker) {
+std::string ReadPictureRows(const std::filesystem::path& path, const RowTaker& taker, std::int64_t mostWhole) {
   std::string complaint;
-  if (const FilePtr file = OpenFile(path, "rb"); file && IsJpeg(file.get())) {
+  std::int64_t pixels = 0;
+  if (const FilePtr file = OpenNative(path, "rb"); file && IsJpeg(file.get())) {
     if (!SeekFile(file.get(), 0)) Fail("the file cannot be read");
-    if (TakeJpegRows(file.get(), taker, complaint)) return {};
+    if (TakeJpegRows(file.get(), taker, complaint, pixels)) return {};
   }
+  if (pixels > mostWhole) Fail(complaint.empty() ? "too large to be decoded whole" : complaint.c_str());
   const cv::Mat picture = ReadPicture(path, cv::IMREAD_COLOR | cv::IMREAD_IGNORE_ORIENTATION);
   taker.begin(picture.size());
   const int bandRows = BandRows(picture.cols);

@@ -1,17 +1,20 @@
 #pragma once
 
+#include <cstdint>
+#include <filesystem>
 #include <functional>
+#include <limits>
 #include <opencv2/core/mat.hpp>
 #include <string>
 #include <string_view>
 
-/// Picture files under wide paths, with any name on any system.
+/// Picture files with any name on any system.
 namespace kv {
 
 /// @param flags  as for cv::imread
 /// @throws       std::exception when the file cannot be read, is not a picture, or is a truncated JPEG, whose missing
 ///               rows OpenCV would invent
-cv::Mat ReadPicture(std::wstring_view path, int flags);
+cv::Mat ReadPicture(const std::filesystem::path& path, int flags);
 
 /// Is given a picture from top to bottom.
 struct RowTaker {
@@ -24,11 +27,15 @@ struct RowTaker {
 /// @param columns  at least 1
 int BandRows(int columns);
 
+constexpr std::int64_t kAnyPixels = std::numeric_limits<std::int64_t>::max();
+
 /// Decodes a picture as it is stored: its orientation tag is ignored. Of a JPEG only a band of rows is in memory at a
 /// time, unless it is damaged or of an unusual kind.
+/// @param mostWhole  pixels of a JPEG that may be in memory together
 /// @return what the decoder said of a damaged JPEG; empty for others
-/// @throws as `ReadPicture`
-std::string ReadPictureRows(std::wstring_view path, const RowTaker& taker);
+/// @throws as `ReadPicture`; when a JPEG would have to be whole in memory and is larger than `mostWhole`
+std::string ReadPictureRows(const std::filesystem::path& path, const RowTaker& taker,
+                            std::int64_t mostWhole = kAnyPixels);
 
 /// Replaces a picture file in one step: the path names either the old file, untouched, or the complete new one. For a
 /// link the target is replaced; permissions stay.

@@ -49,7 +49,7 @@ bool KVUtilities::RotateImage(std::wstring path, double angleDegrees, std::wstri
     error = kNoFile + path;
     return false;
   }
-  kv::ReplacePicture(path, Rotated(kv::ReadPicture(path, cv::IMREAD_UNCHANGED), angleDegrees));
+  kv::ReplacePicture(path, Rotated(kv::ReadPicture(kv::NativePath(path), cv::IMREAD_UNCHANGED), angleDegrees));
   return true;
 } catch (...) {
   error = kUnexpectedError + path;

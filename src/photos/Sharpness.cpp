@@ -151,17 +151,18 @@ double SharpnessMeter::Sharpness() const {
   return SquareOfDeviation(sum_, squares_, static_cast<double>(size_.width) * size_.height);
 }
 
-GradedFile GradeFile(const std::wstring& path, const RowTaker* look) {
+GradedFile GradeFile(const std::filesystem::path& path, const RowTaker* look, std::int64_t mostWhole) {
   std::optional<SharpnessMeter> meter;
   GradedFile graded;
-  graded.damage = ReadPictureRows(path, {[&](cv::Size size) {
-                                           meter.emplace(size);
-                                           if (look) look->begin(size);
-                                         },
-                                         [&](const cv::Mat& rows) {
-                                           meter->Add(rows);
-                                           if (look) look->take(rows);
-                                         }});
+  const RowTaker taker{[&](cv::Size size) {
+                         meter.emplace(size);
+                         if (look) look->begin(size);
+                       },
+                       [&](const cv::Mat& rows) {
+                         meter->Add(rows);
+                         if (look) look->take(rows);
+                       }};
+  graded.damage = ReadPictureRows(path, taker, mostWhole);
   graded.sharpness = meter->Sharpness();
   return graded;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <opencv2/core/mat.hpp>
 #include <string>
 
@@ -39,8 +40,10 @@ struct GradedFile {
 };
 
 /// Decodes a photo and grades it.
-/// @param look  is given the same rows; may be null
+/// @param look       is given the same rows; may be null
+/// @param mostWhole  as for `ReadPictureRows`
 /// @throws std::exception  with the reason when it cannot be decoded
-GradedFile GradeFile(const std::wstring& path, const RowTaker* look = nullptr);
+GradedFile GradeFile(const std::filesystem::path& path, const RowTaker* look = nullptr,
+                     std::int64_t mostWhole = kAnyPixels);
 
 }  // namespace kv

@@ -12,14 +12,14 @@
 
 #include "photos/BoxFilter.h"
 #include "photos/JpegHeader.h"
+#include "photos/PictureClaims.h"
 #include "photos/PictureFile.h"
-#include "platform/FileNames.h"
 
 namespace kv::mission {
 namespace {
 
 constexpr int kQuality = 70;
-constexpr std::int64_t kMostPixels = std::int64_t{1} << 28;  // 268 megapixels
+constexpr double kMostMegapixels = 268;
 
 struct ReleaseExif {
   void operator()(ExifData* data) const noexcept { exif_data_unref(data); }
@@ -44,8 +44,8 @@ void TurnUpright(cv::Mat& picture, int orientation) {
 
 }  // namespace
 
-int OrientationOf(const std::wstring& photo) {
-  const auto header = ReadJpegHeader(NativePath(photo));
+int OrientationOf(const std::filesystem::path& photo) {
+  const auto header = ReadJpegHeader(photo);
   return header ? OrientationIn(*header) : 1;
 }
 
@@ -58,9 +58,10 @@ std::string ThumbnailOf(cv::Mat small, int orientation) try {
   return {};
 }
 
-std::string ThumbnailOfFile(const std::wstring& photo) try {
-  const auto header = ReadJpegHeader(NativePath(photo));
-  if (!header || header->width == 0 || std::int64_t{header->width} * header->height > kMostPixels) return {};
+std::string ThumbnailOfFile(const std::filesystem::path& photo) try {
+  const auto header = ReadJpegHeader(photo);
+  if (!header || header->width == 0) return {};
+  CheckPicture(photo, kMostMegapixels);
   const int side = std::max(header->width, header->height);
   const int flags = side >= 8 * kThumbnailSide   ? cv::IMREAD_REDUCED_COLOR_8
                     : side >= 4 * kThumbnailSide ? cv::IMREAD_REDUCED_COLOR_4

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <utility>
 
 namespace kv {
@@ -32,7 +33,7 @@ bool TextStream::ReadLine(std::string_view& line, std::size_t longest) {
 
 bool TextStream::ReadPiece(std::string_view& line, std::size_t longest) {
   for (std::size_t searched = 0;;) {
-    const char* begin = buffer_.data() + begin_;
+    const char* begin = buffer_.get() + begin_;
     const std::size_t available = end_ - begin_;
     if (const void* found =
             available > searched ? std::memchr(begin + searched, '\n', available - searched) : nullptr) {
@@ -44,7 +45,7 @@ bool TextStream::ReadPiece(std::string_view& line, std::size_t longest) {
     searched = available;
     const bool mayFit = searched <= longest || searched - longest == 1;  // one more: the CR of a CR LF
     if (mayFit && Fill()) continue;
-    line = {buffer_.data() + begin_, end_ - begin_};
+    line = {buffer_.get() + begin_, end_ - begin_};
     begin_ = end_;
     return !line.empty();
   }
@@ -59,11 +60,11 @@ std::size_t TextStream::BlockBytes() const {
 bool TextStream::Fill() {
   if (atEnd_) return false;
   const std::size_t kept = end_ - begin_;
-  if (kept > 0 && begin_ > 0) std::memmove(buffer_.data(), buffer_.data() + begin_, kept);
+  if (kept > 0 && begin_ > 0) std::memmove(buffer_.get(), buffer_.get() + begin_, kept);
   begin_ = 0;
   const std::size_t room = BlockBytes();
-  if (buffer_.size() < kept + room) buffer_.resize(kept < room ? 2 * room : 2 * kept + room);
-  char* block = buffer_.data() + kept;
+  if (room_ < kept + room) Grow(kept < room ? 2 * room : kept + kept / 4 + room);
+  char* block = buffer_.get() + kept;
   std::size_t read = std::fread(block, 1, room, file_.get());
   atEnd_ = read < room;
   if (atEnd_ && std::ferror(file_.get())) error_ = errno != 0 ? errno : EIO;
@@ -75,6 +76,15 @@ bool TextStream::Fill() {
   end_ = kept + read;
   bytesRead_ += read;
   return read > 0;
+}
+
+// A vector would copy a line of a gigabyte again and again and fill what it has not read. Large blocks move by their pages.
+void TextStream::Grow(std::size_t bytes) {
+  char* const grown = static_cast<char*>(std::realloc(buffer_.get(), bytes));
+  if (!grown) throw std::bad_alloc();
+  static_cast<void>(buffer_.release());
+  buffer_.reset(grown);
+  room_ = bytes;
 }
 
 std::uint64_t TextStream::BytesLeft() const {

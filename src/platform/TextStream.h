@@ -4,8 +4,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
 #include <string_view>
-#include <vector>
 
 namespace kv {
 
@@ -32,7 +33,7 @@ class TextStream {
   /// @return  false at the end
   bool ReadPiece(std::string_view& piece, std::size_t longest);
   /// Whether a line end followed what was read last. The last line of a file need not have one.
-  bool IsAtLineStart() const { return begin_ > 0 && buffer_[begin_ - 1] == '\n'; }
+  bool IsAtLineStart() const { return begin_ > 0 && buffer_.get()[begin_ - 1] == '\n'; }
 
   /// Why the file could not be opened or read, a value of `errno`; 0 if neither failed.
   int Error() const { return error_; }
@@ -43,12 +44,18 @@ class TextStream {
   std::uint64_t FileBytes() const { return fileBytes_; }  ///< 0 when the size is not known, as for a pipe
 
  private:
+  struct Free {
+    void operator()(char* bytes) const noexcept { std::free(bytes); }
+  };
+
   std::size_t BlockBytes() const;
   bool Fill();
+  void Grow(std::size_t bytes);
 
   FilePtr file_;
-  std::vector<char> buffer_;  // grows only for a line longer than itself
-  std::size_t begin_ = 0;     // first byte not yet returned
+  std::unique_ptr<char, Free> buffer_;  // grows only for a line longer than itself
+  std::size_t room_ = 0;                // bytes of it
+  std::size_t begin_ = 0;               // first byte not yet returned
   std::size_t end_ = 0;
   std::uint64_t bytesRead_ = 0;  // of the file; up to end_
   std::uint64_t fileBytes_ = 0;

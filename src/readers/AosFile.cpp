@@ -19,11 +19,15 @@ constexpr const wchar_t* kErrorTicksPerSecond = L"Error computing Ticks/Second f
 template <class Read>
 void ForEachAosLine(const std::wstring& path, Read read) {
   kv::ByteOrderMark mark;
+  std::array<std::string_view, kv::kMostOrientationTokens> used;
   std::array<std::wstring_view, kv::kMostOrientationTokens> tokens;
   std::wstring wide;
   kv::TextStream file(path);
   for (std::string_view line; file.ReadLine(line);) {
-    kv::WidenAnsi(mark.Skip(line), wide);
+    line = mark.Skip(line);
+    const auto found = kv::Tokenise(line, kv::Delimiters(","), used);
+    if (found.size() < 2) continue;                                                 // fewer than any line that is read
+    kv::WidenAnsi({line.data(), found.back().data() + found.back().size()}, wide);  // a line may be a gigabyte
     read(kv::Tokenise(std::wstring_view(wide), kv::Delimiters(","), tokens));
   }
 }

@@ -15,6 +15,21 @@ constexpr std::array<std::wstring_view, 4> kLabels = {L"Date of Mission", L"Star
                                                       L"Mapping frame projection"};
 constexpr std::size_t kMostEntriesOfLine = 16;
 
+// A name or label without the blanks around it. One that is longer than any is cut, so that a line of a gigabyte is not
+// widened: it is no name either way. With blanks beyond ASCII it might be one.
+std::wstring NameIn(std::string_view text) {
+  constexpr std::size_t kLongest = 1024;
+  text = WithoutBlanks(text, " \t\n\v\f\r");
+  std::wstring name;
+  if (text.size() > kLongest &&
+      std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; })) {
+    WidenAnsi(text.substr(0, kLongest), name);
+    return name;
+  }
+  WidenAnsi(text, name);
+  return std::wstring(Trimmed(name));
+}
+
 // Gives nothing for a time that does not exist.
 std::optional<ApplanixHeader::WeekStart> WeekStartOf(std::wstring_view date, std::wstring_view time) {
   ApplanixHeader::WeekStart start{-1, 0};
@@ -27,12 +42,13 @@ std::optional<ApplanixHeader::WeekStart> WeekStartOf(std::wstring_view date, std
 
 }  // namespace
 
-bool ApplanixHeader::Read(std::wstring_view line) {
-  if (WithoutLeadingBlanks(line).starts_with(L"(time in Sec")) return true;
-  if (!Trimmed(line).empty()) columns_ = line;
+bool ApplanixHeader::Read(std::string_view line) {
+  const std::wstring start = NameIn(line);
+  if (start.starts_with(L"(time in Sec")) return true;
+  if (!start.empty()) ReadColumns(line);
   // One line may hold several entries, separated by semicolons.
-  std::array<std::wstring_view, kMostEntriesOfLine> entries;
-  for (const std::wstring_view entry : Tokenise(line, Delimiters(";"), entries)) ReadEntry(entry);
+  std::array<std::string_view, kMostEntriesOfLine> entries;
+  for (const std::string_view entry : Tokenise(line, Delimiters(";"), entries)) ReadEntry(entry);
   return false;
 }
 
@@ -43,26 +59,26 @@ std::optional<ApplanixHeader::WeekStart> ApplanixHeader::Start() const {
   return start ? start : WeekStartOf(date, L"00:00:00");
 }
 
-std::vector<std::wstring_view> ApplanixHeader::Columns() const {
-  std::vector<std::wstring_view> columns;
-  std::wstring_view rest = columns_;
-  for (std::size_t length = 0; length != std::wstring_view::npos && columns.size() < kMostColumns;) {
-    length = rest.find(L',');
-    columns.push_back(Trimmed(rest.substr(0, length)));
-    if (length != std::wstring_view::npos) rest.remove_prefix(length + 1);
+void ApplanixHeader::ReadColumns(std::string_view line) {
+  columns_.clear();
+  for (std::size_t length = 0; length != std::string_view::npos && columns_.size() < kMostColumns;) {
+    length = line.find(',');
+    columns_.push_back(NameIn(line.substr(0, length)));
+    if (length != std::string_view::npos) line.remove_prefix(length + 1);
   }
-  while (!columns.empty() && columns.back().empty()) columns.pop_back();  // a comma after the last name
-  return columns;
+  while (!columns_.empty() && columns_.back().empty()) columns_.pop_back();  // a comma after the last name
 }
 
 // Reads "label: value". If a label occurs more than once, the first value counts.
-void ApplanixHeader::ReadEntry(std::wstring_view text) {
+void ApplanixHeader::ReadEntry(std::string_view text) {
   static_assert(kLabels.size() == kEntries);
-  const std::size_t colon = text.find(L':');
-  const auto label = std::find(kLabels.begin(), kLabels.end(), Trimmed(text.substr(0, colon)));
-  if (colon == std::wstring_view::npos || label == kLabels.end()) return;
+  const std::size_t colon = text.find(':');
+  const auto label = std::find(kLabels.begin(), kLabels.end(), NameIn(text.substr(0, colon)));
+  if (colon == std::string_view::npos || label == kLabels.end()) return;
   std::wstring& value = values_[static_cast<std::size_t>(label - kLabels.begin())];
-  if (value.empty()) value = Trimmed(text.substr(colon + 1));
+  if (!value.empty()) return;
+  WidenAnsi(text.substr(colon + 1), value);
+  value = std::wstring(Trimmed(value));
 }
 
 }  // namespace kv

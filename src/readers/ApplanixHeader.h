@@ -21,14 +21,15 @@ class ApplanixHeader {
 
   static constexpr std::size_t kMostColumns = 64;  ///< later ones are ignored
 
-  /// @return whether the line ends the header
-  bool Read(std::wstring_view line);
+  /// @param line  bytes in the code page
+  /// @return      whether it ends the header
+  bool Read(std::string_view line);
 
   /// Start of the mission; midnight if the header has no valid time of day, nothing if it has no valid date.
   std::optional<WeekStart> Start() const;
 
   /// Column names from the last line before the end; a name may be empty.
-  std::vector<std::wstring_view> Columns() const;
+  const std::vector<std::wstring>& Columns() const { return columns_; }
 
   std::wstring_view Datum() const { return values_[kDatum]; }
   std::wstring_view Projection() const { return values_[kProjection]; }
@@ -36,9 +37,10 @@ class ApplanixHeader {
  private:
   enum Entry : std::size_t { kDate, kTime, kDatum, kProjection, kEntries };
 
-  void ReadEntry(std::wstring_view text);
+  void ReadColumns(std::string_view line);
+  void ReadEntry(std::string_view text);
 
-  std::wstring columns_;
+  std::vector<std::wstring> columns_;
   std::array<std::wstring, kEntries> values_;
 };
 

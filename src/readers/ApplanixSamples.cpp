@@ -53,7 +53,7 @@ constexpr TextColumn kTextColumns[] = {
 };
 
 // @param last  whether to take the last of several columns with this name
-std::optional<std::size_t> Find(std::wstring_view name, bool last, std::span<const std::wstring_view> names) {
+std::optional<std::size_t> Find(std::wstring_view name, bool last, std::span<const std::wstring> names) {
   std::optional<std::size_t> found;
   for (std::size_t i = 0; i < names.size() && (last || !found); ++i) {
     if (names[i] == name) found = i;
@@ -67,7 +67,7 @@ ApplanixColumns::ApplanixColumns() : ApplanixColumns(ApplanixHeader()) {}
 
 ApplanixColumns::ApplanixColumns(const ApplanixHeader& header) {
   static_assert(std::size(kNumberColumns) == kNumbers && std::size(kTextColumns) == kTexts);
-  const std::vector<std::wstring_view> names = header.Columns();
+  const std::vector<std::wstring>& names = header.Columns();
   count_ = names.size();
   time_ = Find(kTimeColumn, false, names);
   if (!time_) AddMissing(kTimeColumn);
@@ -79,24 +79,29 @@ ApplanixColumns::ApplanixColumns(const ApplanixHeader& header) {
   for (std::size_t i = 0; i < kTexts; ++i) texts_[i] = Find(kTextColumns[i].name, false, names);
 }
 
-bool ApplanixColumns::ReadRow(std::span<const std::wstring_view> tokens, const Event& earlier, double& seconds,
+bool ApplanixColumns::ReadRow(std::span<const std::string_view> tokens, const Event& earlier, double& seconds,
                               Event& row) const {
   if (tokens.size() < count_) return false;
   const auto time = FiniteNumber(tokens[*time_]);
   if (!time) return false;
   seconds = *time;
-  row.GpsSecondsText = FieldText(tokens[*time_]);
+  std::wstring wide;
+  const auto textOf = [&](std::string_view token, const CStringW& before) {
+    WidenAnsi(token, wide);
+    return FieldText(wide, before);
+  };
+  row.GpsSecondsText = textOf(tokens[*time_], {});
   for (std::size_t i = 0; i < kNumbers; ++i) {
     if (!numbers_[i]) continue;
-    const std::wstring_view token = tokens[*numbers_[i]];
+    const std::string_view token = tokens[*numbers_[i]];
     const auto value = FiniteNumber(token);
     if (!value) return false;
     row.*kNumberColumns[i].number = *value;
-    if (const auto text = kNumberColumns[i].text) row.*text = FieldText(token, earlier.*text);
+    if (const auto text = kNumberColumns[i].text) row.*text = textOf(token, earlier.*text);
   }
   for (std::size_t i = 0; i < kTexts; ++i) {
     const auto text = kTextColumns[i].text;
-    if (texts_[i]) row.*text = FieldText(tokens[*texts_[i]], earlier.*text);
+    if (texts_[i]) row.*text = textOf(tokens[*texts_[i]], earlier.*text);
   }
   return true;
 }
@@ -115,17 +120,17 @@ void ApplanixReader::BeginAt(FILETIME timeUTC) {
 }
 
 void ApplanixReader::Read(std::string_view line, std::vector<Event>& samples) {
-  WidenAnsi(mark_.Skip(line), line_);
-  if (columns_) return ReadRow(samples);
-  if (!header_.Read(line_)) return;
+  line = mark_.Skip(line);
+  if (columns_) return ReadRow(line, samples);
+  if (!header_.Read(line)) return;
   columns_.emplace(header_);
   datum_ = FieldText(header_.Datum());
   projection_ = FieldText(header_.Projection());
   if (!start_) start_ = header_.Start();
 }
 
-void ApplanixReader::ReadRow(std::vector<Event>& samples) {
-  const std::span<const std::wstring_view> tokens = Tokenise(std::wstring_view(line_), Delimiters("\t "), tokens_);
+void ApplanixReader::ReadRow(std::string_view line, std::vector<Event>& samples) {
+  const std::span<const std::string_view> tokens = Tokenise(line, Delimiters("\t "), tokens_);
   if (tokens.empty() || !IsReadable()) return;
   double seconds = 0.0;
   Event sample;

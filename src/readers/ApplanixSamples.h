@@ -30,7 +30,7 @@ class ApplanixColumns {
   /// @param seconds  receives the time
   /// @return         false for a row with too few columns or without a finite number where one belongs; `row` is then
   ///                 undefined
-  bool ReadRow(std::span<const std::wstring_view> tokens, const tagKVPosEvent& earlier, double& seconds,
+  bool ReadRow(std::span<const std::string_view> tokens, const tagKVPosEvent& earlier, double& seconds,
                tagKVPosEvent& row) const;
 
  private:
@@ -78,11 +78,10 @@ class ApplanixReader {
   std::wstring_view Projection() const { return header_.Projection(); }
 
  private:
-  void ReadRow(std::vector<tagKVPosEvent>& samples);
+  void ReadRow(std::string_view line, std::vector<tagKVPosEvent>& samples);
 
   ByteOrderMark mark_;
-  std::wstring line_;
-  std::array<std::wstring_view, ApplanixHeader::kMostColumns> tokens_;
+  std::array<std::string_view, ApplanixHeader::kMostColumns> tokens_;
   ApplanixHeader header_;
   std::optional<ApplanixColumns> columns_;
   std::optional<WeekStart> start_;

@@ -66,7 +66,23 @@ TEST_F(ReliabilityTest, ResultsAreOnTheDiskBeforeEarlierOnesGo) {
   EXPECT_LT(folder, removed) << trace;
 }
 
+TEST_F(ReliabilityTest, UnfinishedFilesThatCannotBeRemovedAreNamed) {
+  if (Shell("command -v strace") != 0) GTEST_SKIP() << "strace is not installed";
+  EXPECT_EQ(Shell("ASAN_OPTIONS=detect_leaks=0 strace -f -qq -e trace=unlinkat,rmdir -e "
+                  "inject=unlinkat,rmdir:error=EBUSY -o trace " +
+                  Run("--outputs json")),
+            0)
+      << temp_.Read("err");
+  ExpectError("this folder of unfinished files cannot be removed; delete it");
+  EXPECT_TRUE(fs::exists(temp_.Path() / "o/summary.json"));
+}
+
 #endif
+
+TEST_F(ReliabilityTest, PhotosMayHaveABackslashInTheirNames) {
+  ASSERT_EQ(Shell("mkdir 'a\\b'; for photo in m/cam1/*; do cp $photo 'a\\b/c\\d.jpg'; done"), 0);
+  EXPECT_EQ(Shell("$K grade -q 'a\\b' 'a\\b/c\\d.jpg'"), 0) << temp_.Read("err");
+}
 
 TEST_F(ReliabilityTest, SimulateReplacesLinksInItsFolder) {
   ASSERT_EQ(Shell("echo mine > mine; cd m; ln -sf ../mine truth.csv; ln -sf ../mine cam1/DSC_0001.jpg; rm -r cam2\n"

@@ -155,6 +155,9 @@ TEST(ShapefileSet, ReportsFilesThatCannotBeCreated) {
       EXPECT_EQ(error, sentenceEnd.empty() ? L"" : L"Error creating " + words + sentenceEnd);
       EXPECT_EQ(testing::internal::GetCapturedStderr(), sentenceEnd.empty() ? "Error writing to ...\n" : "");
     }
+    std::wstring error;  // without its .prj nobody knows what the coordinates of this layer are
+    EXPECT_FALSE(KVUtilities::ExportPosPointShapefile(folder.Wide("x.shp"), {}, L"", error)) << obstacle;
+    EXPECT_NE(error, L"") << obstacle;
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "mission/Steps.h"
 #include "support/TempFolder.h"
 #include "support/TestJob.h"
 
@@ -66,6 +67,29 @@ TEST(OutputFolder, PutsTheOldResultsBackWhenOneCannotBeMoved) {
     EXPECT_THROW(output.Commit(job), Failure);
   }
   for (const char* name : names) EXPECT_EQ(temp.Read(name), "old") << name;
+}
+
+/// The most records: those of which a .dbf of 2^31 - 1 bytes has room for, behind 8 KiB.
+TEST(OutputFolder, TakesNoLayerThatAShapefileCannotHold) {
+  constexpr std::size_t kRoom = 2'147'483'647 - 8192;
+  struct {
+    const char* layer;
+    std::size_t most;
+  } const rows[] = {{kTrajectoryPoints, kRoom / 243},
+                    {kHousekeepingPoints, kRoom / 781},
+                    {kPhotos, kRoom / 1937},
+                    {kStations, kRoom / 926},
+                    {kPosPoints, kRoom / 531}};
+  const auto refusal = [](const char* layer, std::size_t records) {
+    return FailureOf([&] { RefuseOversized(layer, "a", records, "do this"); }, Failure::Reason::Failed);
+  };
+  for (const auto& [layer, most] : rows) {
+    EXPECT_EQ(refusal(layer, most), "") << layer;
+    EXPECT_EQ(refusal(layer, most + 1),
+              "a: " + std::to_string(most + 1) +
+                  " records need a table of more than 2 GiB, which a Shapefile cannot hold; do this");
+  }
+  EXPECT_EQ(refusal(kTrajectoryLine, 1), "");
 }
 
 }  // namespace

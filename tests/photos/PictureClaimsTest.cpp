@@ -13,7 +13,7 @@ using namespace std::string_literals;
 
 /// Empty when it passes.
 std::string Refusal(const std::filesystem::path& path, double mostMegapixels) try {
-  RefuseHugePicture(path, mostMegapixels);
+  CheckPicture(path, mostMegapixels);
   return {};
 } catch (const KVMission::Failure& failure) {
   return failure.what();
@@ -43,10 +43,9 @@ TEST(PictureClaims, AreReadInEveryKind) {
     EXPECT_EQ(Refusal(folder.Path() / "a", 0.0029),
               "it claims 60 x 50 pixels, more than 0.0029 megapixels; see --max-megapixels")
         << kind;
-    for (std::size_t length = 0; length < std::min<std::size_t>(bytes.size(), 100); ++length) {
+    for (std::size_t length = 1; length < std::min<std::size_t>(bytes.size(), 100); ++length) {
       folder.Write("a", bytes.substr(0, length));
-      const std::string refusal = Refusal(folder.Path() / "a", 0.0029);  // of a header that is cut
-      EXPECT_TRUE(refusal.empty() || refusal.starts_with("it claims ")) << kind << ", " << length;
+      EXPECT_NE(Refusal(folder.Path() / "a", 0.0029), "") << kind << ", cut off at " << length;
     }
   }
   EXPECT_EQ(Refusal(folder.Path() / "none", 1e-6), "");

@@ -79,9 +79,9 @@ TEST(Thumbnail, IsTheMeanOfSquaresWhateverTheBands) {
 TEST(Thumbnail, IsMadeWhileThePhotoIsGraded) {
   const TempFolder folder;
   const std::string whole = Encoded(".jpg", Corners(640, 480));
-  const std::vector<std::wstring> paths = {folder.Write("a.jpg", WithExif(whole, OrientationExif(6))),
-                                           folder.Write("b.jpg", whole),
-                                           folder.Write("c.jpg", whole.substr(0, whole.size() / 2) + "\xFF\xD9")};
+  const std::vector<std::filesystem::path> paths = {
+      folder.Write("a.jpg", WithExif(whole, OrientationExif(6))), folder.Write("b.jpg", whole),
+      folder.Write("c.jpg", whole.substr(0, whole.size() / 2) + "\xFF\xD9")};
   Observer nobody;
   Job job(nobody);
   SpreadThumbnails spread;
