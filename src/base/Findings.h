@@ -31,6 +31,7 @@ inline constexpr FindingKind  // Inputs
     LinesCut{"lines-cut", Warning, "{file}: {count:line} longer than 64 KiB cut off there: {lines}"},
     EarlierResultsRemoved{"earlier-results-removed", Warning,
                           "{count:result} of an earlier run removed that this one does not make: {names}"},
+    ResultsRecovered{"results-recovered", Warning, "a run was killed while its results got their names: {outcome}"},
     InputAmbiguous{"input-ambiguous", Warning, "{folder}: several {what}: {names}; choose with {option}"},
     InputLeftAside{"input-left-aside", Warning, "{file}: left aside: {reason}"},
     EventFileMissing{"event-file-missing", Warning, "no event file: only trajectory layers are made"},

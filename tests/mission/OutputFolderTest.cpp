@@ -10,14 +10,14 @@ namespace {
 
 TEST(OutputFolder, GivesNamesOnlyAtTheEnd) {
   const TempFolder temp;
+  TestJob job;
   const auto path = temp.Path() / "a/b";
   {
-    OutputFolder abandoned(path, false, RunResults());
+    OutputFolder abandoned(path, false, RunResults(), job);
     EXPECT_TRUE(std::filesystem::exists(abandoned.Staging()));
   }
   EXPECT_FALSE(std::filesystem::exists(path.parent_path()));
-  TestJob job;
-  OutputFolder output(path, false, RunResults());
+  OutputFolder output(path, false, RunResults(), job);
   const auto staged = std::filesystem::relative(output.Staging(), temp.Path()).string();
   temp.Write(staged + "/photos.shp", "new");
   temp.Write(staged + "/summary.json", "{}");
@@ -30,20 +30,21 @@ TEST(OutputFolder, GivesNamesOnlyAtTheEnd) {
 
 TEST(OutputFolder, RefusesWhatItMustNotReplace) {
   const TempFolder temp;
+  TestJob job;
   temp.Write("photos.qix", "a companion's");
-  EXPECT_THROW(OutputFolder(temp.Path(), false, RunResults()), Failure);
+  EXPECT_THROW(OutputFolder(temp.Path(), false, RunResults(), job), Failure);
   temp.Write("trajectory_line.dbf", "old");
-  EXPECT_NO_THROW(OutputFolder(temp.Path(), true, RunResults()));
+  EXPECT_NO_THROW(OutputFolder(temp.Path(), true, RunResults(), job));
   std::filesystem::create_directory(temp.Path() / "photos.shp");
-  EXPECT_THROW(OutputFolder(temp.Path(), true, RunResults()), Failure);
-  EXPECT_THROW(OutputFolder(temp.Path() / "trajectory_line.dbf", true, RunResults()), Failure);
+  EXPECT_THROW(OutputFolder(temp.Path(), true, RunResults(), job), Failure);
+  EXPECT_THROW(OutputFolder(temp.Path() / "trajectory_line.dbf", true, RunResults(), job), Failure);
   EXPECT_EQ(temp.Read("trajectory_line.dbf"), "old");
 }
 
 TEST(OutputFolder, FailsWithoutLossWhenAnotherRunWasFaster) {
   const TempFolder temp;
   TestJob job;
-  OutputFolder output(temp.Path(), false, RunResults());
+  OutputFolder output(temp.Path(), false, RunResults(), job);
   const auto staging = output.Staging().filename().string();
   temp.Write(staging + "/photos.shp", "slow");
   temp.Write("photos.shp", "fast");
@@ -56,13 +57,13 @@ TEST(OutputFolder, PutsTheOldResultsBackWhenOneCannotBeMoved) {
   const std::vector<const char*> names{"photos.prj", "photos.dbf", "photos.shp", "photos.cpg", "summary.json"};
   TestJob job;
   {
-    OutputFolder output(temp.Path(), true, RunResults());
+    OutputFolder output(temp.Path(), true, RunResults(), job);
     const auto staging = output.Staging().filename().string();
     for (const char* name : names) {
       temp.Write(name, "old");
       temp.Write(staging + "/" + name, "new");
     }
-    std::filesystem::create_directory(output.Staging() / "photos.dbf.earlier");  // where that one would be kept
+    std::filesystem::create_directories(output.Staging() / "earlier/photos.dbf");  // where that one would be kept
     EXPECT_THROW(output.Commit(job), Failure);
   }
   for (const char* name : names) EXPECT_EQ(temp.Read(name), "old") << name;
