@@ -76,20 +76,23 @@ void ScratchFolder::RemoveAbandoned(const fs::path& parent) {
 ScratchFolder::ScratchFolder(const fs::path& parent) {
   std::error_code error;
   RemoveAbandoned(parent);
+  std::error_code ignored;
   for (const fs::path& path : NamesIn(parent)) {
-    if (!fs::create_directory(path, error)) {
+    path_ = path;
+    if (!fs::create_directory(path_, error)) {
       if (error && error != std::errc::file_exists) break;
       continue;
     }
-    lock_.emplace(path);
-    if (lock_->HasFile()) {
-      path_ = path;
-      return;
+    try {
+      lock_.emplace(path_);
+    } catch (...) {
+      fs::remove(path_, ignored);
+      throw;
     }
+    if (lock_->HasFile()) return;
     error = {errno, std::generic_category()};
     lock_.reset();
-    std::error_code ignored;
-    fs::remove(path, ignored);
+    fs::remove(path_, ignored);
   }
   FailWriting(parent, error ? error : std::make_error_code(std::errc::file_exists));
 }

@@ -1,14 +1,14 @@
 #!/usr/bin/env python3
 """Lets system calls and allocations of every command fail, or kills it there, and looks at what is left.
 
-usage: faults.py KVMISSION LIBRARY [--full] [--kills N] [--points N] [--jobs N] [--only CASE]
+usage: faults.py KVMISSION LIBRARY [--full] [--every N] [--kills N] [--points N] [--jobs N] [--only CASE]
 
 Results are the old set or the new set; photos, copies and simulated files are each old or new, byte for byte. The exit
 code tells them apart, an error is a sentence, no signal ends the command, and nothing is left beside the results or it
 is named. After a kill, the next run restores or completes the results and leaves nothing. Prints counts; without
 --full, only a few points of each kind of call in each command, and no kills at random moments.
 """
-import argparse, collections, errno, multiprocessing, os, random, shutil, signal, subprocess, sys, tempfile, time
+import argparse, collections, errno, multiprocessing, os, random, shutil, signal, sqlite3, subprocess, sys, tempfile, time
 from pathlib import Path
 
 SIMULATE = "--minutes 1 --rate 1 --interval 9 --photo-size 48x32 --no-faults --names exif"
@@ -39,6 +39,7 @@ DISK_FULL = "disk full"  # every write from there on
 KILL_KINDS = ["rename", "sync", "unlink", "mkdir"]
 LOCK = ".kvmission-lock"  # may stay: it holds nothing once its process has ended
 SECONDS = 120
+MANY = 500  # calls of a kind in a case of which --every thins out
 
 
 class Bench:
@@ -55,6 +56,8 @@ class Bench:
             with open(self.template / "p.pos", "a", encoding="ascii") as file:
                 file.write(f"2200 {345600 + second}.000 48.25 15.5 30{second}.0" + rest)
         self.known = {}
+        loaded = subprocess.run(["ldd", program], capture_output=True, text=True, check=True).stdout
+        self.libraries = next(Path(line.split()[2]).parent for line in loaded.splitlines() if "libKVMission" in line)
 
     def prepare(self, case):
         """Puts the folder into the state before a case. @return the bytes of each file"""
@@ -132,6 +135,18 @@ class Bench:
         return counts
 
 
+def is_same(name, found, expected):
+    """A GeoPackage also by its content: SQLite counts transactions that it had to repeat."""
+    def rows(data):
+        database = sqlite3.connect(":memory:")
+        database.deserialize(data)
+        return list(database.iterdump())
+    try:
+        return found == expected or (name.endswith(".gpkg") and rows(found) == rows(expected))
+    except (TypeError, sqlite3.Error):
+        return False
+
+
 def complain_of_state(bench, case, actual):
     """@return (what is wrong, or None; whether every result is new)"""
     old, new = bench.old, bench.new
@@ -146,7 +161,7 @@ def complain_of_state(bench, case, actual):
             return f"{name} changed or lost", False
     results = [name for name in new.keys() | old.keys() if new.get(name, 0) != old.get(name, 0)]
     results = [name for name in results if not name.endswith("/")]
-    is_new = all(actual.get(name) == new.get(name) for name in results)
+    is_new = all(is_same(name, actual.get(name), new.get(name)) for name in results)
     if case.rule == EACH:
         for name in results:
             if actual.get(name) not in (old.get(name), new.get(name)):
@@ -184,6 +199,18 @@ def judge(bench, case, code):
     return None
 
 
+def foreign_code(bench, crash):
+    """@return the library that a crash happened in, or None when it was the project's own code"""
+    library, offset = crash[2].split("+")
+    if not library.startswith(("libKV", "kvmission")):
+        return library
+    path = bench.program if library == "kvmission" else next(Path(bench.libraries).glob(library), "")
+    if not path or not shutil.which("addr2line"):
+        return None
+    names = subprocess.run(["addr2line", "-Cfe", path, offset], capture_output=True, text=True).stdout
+    return "nlohmann's JSON" if "nlohmann::" in names.splitlines()[0] else None
+
+
 def try_point(bench, case, point):
     kind, number, error = point
     bench.prepare(case)
@@ -195,8 +222,8 @@ def try_point(bench, case, point):
         return "not reached", None
     wrong = judge(bench, case, code)
     crash = bench.reported("signal")
-    if wrong and crash and kind == "memory" and len(crash[0]) > 2 and not crash[0][2].startswith(("libKV", "kvmission")):
-        return f"ended in {crash[0][2].split('+')[0]} (signal {crash[0][1]})", None
+    if wrong and crash and kind == "memory" and len(crash[0]) > 2 and (library := foreign_code(bench, crash[0])):
+        return f"ended in {library} (signal {crash[0][1]})", None
     return "tried", wrong
 
 
@@ -236,7 +263,7 @@ def points_of(case, counts, options):
     points = []
     for kind, count in counts.items():
         errors = ERRORS.get(kind, ["EIO"])
-        numbers = range(1, count + 1)
+        numbers = range(1, count + 1, options.every if count > MANY else 1)
         if not options.full:
             numbers = sorted({1 + (count - 1) * i // max(1, options.points - 1) for i in range(options.points)})
         points += [(try_point, (kind, number, errors[i % len(errors)])) for i, number in enumerate(numbers)]
@@ -264,6 +291,9 @@ def work(arguments):
                 function, point = points.pop() if points else (try_kill, ("moment", 0, chance.uniform(0, seconds)))
                 result, wrong = function(bench, case, point)
                 counters[case.name, point[0], result] += 1
+                done = counters[case.name, point[0], result]
+                if options.full and done % 500 == 0:
+                    print(f"{case.name}: {done} {point[0]} {result}", flush=True)
                 if wrong:
                     failures.append(f"{case.name}: {point[0]} {point[1]} {point[2]}: {wrong}")
                     print(failures[-1], flush=True)
@@ -275,6 +305,7 @@ def main():
     parser.add_argument("program", type=os.path.abspath)
     parser.add_argument("library", type=os.path.abspath)
     parser.add_argument("--full", action="store_true")
+    parser.add_argument("--every", type=int, default=1)
     parser.add_argument("--kills", type=int, default=0)
     parser.add_argument("--points", type=int, default=2)
     parser.add_argument("--jobs", type=int, default=os.cpu_count())

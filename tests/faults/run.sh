@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Failing system calls and allocations, and kills, in every command of the everyday build. Usage: tests/faults/run.sh
-# [--full] [--kills N] [--points N] [--jobs N] [--only CASE]
+# [--full] [--every N] [--kills N] [--points N] [--jobs N] [--only CASE]
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 cmake --preset dev >build/faults.log

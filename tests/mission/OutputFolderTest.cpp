@@ -69,5 +69,29 @@ TEST(OutputFolder, PutsTheOldResultsBackWhenOneCannotBeMoved) {
   for (const char* name : names) EXPECT_EQ(temp.Read(name), "old") << name;
 }
 
+/// What a kill can leave: an exchange that moves earlier results out, or one that gives new ones their names.
+TEST(OutputFolder, PutsAKilledExchangeInOrder) {
+  struct {
+    const char *replaced, *photos, *line;  // where the earlier ones are; whose results there are afterwards
+    std::size_t findings;
+  } const rows[] = {{"earlier", "old", "old", 1}, {"replaced", "new", "new", 1}, {"unfinished", "", "old", 0}};
+  for (const auto& [replaced, photos, line, findings] : rows) {
+    const TempFolder temp;
+    TestJob job;
+    for (const char* folder : {".kvmission-2", ".kvmission-7"}) std::filesystem::create_directory(temp.Path() / folder);
+    std::filesystem::create_directory(temp.Path() / ".kvmission-2" / replaced);
+    const bool isNamed = *line == 'n';
+    temp.Write(std::string(".kvmission-2/") + replaced + "/photos.shp", "old");
+    temp.Write(".kvmission-2/photos.shp", "new");
+    temp.Write("trajectory_line.shp", isNamed ? "new" : "old");
+    EXPECT_NO_THROW(OutputFolder(temp.Path(), true, RunResults(), job));
+    EXPECT_EQ(temp.Read("photos.shp"), photos) << replaced;
+    EXPECT_EQ(temp.Read("trajectory_line.shp"), line) << replaced;
+    EXPECT_EQ(job.Findings().size(), findings) << replaced;
+    for (const char* folder : {".kvmission-2", ".kvmission-7"})
+      EXPECT_FALSE(std::filesystem::exists(temp.Path() / folder)) << replaced;
+  }
+}
+
 }  // namespace
 }  // namespace kv::mission
