@@ -33,6 +33,7 @@ inline constexpr FindingKind  // Inputs
                           "{count:result} of an earlier run removed that this one does not make: {names}"},
     UnfinishedLeft{"unfinished-left", Warning,
                    "{folder}: this folder of unfinished files cannot be removed; delete it"},
+    ResultsRecovered{"results-recovered", Warning, "a run was killed while its results got their names: {outcome}"},
     InputAmbiguous{"input-ambiguous", Warning, "{folder}: several {what}: {names}; choose with {option}"},
     InputLeftAside{"input-left-aside", Warning, "{file}: left aside: {reason}"},
     EventFileMissing{"event-file-missing", Warning, "no event file: only trajectory layers are made"},

@@ -167,6 +167,18 @@ class Tagger {
   std::atomic<std::size_t> done_ = 0;
 };
 
+/// What killed runs left in the folders that photos are put into.
+void RemoveAbandonedWork(const std::vector<Task>& tasks, const GeotagSettings& settings) {
+  std::set<fs::path> folders;
+  for (const Task& task : tasks) {
+    if (settings.output.empty()) folders.insert(task.photo.parent_path());
+    for (const auto& root : {settings.output, settings.backup}) {
+      if (!root.empty()) folders.insert(FolderOf(root, task.camera));
+    }
+  }
+  for (const fs::path& folder : folders) ScratchFolder::RemoveAbandoned(folder);
+}
+
 std::vector<GeotaggedPhoto> TagAll(const std::vector<Task>& tasks, const GeotagSettings& settings, Job& job) {
   Tagger tagger(settings);
   Meter meter(job, "geotagging", "photos");
@@ -218,5 +230,6 @@ std::vector<KVMission::GeotaggedPhoto> KVMission::GeotagPhotos(const Mission& mi
     auto& made = folders[task.camera - 1];
     if (!settings.output.empty() && !made) made.emplace(FolderOf(settings.output, task.camera));
   }
+  RemoveAbandonedWork(tasks, settings);
   return TagAll(tasks, settings, job);  // a folder into which nothing was copied goes again
 }

@@ -215,7 +215,7 @@ KVMission::Mission KVMission::RunMission(const Settings& settings, Observer& obs
   if (!settings.output.empty()) RefuseResultsAsInputs(settings.output, inputs);
   if (!inputs.target.empty()) target = ReadTargetSystem(inputs.target);
   // As given: to fold ".." in a path with links would lead elsewhere.
-  if (!settings.output.empty()) output.emplace(settings.output, inputs.overwrite, ResultsOf(inputs));
+  if (!settings.output.empty()) output.emplace(settings.output, inputs.overwrite, ResultsOf(inputs), job);
 
   if (!inputs.pos.empty()) mission.pos = ReadPosPoints(inputs.pos, *target, inputs.jobs, job);
   if (!inputs.orientation.empty()) mission.orientation = ReadOrientationFile(inputs.orientation, job);
@@ -236,7 +236,7 @@ void KVMission::WriteLayers(const Mission& mission, const std::filesystem::path&
   Job job(observer);
   if (folder.empty()) throw Failure("a folder for the layers is missing", Failure::Reason::WrongUsage);
   RefuseResultsAsInputs(folder, mission.settings);
-  OutputFolder output(folder, overwrite, ResultsOf(mission.settings));
+  OutputFolder output(folder, overwrite, ResultsOf(mission.settings), job);
   WriteResults(mission, output, job);
   output.Commit(job);
 }

@@ -7,6 +7,7 @@
 #include <set>
 #include <system_error>
 
+#include "mission/Exchange.h"
 #include "mission/inputs/Inputs.h"
 #include "platform/FileNames.h"
 
@@ -50,16 +51,20 @@ void RefuseResults(const fs::path& folder, const Results& results, bool overwrit
   }
 }
 
-const fs::path& Usable(const fs::path& path, const Results& results, bool overwrite) {
+const fs::path& Usable(const fs::path& path) {
   if (LibraryMisreads(path)) throw Failure(Utf8(path) + ": an output folder cannot have a backslash in its name");
-  RefuseResults(path, results, overwrite);
   return path;
 }
 
-const fs::path& UnlessLocked(const fs::path& path, const FolderLock& lock) {
+/// The folder, with the results in it whole.
+const fs::path& Prepared(const fs::path& path, const FolderLock& lock, const Results& results, bool overwrite,
+                         Job& job) {
   if (!lock.IsHeld())
     throw Failure(fmt::format("{}: another run writes into this folder{}", Utf8(path),
                               lock.Holder().empty() ? "" : fmt::format(" (process {})", lock.Holder())));
+  RecoverResults(path, job);
+  ScratchFolder::RemoveAbandoned(path);
+  RefuseResults(path, results, overwrite);
   return path;
 }
 
@@ -90,40 +95,6 @@ std::vector<std::string> LostResults(const fs::path& folder, const fs::path& sta
   return lost;
 }
 
-/// Renames that can be undone.
-class Renames {
- public:
-  /// Skips a missing file. @throws Failure
-  void Make(const fs::path& from, const fs::path& to) {
-    std::error_code error;
-    if (fs::symlink_status(from, error).type() == fs::file_type::not_found) return;
-    made_.push_back({from, to});
-    fs::rename(from, to, error);
-    if (!error) return;
-    made_.pop_back();
-    FailWriting(to, error);
-  }
-
-  bool IsEmpty() const { return made_.empty(); }
-
-  /// The last one first. @return whether all went back
-  bool TakeBack() {
-    bool all = true;
-    for (; !made_.empty(); made_.pop_back()) {
-      std::error_code error;
-      fs::rename(made_.back().to, made_.back().from, error);
-      all = all && !error;
-    }
-    return all;
-  }
-
- private:
-  struct Rename {
-    fs::path from, to;
-  };
-  std::vector<Rename> made_;
-};
-
 /// The folders of results that stand in one.
 std::set<fs::path> FoldersOf(const std::vector<std::string>& names) {
   std::set<fs::path> folders;
@@ -134,11 +105,10 @@ std::set<fs::path> FoldersOf(const std::vector<std::string>& names) {
 }
 
 /// A layer's .shp is the first file to go and the last one to come.
-void Exchange(const fs::path& folder, const fs::path& staging, const Results& results, Renames& renames) {
-  auto names = EarlierNames(results);
-  std::reverse(names.begin(), names.end());
-  for (const auto& name : names) renames.Make(folder / name, staging / (name + ".earlier"));
-  for (const auto& name : ResultNames(results)) renames.Make(staging / name, folder / name);
+ExchangedNames NamesToExchange(const Results& results) {
+  auto earlier = EarlierNames(results);
+  std::reverse(earlier.begin(), earlier.end());
+  return {earlier, ResultNames(results)};
 }
 
 }  // namespace
@@ -179,13 +149,13 @@ void NewFolders::Remove() {
   for (; !made_.empty(); made_.pop_back()) fs::remove(made_.back(), notEmpty);
 }
 
-OutputFolder::OutputFolder(const fs::path& path, bool overwrite, Results results)
-    : path_(Usable(path, results, overwrite)),
+OutputFolder::OutputFolder(const fs::path& path, bool overwrite, Results results, Job& job)
+    : path_(Usable(path)),
       results_(std::move(results)),
       overwrite_(overwrite),
       folders_(path),
       lock_(path),
-      staging_(UnlessLocked(path, lock_)) {}
+      staging_(Prepared(path, lock_, results_, overwrite, job)) {}
 
 void OutputFolder::Commit(Job& job) {
   job.ThrowIfStopped();
@@ -193,27 +163,15 @@ void OutputFolder::Commit(Job& job) {
   const auto lost = LostResults(path_, Staging(), results_);
   std::deque<NewFolders> folders;
   for (const fs::path& folder : FoldersOf(ResultNames(results_))) {
-    if (fs::is_directory(Staging() / folder))
-      folders.emplace_back(path_ / folder);
-    else if (fs::is_directory(path_ / folder))
-      folders.emplace_back(Staging() / folder);  // for what an earlier run left
+    if (fs::is_directory(Staging() / folder)) folders.emplace_back(path_ / folder);
   }
   PutContentOnDisk(Staging(), path_);
-  Renames renames;
-  try {
-    Exchange(path_, Staging(), results_, renames);
-    for (const fs::path& folder : FoldersOf(ResultNames(results_)))
-      if (fs::is_directory(path_ / folder)) PutOnDisk(path_ / folder, path_ / folder);
-    PutOnDisk(path_, path_);
-  } catch (const std::exception& failure) {
-    if (renames.TakeBack()) throw;
-    staging_.Keep();
-    throw Failure(fmt::format("{}; what could not be put back is in {}", failure.what(), Utf8(Staging())));
-  }
+  if (ExchangeResults(path_, Staging(), NamesToExchange(results_)))
+    folders_.Keep();  // a folder without a result goes again
+  RemoveReplaced(Staging());
   if (!lost.empty())
     job.Add(Found::EarlierResultsRemoved,
             {{"count", Count(lost.size())}, {"names", fmt::format("{}", fmt::join(lost, ", "))}}, {.file = path_});
-  if (!renames.IsEmpty()) folders_.Keep();  // a folder without a result goes again
   for (NewFolders& folder : folders) folder.Keep();
   if (!staging_.Remove()) job.Add(Found::UnfinishedLeft, {{"folder", Utf8(Staging())}}, {.file = Staging()});
 }

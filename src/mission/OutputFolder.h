@@ -59,10 +59,10 @@ class NewFolders {
 /// their names at the end, each file in one step. An unfinished run leaves nothing behind.
 class OutputFolder {
  public:
-  /// Makes the folder when it is not there.
+  /// Makes the folder when it is not there. Completes or undoes an exchange of results in it that a kill interrupted.
   /// @throws Failure when it cannot be made; when another run writes into it; when it holds results, or files that other
   ///         programs put beside them, and `overwrite` is false
-  OutputFolder(const std::filesystem::path& path, bool overwrite, Results results);
+  OutputFolder(const std::filesystem::path& path, bool overwrite, Results results, Job& job);
 
   const std::filesystem::path& Path() const { return path_; }
   /// Folder for unfinished files.

@@ -162,7 +162,7 @@ PosPoints TransformInto(const TransformSettings& settings, const tagKVCoordinate
   const std::string name = (isLayer ? output.stem() : output.filename()).string();
   const Results results = isLayer ? Results{{name}, {}} : Results{{}, {name}};
   RefuseResultAsInput(folder, results, settings.pos);
-  OutputFolder place(folder, settings.overwrite, results);
+  OutputFolder place(folder, settings.overwrite, results, job);
   PosPoints points;
   if (isLayer) {
     points = ReadPosPoints(settings.pos, target, settings.jobs, job);

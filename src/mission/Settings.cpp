@@ -151,7 +151,9 @@ std::string WithDefault(const char* help, double Settings::*member) {
   return fmt::format("{} (default {})", help, Settings().*member);
 }
 
+/// Not an aggregate: short of memory, a list of those frees texts twice with some compilers.
 struct Row {
+  Row(SettingKey itsKey, Reader reader) : key(std::move(itsKey)), read(std::move(reader)) {}
   SettingKey key;
   Reader read;
 };

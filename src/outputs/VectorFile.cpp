@@ -202,7 +202,8 @@ VectorFile::OpenLayer::OpenLayer(VectorFile& file, const LayerDefinition& layer,
 
 void VectorFile::OpenLayer::Add(OGRFeatureH feature, const std::vector<Vertex>& vertices) const {
   if (shape_ != Shape::None && !vertices.empty()) OGR_F_SetGeometryDirectly(feature, GeometryOf(shape_, vertices));
-  if (OGR_L_CreateFeature(layer_, feature) != OGRERR_NONE) file_.Fail();
+  // Fields and geometries do not return their errors: memory may have been short.
+  file_.FailUnless(OGR_L_CreateFeature(layer_, feature) == OGRERR_NONE && CPLGetLastErrorType() < CE_Failure);
 }
 
 void VectorFile::OpenLayer::Finish() const {

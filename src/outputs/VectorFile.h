@@ -91,7 +91,11 @@ class VectorFile {
     OpenLayer(VectorFile& file, const LayerDefinition& layer, const std::vector<FieldDefinition>& fields,
               OGRSpatialReferenceH system);
 
-    FeaturePtr NewFeature() const { return FeaturePtr(OGR_F_Create(definition_)); }
+    FeaturePtr NewFeature() const {
+      FeaturePtr feature(OGR_F_Create(definition_));
+      file_.FailUnless(feature != nullptr);
+      return feature;
+    }
     FieldSlot Slot(OGRFeatureH feature, std::size_t field) const { return {feature, fieldNumbers_[field]}; }
     void Add(OGRFeatureH feature, const std::vector<Vertex>& vertices) const;
     void Finish() const;

@@ -1,5 +1,6 @@
 #include "photos/JpegHeader.h"
 
+#include <cerrno>
 #include <string_view>
 
 #include "photos/JpegMarkers.h"
@@ -34,26 +35,37 @@ void ReadExif(std::FILE* file, std::size_t length, JpegHeader& header) {
   if (text.starts_with(kExifSignature) && header.exif.empty()) header.exif = std::move(content);
 }
 
-}  // namespace
-
-std::optional<JpegHeader> ReadJpegHeader(const std::filesystem::path& path) {
-  const FilePtr file = OpenNative(path, "rb");
-  if (!file || std::fgetc(file.get()) != 0xFF || std::fgetc(file.get()) != kStartOfImage) return std::nullopt;
-  JpegHeader header;
+/// What follows the start mark, up to the frame header. @return whether the file let itself be read
+bool ReadSegments(std::FILE* file, JpegHeader& header) {
   while (header.width == 0) {
-    const int marker = ReadMarker(file.get());
+    const int marker = ReadMarker(file);
     if (marker < 0 || marker == kEndOfImage || marker == kStartOfScan) break;
-    const int length = ReadBigEndian16(file.get()) - 2;  // counts itself
+    const int length = ReadBigEndian16(file) - 2;  // counts itself
     if (length < 0) break;
     if (IsFrame(marker)) {
-      ReadFrame(file.get(), header);
+      ReadFrame(file, header);
     } else if (marker == kApp1) {
-      ReadExif(file.get(), static_cast<std::size_t>(length), header);
-    } else if (std::fseek(file.get(), length, SEEK_CUR) != 0) {
-      break;
+      ReadExif(file, static_cast<std::size_t>(length), header);
+    } else if (std::fseek(file, length, SEEK_CUR) != 0) {
+      return false;
     }
   }
-  return header;
+  return !std::ferror(file);
+}
+
+}  // namespace
+
+std::optional<JpegHeader> ReadJpegHeader(const std::filesystem::path& path, std::error_code* unreadable) {
+  const auto fail = [unreadable] {
+    if (unreadable) *unreadable = {errno, std::generic_category()};
+    return std::nullopt;
+  };
+  const FilePtr file = OpenNative(path, "rb");
+  if (!file) return fail();
+  const bool isJpeg = std::fgetc(file.get()) == 0xFF && std::fgetc(file.get()) == kStartOfImage;
+  JpegHeader header;
+  if (isJpeg ? !ReadSegments(file.get(), header) : std::ferror(file.get()) != 0) return fail();
+  return isJpeg ? std::optional(header) : std::nullopt;
 }
 
 }  // namespace kv::mission

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <system_error>
 #include <vector>
 
 namespace kv::mission {
@@ -13,7 +14,8 @@ struct JpegHeader {
 };
 
 /// Reads a JPEG file up to its frame header.
+/// @param unreadable  receives why the file cannot be read
 /// @return nothing for a file that is not a JPEG file or cannot be read
-std::optional<JpegHeader> ReadJpegHeader(const std::filesystem::path& path);
+std::optional<JpegHeader> ReadJpegHeader(const std::filesystem::path& path, std::error_code* unreadable = nullptr);
 
 }  // namespace kv::mission

@@ -25,8 +25,9 @@ struct TimeFaults {
 
 std::optional<Instant> TimeOf(const fs::path& photo, const std::wstring& name, TimeFaults& faults) {
   if (const auto stamp = StampTime(name)) return stamp;
-  const auto header = ReadJpegHeader(photo);
-  if (!header && !OpenNative(photo, "rb")) faults.unreadable.push_back(Utf8(name));
+  std::error_code unreadable;
+  const auto header = ReadJpegHeader(photo, &unreadable);
+  if (unreadable) faults.unreadable.push_back(Utf8(name));
   const auto exif = header ? ExifTimeOriginal(header->exif) : std::nullopt;
   if (!exif) return std::nullopt;
   faults.zoneless += !exif->zoneKnown;

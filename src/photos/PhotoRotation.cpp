@@ -28,6 +28,8 @@ std::string Turned(const std::string& photo, double angleDegrees, const fs::path
 
 void Rotate(const fs::path& photo, double angleDegrees, const fs::path& backupFolder, double maxMegapixels) {
   const fs::path target = fs::canonical(photo);  // replaces the file that a link leads to, not the link
+  ScratchFolder::RemoveAbandoned(target.parent_path());
+  if (!backupFolder.empty()) ScratchFolder::RemoveAbandoned(backupFolder);
   CheckPicture(target, maxMegapixels, 2 * kDecodedBytesPerPixel);  // as it is and turned
   if (!OpenNative(target, "rb+")) FailWriting(target);
   const std::string content = ReadPhoto(target);

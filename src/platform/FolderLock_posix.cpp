@@ -26,12 +26,13 @@ bool IsStillThere(const std::filesystem::path& path, int file) {
 
 }  // namespace
 
-FolderLock::FolderLock(const std::filesystem::path& folder) : file_(folder / ".kvmission-lock") {
+FolderLock::FolderLock(const std::filesystem::path& folder) : file_(folder / kName) {
   for (;;) {
     int file = open(file_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0666);
     if (file < 0) file = open(file_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);  // another user's
     if (file < 0) return;
-    if (flock(file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+    isSure_ = flock(file, LOCK_EX | LOCK_NB) == 0;
+    if (!isSure_ && errno == EWOULDBLOCK) {
       holder_ = Beginning(file);
       isHeld_ = false;
       close(file);

@@ -4,7 +4,7 @@
 
 namespace kv {
 
-FolderLock::FolderLock(const std::filesystem::path& folder) : file_(folder / L".kvmission-lock") {
+FolderLock::FolderLock(const std::filesystem::path& folder) : file_(folder / kName) {
   // Others may read who holds the lock; the file goes with its last handle.
   const HANDLE file = CreateFileW(file_.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE, FILE_SHARE_READ, nullptr,
                                   CREATE_ALWAYS, FILE_ATTRIBUTE_HIDDEN | FILE_FLAG_DELETE_ON_CLOSE, nullptr);

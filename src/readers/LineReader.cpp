@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <system_error>
 #include <utility>
@@ -15,19 +14,19 @@ namespace {
 
 constexpr std::size_t kLongestLine = 64 * 1024;  // bytes
 
-[[noreturn]] void FailReading(const std::filesystem::path& path, int reason) {
-  throw Failure(fmt::format("{}: cannot be read: {}", Utf8(path), std::generic_category().message(reason)));
-}
-
 }  // namespace
+
+void FailReading(const std::filesystem::path& path, const std::error_code& reason) {
+  throw Failure(fmt::format("{}: cannot be read: {}", Utf8(path), reason.message()));
+}
 
 std::string ReadBeginning(const std::filesystem::path& path, std::size_t length) {
   const FilePtr file = OpenNative(path, "rb");
-  if (!file) FailReading(path, errno);
+  if (!file) FailReading(path);
   std::setvbuf(file.get(), nullptr, _IONBF, 0);  // no more than was asked for is taken out of a pipe
   std::string content(length, '\0');
   content.resize(std::fread(content.data(), 1, length, file.get()));
-  if (std::ferror(file.get())) FailReading(path, errno);
+  if (std::ferror(file.get())) FailReading(path);
   return content;
 }
 
@@ -70,7 +69,7 @@ bool LineReader::Next(std::string_view& line) {
 void LineReader::ThrowOnError() {
   if (stream_.Error() == 0) return;
   job_.ThrowIfStopped();  // an interrupt ends an opening or a read that waits
-  FailReading(path_, stream_.Error());
+  FailReading(path_, {stream_.Error(), std::generic_category()});
 }
 
 }  // namespace kv::mission

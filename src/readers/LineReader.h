@@ -1,16 +1,22 @@
 #pragma once
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "base/Job.h"
 #include "platform/TextStream.h"
 
 /// Careful reading: a file that cannot be opened or read is a failure with the system's reason.
 namespace kv::mission {
+
+/// @throws Failure "PATH: cannot be read: REASON"
+[[noreturn]] void FailReading(const std::filesystem::path& path,
+                              const std::error_code& reason = {errno, std::generic_category()});
 
 /// The first bytes of a file, or all of it if it is shorter.
 /// @throws Failure when the file cannot be read, or is a folder

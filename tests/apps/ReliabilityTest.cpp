@@ -57,7 +57,7 @@ TEST_F(ReliabilityTest, ResultsAreOnTheDiskBeforeEarlierOnesGo) {
   const std::string trace = temp_.Read("trace");
   const auto first = [&](const std::string& part) { return trace.find(part); };
   const auto last = [&](const std::string& part) { return trace.rfind(part); };
-  const std::size_t staged = last("/photos.dbf>)"), moved = first(".earlier\""), named = last("rename("),
+  const std::size_t staged = last("/photos.dbf>)"), moved = first("/earlier/"), named = last("rename("),
                     folder = last("/o>)"), removed = first("unlinkat(");
   ASSERT_NE(staged, trace.npos) << trace;
   EXPECT_LT(staged, moved) << trace;

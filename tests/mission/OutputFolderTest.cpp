@@ -11,14 +11,14 @@ namespace {
 
 TEST(OutputFolder, GivesNamesOnlyAtTheEnd) {
   const TempFolder temp;
+  TestJob job;
   const auto path = temp.Path() / "a/b";
   {
-    OutputFolder abandoned(path, false, RunResults());
+    OutputFolder abandoned(path, false, RunResults(), job);
     EXPECT_TRUE(std::filesystem::exists(abandoned.Staging()));
   }
   EXPECT_FALSE(std::filesystem::exists(path.parent_path()));
-  TestJob job;
-  OutputFolder output(path, false, RunResults());
+  OutputFolder output(path, false, RunResults(), job);
   const auto staged = std::filesystem::relative(output.Staging(), temp.Path()).string();
   temp.Write(staged + "/photos.shp", "new");
   temp.Write(staged + "/summary.json", "{}");
@@ -31,20 +31,21 @@ TEST(OutputFolder, GivesNamesOnlyAtTheEnd) {
 
 TEST(OutputFolder, RefusesWhatItMustNotReplace) {
   const TempFolder temp;
+  TestJob job;
   temp.Write("photos.qix", "a companion's");
-  EXPECT_THROW(OutputFolder(temp.Path(), false, RunResults()), Failure);
+  EXPECT_THROW(OutputFolder(temp.Path(), false, RunResults(), job), Failure);
   temp.Write("trajectory_line.dbf", "old");
-  EXPECT_NO_THROW(OutputFolder(temp.Path(), true, RunResults()));
+  EXPECT_NO_THROW(OutputFolder(temp.Path(), true, RunResults(), job));
   std::filesystem::create_directory(temp.Path() / "photos.shp");
-  EXPECT_THROW(OutputFolder(temp.Path(), true, RunResults()), Failure);
-  EXPECT_THROW(OutputFolder(temp.Path() / "trajectory_line.dbf", true, RunResults()), Failure);
+  EXPECT_THROW(OutputFolder(temp.Path(), true, RunResults(), job), Failure);
+  EXPECT_THROW(OutputFolder(temp.Path() / "trajectory_line.dbf", true, RunResults(), job), Failure);
   EXPECT_EQ(temp.Read("trajectory_line.dbf"), "old");
 }
 
 TEST(OutputFolder, FailsWithoutLossWhenAnotherRunWasFaster) {
   const TempFolder temp;
   TestJob job;
-  OutputFolder output(temp.Path(), false, RunResults());
+  OutputFolder output(temp.Path(), false, RunResults(), job);
   const auto staging = output.Staging().filename().string();
   temp.Write(staging + "/photos.shp", "slow");
   temp.Write("photos.shp", "fast");
@@ -57,13 +58,13 @@ TEST(OutputFolder, PutsTheOldResultsBackWhenOneCannotBeMoved) {
   const std::vector<const char*> names{"photos.prj", "photos.dbf", "photos.shp", "photos.cpg", "summary.json"};
   TestJob job;
   {
-    OutputFolder output(temp.Path(), true, RunResults());
+    OutputFolder output(temp.Path(), true, RunResults(), job);
     const auto staging = output.Staging().filename().string();
     for (const char* name : names) {
       temp.Write(name, "old");
       temp.Write(staging + "/" + name, "new");
     }
-    std::filesystem::create_directory(output.Staging() / "photos.dbf.earlier");  // where that one would be kept
+    std::filesystem::create_directories(output.Staging() / "earlier/photos.dbf");  // where that one would be kept
     EXPECT_THROW(output.Commit(job), Failure);
   }
   for (const char* name : names) EXPECT_EQ(temp.Read(name), "old") << name;
@@ -90,6 +91,30 @@ TEST(OutputFolder, TakesNoLayerThatAShapefileCannotHold) {
                   " records need a table of more than 2 GiB, which a Shapefile cannot hold; do this");
   }
   EXPECT_EQ(refusal(kTrajectoryLine, 1), "");
+}
+
+/// What a kill can leave: an exchange that moves earlier results out, or one that gives new ones their names.
+TEST(OutputFolder, PutsAKilledExchangeInOrder) {
+  struct {
+    const char *replaced, *photos, *line;  // where the earlier ones are; whose results there are afterwards
+    std::size_t findings;
+  } const rows[] = {{"earlier", "old", "old", 1}, {"replaced", "new", "new", 1}, {"unfinished", "", "old", 0}};
+  for (const auto& [replaced, photos, line, findings] : rows) {
+    const TempFolder temp;
+    TestJob job;
+    for (const char* folder : {".kvmission-2", ".kvmission-7"}) std::filesystem::create_directory(temp.Path() / folder);
+    std::filesystem::create_directory(temp.Path() / ".kvmission-2" / replaced);
+    const bool isNamed = *line == 'n';
+    temp.Write(std::string(".kvmission-2/") + replaced + "/photos.shp", "old");
+    temp.Write(".kvmission-2/photos.shp", "new");
+    temp.Write("trajectory_line.shp", isNamed ? "new" : "old");
+    EXPECT_NO_THROW(OutputFolder(temp.Path(), true, RunResults(), job));
+    EXPECT_EQ(temp.Read("photos.shp"), photos) << replaced;
+    EXPECT_EQ(temp.Read("trajectory_line.shp"), line) << replaced;
+    EXPECT_EQ(job.Findings().size(), findings) << replaced;
+    for (const char* folder : {".kvmission-2", ".kvmission-7"})
+      EXPECT_FALSE(std::filesystem::exists(temp.Path() / folder)) << replaced;
+  }
 }
 
 }  // namespace

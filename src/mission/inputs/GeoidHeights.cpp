@@ -3,12 +3,18 @@
 #include <KVUtilities.h>
 #include <fmt/format.h>
 
+#include <cmath>
+
 #include "platform/FileNames.h"
 
 namespace kv::mission {
 namespace {
 
 constexpr const wchar_t* kGeoid = L"EPSG:4326+5773";  // WGS 84 with EGM96 heights
+
+/// The lowest place of the geoid, degrees and metres, as the report on EGM96 has it: NASA/TP-1998-206861.
+constexpr double kLowestLatitude = 4.75, kLowestLongitude = 78.75, kLowest = -106.99, kTolerance = 0.5;
+constexpr const wchar_t* kWrongHeights = L"they are wrong at a place where they are known; memory may be short";
 
 std::string Text(const CStringW& text) { return Utf8(std::wstring(text.GetString())); }
 
@@ -22,10 +28,16 @@ std::optional<Egm96> Egm96::Find() {
 }
 
 std::wstring Egm96::Separations(std::vector<tagKVPosEvent> places, std::vector<double>& separations) const {
+  if (places.empty()) return {};
+  // Short of memory, PROJ has chosen another transformation without a word.
+  auto& known = places.emplace_back();
+  known.Latitude = kLowestLatitude, known.Longitude = kLowestLongitude;
   for (auto& place : places) place.Height = 0;
   std::wstring error;
   std::size_t transformed = 0;
-  if (!places.empty() && !KVUtilities::TransformPosEvents(places, wkt_, transformed, error)) return error;
+  if (!KVUtilities::TransformPosEvents(places, wkt_, transformed, error)) return error;
+  if (!(std::abs(-places.back().Z - kLowest) < kTolerance)) return kWrongHeights;
+  places.pop_back();
   separations.clear();
   for (const auto& place : places) separations.push_back(-place.Z);  // of the ellipsoid above the geoid
   return {};

@@ -137,7 +137,9 @@ Content DescribeSbet(const Path& path, double, Job& job) {
 }
 
 Content DescribePhoto(const Path& path, double, Job&) {
-  const auto header = ReadJpegHeader(path).value_or(JpegHeader{});
+  std::error_code unreadable;
+  const auto header = ReadJpegHeader(path, &unreadable).value_or(JpegHeader{});
+  if (unreadable) FailReading(path, unreadable);
   const auto exif = ExifTimeOriginal(header.exif);
   PhotoFile photo{header.width, header.height, StampTime(WidePath(path.filename())), {}, false};
   if (exif) photo.timeInExif = exif->time, photo.timeZoneKnown = exif->zoneKnown;

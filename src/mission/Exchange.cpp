@@ -1,0 +1,157 @@
+#include "mission/Exchange.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <optional>
+#include <set>
+#include <system_error>
+
+#include "base/Writing.h"
+#include "platform/FileNames.h"
+
+namespace kv::mission {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Holds the earlier results. Once all are in it, it gets its second name: from then on an exchange is completed.
+constexpr const char *kEarlier = ScratchFolder::kEarlier, *kReplaced = ScratchFolder::kReplaced;
+
+void PutOnDisk(const fs::path& path) {
+  if (!FlushToDisk(path)) FailWriting(path);
+}
+
+/// Files in a folder and below it, by their names from there.
+std::vector<std::string> FilesIn(const fs::path& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+    if (!entry.is_directory() || entry.is_symlink())
+      names.push_back(entry.path().lexically_relative(folder).generic_string());
+  }
+  return names;
+}
+
+/// Renames that can be undone.
+class Renames {
+ public:
+  /// Skips a missing file. @throws Failure
+  void Make(const fs::path& from, const fs::path& to) {
+    std::error_code error;
+    if (fs::symlink_status(from, error).type() == fs::file_type::not_found) return;
+    made_.push_back({from, to});
+    fs::rename(from, to, error);
+    if (!error) return;
+    made_.pop_back();
+    FailWriting(to, error);
+  }
+
+  bool IsEmpty() const { return made_.empty(); }
+
+  /// The last one first. @return whether all went back
+  bool TakeBack() {
+    bool all = true;
+    for (; !made_.empty(); made_.pop_back()) {
+      std::error_code error;
+      fs::rename(made_.back().to, made_.back().from, error);
+      all = all && !error;
+    }
+    return all;
+  }
+
+ private:
+  struct Rename {
+    fs::path from, to;
+  };
+  std::vector<Rename> made_;
+};
+
+void MakeFolderOf(const fs::path& file) {
+  std::error_code error;
+  fs::create_directories(file.parent_path(), error);
+  if (error) FailWriting(file, error);
+}
+
+void RemoveOthers(const fs::path& staging, const std::vector<std::string>& staged) {
+  const std::set<std::string> kept(staged.begin(), staged.end());
+  for (const std::string& name : FilesIn(staging)) {
+    std::error_code ignored;
+    if (!kept.contains(name) && name != FolderLock::kName) fs::remove(staging / name, ignored);
+  }
+}
+
+/// Moves all files of a folder. A layer's .shp comes last.
+void MoveAll(const fs::path& from, const fs::path& to) {
+  auto names = FilesIn(from);
+  std::stable_partition(names.begin(), names.end(), [](const auto& name) { return !name.ends_with(".shp"); });
+  Renames renames;
+  for (const std::string& name : names) {
+    if (name == FolderLock::kName || name.starts_with(kReplaced + std::string("/"))) continue;
+    MakeFolderOf(to / name);
+    renames.Make(from / name, to / name);
+    PutOnDisk((to / name).parent_path());
+  }
+}
+
+/// @return what was done, or nullptr when there was no exchange
+const char* Recover(const fs::path& folder, const fs::path& staging) {
+  if (fs::is_directory(staging / kReplaced)) {
+    MoveAll(staging, folder);
+    RemoveReplaced(staging);
+    return "they are complete now";
+  }
+  if (!fs::is_directory(staging / kEarlier)) return nullptr;
+  MoveAll(staging / kEarlier, folder);
+  fs::remove_all(staging / kEarlier);
+  return "those of the run before it are back";
+}
+
+}  // namespace
+
+bool ExchangeResults(const fs::path& folder, const fs::path& staging, const ExchangedNames& names) {
+  RemoveOthers(staging, names.staged);
+  const fs::path earlier = staging / kEarlier;
+  std::set<fs::path> folders{folder};
+  Renames renames;
+  try {
+    for (const std::string& name : names.earlier) {
+      if (!fs::exists(fs::symlink_status(folder / name))) continue;
+      MakeFolderOf(earlier / name);
+      renames.Make(folder / name, earlier / name);
+    }
+    renames.Make(earlier, staging / kReplaced);
+    PutOnDisk(staging);
+    for (const std::string& name : names.staged) {
+      renames.Make(staging / name, folder / name);
+      if (const fs::path parent = (folder / name).parent_path(); fs::is_directory(parent)) folders.insert(parent);
+    }
+    for (const fs::path& changed : folders) PutOnDisk(changed);
+  } catch (const std::exception& failure) {
+    if (renames.TakeBack()) {
+      std::error_code ignored;
+      fs::remove_all(earlier, ignored);
+      throw;
+    }
+    throw Failure(fmt::format("{}; what could not be put back is in {}", failure.what(), Utf8(staging)));
+  }
+  return !renames.IsEmpty();
+}
+
+void RemoveReplaced(const fs::path& staging) {
+  std::error_code ignored;
+  fs::remove_all(staging / kReplaced, ignored);
+}
+
+void RecoverResults(const fs::path& folder, Job& job) try {
+  for (const fs::path& staging : ScratchFolder::NamesIn(folder)) {
+    if (!fs::is_directory(fs::symlink_status(staging))) continue;
+    const FolderLock lock(staging);
+    if (!lock.IsSure()) continue;
+    if (const char* outcome = Recover(folder, staging))
+      job.Add(Found::ResultsRecovered, {{"outcome", outcome}}, {.file = folder});
+  }
+} catch (const fs::filesystem_error& error) {
+  FailWriting(folder, error.code());
+}
+
+}  // namespace kv::mission
