@@ -161,7 +161,7 @@ constexpr double kMegapixels = 1;
 
 void FindDamage(const Input& input) {
   TolerateFailure([&] {
-    RefuseHugePicture(input.path, kMegapixels);
+    CheckPicture(input.path, kMegapixels);
     kv::JpegDamage(input.bytes);
   });
 }
@@ -183,7 +183,7 @@ void CarryMetadata(const Input& input) {
 }
 
 void GradePicture(const Input& input) try {
-  RefuseHugePicture(input.path, kMegapixels);
+  CheckPicture(input.path, kMegapixels);
   Require(kv::GradeFile(kv::WidePath(input.path)).sharpness >= 0, "a sharpness is a variance");
 } catch (const BrokenPromise&) {
   throw;

@@ -106,6 +106,10 @@ struct TransformSettings {
 /// @throws Failure when no sample can be transformed; when a file cannot be read or written
 KVMISSION_API PosPoints TransformPos(const TransformSettings& settings,
                                      const std::function<void(const std::string&)>& write, Observer& observer);
+/// Reads a POS file, and transforms its samples to a coordinate system, into records.
+/// @param settings  without an output
+/// @throws as `TransformPos`
+KVMISSION_API PosPoints ReadPos(const TransformSettings& settings, Observer& observer);
 KVMISSION_API std::string PosText(const PosPoints& points);
 KVMISSION_API std::string PosJson(const PosPoints& points);
 

@@ -8,7 +8,7 @@ set -euo pipefail
 
 wanted=(g++ cmake ninja-build pkg-config libopencv-dev libshp-dev libcli11-dev nlohmann-json3-dev libfmt-dev
   libtomlplusplus-dev libexif-dev libexpat1-dev libjpeg-dev libgtest-dev libgdal-dev libproj-dev libboost-dev
-  libjs-leaflet libjs-dygraphs)
+  libjs-leaflet libjs-dygraphs pybind11-dev python3-dev python3-numpy python3-pytest)
 for option in "$@"; do
   case $option in
     --checks) wanted+=(clang-format clang libclang-rt-dev gdal-bin libimage-exiftool-perl python3-qgis chromium strace util-linux) ;;

@@ -258,3 +258,9 @@ KVMission::PosPoints KVMission::TransformPos(const TransformSettings& settings,
   if (!settings.output.empty()) return TransformInto(settings, target, job);
   return TransformPosFile(settings.pos, target, settings.jobs, CsvOfSamples(target, write), job);
 }
+
+KVMission::PosPoints KVMission::ReadPos(const TransformSettings& settings, Observer& observer) {
+  using namespace kv::mission;
+  Job job(observer);
+  return ReadPosPoints(settings.pos, ReadTargetSystem(settings.target), settings.jobs, job);
+}
