@@ -36,9 +36,13 @@ class PythonObserver : public KVMission::Observer {
     return true;
   }
 
-  /// What Python raised meanwhile, if anything. A signal may also have ended a read, which then was the failure.
-  void Rethrow() const {
+  /// What Python raised meanwhile, if anything.
+  void RethrowRaised() const {
     if (raised_) std::rethrow_exception(raised_);
+  }
+  /// After a failure. A signal may also have ended a read, which then was the failure.
+  void Rethrow() const {
+    RethrowRaised();
     if (PyErr_CheckSignals() != 0) throw py::error_already_set();
   }
 
@@ -64,9 +68,14 @@ class PythonObserver : public KVMission::Observer {
 template <class Operation>
 auto Observed(const py::object& progress, Operation operation) {
   PythonObserver observer(progress);
-  try {
+  const auto run = [&] {
     const py::gil_scoped_release release;
     return operation(observer);
+  };
+  try {
+    auto result = run();
+    observer.RethrowRaised();
+    return result;
   } catch (const KVMission::Failure&) {
     observer.Rethrow();
     throw;

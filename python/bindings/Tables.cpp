@@ -78,6 +78,8 @@ double WhenKnown(bool isKnown, double number) { return isKnown ? number : kUnkno
 /// A dilution of precision of 0 is not known.
 float Known(float hdop) { return hdop > 0 ? hdop : FixQuality::kUnknown; }
 
+std::int32_t Satellites(const FixQuality& quality) { return quality.satellites > 0 ? quality.satellites : -1; }
+
 template <class Row, class Records>
 std::vector<Row> RowsOf(const Records& records) {
   std::vector<Row> rows;
@@ -90,7 +92,7 @@ struct FixRow {
   Microseconds time;
   double latitude, longitude, height, geoidSeparation;
   float hdop, horizontalSigma, verticalSigma;
-  std::uint16_t satellites;
+  std::int32_t satellites;
   std::uint8_t quality;
 
   static std::vector<Column> Columns() {
@@ -102,15 +104,21 @@ struct FixRow {
             {"hdop", "f4", offsetof(FixRow, hdop)},
             {"horizontal_sigma", "f4", offsetof(FixRow, horizontalSigma)},
             {"vertical_sigma", "f4", offsetof(FixRow, verticalSigma)},
-            {"satellites", "u2", offsetof(FixRow, satellites)},
+            {"satellites", "i4", offsetof(FixRow, satellites)},
             {"quality", "u1", offsetof(FixRow, quality)}};
   }
-  static FixRow Of(const tagKVTrajectoryObs& fix, const FixQuality& of) {
-    return {TimeOf(fix.TimeUTC), fix.Latitude,
-            fix.Longitude,       fix.Altitude,
-            fix.GeoidOffst,      Known(of.hdop),
-            of.horizontalSigma,  of.verticalSigma,
-            of.satellites,       static_cast<std::uint8_t>(of.quality)};
+  /// @param hasSeparations  so that one of 0 is a number, and not what is unknown
+  static FixRow Of(const tagKVTrajectoryObs& fix, const FixQuality& of, bool hasSeparations) {
+    return {TimeOf(fix.TimeUTC),
+            fix.Latitude,
+            fix.Longitude,
+            fix.Altitude,
+            WhenKnown(hasSeparations || fix.GeoidOffst != 0, fix.GeoidOffst),
+            Known(of.hdop),
+            of.horizontalSigma,
+            of.verticalSigma,
+            of.satellites,
+            static_cast<std::uint8_t>(of.quality)};
   }
 };
 
@@ -192,8 +200,7 @@ struct ExposureRow {
   Microseconds time;
   double latitude, longitude, height, tick, sharpness, roll, pitch, heading, photoDifference, photoProbability;
   float hdop, horizontalSigma, verticalSigma;
-  std::int32_t camera;
-  std::uint16_t satellites;
+  std::int32_t camera, satellites;
   std::uint8_t quality, attitudeQuality;
   bool isDropped;
 
@@ -213,7 +220,7 @@ struct ExposureRow {
             {"hdop", "f4", offsetof(ExposureRow, hdop)},
             {"horizontal_sigma", "f4", offsetof(ExposureRow, horizontalSigma)},
             {"vertical_sigma", "f4", offsetof(ExposureRow, verticalSigma)},
-            {"satellites", "u2", offsetof(ExposureRow, satellites)},
+            {"satellites", "i4", offsetof(ExposureRow, satellites)},
             {"quality", "u1", offsetof(ExposureRow, quality)},
             {"attitude_quality", "u1", offsetof(ExposureRow, attitudeQuality)},
             {"dropped", "?", offsetof(ExposureRow, isDropped)}};
@@ -233,7 +240,7 @@ struct ExposureRow {
     row.photoDifference = exposure.photoDifferenceSeconds.value_or(kUnknown);
     row.photoProbability = exposure.photoProbability.value_or(kUnknown);
     row.hdop = Known(of.hdop), row.horizontalSigma = of.horizontalSigma, row.verticalSigma = of.verticalSigma;
-    row.satellites = of.satellites, row.quality = static_cast<std::uint8_t>(of.quality);
+    row.satellites = Satellites(of), row.quality = static_cast<std::uint8_t>(of.quality);
     row.attitudeQuality = static_cast<std::uint8_t>(exposure.attitudeQuality);
     row.isDropped = exposure.drop.has_value();
     return row;
@@ -264,10 +271,11 @@ py::tuple TableOf(const Trajectory& trajectory) {
   std::vector<FixRow> rows;
   {
     const py::gil_scoped_release release;
+    const bool hasSeparations = std::string_view(trajectory.kind) == Trajectory().kind;  // a receiver's log
     rows.reserve(trajectory.fixes.size());
     for (std::size_t i = 0; i < trajectory.fixes.size(); ++i)
-      rows.push_back(
-          FixRow::Of(trajectory.fixes[i], trajectory.qualities.empty() ? FixQuality() : trajectory.qualities[i]));
+      rows.push_back(FixRow::Of(trajectory.fixes[i],
+                                trajectory.qualities.empty() ? FixQuality() : trajectory.qualities[i], hasSeparations));
   }
   return py::make_tuple(ArrayOf(std::move(rows)), py::dict());
 }

@@ -56,6 +56,12 @@ def _existing(path):
     return _os.fspath(path)
 
 
+def _callable(progress):
+    if progress is not None and not callable(progress):
+        raise TypeError("progress must be a function")
+    return progress
+
+
 def _findings(rows):
     return [Finding(*row) for row in rows]
 
@@ -67,9 +73,11 @@ def _table(made):
 
 def _text(kind, value):
     if kind == "flag":
+        if not isinstance(value, (bool, _numpy.bool_)):
+            raise TypeError(f"a flag must be True or False, not {value!r}")
         return "true" if value else "false"
     if kind == "path":
-        return _os.fspath(value)
+        return _os.fspath(value) if _os.name == "nt" else _os.fsencode(value)
     if isinstance(value, (_datetime.date, _datetime.datetime)):
         return value.strftime("%Y-%m-%d")
     if isinstance(value, (list, tuple)):
@@ -168,7 +176,7 @@ class Mission:
 
 def run_mission(mission=None, *, progress=None, **settings):
     given = _given(settings)
-    return Mission(_kvutilities.run_mission("" if mission is None else _existing(mission), given, progress))
+    return Mission(_kvutilities.run_mission("" if mission is None else _existing(mission), given, _callable(progress)))
 
 
 def _document_run_mission():
@@ -200,17 +208,18 @@ def read_trajectory(path, *, date=None, max_gap=2.0, progress=None):
     max_gap: longest pause between fixes, in seconds, that is not a gap
 
     Returns a table of fixes: time, latitude, longitude, height (above the ellipsoid), geoid_separation, hdop,
-    horizontal_sigma, vertical_sigma, satellites, quality (a number in POSITION_QUALITIES).
+    horizontal_sigma, vertical_sigma, satellites (-1 when unknown), quality (a number in POSITION_QUALITIES). For other
+    trajectories, such as GPX and SBET files, use run_mission(trajectory=path) and its fixes.
     """
-    return _table(_kvutilities.read_trajectory(_existing(path), _text("date", date or ""), max_gap, progress))
+    return _table(_kvutilities.read_trajectory(_existing(path), _text("date", date or ""), max_gap, _callable(progress)))
 
 
 def read_events(path, *, progress=None):
     """Reads a system event file.
 
-    Returns a table of heartbeats (type 1) and camera events (type 2): time, tick, type, camera.
+    Returns a table of heartbeats (type 1) and camera events (type 2): time, tick, type, camera (-1 for heartbeats).
     """
-    return _table(_kvutilities.read_events(_existing(path), progress))
+    return _table(_kvutilities.read_events(_existing(path), _callable(progress)))
 
 
 def read_log(path, *, progress=None):
@@ -218,7 +227,7 @@ def read_log(path, *, progress=None):
 
     Returns a table of entries: time and readings in the log's own units, and the texts type, description and error.
     """
-    return _table(_kvutilities.read_log(_existing(path), progress))
+    return _table(_kvutilities.read_log(_existing(path), _callable(progress)))
 
 
 def read_pos(path, target="EPSG:4979", *, jobs=0, progress=None):
@@ -229,7 +238,7 @@ def read_pos(path, target="EPSG:4979", *, jobs=0, progress=None):
 
     Returns a table of samples: time, latitude, longitude, height, x, y, z.
     """
-    (array, texts), findings, wkt = _kvutilities.read_pos(_existing(path), target, jobs, progress)
+    (array, texts), findings, wkt = _kvutilities.read_pos(_existing(path), target, jobs, _callable(progress))
     return Table(array, texts, _findings(findings), crs=wkt, places=("x", "y", "z"))
 
 
@@ -242,7 +251,7 @@ def transform(path, target, output, *, jobs=0, overwrite=False, progress=None):
     Returns a dictionary with what was read and left out, and the list of findings.
     """
     made, findings = _kvutilities.transform(
-        _existing(path), target, _os.fspath(output), jobs, overwrite, progress
+        _existing(path), target, _os.fspath(output), jobs, overwrite, _callable(progress)
     )
     return _json.loads(made), _findings(findings)
 
@@ -259,12 +268,12 @@ def sharpness(photos, *, jobs=0, max_megapixels=1000.0, progress=None):
     """
     is_one = isinstance(photos, (str, bytes, _os.PathLike))
     paths = [_existing(path) for path in ([photos] if is_one else photos)]
-    grades = _kvutilities.grades(paths, jobs, max_megapixels, progress)
+    grades = _kvutilities.grades(paths, jobs, max_megapixels, _callable(progress))
     for path, (_, complaint, damage) in zip(paths, grades):
         if complaint and is_one:
-            raise Error(f"{path}: {complaint}")
+            raise Error(f"{_os.fsdecode(path)}: {complaint}")
         if complaint or damage:
-            _warnings.warn(f"{path}: {complaint or damage}", PhotoWarning, stacklevel=2)
+            _warnings.warn(f"{_os.fsdecode(path)}: {complaint or damage}", PhotoWarning, stacklevel=2)
     values = [_numpy.nan if complaint else grade for grade, complaint, _ in grades]
     return values[0] if is_one else _numpy.array(values)
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <condition_variable>
 #include <exception>
 #include <future>
@@ -15,7 +16,8 @@ namespace kv::mission {
 /// The number of threads asked for, or of processors if that is 0.
 inline unsigned ThreadsFor(unsigned jobs) {
   const unsigned processors = std::thread::hardware_concurrency();
-  return jobs > 0 ? jobs : processors > 0 ? processors : 1;
+  constexpr unsigned kMost = 1024;
+  return jobs > 0 ? std::min(jobs, kMost) : processors > 0 ? processors : 1;
 }
 
 /// Threads that take work in the order in which it is given, and start when it comes. Work that has not begun when they
@@ -80,7 +82,7 @@ class Workers {
 template <typename Next, typename Make, typename Take>
 void MakeInOrder(unsigned threads, Next next, Make make, Take take) {
   using Thing = std::invoke_result_t<Make, typename std::invoke_result_t<Next>::value_type>;
-  if (threads == 1) {
+  if (threads <= 1) {
     for (auto material = next(); material; material = next()) {
       if (!take(make(*std::move(material)))) return;
     }

@@ -40,6 +40,10 @@ void RemoveContent(const fs::path& folder, std::error_code& error) {
 void RemoveOneAbandoned(const fs::path& folder) {
   std::error_code error;
   if (!fs::is_directory(fs::symlink_status(folder, error)) || HasResults(folder)) return;
+  if (!FolderLock::MayBeOf(folder)) {
+    fs::remove(folder, error);  // if it is empty: killed before it had its lock
+    return;
+  }
   {
     const FolderLock lock(folder);
     if (!lock.IsSure()) return;
@@ -71,6 +75,11 @@ std::vector<fs::path> ScratchFolder::NamesIn(const fs::path& parent) {
 
 void ScratchFolder::RemoveAbandoned(const fs::path& parent) {
   for (const fs::path& path : NamesIn(parent)) RemoveOneAbandoned(path);
+}
+
+void ScratchFolder::Clear(const fs::path& folder) {
+  std::error_code ignored;
+  RemoveContent(folder, ignored);
 }
 
 ScratchFolder::ScratchFolder(const fs::path& parent) {

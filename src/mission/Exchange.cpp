@@ -46,7 +46,7 @@ class Renames {
     FailWriting(to, error);
   }
 
-  bool IsEmpty() const { return made_.empty(); }
+  std::size_t Count() const { return made_.size(); }
 
   /// The last one first. @return whether all went back
   bool TakeBack() {
@@ -80,6 +80,14 @@ void RemoveOthers(const fs::path& staging, const std::vector<std::string>& stage
   }
 }
 
+/// A folder of results that is a link may lead anywhere.
+void RefuseLinks(const fs::path& folder, const fs::path& name) {
+  for (fs::path parent = name.parent_path(); !parent.empty(); parent = parent.parent_path()) {
+    if (fs::is_symlink(folder / parent))
+      throw Failure(Utf8(folder / parent) + " is a link; results of a run that was killed belong there: move it away");
+  }
+}
+
 /// Moves all files of a folder. A layer's .shp comes last.
 void MoveAll(const fs::path& from, const fs::path& to) {
   auto names = FilesIn(from);
@@ -87,6 +95,7 @@ void MoveAll(const fs::path& from, const fs::path& to) {
   Renames renames;
   for (const std::string& name : names) {
     if (name == FolderLock::kName || name.starts_with(kReplaced + std::string("/"))) continue;
+    RefuseLinks(to, name);
     MakeFolderOf(to / name);
     renames.Make(from / name, to / name);
     PutOnDisk((to / name).parent_path());
@@ -101,9 +110,10 @@ const char* Recover(const fs::path& folder, const fs::path& staging) {
     return "they are complete now";
   }
   if (!fs::is_directory(staging / kEarlier)) return nullptr;
+  const bool had = !FilesIn(staging / kEarlier).empty();
   MoveAll(staging / kEarlier, folder);
   fs::remove_all(staging / kEarlier);
-  return "those of the run before it are back";
+  return had ? "those of the run before it are back" : nullptr;
 }
 
 }  // namespace
@@ -112,6 +122,9 @@ bool ExchangeResults(const fs::path& folder, const fs::path& staging, const Exch
   RemoveOthers(staging, names.staged);
   const fs::path earlier = staging / kEarlier;
   std::set<fs::path> folders{folder};
+  std::error_code error;
+  fs::create_directory(earlier, error);  // even if none comes: it marks the exchange
+  if (error) FailWriting(earlier, error);
   Renames renames;
   try {
     for (const std::string& name : names.earlier) {
@@ -134,7 +147,7 @@ bool ExchangeResults(const fs::path& folder, const fs::path& staging, const Exch
     }
     throw Failure(fmt::format("{}; what could not be put back is in {}", failure.what(), Utf8(staging)));
   }
-  return !renames.IsEmpty();
+  return renames.Count() > 1;  // more than the mark
 }
 
 void RemoveReplaced(const fs::path& staging) {
@@ -144,11 +157,13 @@ void RemoveReplaced(const fs::path& staging) {
 
 void RecoverResults(const fs::path& folder, Job& job) try {
   for (const fs::path& staging : ScratchFolder::NamesIn(folder)) {
-    if (!fs::is_directory(fs::symlink_status(staging))) continue;
+    if (!fs::is_directory(fs::symlink_status(staging)) || !FolderLock::MayBeOf(staging)) continue;
+    if (!fs::is_directory(staging / kReplaced) && !fs::is_directory(staging / kEarlier)) continue;
     const FolderLock lock(staging);
     if (!lock.IsSure()) continue;
     if (const char* outcome = Recover(folder, staging))
       job.Add(Found::ResultsRecovered, {{"outcome", outcome}}, {.file = folder});
+    ScratchFolder::Clear(staging);  // while it is locked; what is left of it is removed with the abandoned ones
   }
 } catch (const fs::filesystem_error& error) {
   FailWriting(folder, error.code());

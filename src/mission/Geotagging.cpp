@@ -27,7 +27,8 @@ namespace {
 namespace fs = std::filesystem;
 using State = GeotaggedPhoto::State;
 
-constexpr unsigned kInPlacePerJob = 4;  // photos at a time: most of them wait until they are on the disk
+// Most photos wait until they are on the disk, so more threads than processors work; each has a photo in memory twice.
+constexpr unsigned kInPlacePerJob = 4, kMostInPlace = 16;
 
 /// A photo and what is to be written into it.
 struct Task {
@@ -185,7 +186,9 @@ std::vector<GeotaggedPhoto> TagAll(const std::vector<Task>& tasks, const GeotagS
   const auto next = [&, task = tasks.begin()]() mutable {
     return task == tasks.end() ? std::optional<const Task*>() : &*task++;
   };
-  const unsigned threads = (settings.output.empty() ? kInPlacePerJob : 1) * ThreadsFor(settings.jobs);
+  const unsigned jobs = ThreadsFor(settings.jobs);
+  const unsigned threads =
+      settings.output.empty() ? std::max(jobs, std::min(kInPlacePerJob * jobs, kMostInPlace)) : jobs;
   std::vector<GeotaggedPhoto> photos;
   try {
     MakeInOrder(

@@ -36,8 +36,8 @@ using MaybeClaim = std::optional<Claim>;
 /// least; large photos have an eighth of a bit for each pixel at the very least.
 constexpr struct { double pixels, pixelsPerByte; } kDensities[] = {{1 << 24, 8 * 64}, {1 << 27, 64}};
 
-/// A photo at half a bit per pixel takes 100 times its bytes when it is decoded and turned.
-constexpr double kHarmlessBytes = 200e6, kBytesPerByte = 100;
+/// A photo at a quarter of a bit per pixel takes 200 times its bytes when it is decoded and turned.
+constexpr double kHarmlessBytes = 210e6, kBytesPerByte = 205;
 
 /// Each scan of a JPEG passes over all pixels. Cameras write a dozen.
 constexpr std::size_t kUsualScans = 20;
@@ -73,13 +73,12 @@ MaybeClaim ClaimOfBmp(std::string_view start) {
 }
 
 MaybeClaim ClaimOfWebp(std::string_view start) {
-  constexpr double kBytesPerPixel = 12;  // with the decoder's own copies
+  constexpr double kLossy = 4.2, kLossless = 12;  // bytes a pixel, with the decoder's own copies
   const auto number = [&](std::size_t at, std::size_t bytes) { return Number(start.substr(at, bytes), false); };
-  const auto claim = [&](std::uint64_t columns, std::uint64_t rows) { return Claim{columns, rows, kBytesPerPixel}; };
   const std::string_view kind = start.substr(12, 4);
-  if (kind == "VP8 ") return claim(number(26, 2) & 0x3FFF, number(28, 2) & 0x3FFF);
-  if (kind == "VP8L") return claim((number(21, 4) & 0x3FFF) + 1, (number(21, 4) >> 14 & 0x3FFF) + 1);
-  if (kind == "VP8X") return claim(number(24, 3) + 1, number(27, 3) + 1);
+  if (kind == "VP8 ") return Claim{number(26, 2) & 0x3FFF, number(28, 2) & 0x3FFF, kLossy};
+  if (kind == "VP8L") return Claim{(number(21, 4) & 0x3FFF) + 1, (number(21, 4) >> 14 & 0x3FFF) + 1, kLossless};
+  if (kind == "VP8X") return Claim{number(24, 3) + 1, number(27, 3) + 1, kLossless};
   return std::nullopt;
 }
 
@@ -102,22 +101,27 @@ class TiffDirectory {
     constexpr std::uint64_t kWidth = 256, kLength = 257, kBits = 258, kSamples = 277, kRowsPerStrip = 278,
                             kTileWidth = 322, kTileLength = 323, kAllRows = 0xFFFFFFFF;
     Claim claim;
-    std::uint64_t bits = 8, samples = 1;
+    std::uint64_t bits = 8, samples = 1, stripColumns = 0, stripRows = 0;
     for (std::size_t at = 0; at + EntryBytes() <= entries_.size(); at += EntryBytes()) {
       const std::uint64_t tag = NumberIn(entries_, at, 2);
-      std::uint64_t* const part = tag == kWidth || tag == kTileWidth     ? &claim.columns
-                                  : tag == kLength || tag == kTileLength ? &claim.rows
-                                  : tag == kRowsPerStrip                 ? &claim.rows
-                                  : tag == kBits                         ? &bits
-                                  : tag == kSamples                      ? &samples
-                                                                         : nullptr;
+      std::uint64_t* const part = tag == kWidth                                ? &claim.columns
+                                  : tag == kLength                             ? &claim.rows
+                                  : tag == kTileWidth                          ? &stripColumns
+                                  : tag == kTileLength || tag == kRowsPerStrip ? &stripRows
+                                  : tag == kBits                               ? &bits
+                                  : tag == kSamples                            ? &samples
+                                                                               : nullptr;
       if (!part) continue;
       const auto value = FirstValue(at);
       if (!value) return std::nullopt;
       if (tag != kRowsPerStrip || *value < kAllRows) *part = std::max(*part, *value);
     }
+    if (stripColumns == 0) stripColumns = claim.columns;
+    if (stripRows == 0) stripRows = claim.rows;
     // The picture, the library's copy with four channels, and a strip as it is stored, twice.
-    claim.bytesPerPixel = 7 + 2 * static_cast<double>(samples) * static_cast<double>(bits) / 8;
+    claim.bytesPerPixel = 7;
+    claim.moreBytes = 2 * static_cast<double>(samples) * static_cast<double>(bits) / 8 *
+                      static_cast<double>(stripColumns) * static_cast<double>(stripRows);
     return claim;
   }
 

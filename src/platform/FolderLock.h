@@ -17,6 +17,9 @@ class FolderLock {
   FolderLock(const FolderLock&) = delete;
   FolderLock& operator=(const FolderLock&) = delete;
 
+  /// Whether a folder may be locked or have been locked by a process that was killed: no other has the file.
+  static bool MayBeOf(const std::filesystem::path& folder);
+
   bool IsHeld() const { return isHeld_; }
   /// Whether its file could be opened.
   bool HasFile() const { return isHeld_ && handle_ != -1; }

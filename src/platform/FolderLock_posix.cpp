@@ -49,6 +49,11 @@ FolderLock::FolderLock(const std::filesystem::path& folder) : file_(folder / kNa
   }
 }
 
+bool FolderLock::MayBeOf(const std::filesystem::path& folder) {
+  struct stat status {};
+  return lstat((folder / kName).c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
 FolderLock::~FolderLock() {
   if (handle_ < 0) return;
   unlink(file_.c_str());

@@ -25,6 +25,8 @@ FolderLock::FolderLock(const std::filesystem::path& folder) : file_(folder / kNa
   CloseHandle(other);
 }
 
+bool FolderLock::MayBeOf(const std::filesystem::path&) { return true; }  // the file goes with its process
+
 FolderLock::~FolderLock() {
   if (handle_ != -1) CloseHandle(reinterpret_cast<HANDLE>(handle_));
 }

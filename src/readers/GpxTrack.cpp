@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
@@ -25,8 +26,8 @@
 namespace kv::mission {
 namespace {
 
-constexpr int kBlockBytes = 64 * 1024;
-constexpr std::size_t kLongestValue = 64;  // longer ones are cut
+constexpr int kBlockBytes = 64 * 1024, kMostBlockBytes = 1 << 28;
+constexpr std::size_t kLongestValue = 64;
 constexpr std::string_view kBlanks = " \t\r\n";
 
 struct FreeParser {
@@ -60,7 +61,8 @@ std::optional<Instant> TimeOf(std::string_view text) {
   if (rest.empty() || rest == "Z") return time;
   if (rest.size() != 6 || (rest[0] != '+' && rest[0] != '-') || rest[3] != ':') return std::nullopt;
   const auto hours = Digits(rest.substr(1, 2)), minutes = Digits(rest.substr(4));
-  if (!hours || !minutes) return std::nullopt;
+  constexpr int kFarthest = 14;
+  if (!hours || !minutes || *hours > kFarthest || *minutes > 59) return std::nullopt;
   const std::chrono::minutes zone = std::chrono::hours{*hours} + std::chrono::minutes{*minutes};
   return rest[0] == '+' ? time - zone : time + zone;
 }
@@ -89,15 +91,20 @@ class TrackParser {
   /// @return  what is wrong with the file; empty for nothing
   std::string Read(std::FILE* file, Job& job) {
     Meter meter(job, "reading the trajectory", "points");
+    XML_Index at = -1;
+    int room = kBlockBytes;
     for (bool isEnd = false; !isEnd;) {
       job.ThrowIfStopped();
-      void* const block = XML_GetBuffer(parser_.get(), kBlockBytes);
+      void* const block = XML_GetBuffer(parser_.get(), room);
       if (!block) throw std::bad_alloc();
-      const std::size_t size = std::fread(block, 1, kBlockBytes, file);
+      const std::size_t size = std::fread(block, 1, static_cast<std::size_t>(room), file);
       if (std::ferror(file)) return "cannot be read: " + std::generic_category().message(errno);
-      isEnd = size < kBlockBytes;
+      isEnd = size < static_cast<std::size_t>(room);
       if (XML_ParseBuffer(parser_.get(), static_cast<int>(size), isEnd) != XML_STATUS_OK) return Complaint();
       meter.Show(points_, 0);
+      // Inside one long comment, say, the parser begins anew with each block.
+      const XML_Index before = std::exchange(at, XML_GetCurrentByteIndex(parser_.get()));
+      room = at == before ? std::min(2 * room, kMostBlockBytes) : kBlockBytes;
     }
     return {};
   }
@@ -156,7 +163,7 @@ class TrackParser {
     if (depth_ == 0 && name != kChain[0]) Refuse("no GPX file");
     if (depth_ == chain_) {
       if (chain_ == kPoint) {
-        field_ = name, text_.clear();
+        field_ = name, text_.clear(), isPlain_ = true;
       } else if (name == kChain[chain_]) {
         Begin(++chain_, attributes);
       } else if (name == "wpt") {
@@ -165,6 +172,7 @@ class TrackParser {
     } else if (name == "rtept") {
       ++tracks_.others;
     }
+    if (depth_ > kPoint) isPlain_ = false;
     ++depth_;
   }
 
@@ -173,7 +181,7 @@ class TrackParser {
     if (element == kSegment) segments_.emplace_back();
     if (element != kPoint) return;
     GpxPoint& point = segments_.back().emplace_back();
-    ++points_;
+    ++points_, seen_ = {};
     for (; *attributes; attributes += 2) {
       const std::string_view name = attributes[0];
       if (name != "lat" && name != "lon") continue;
@@ -182,8 +190,13 @@ class TrackParser {
     }
   }
 
+  /// Blanks around a value are none of it.
   void Add(std::string_view text) {
-    if (chain_ == kPoint && depth_ == kPoint + 1) text_ += text.substr(0, kLongestValue - text_.size());
+    if (chain_ != kPoint || depth_ != kPoint + 1) return;
+    if (text_.empty()) text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+    const std::size_t room = std::min(kLongestValue - text_.size(), text.size());
+    text_ += text.substr(0, room);
+    if (text.find_first_not_of(kBlanks, room) != text.npos) isPlain_ = false;
   }
 
   void End() {
@@ -193,6 +206,12 @@ class TrackParser {
   }
 
   void SetField(GpxPoint& point, std::string_view text) {
+    constexpr std::array<std::string_view, kFields> kNames{"time", "ele", "geoidheight", "hdop", "sat", "fix"};
+    const auto name = std::find(kNames.begin(), kNames.end(), field_);
+    if (name == kNames.end()) return;
+    bool& isSeen = seen_[static_cast<std::size_t>(name - kNames.begin())];
+    if (!isPlain_ || isSeen) return Refuse(field_ + (isSeen ? " stands twice in a point" : " is not a plain value"));
+    isSeen = true;
     if (text.empty()) return;
     if (field_ == "time") {
       point.time = TimeOf(text);
@@ -219,11 +238,14 @@ class TrackParser {
     return number.value_or(GpxPoint::kUnknown);
   }
 
+  static constexpr std::size_t kFields = 6;
   enum { kTrack = 2, kSegment, kPoint };  // elements of the chain that are open then
 
   std::unique_ptr<XML_ParserStruct, FreeParser> parser_;
-  int depth_ = 0, chain_ = 0;  // open elements; those of them from the root on that lead to a point
-  std::string field_, text_;   // of the point
+  int depth_ = 0, chain_ = 0;         // open elements; those of them from the root on that lead to a point
+  std::string field_, text_;          // of the point
+  bool isPlain_ = true;               // the field: short, without elements inside
+  std::array<bool, kFields> seen_{};  // fields of the point
   GpxTracks tracks_;
   std::vector<std::vector<GpxPoint>> segments_;
   std::size_t points_ = 0;

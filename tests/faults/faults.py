@@ -18,7 +18,7 @@ Case = collections.namedtuple("Case", "name arguments rule old again")
 # `old` makes results of an earlier run; `again` are runs after a kill: the first one must leave a whole set.
 OVERWRITE = "run m -o o --jobs 1 --overwrite"
 CASES = {case.name: case for case in [
-    Case("run", "run m -o o --jobs 1", WHOLE, False, []),
+    Case("run", "run m -o o --jobs 1", WHOLE, False, ["run m -o o --jobs 1", "run m -o o --jobs 1 --overwrite"]),
     Case("overwrite", OVERWRITE, WHOLE, True, ["run m -o o --jobs 1", OVERWRITE]),
     Case("export", "export m -o o --jobs 1 --overwrite", WHOLE, True, []),
     Case("copies", "geotag m -o o --jobs 1", EACH, False, []),

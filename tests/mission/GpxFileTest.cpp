@@ -45,6 +45,9 @@ TEST_F(GpxFileTest, TakesWhatAPointSaysAndNoMore) {
        nullptr},
       {"<ele> 300 </ele><time>\n2024-05-02T06:00:60.25-04:00\n</time><extensions><ele>7</ele></extensions>",
        "2024-05-02T10:01:00.250Z", 300, PositionQuality::None, nullptr},
+      {"<ele>" + std::string(70, ' ') + "300" + std::string(70, '\n') + "</ele><time>2024-05-02T10:00:01Z</time>",
+       "2024-05-02T10:00:01.000Z", 300, PositionQuality::None, nullptr},
+      {"<ele>300</ele><time>2024-05-02T10:00:01+99:99</time>", nullptr, 0, {}, "left out, without a valid time"},
       {"<ele>300</ele><time>2024-05-02T10:00</time>", nullptr, 0, {}, "1 point left out, without a valid time"},
       {"<ele>300</ele><time>2024-05-02T10:00:01+05</time>", nullptr, 0, {}, "1 point left out, without a valid time"},
       {"<ele>300</ele>", nullptr, 0, {}, "1 point left out, without a valid time"},
@@ -92,6 +95,9 @@ TEST_F(GpxFileTest, RefusesWithTheReason) {
       {Track(whole), "no sound XML: no element found in line 2"},
       {"<trk><trkseg>" + whole + "</trkpt></trkseg></gpx>", "no sound XML: mismatched tag in line 2"},
       {Track(whole + Point("\n<ele>3 m</ele>")) + "</gpx>", "line 3: ele \"3 m\" is not a number"},
+      {Track(Point("<ele>4<b>9</b>1</ele>")) + "</gpx>", "ele is not a plain value"},
+      {Track(Point("<ele>4</ele><ele>5</ele>")) + "</gpx>", "ele stands twice in a point"},
+      {Track(Point("<ele>4." + std::string(70, '0') + "e2</ele>")) + "</gpx>", "ele is not a plain value"},
       {Track(whole + Point("<sat>many</sat>")) + "</gpx>", "line 2: sat \"many\" is not a number"},
   };
   for (const auto& [content, said] : rows) {

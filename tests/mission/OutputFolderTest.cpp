@@ -102,7 +102,10 @@ TEST(OutputFolder, PutsAKilledExchangeInOrder) {
   for (const auto& [replaced, photos, line, findings] : rows) {
     const TempFolder temp;
     TestJob job;
-    for (const char* folder : {".kvmission-2", ".kvmission-7"}) std::filesystem::create_directory(temp.Path() / folder);
+    for (const char* folder : {".kvmission-2", ".kvmission-7", ".kvmission-9"})
+      std::filesystem::create_directory(temp.Path() / folder);
+    temp.Write(".kvmission-2/.kvmission-lock", "");
+    temp.Write(".kvmission-9/somebodys", "file");
     std::filesystem::create_directory(temp.Path() / ".kvmission-2" / replaced);
     const bool isNamed = *line == 'n';
     temp.Write(std::string(".kvmission-2/") + replaced + "/photos.shp", "old");
@@ -114,6 +117,7 @@ TEST(OutputFolder, PutsAKilledExchangeInOrder) {
     EXPECT_EQ(job.Findings().size(), findings) << replaced;
     for (const char* folder : {".kvmission-2", ".kvmission-7"})
       EXPECT_FALSE(std::filesystem::exists(temp.Path() / folder)) << replaced;
+    EXPECT_EQ(temp.Read(".kvmission-9/somebodys"), "file");
   }
 }
 

@@ -129,6 +129,8 @@ def test_sharpness_is_the_command_s(mission, tmp_path):
         (lambda m: kvutilities.run_mission(m / "m", cam1_offset="soon"), ValueError),
         (lambda m: kvutilities.run_mission(), (ValueError, kvutilities.Error)),
         (lambda m: kvutilities.run_mission(m / "m", cam3=1), TypeError),
+        (lambda m: kvutilities.run_mission(m / "m", overwrite="false"), TypeError),
+        (lambda m: kvutilities.read_events(m / "m" / "events.txt", progress=5), TypeError),
         (lambda m: kvutilities.read_events(m / "m" / "trajectory.nmea"), kvutilities.Error),
         (lambda m: kvutilities.read_trajectory(m / "m" / "events.txt"), kvutilities.Error),
         (lambda m: kvutilities.read_pos(m / "m" / "events.txt"), kvutilities.Error),
@@ -176,8 +178,9 @@ def test_threads_work_at_once_and_hear_of_progress(mission):
     def fail(*_):
         raise LookupError("enough")
 
-    with pytest.raises(LookupError, match="enough"):
-        kvutilities.run_mission(mission / "m", progress=fail)
+    for call in (kvutilities.run_mission, lambda m, **options: kvutilities.sharpness(next(m.glob("cam1/*.jpg")), **options)):
+        with pytest.raises(LookupError, match="enough"):
+            call(mission / "m", progress=fail)
 
 
 def test_control_c_ends_a_run(mission, tmp_path):
