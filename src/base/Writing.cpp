@@ -77,11 +77,6 @@ void ScratchFolder::RemoveAbandoned(const fs::path& parent) {
   for (const fs::path& path : NamesIn(parent)) RemoveOneAbandoned(path);
 }
 
-void ScratchFolder::Clear(const fs::path& folder) {
-  std::error_code ignored;
-  RemoveContent(folder, ignored);
-}
-
 ScratchFolder::ScratchFolder(const fs::path& parent) {
   std::error_code error;
   RemoveAbandoned(parent);
@@ -109,7 +104,9 @@ ScratchFolder::ScratchFolder(const fs::path& parent) {
 bool ScratchFolder::Remove() {
   isDone_ = true;
   try {
-    return !HasResults(path_) && !RemoveAll();
+    if (!HasResults(path_)) return !RemoveAll();
+    lock_->Leave();
+    return false;
   } catch (const std::exception&) {
     return false;
   }
@@ -119,6 +116,7 @@ ScratchFolder::~ScratchFolder() {
   if (isDone_) return;
   try {
     if (HasResults(path_)) {
+      lock_->Leave();
       std::fprintf(stderr, "kvmission: warning: %s: kept, it has earlier results; the next run puts them in order\n",
                    Utf8(path_).c_str());
     } else if (const std::error_code error = RemoveAll()) {

@@ -43,8 +43,6 @@ class ScratchFolder {
 
   /// Removes those in a folder whose processes have ended.
   static void RemoveAbandoned(const std::filesystem::path& parent);
-  /// Removes the content of one, as far as that can be done, but not its lock.
-  static void Clear(const std::filesystem::path& folder);
   /// All that can be in a folder.
   static std::vector<std::filesystem::path> NamesIn(const std::filesystem::path& parent);
 

@@ -159,11 +159,11 @@ void RecoverResults(const fs::path& folder, Job& job) try {
   for (const fs::path& staging : ScratchFolder::NamesIn(folder)) {
     if (!fs::is_directory(fs::symlink_status(staging)) || !FolderLock::MayBeOf(staging)) continue;
     if (!fs::is_directory(staging / kReplaced) && !fs::is_directory(staging / kEarlier)) continue;
-    const FolderLock lock(staging);
+    FolderLock lock(staging);
     if (!lock.IsSure()) continue;
+    lock.Leave();  // what is then left is removed with the abandoned ones, and asked again after a failure
     if (const char* outcome = Recover(folder, staging))
       job.Add(Found::ResultsRecovered, {{"outcome", outcome}}, {.file = folder});
-    ScratchFolder::Clear(staging);  // while it is locked; what is left of it is removed with the abandoned ones
   }
 } catch (const fs::filesystem_error& error) {
   FailWriting(folder, error.code());

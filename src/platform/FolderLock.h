@@ -20,6 +20,9 @@ class FolderLock {
   /// Whether a folder may be locked or have been locked by a process that was killed: no other has the file.
   static bool MayBeOf(const std::filesystem::path& folder);
 
+  /// Leaves its file behind, by which the next run knows the folder.
+  void Leave() { isLeft_ = true; }
+
   bool IsHeld() const { return isHeld_; }
   /// Whether its file could be opened.
   bool HasFile() const { return isHeld_ && handle_ != -1; }
@@ -31,7 +34,7 @@ class FolderLock {
  private:
   std::filesystem::path file_;
   std::intptr_t handle_ = -1;  // of the system
-  bool isHeld_ = true, isSure_ = true;
+  bool isHeld_ = true, isSure_ = true, isLeft_ = false;
   std::string holder_;
 };
 

@@ -56,7 +56,7 @@ bool FolderLock::MayBeOf(const std::filesystem::path& folder) {
 
 FolderLock::~FolderLock() {
   if (handle_ < 0) return;
-  unlink(file_.c_str());
+  if (!isLeft_) unlink(file_.c_str());
   close(static_cast<int>(handle_));
 }
 

@@ -111,7 +111,16 @@ TEST(OutputFolder, PutsAKilledExchangeInOrder) {
     temp.Write(std::string(".kvmission-2/") + replaced + "/photos.shp", "old");
     temp.Write(".kvmission-2/photos.shp", "new");
     temp.Write("trajectory_line.shp", isNamed ? "new" : "old");
+    if (findings > 0) {  // a link is in the way of them: once it is gone, they are put in order all the same
+      const std::string csv = std::string(".kvmission-2/") + (isNamed ? "" : "earlier/") + "csv";
+      std::filesystem::create_directory(temp.Path() / csv);
+      temp.Write(csv + "/photos.csv", "moved");
+      std::filesystem::create_directory_symlink(temp.Path(), temp.Path() / "csv");
+      EXPECT_THROW(OutputFolder(temp.Path(), true, RunResults(), job), Failure) << replaced;
+      std::filesystem::remove(temp.Path() / "csv");
+    }
     EXPECT_NO_THROW(OutputFolder(temp.Path(), true, RunResults(), job));
+    EXPECT_EQ(temp.Read("csv/photos.csv"), findings > 0 ? "moved" : "") << replaced;
     EXPECT_EQ(temp.Read("photos.shp"), photos) << replaced;
     EXPECT_EQ(temp.Read("trajectory_line.shp"), line) << replaced;
     EXPECT_EQ(job.Findings().size(), findings) << replaced;
