@@ -9,6 +9,8 @@
 ///   FAULT_ERROR   its errno; 0 ends the process by SIGKILL
 ///   FAULT_STACKS  set: an allocation counts only when no earlier one had the same callers in the project's own code
 ///   FAULT_REPORT  a file that receives lines: the counts at the end, the call that failed, the callers at a crash
+///   FAULT_SERVER  two files, "6,7": each line of the first, settings apart by spaces, makes a child that runs main(), with
+///                 FAULT_UNDER its folder and "stdout" there its output; the second tells how it ended (SIGALRM: too late)
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <link.h>
@@ -17,7 +19,9 @@
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <ucontext.h>
+#include <unistd.h>
 #include <unwind.h>
 
 #include <atomic>
@@ -329,9 +333,47 @@ bool IsOutOfMemory() {
   return fails;
 }
 
+/// @return the line without its end, or false at the end of the file
+bool ReadLine(int file, char* line, std::size_t size) {
+  std::size_t length = 0;
+  while (length + 1 < size && ::read(file, line + length, 1) == 1 && line[length] != '\n') ++length;
+  line[length] = '\0';
+  return length > 0;
+}
+
+/// In a child, puts files and settings as a new process would find them.
+void EnterChild(char* settings) {
+  for (char* setting = std::strtok(settings, " "); setting; setting = std::strtok(nullptr, " ")) ::putenv(setting);
+  if (::chdir(Setting("FAULT_UNDER")) != 0) ::_exit(126);
+  const int output = ::open("stdout", O_WRONLY | O_CREAT | O_TRUNC, 0666);
+  if (::dup2(output, STDOUT_FILENO) < 0 || ::ftruncate(STDERR_FILENO, 0) != 0) ::_exit(126);
+  ::close(output);
+  ::alarm(120);
+  ::lseek(STDERR_FILENO, 0, SEEK_SET);
+}
+
+/// Loading the libraries takes half of a short run: they are loaded once. Returns in the children only.
+void Serve() {
+  int requests = -1, answers = -1;
+  if (std::sscanf(Setting("FAULT_SERVER"), "%d,%d", &requests, &answers) != 2) return;
+  static char line[400];  // the child's settings stay in it
+  while (ReadLine(requests, line, sizeof line)) {
+    const int child = ::fork();
+    if (child == 0) {
+      ::close(requests), ::close(answers);
+      return EnterChild(line);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    ::dprintf(answers, "%d\n", status);
+  }
+  ::_exit(0);
+}
+
 int (*realMain)(int, char**, char**);
 
 int Main(int count, char** arguments, char** environment) {
+  Serve();
   Begin();
   const int code = realMain(count, arguments, environment);
   isMemoryCounted = false;  // what is made while libraries are left does not count

@@ -55,7 +55,7 @@ class Bench:
         for second in range(9):
             with open(self.template / "p.pos", "a", encoding="ascii") as file:
                 file.write(f"2200 {345600 + second}.000 48.25 15.5 30{second}.0" + rest)
-        self.known = {}
+        self.known, self.server = {}, ()
         loaded = subprocess.run(["ldd", program], capture_output=True, text=True, check=True).stdout
         self.libraries = next(Path(line.split()[2]).parent for line in loaded.splitlines() if "libKVMission" in line)
 
@@ -80,19 +80,33 @@ class Bench:
                 found.update({name + "/": None} if path.is_dir() else {name: path.read_bytes()})
         return found
 
-    def start(self, arguments, **fault):
-        self.report.unlink(missing_ok=True)
-        environment = dict(os.environ, LC_ALL="C.UTF-8", TMPDIR=str(self.folder / "t"))
-        if fault:
-            environment.update(LD_PRELOAD=self.library, FAULT_UNDER=str(self.folder), FAULT_REPORT=str(self.report))
-            environment.update({"FAULT_" + name.upper(): str(value) for name, value in fault.items()})
+    def start(self, arguments, files=(), **more):
+        environment = dict(os.environ, LC_ALL="C.UTF-8", TMPDIR=str(self.folder / "t"), **more)
         with open(self.folder / "stdout", "wb") as out, open(self.stderr, "wb") as complaints:
             return subprocess.Popen([self.program, *arguments.split()], cwd=self.folder, env=environment,
-                                    stdin=subprocess.DEVNULL, stdout=out, stderr=complaints)
+                                    stdin=subprocess.DEVNULL, stdout=out, stderr=complaints, pass_fds=files)
 
-    def run(self, arguments, **fault):
+    def serve(self, arguments):
+        """Starts the program with its libraries loaded, and stops the one before."""
+        for file in self.server:
+            file.close()
+        (requests, to_server), (from_server, answers) = os.pipe(), os.pipe()
+        self.start(arguments, (requests, answers), LD_PRELOAD=self.library, FAULT_UNDER=str(self.folder),
+                   FAULT_REPORT=str(self.report), FAULT_SERVER=f"{requests},{answers}")
+        os.close(requests), os.close(answers)
+        self.server = open(to_server, "w", encoding="ascii"), open(from_server, encoding="ascii")
+
+    def run_failing(self, **fault):
+        """@return as `run`"""
+        self.report.unlink(missing_ok=True)
+        requests, answers = self.server
+        print(*(f"FAULT_{name.upper()}={value}" for name, value in fault.items()), file=requests, flush=True)
+        code = os.waitstatus_to_exitcode(int(answers.readline()))
+        return None if code == -signal.SIGALRM else code
+
+    def run(self, arguments):
         """@return the exit code or negative signal, or None for a command that does not end"""
-        process = self.start(arguments, **fault)
+        process = self.start(arguments)
         try:
             return process.wait(SECONDS)
         except subprocess.TimeoutExpired:
@@ -118,6 +132,7 @@ class Bench:
             assert code == 0, f"{case.name}: exit {code}: {self.said()}"
             self.known[case.name] = {name: None for name in self.content() if name not in self.old or case.old}
         self.new, self.text, self.usual = self.content(), self.printed(), self.said()
+        self.serve(case.arguments)
 
     def seconds(self, case):
         self.prepare(case)
@@ -130,7 +145,7 @@ class Bench:
         counts = {}
         for kind, stacks in (("", ""), ("memory", "1")):
             self.prepare(case)
-            self.run(case.arguments, call=kind, stacks=stacks)
+            self.run_failing(call=kind, stacks=stacks)
             counts.update({name: int(count) for _, name, count in self.reported("count") if int(count) > 0})
         return counts
 
@@ -216,8 +231,7 @@ def try_point(bench, case, point):
     bench.prepare(case)
     many = 10 ** 9 if error == DISK_FULL else 1
     value = errno.ENOSPC if error == DISK_FULL else getattr(errno, error)
-    code = bench.run(case.arguments, call=kind, at=number, error=value, stacks="1",
-                     **{"for": many})
+    code = bench.run_failing(call=kind, at=number, error=value, stacks=1, **{"for": many})
     if not bench.reported("failed"):
         return "not reached", None
     wrong = judge(bench, case, code)
@@ -236,7 +250,7 @@ def try_kill(bench, case, point):
         process.kill()
         code = process.wait()
     else:
-        code = bench.run(case.arguments, call=kind, at=number, error=0)
+        code = bench.run_failing(call=kind, at=number, error=0)
     if code != -signal.SIGKILL:
         return "not reached", judge(bench, case, code)
     if case.rule == EACH:
