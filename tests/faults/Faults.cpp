@@ -7,7 +7,7 @@
 ///   FAULT_AT      the first call that fails, from 1
 ///   FAULT_FOR     how many calls fail from there on (default 1)
 ///   FAULT_ERROR   its errno; 0 ends the process by SIGKILL
-///   FAULT_STACKS  set: an allocation counts only when no earlier one had the same callers in the project's own code
+///   FAULT_STACKS  set: reports each allocation that is the first with its callers in the project's own code
 ///   FAULT_REPORT  a file that receives lines: the counts at the end, the call that failed, the callers at a crash
 ///   FAULT_SERVER  two files, "6,7": each line of the first, settings apart by spaces, makes a child that runs main(), with
 ///                 FAULT_UNDER its folder and "stdout" there its output; the second tells how it ended (SIGALRM: too late)
@@ -165,7 +165,8 @@ int AddOwnCode(dl_phdr_info* info, std::size_t, void*) {
   return 0;
 }
 
-/// Addresses as addr2line takes them; those of the C and C++ libraries are left out.
+/// Addresses as addr2line takes them; those of the C and C++ libraries are left out, but for folder iterators, which end
+/// the process when they are short of memory.
 void ReportCallers(const char* what) {
   Callers callers;
   _Unwind_Backtrace(AddCaller, &callers);
@@ -178,7 +179,7 @@ void ReportCallers(const char* what) {
     bool isPlumbing = false;
     for (const char* name : {"libc.", "libstdc++", "libgcc", "libfaults", "ld-linux"})
       isPlumbing = isPlumbing || std::strncmp(library, name, std::strlen(name)) == 0;
-    if (isPlumbing) continue;
+    if (isPlumbing && !(info.dli_sname && std::strstr(info.dli_sname, "directory_iterator"))) continue;
     Report(" %s+%#lx", library, callers.addresses[i] - reinterpret_cast<std::uintptr_t>(info.dli_fbase) - 1);
     ++shown;
   }
@@ -326,8 +327,9 @@ bool IsNewStack() {
 bool IsOutOfMemory() {
   if (!isMemoryCounted || isInside) return false;
   isInside = true;
-  const bool fails = (!byStacks || IsNewStack()) && Fails(allocations, kMemory, "");
+  const bool fails = Fails(allocations, kMemory, "");
   if (fails) ReportCallers("callers");
+  if (byStacks && IsNewStack()) Report("stack %ld\n", allocations.load());
   isInside = false;
   if (fails) errno = ENOMEM;
   return fails;

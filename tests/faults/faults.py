@@ -140,14 +140,14 @@ class Bench:
         self.run(case.arguments)
         return time.monotonic() - start
 
-    def counts(self, case):
-        """@return how often each kind of call is made"""
-        counts = {}
-        for kind, stacks in (("", ""), ("memory", "1")):
-            self.prepare(case)
-            self.run_failing(call=kind, stacks=stacks)
-            counts.update({name: int(count) for _, name, count in self.reported("count") if int(count) > 0})
-        return counts
+    def calls(self, case):
+        """@return for each kind of call the numbers of those that are to fail"""
+        self.prepare(case)
+        self.run_failing(call="")
+        numbers = {name: range(1, int(count) + 1) for _, name, count in self.reported("count") if int(count) > 0}
+        self.prepare(case)
+        self.run_failing(call="memory", stacks=1)
+        return numbers | {"memory": [int(number) for _, number in self.reported("stack")]}
 
 
 def is_same(name, found, expected):
@@ -231,7 +231,7 @@ def try_point(bench, case, point):
     bench.prepare(case)
     many = 10 ** 9 if error == DISK_FULL else 1
     value = errno.ENOSPC if error == DISK_FULL else getattr(errno, error)
-    code = bench.run_failing(call=kind, at=number, error=value, stacks=1, **{"for": many})
+    code = bench.run_failing(call=kind, at=number, error=value, **{"for": many})
     if not bench.reported("failed"):
         return "not reached", None
     wrong = judge(bench, case, code)
@@ -272,14 +272,16 @@ def try_kill(bench, case, point):
     return "killed", None
 
 
-def points_of(case, counts, options):
+def points_of(case, calls, options):
     """@return (function, point) for each call that is to fail and each kill"""
     points = []
-    for kind, count in counts.items():
+    for kind, numbers in calls.items():
         errors = ERRORS.get(kind, ["EIO"])
-        numbers = range(1, count + 1, options.every if count > MANY else 1)
         if not options.full:
-            numbers = sorted({1 + (count - 1) * i // max(1, options.points - 1) for i in range(options.points)})
+            last = len(numbers) - 1
+            numbers = [numbers[i] for i in sorted({last * i // max(1, options.points - 1) for i in range(options.points)})]
+        elif len(numbers) > MANY:
+            numbers = numbers[:: options.every]
         points += [(try_point, (kind, number, errors[i % len(errors)])) for i, number in enumerate(numbers)]
         if kind == "write":
             points += [(try_point, (kind, number, DISK_FULL)) for number in numbers[:: 10 if options.full else 1]]
@@ -298,7 +300,7 @@ def work(arguments):
             if options.only and case.name not in options.only:
                 continue
             bench.learn(case)
-            points = points_of(case, bench.counts(case), options)[share :: options.jobs]
+            points = points_of(case, bench.calls(case), options)[share :: options.jobs]
             chance, killed = random.Random(share), (case.name, "moment", "killed")
             seconds = bench.seconds(case) if case.again and options.kills else 0
             while points or (case.again and counters[killed] * options.jobs < options.kills):
