@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <utility>
 #include <vector>
 
 /// Records as NumPy's structured arrays.
@@ -30,14 +29,15 @@ inline py::dtype TypeOf(const std::vector<Column>& columns, std::size_t rowBytes
   return py::dtype(names, types, offsets, static_cast<py::ssize_t>(rowBytes));
 }
 
-/// Moves rows into an array, which owns them from then on: no row is copied.
-template <class Row>
-py::array ArrayOf(std::vector<Row>&& rows) {
-  auto kept = std::make_unique<std::vector<Row>>(std::move(rows));
-  const std::vector<Row>& all = *kept;
-  const py::capsule owner(kept.get(), [](void* vector) { delete static_cast<std::vector<Row>*>(vector); });
-  kept.release();
-  return py::array(TypeOf(Row::Columns(), sizeof(Row)), {all.size()}, {sizeof(Row)}, all.data(), owner);
+/// Makes an array and fills it in place, with the interpreter free meanwhile. NumPy takes large pages for large arrays.
+/// @param rowAt  gives the row of an index
+template <class Row, class RowAt>
+py::array ArrayOf(std::size_t count, RowAt rowAt) {
+  py::array array(TypeOf(Row::Columns(), sizeof(Row)), py::array::ShapeContainer{count});
+  Row* const rows = static_cast<Row*>(array.mutable_data());
+  const py::gil_scoped_release release;
+  for (std::size_t i = 0; i < count; ++i) std::construct_at(rows + i, rowAt(i));
+  return array;
 }
 
 }  // namespace kv::python

@@ -80,12 +80,9 @@ float Known(float hdop) { return hdop > 0 ? hdop : FixQuality::kUnknown; }
 
 std::int32_t Satellites(const FixQuality& quality) { return quality.satellites > 0 ? quality.satellites : -1; }
 
-template <class Row, class Records>
-std::vector<Row> RowsOf(const Records& records) {
-  std::vector<Row> rows;
-  rows.reserve(records.size());
-  for (const auto& record : records) rows.push_back(Row::Of(record));
-  return rows;
+template <class Row, class Record>
+py::array RowsOf(const std::vector<Record>& records) {
+  return ArrayOf<Row>(records.size(), [&](std::size_t i) { return Row::Of(records[i]); });
 }
 
 struct FixRow {
@@ -268,50 +265,40 @@ struct StationRow {
 }  // namespace
 
 py::tuple TableOf(const Trajectory& trajectory) {
-  std::vector<FixRow> rows;
-  {
-    const py::gil_scoped_release release;
-    const bool hasSeparations = std::string_view(trajectory.kind) == Trajectory().kind;  // a receiver's log
-    rows.reserve(trajectory.fixes.size());
-    for (std::size_t i = 0; i < trajectory.fixes.size(); ++i)
-      rows.push_back(FixRow::Of(trajectory.fixes[i],
-                                trajectory.qualities.empty() ? FixQuality() : trajectory.qualities[i], hasSeparations));
-  }
-  return py::make_tuple(ArrayOf(std::move(rows)), py::dict());
+  const bool hasSeparations = std::string_view(trajectory.kind) == Trajectory().kind;  // a receiver's log
+  const auto rowAt = [&](std::size_t i) {
+    return FixRow::Of(trajectory.fixes[i], trajectory.qualities.empty() ? FixQuality() : trajectory.qualities[i],
+                      hasSeparations);
+  };
+  return py::make_tuple(ArrayOf<FixRow>(trajectory.fixes.size(), rowAt), py::dict());
 }
 
-py::tuple TableOf(const EventFile& events) {
-  return py::make_tuple(ArrayOf(RowsOf<EventRow>(events.events)), py::dict());
-}
+py::tuple TableOf(const EventFile& events) { return py::make_tuple(RowsOf<EventRow>(events.events), py::dict()); }
 
 py::tuple TableOf(const HousekeepingLog& log) {
-  std::vector<LogRow> rows;
-  rows.reserve(log.events.size());
-  for (std::size_t i = 0; i < log.events.size(); ++i) rows.push_back(LogRow::Of(log.events[i], log.known[i]));
+  const auto rowAt = [&](std::size_t i) { return LogRow::Of(log.events[i], log.known[i]); };
   py::dict texts;
   texts["type"] = TextsOf(log.events, [](auto& entry) { return entry.Type; });
   texts["description"] = TextsOf(log.events, [](auto& entry) { return entry.Desc; });
   texts["error"] = TextsOf(log.errorTexts, [](auto& text) { return text; });
-  return py::make_tuple(ArrayOf(std::move(rows)), texts);
+  return py::make_tuple(ArrayOf<LogRow>(log.events.size(), rowAt), texts);
 }
 
-py::tuple TableOf(const PosPoints& points) {
-  return py::make_tuple(ArrayOf(RowsOf<SampleRow>(points.samples)), py::dict());
-}
+py::tuple TableOf(const PosPoints& points) { return py::make_tuple(RowsOf<SampleRow>(points.samples), py::dict()); }
 
 py::tuple TableOf(const std::vector<Exposure>& exposures) {
   py::dict texts;
   texts["photo"] = TextsOf(exposures, [](auto& exposure) { return exposure.event.PhotoPath; });
   texts["drop"] =
       TextsOf(exposures, [](auto& exposure) { return exposure.drop ? KVMission::TextOf(*exposure.drop) : ""; });
-  return py::make_tuple(ArrayOf(RowsOf<ExposureRow>(exposures)), texts);
+  return py::make_tuple(RowsOf<ExposureRow>(exposures), texts);
 }
 
 py::tuple TableOf(const Stations& stations) {
   py::dict texts;
   texts["photo1"] = TextsOf(stations.stations, [](auto& station) { return station.Cam1Event.PhotoPath; });
   texts["photo2"] = TextsOf(stations.stations, [](auto& station) { return station.Cam2Event.PhotoPath; });
-  return py::make_tuple(ArrayOf(RowsOf<StationRow>(stations.stations)), texts);
+  return py::make_tuple(RowsOf<StationRow>(stations.stations), texts);
 }
 
 }  // namespace kv::python

@@ -1,6 +1,7 @@
 #include "photos/Grading.h"
 
 #include <exception>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -32,6 +33,8 @@ Graded GradeOf(const Photo& photo, double mostMegapixels) try {
   Graded graded{{sharpness, {}, std::move(damage)}, {}};
   if (filter) graded.thumbnail = ThumbnailOf(filter->Result(), OrientationOf(photo.path));
   return graded;
+} catch (const std::bad_alloc&) {  // says nothing about the photo
+  throw;
 } catch (const std::exception& error) {
   return {{0, error.what(), {}}, {}};
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <exception>
 #include <memory>
+#include <new>
 #include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <vector>
@@ -49,13 +50,11 @@ int OrientationOf(const std::filesystem::path& photo) {
   return header ? OrientationIn(*header) : 1;
 }
 
-std::string ThumbnailOf(cv::Mat small, int orientation) try {
+std::string ThumbnailOf(cv::Mat small, int orientation) {
   TurnUpright(small, orientation);
   std::vector<unsigned char> bytes;
-  if (!cv::imencode(".jpg", small, bytes, {cv::IMWRITE_JPEG_QUALITY, kQuality})) return {};
+  if (!cv::imencode(".jpg", small, bytes, {cv::IMWRITE_JPEG_QUALITY, kQuality})) throw std::bad_alloc();
   return {bytes.begin(), bytes.end()};
-} catch (const std::exception&) {
-  return {};
 }
 
 std::string ThumbnailOfFile(const std::filesystem::path& photo) try {
@@ -71,6 +70,8 @@ std::string ThumbnailOfFile(const std::filesystem::path& photo) try {
   BoxFilter filter(picture.size(), kThumbnailSide);
   filter.Add(picture);
   return ThumbnailOf(filter.Result(), OrientationIn(*header));
+} catch (const std::bad_alloc&) {
+  throw;
 } catch (const std::exception&) {
   return {};
 }

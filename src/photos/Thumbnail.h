@@ -15,11 +15,12 @@ int OrientationOf(const std::filesystem::path& photo);
 /// A JPEG of a small picture, upright.
 /// @param small        three channels of 8 bits
 /// @param orientation  of the picture, 1 to 8
-/// @return             empty when it cannot be made
+/// @throws std::bad_alloc, as nothing else keeps a picture from being encoded
 std::string ThumbnailOf(cv::Mat small, int orientation);
 
 /// Decodes a photo at a fraction of its size, for a thumbnail.
 /// @return empty for a photo that is not a JPEG, is damaged, or has more pixels than any camera
+/// @throws std::bad_alloc
 std::string ThumbnailOfFile(const std::filesystem::path& photo);
 
 }  // namespace kv::mission

@@ -7,7 +7,7 @@ namespace kv {
 
 /// Requests large pages for memory that will be filled from start to end: the system then maps 2 MiB at a time instead
 /// of 4 KiB, at a fraction of the cost. A hint only; without large pages nothing changes.
-/// @param bytes  that will certainly be used; below 32 MiB, which the heap may reuse, nothing is requested
+/// @param bytes  that will certainly be used; below 4 MiB nothing is requested
 void PreferLargePages(void* memory, std::size_t bytes);
 
 /// Reserves room for records that will certainly come.

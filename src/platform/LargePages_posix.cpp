@@ -9,7 +9,7 @@ namespace kv {
 #if defined(MADV_HUGEPAGE)
 
 void PreferLargePages(void* memory, std::size_t bytes) {
-  constexpr std::size_t kPage = 2 * 1024 * 1024, kLeast = 16 * kPage;
+  constexpr std::size_t kPage = 2 * 1024 * 1024, kLeast = 2 * kPage;
   if (bytes < kLeast) return;
   const std::size_t before = (kPage - reinterpret_cast<std::uintptr_t>(memory) % kPage) % kPage;
   // If refused, small pages remain.

@@ -5,8 +5,8 @@
 #include <cmath>
 
 #include "text/Blanks.h"
+#include "text/ByteMasks.h"
 #include "text/Numbers.h"
-#include "text/Tokens.h"
 #include "time/Angles.h"
 
 namespace kv::mission {
@@ -51,20 +51,30 @@ std::string_view TypeOf(std::string_view identifier) {
   return identifier.size() == 5 && identifier[0] != 'P' ? identifier.substr(2) : identifier;
 }
 
-void SplitFields(std::string_view body, Sentence& sentence) {
-  constexpr Delimiters kComma(",");
-  const char* begin = body.data();
+/// Splits a piece of a line that begins with "$" or "!" at its commas.
+/// @return where its fields end: at "*", or with the piece; npos when another "$" follows
+std::size_t SplitFields(std::string_view piece, Sentence& sentence) {
+  std::size_t end = piece.npos;
+  const char* begin = piece.data() + 1;
   auto field = sentence.fields.begin();
-  for (std::size_t at = 0; at < body.size(); at += kBytesAtOnce) {
-    for (std::uint64_t found = kComma.In(body, at); found != 0; found &= found - 1) {
-      const char* const comma = body.data() + at + static_cast<unsigned>(std::countr_zero(found));
+  for (std::size_t at = 0; at < piece.size(); at += kBytesAtOnce) {
+    auto [commas, stars, dollars] = BytesEqual(std::array{',', '*', '$'}, piece, at);
+    if ((at == 0 ? dollars & ~std::uint64_t{1} : dollars) != 0) return piece.npos;
+    if (end != piece.npos) continue;
+    if (stars != 0) {
+      end = at + static_cast<unsigned>(std::countr_zero(stars));
+      commas &= (stars & (0 - stars)) - 1;  // those before the first star
+    }
+    for (; commas != 0 && field != sentence.fields.end(); commas &= commas - 1) {
+      const char* const comma = piece.data() + at + static_cast<unsigned>(std::countr_zero(commas));
       *field++ = {begin, comma};
-      if (field == sentence.fields.end()) return;
       begin = comma + 1;
     }
   }
-  *field++ = {begin, body.data() + body.size()};
+  end = std::min(end, piece.size());
+  if (field != sentence.fields.end()) *field++ = {begin, piece.data() + end};
   std::fill(field, sentence.fields.end(), std::string_view());
+  return end;
 }
 
 /// An angle dddmm.mmmm with digits on both sides of the point.
@@ -113,9 +123,12 @@ bool ReadMeasure(std::string_view text, double& measure) {
   double value = 0;
   if (!ReadWhole(text, value)) return false;
   const double size = std::abs(value);
+  if (!(size < kLargestMeasure)) return false;  // nor is NaN
   // What merely rounds to zero is refused: the strict numbers throw on it.
-  const bool isZero = size == 0 && text.substr(0, text.find_first_of("eE")).find_first_of("123456789") == text.npos;
-  if (!isZero && !(size >= kSmallestMeasure && size < kLargestMeasure)) return false;  // nor is NaN
+  const auto isZero = [&] {
+    return size == 0 && text.substr(0, text.find_first_of("eE")).find_first_of("123456789") == text.npos;
+  };
+  if (size < kSmallestMeasure && !isZero()) return false;
   measure = value;
   return true;
 }
@@ -180,37 +193,36 @@ std::optional<Instant> RecommendedMinimumTime(const Sentence& sentence) {
   return At(year, Digits(date.substr(2, 2)), Digits(date.substr(0, 2)), ParseClock(field[1]));
 }
 
-/// A piece of a line that looks like a sentence.
-struct Piece {
-  std::string_view body;        // between "$" and "*"
-  std::string_view identifier;  // the first field of it
-  enum { NoSentence, NoSum, WrongSum, RightSum } trust = NoSentence;
-};
+/// Whether a piece of a line is a sentence.
+enum class Trust { NoSentence, NoSum, WrongSum, RightSum };
 
-/// @param text  begins with "$" or "!"; what follows the two digits of a checksum is ignored
-Piece PieceOf(std::string_view text) {
-  const std::size_t star = text.find('*');
-  const bool hasSum = star != std::string_view::npos;
-  Piece piece{WithoutTrailingBlanks(text.substr(1, hasSum ? star - 1 : star)), {}};
-  piece.identifier = piece.body.substr(0, piece.body.find(','));
-  if (!IsIdentifier(piece.identifier)) return piece;
-  if (hasSum) piece.body = text.substr(1, star - 1);  // blanks count in a checksum
-  const bool isRight = hasSum && ChecksumIsRight(piece.body, text.substr(star + 1, 2));
-  piece.trust = isRight ? Piece::RightSum : hasSum ? Piece::WrongSum : Piece::NoSum;
-  return piece;
+/// @param end     of the piece's fields
+/// @param fields  the piece's; what follows the two digits of a checksum is ignored
+Trust TrustIn(std::string_view piece, std::size_t end, std::string_view identifier) {
+  const bool hasSum = end < piece.size();
+  if (identifier.size() + 1 == end) identifier = WithoutTrailingBlanks(identifier);  // the only field
+  if (!IsIdentifier(identifier)) return Trust::NoSentence;
+  if (!hasSum) return Trust::NoSum;
+  const bool isRight = ChecksumIsRight(piece.substr(1, end - 1), piece.substr(end + 1, 2));  // with its blanks
+  return isRight ? Trust::RightSum : Trust::WrongSum;
 }
 
 /// Of several pieces the last one with a right checksum counts, else with a wrong one, which spoils the line: pieces
 /// without a checksum beside it may be fragments.
-Piece SentenceIn(std::string_view line) {
-  if (line[0] == '$' && line.find('$', 1) == line.npos) return PieceOf(line);  // nearly every line
-  Piece best;
-  if (line[0] == '!') best = PieceOf(line.substr(0, line.find('$')));
-  for (std::size_t end = line.size(); end > 0 && best.trust != Piece::RightSum;) {
+/// @return an empty text if there is no sentence
+std::string_view BestPiece(std::string_view line, Sentence& sentence) {
+  std::string_view best;
+  Trust trust = Trust::NoSentence;
+  const auto consider = [&](std::string_view piece) {
+    const std::size_t end = SplitFields(piece, sentence);
+    const Trust of = TrustIn(piece, end, sentence.fields[0]);
+    if (of > trust) best = piece, trust = of;
+  };
+  if (line[0] == '!') consider(line.substr(0, line.find('$')));
+  for (std::size_t end = line.size(); end > 0 && trust != Trust::RightSum;) {
     const std::size_t begin = line.rfind('$', end - 1);
     if (begin == std::string_view::npos) break;
-    const Piece piece = PieceOf(line.substr(begin, end - begin));
-    if (piece.trust > best.trust) best = piece;
+    consider(line.substr(begin, end - begin));
     end = begin;
   }
   return best;
@@ -221,11 +233,17 @@ Piece SentenceIn(std::string_view line) {
 SentenceKind Classify(std::string_view line, Sentence& sentence) {
   line = WithoutTrailingBlanks(line);
   if (line.empty()) return SentenceKind::Blank;
-  const Piece piece = SentenceIn(line);
-  if (piece.trust == Piece::NoSentence) return SentenceKind::NotASentence;
-  if (piece.trust == Piece::WrongSum) return SentenceKind::BadChecksum;
-  sentence.type = TypeOf(piece.identifier);
-  SplitFields(piece.body, sentence);
+  std::size_t end = line[0] == '$' ? SplitFields(line, sentence) : line.npos;
+  if (end == line.npos) {  // not one sentence and nothing else
+    line = BestPiece(line, sentence);
+    if (line.empty()) return SentenceKind::NotASentence;
+    end = SplitFields(line, sentence);
+  }
+  std::string_view identifier = sentence.fields[0];
+  const Trust trust = TrustIn(line, end, identifier);
+  if (trust == Trust::NoSentence) return SentenceKind::NotASentence;
+  if (trust == Trust::WrongSum) return SentenceKind::BadChecksum;
+  sentence.type = TypeOf(identifier);
   if (sentence.type != "GGA") return SentenceKind::OtherSentence;
   if (SaysNoFix(sentence)) return SentenceKind::NoFix;
   return ReadFix(sentence) ? SentenceKind::Fix : SentenceKind::Incomplete;
@@ -233,18 +251,20 @@ SentenceKind Classify(std::string_view line, Sentence& sentence) {
 
 std::optional<ClockTime> ParseClock(std::string_view text) {
   constexpr std::size_t kPoint = 6, kTenths = 7, kHundredths = 8;
-  const std::string_view clock = text.substr(0, kPoint);
-  if (clock.size() < kPoint || !std::all_of(clock.begin(), clock.end(), IsDigit)) return std::nullopt;
-  const auto digit = [&](std::size_t at) { return at < text.size() ? text[at] - '0' : 0; };
-  const auto pair = [&](std::size_t at) { return digit(at) * 10 + digit(at + 1); };
-  const int hour = pair(0), minute = pair(2), second = pair(4);
+  if (text.size() < kPoint) return std::nullopt;
+  const std::uint64_t digits = DigitValues(LoadBytes(text.data(), kPoint)), pairs = PairsOf(digits);
+  if (FirstByte(OtherThanDigits(digits)) < kPoint) return std::nullopt;
+  const auto pair = [&](int i) { return static_cast<int>(pairs >> 16 * i & 0xFF); };
+  const int hour = pair(0), minute = pair(1), second = pair(2);
   if (hour > 23 || minute > 59 || second > 59 || (text.size() > kPoint && text[kPoint] != '.')) return std::nullopt;
   bool truncated = false;
   for (std::size_t at = kTenths; at < text.size(); ++at) {
     if (!IsDigit(text[at])) return std::nullopt;
     truncated = truncated || (at > kHundredths && text[at] != '0');
   }
-  return ClockTime{Hundredths{((hour * 60 + minute) * 60 + second) * 100 + pair(kTenths)}, truncated};
+  const auto digit = [&](std::size_t at) { return at < text.size() ? text[at] - '0' : 0; };
+  const int hundredths = digit(kTenths) * 10 + digit(kHundredths);
+  return ClockTime{Hundredths{((hour * 60 + minute) * 60 + second) * 100 + hundredths}, truncated};
 }
 
 std::optional<Instant> DatedTime(const Sentence& sentence) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -41,23 +42,35 @@ inline std::uint64_t EqualInSixteen(char character, const char* bytes) {
 
 #endif
 
-/// Which of the 64 bytes of a text from `begin` on equal a character: a bit for each, the first byte lowest.
-/// @param character  not NUL
-inline std::uint64_t BytesEqual(char character, std::string_view text, std::size_t begin) {
+/// Which of the 64 bytes of a text from `begin` on equal each of some characters: a bit for each, the first byte lowest.
+/// @param characters  not NUL
+template <std::size_t kCount>
+std::array<std::uint64_t, kCount> BytesEqual(const std::array<char, kCount>& characters, std::string_view text,
+                                             std::size_t begin) {
   constexpr std::size_t kSixteen = 16;
   const char* const bytes = text.data() + begin;
   const std::size_t count = std::min(text.size() - begin, kBytesAtOnce);
-  std::uint64_t found = 0;
+  std::array<std::uint64_t, kCount> found{};
+  const auto add = [&](const char* sixteen, auto place) {
+    for (std::size_t i = 0; i < kCount; ++i) found[i] |= place(EqualInSixteen(characters[i], sixteen));
+  };
   std::size_t at = 0;
-  for (; at + kSixteen <= count; at += kSixteen) found |= EqualInSixteen(character, bytes + at) << at;
+  for (; at + kSixteen <= count; at += kSixteen) add(bytes + at, [at](std::uint64_t bits) { return bits << at; });
   if (at == count) return found;
   if (text.size() >= kSixteen) {  // the last sixteen of the text; nothing beyond its end may be read
-    const std::uint64_t last = EqualInSixteen(character, bytes + count - kSixteen);
-    return found | (count >= kSixteen ? last << (count - kSixteen) : last >> (kSixteen - count));
+    add(bytes + count - kSixteen, [count](std::uint64_t bits) {
+      return count >= kSixteen ? bits << (count - kSixteen) : bits >> (kSixteen - count);
+    });
+    return found;
   }
   char padded[kSixteen] = {};
   std::memcpy(padded, bytes, count);
-  return EqualInSixteen(character, padded);
+  add(padded, [](std::uint64_t bits) { return bits; });
+  return found;
+}
+
+inline std::uint64_t BytesEqual(char character, std::string_view text, std::size_t begin) {
+  return BytesEqual(std::array{character}, text, begin)[0];
 }
 
 }  // namespace kv

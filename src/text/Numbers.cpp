@@ -70,17 +70,9 @@ constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7
 constexpr std::ptrdiff_t kMostDigits = std::size(kPowersOfTen) - 1;
 constexpr std::uint64_t kLargestExact = std::uint64_t{1} << 53;  // up to here every whole number is a double
 
-// The values of eight characters, each 0-9 if it is a digit.
-constexpr std::uint64_t DigitValues(std::uint64_t characters) { return characters ^ '0' * kEachByte; }
-
-// The highest bit of every byte that is not a digit's value; bits after the first such byte are undefined.
-constexpr std::uint64_t OtherThanDigits(std::uint64_t values) {
-  return ((values + (0x7F - 9) * kEachByte) | values) & 0x80 * kEachByte;
-}
-
 // The number of eight digits from their values: joins pairs, then fours, then all.
 constexpr std::uint64_t NumberOf(std::uint64_t values) {
-  values = (values * 10 + (values >> 8)) & 0x00FF'00FF'00FF'00FF;
+  values = PairsOf(values);
   values = (values * 100 + (values >> 16)) & 0x0000'FFFF'0000'FFFF;
   return (values * 10'000 + (values >> 32)) & 0xFFFF'FFFF;
 }
@@ -153,7 +145,25 @@ bool ReadShortDecimal(std::basic_string_view<Char> text, double& number) {
   return true;
 }
 
+// Accepts three to eight characters, digits around a point: without the point they are one whole number.
+bool ReadTinyDecimal(std::string_view text, double& number) {
+  constexpr std::size_t kWord = sizeof(std::uint64_t), kHalf = kWord / 2;
+  const std::size_t size = text.size();
+  const char *begin = text.data(), *end = begin + size;
+  const std::uint64_t bytes = size >= kHalf
+                                  ? LoadBytes(begin, kHalf) | LoadBytes(end - kHalf, kHalf) << 8 * (size - kHalf)
+                                  : LoadBytes(begin, 2) | LoadBytes(end - 1, 1) << 16;
+  const std::uint64_t values = DigitValues(bytes);
+  const std::size_t point = FirstByte(OtherThanDigits(values));
+  if (point == 0 || point + 1 >= size || begin[point] != '.') return false;
+  const std::uint64_t whole = values & ((std::uint64_t{1} << 8 * point) - 1);
+  const std::uint64_t digits = (whole | values >> 8 * (point + 1) << 8 * point) << 8 * (kWord + 1 - size);
+  number = static_cast<double>(NumberOf(digits)) / kPowersOfTen[size - point - 1];
+  return OtherThanDigits(digits) == 0;
+}
+
 bool ReadShortDecimal(std::string_view text, double& number) {
+  if (text.size() >= 3 && text.size() <= sizeof(std::uint64_t) && ReadTinyDecimal(text, number)) return true;
   const auto parts = SplitShort(text);
   if (!parts) return ReadShortDecimal<char>(text, number);
   number = Nearest(*parts);

@@ -216,7 +216,7 @@ def judge(bench, case, code):
 
 def foreign_code(bench, crash):
     """@return the library that a crash happened in, or None when it was the project's own code"""
-    library, offset = crash[2].split("+")
+    library, offset = crash[2].rsplit("+", 1)
     if not library.startswith(("libKV", "kvmission")):
         return library
     path = bench.program if library == "kvmission" else next(Path(bench.libraries).glob(library), "")

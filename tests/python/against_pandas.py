@@ -15,9 +15,10 @@ import kvutilities
 def write(path, lines):
     with open(path, "w", encoding="ascii") as file:
         for i in range(lines):
-            body = (
-                f"GPGGA,{i // 36000 % 24:02}{i // 600 % 60:02}{i // 10 % 60:02}.{i % 10}0,4807.{i % 100000:05},N,"
-                f"01131.{99999 - i % 100000:05},E,4,12,0.8,{500 + i % 97}.123,M,46.900,M,,"
+            body = (  # as an RTK receiver writes it
+                f"GNGGA,{i // 36000 % 24:02}{i // 600 % 60:02}{i // 10 % 60:02}.{i % 10}0,4807.{i * 991 % 100000000:08},N,"
+                f"01131.{i * 577 % 100000000:08},E,4,{12 + i // 5000 % 8:02},0.8,{500 + i % 97}.123,M,46.900,M,"
+                f"{1 + i % 10 / 10:.1f},0133"
             )
             checksum = 0
             for byte in body.encode():
