@@ -1,0 +1,89 @@
+"""Layers of a run's results, and how they get into a QGIS project: in the order of mission.qgz, with their own styles."""
+
+import os
+import xml.etree.ElementTree
+import zipfile
+from collections import namedtuple
+
+from osgeo import ogr
+from qgis.core import QgsProcessingContext, QgsProcessingLayerPostProcessorInterface, QgsProcessingUtils
+
+_FOLDER = "kvmission/folder"  # property of a group: the folder of its results
+
+Layer = namedtuple("Layer", "source name title is_shown", defaults=(True,))
+
+
+def layers(folder, summary):
+    """The layers that a run wrote, those that lie on top first: of the GeoPackage, else the Shapefile sets."""
+    if "gpkg" not in summary["outputs"]:
+        return [Layer(layer["file"], layer["name"], layer["name"]) for layer in summary["layers"]]
+    return _layers_of_geopackage(folder)
+
+
+def _layers_of_geopackage(folder):
+    file = os.path.join(folder, "mission.gpkg")
+    project = os.path.join(folder, "mission.qgz")
+    if os.path.exists(project):
+        rows = [(node.get("id")[len("mission_") :], node.get("name"), node.get("checked")) for node in _nodes(project)]
+    else:
+        package = ogr.Open(file)
+        names = [package.GetLayer(i).GetName() for i in range(package.GetLayerCount())]
+        rows = [(name, name, "Qt::Checked") for name in names if name != "layer_styles"]
+    return [Layer(f"{file}|layername={name}", name, title, shown == "Qt::Checked") for name, title, shown in rows]
+
+
+def _nodes(project):
+    with zipfile.ZipFile(project) as archive:
+        return list(xml.etree.ElementTree.fromstring(archive.read("mission.qgs")).iter("layer-tree-layer"))
+
+
+def load(made, context):
+    """Has QGIS add layers to the project, if there is one, when the algorithm has ended."""
+    if context.project() is None:
+        return
+    for layer in made:
+        details = QgsProcessingContext.LayerDetails(
+            layer.title, context.project(), "", QgsProcessingUtils.LayerHint.Vector
+        )
+        if layer.name:
+            details.setPostProcessor(_placer)
+        context.addLayerToLoadOnCompletion(layer.source, details)
+
+
+class _Placer(QgsProcessingLayerPostProcessorInterface):
+    """Puts a layer in its place: QGIS adds layers in the order of their sources, and may give them a style of its own.
+
+    Keeps nothing between calls, so that one serves all runs.
+    """
+
+    def postProcessLayer(self, layer, context, feedback):
+        layer.loadDefaultStyle()
+        file = layer.source().partition("|")[0]
+        folder = os.path.dirname(file)
+        made = _layers_of_geopackage(folder) if file.endswith(".gpkg") else []
+        ranks = {one.source: rank for rank, one in enumerate(made)}
+        root = context.project().layerTreeRoot()
+        node = root.findLayer(layer.id())
+        group = _group_for(layer.source(), folder, root)
+        rank = ranks.get(layer.source(), 0)
+        above = [other for other in group.findLayers() if ranks.get(other.layer().source(), 0) < rank]
+        copy = node.clone()
+        copy.setItemVisibilityChecked(made[rank].is_shown if made else True)
+        copy.setExpanded(False)
+        group.insertChildNode(len(above), copy)
+        node.parent().removeChildNode(node)
+
+
+def _group_for(source, folder, root):
+    """The group of the run's results. One that has the layer belongs to an earlier run."""
+    for group in root.findGroups():
+        if group.customProperty(_FOLDER) != folder:
+            continue
+        if all(node.layer() is None or node.layer().source() != source for node in group.findLayers()):
+            return group
+    group = root.insertGroup(0, os.path.basename(folder) or folder)
+    group.setCustomProperty(_FOLDER, folder)
+    return group
+
+
+_placer = _Placer()
