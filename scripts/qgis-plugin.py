@@ -22,7 +22,7 @@ KINDS = {"FILE": "file", "FOLDER": "folder", "N": "count", "YYYY-MM-DD": "date",
 
 
 def options(help_text):
-    """(names, help) of each option in a help text. Names that are too long for their column have a line of their own."""
+    """(names, help) of each option in a help text. Names too long for their column have a line of their own."""
     lines = help_text.split("\nOptions:\n")[1].splitlines()
     for line, following in zip(lines, [*lines[1:], ""]):
         if not line.startswith("  -"):

@@ -18,6 +18,7 @@ class Feedback:
 
     def finding(self, severity, text):
         """Notes are information. Doubts and failures are errors: a result may be wrong."""
+        text = settings.as_parameters(text)
         if severity == "note":
             self._feedback.pushInfo(text)
         elif severity == "warning":
@@ -48,9 +49,6 @@ class Algorithm(QgsProcessingAlgorithm):
     def shortHelpString(self):
         return self.HELP
 
-    def helpUrl(self):
-        return ""
-
     def icon(self):
         return QIcon(self.provider().svgIconPath()) if self.provider() else super().icon()
 
@@ -67,4 +65,4 @@ class Algorithm(QgsProcessingAlgorithm):
             engines = engine.find(ProcessingConfig.getSetting(engine.PROGRAM_SETTING) or "")
             return engine.call(engines, settings.VERSION, operation, inputs, values, feedback)
         except engine.Failure as failure:
-            raise QgsProcessingException(str(failure)) from failure
+            raise QgsProcessingException(settings.as_parameters(str(failure))) from failure

@@ -1,6 +1,7 @@
-"""Runs the engine in a process of its own: over the Python module kvutilities or, where that is missing, the command kvmission.
+"""Runs the engine in a process of its own: over the Python module kvutilities, else the command kvmission.
 
-Never in QGIS's own process: the engine sets the folders of GDAL and PROJ for the whole process, and QGIS would lose its own.
+Never in QGIS's own process: the engine sets the folders of GDAL and PROJ for the whole process, and QGIS would lose
+its own.
 """
 
 import importlib.util
@@ -8,7 +9,6 @@ import json
 import os
 import queue
 import shutil
-import signal
 import subprocess
 import sys
 import threading
@@ -41,7 +41,7 @@ class Unusable(Failure):
 
 
 def _python():
-    """The interpreter that QGIS is built with. Inside a program, sys.executable is that program or what the path has."""
+    """The interpreter that QGIS is built with. In QGIS, sys.executable may be QGIS, or any python3 on the path."""
     version = f"python{sys.version_info.major}.{sys.version_info.minor}"
     for names in (("bin", version), ("bin", "python3"), ("python3.exe",), ("python.exe",)):
         path = os.path.join(sys.base_exec_prefix, *names)
@@ -120,7 +120,7 @@ def _output(process, request, feedback):
             _give(process.stdin, request)
             while open_streams:
                 if feedback.isCanceled() and deadline is None:
-                    process.terminate() if os.name == "nt" else process.send_signal(signal.SIGINT)
+                    process.terminate()  # not an interrupt: a program started in the background may ignore that
                     deadline = time.monotonic() + SECONDS_TO_STOP
                 if deadline and time.monotonic() > deadline:
                     process.kill()

@@ -47,9 +47,8 @@ class GradePhotos(Algorithm):
         self.addParameter(QgsProcessingParameterFeatureSink("OUTPUT", "Sharpness", QgsProcessing.TypeVector))
 
     def processAlgorithm(self, parameters, context, feedback):
-        paths = self.parameterAsFileList(parameters, "PHOTOS", context)
         folder = self.parameterAsFile(parameters, "FOLDER", context)
-        paths = [folder] * bool(folder) + paths
+        paths = list(filter(None, [folder, *self.parameterAsFileList(parameters, "PHOTOS", context)]))
         if not paths:
             raise QgsProcessingException("Name a folder of photos, or photos.")
         for path in paths:

@@ -1,4 +1,4 @@
-"""Layers of a run's results, and how they get into a QGIS project: in the order of mission.qgz, with their own styles."""
+"""Layers of a run's results, and how QGIS adds them to a project: in the order of mission.qgz, with their styles."""
 
 import os
 import xml.etree.ElementTree
@@ -7,6 +7,7 @@ from collections import namedtuple
 
 from osgeo import ogr
 from qgis.core import QgsProcessingContext, QgsProcessingLayerPostProcessorInterface, QgsProcessingUtils
+from qgis.PyQt import sip
 
 _FOLDER = "kvmission/folder"  # property of a group: the folder of its results
 
@@ -46,27 +47,36 @@ def load(made, context):
             layer.title, context.project(), "", QgsProcessingUtils.LayerHint.Vector
         )
         if layer.name:
-            details.setPostProcessor(_placer)
+            details.setPostProcessor(_new_placer())
         context.addLayerToLoadOnCompletion(layer.source, details)
 
 
-class _Placer(QgsProcessingLayerPostProcessorInterface):
-    """Puts a layer in its place: QGIS adds layers in the order of their sources, and may give them a style of its own.
+_placers = []
 
-    Keeps nothing between calls, so that one serves all runs.
-    """
+
+def _new_placer():
+    """One that lives until its context deletes it: QGIS owns it, but does not keep its Python part alive."""
+    _placers[:] = [placer for placer in _placers if not sip.isdeleted(placer)] + [_Placer()]
+    return _placers[-1]
+
+
+class _Placer(QgsProcessingLayerPostProcessorInterface):
+    """Puts a layer in its place. QGIS adds layers in the order of their sources, and may give them another style."""
 
     def postProcessLayer(self, layer, context, feedback):
-        layer.loadDefaultStyle()
         file = layer.source().partition("|")[0]
         folder = os.path.dirname(file)
-        made = _layers_of_geopackage(folder) if file.endswith(".gpkg") else []
-        ranks = {one.source: rank for rank, one in enumerate(made)}
+        layer.dataProvider().reloadData()  # it may be a layer of an earlier run, whose file was replaced
+        layer.loadDefaultStyle()
         root = context.project().layerTreeRoot()
         node = root.findLayer(layer.id())
-        group = _group_for(layer.source(), folder, root)
+        if node is None or node.parent().customProperty(_FOLDER) == folder:
+            return
+        made = _layers_of_geopackage(folder) if file.endswith(".gpkg") else []
+        ranks = {one.source: rank for rank, one in enumerate(made)}
         rank = ranks.get(layer.source(), 0)
-        above = [other for other in group.findLayers() if ranks.get(other.layer().source(), 0) < rank]
+        group = _group_for(folder, root)
+        above = [other for other in group.findLayers() if ranks.get(other.layer().source(), 0) <= rank]
         copy = node.clone()
         copy.setItemVisibilityChecked(made[rank].is_shown if made else True)
         copy.setExpanded(False)
@@ -74,16 +84,11 @@ class _Placer(QgsProcessingLayerPostProcessorInterface):
         node.parent().removeChildNode(node)
 
 
-def _group_for(source, folder, root):
-    """The group of the run's results. One that has the layer belongs to an earlier run."""
+def _group_for(folder, root):
+    """The group of the results in a folder; a new one stands on top."""
     for group in root.findGroups():
-        if group.customProperty(_FOLDER) != folder:
-            continue
-        if all(node.layer() is None or node.layer().source() != source for node in group.findLayers()):
+        if group.customProperty(_FOLDER) == folder:
             return group
     group = root.insertGroup(0, os.path.basename(folder) or folder)
     group.setCustomProperty(_FOLDER, folder)
     return group
-
-
-_placer = _Placer()

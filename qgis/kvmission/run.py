@@ -61,8 +61,8 @@ class RunMission(Algorithm):
         outcome = self.call("run", [mission] if mission else [], values, Feedback(feedback))
         if outcome.code == engine.DOUBTFUL and "accept-doubt" not in values:
             raise QgsProcessingException(
-                f"Results may be wrong: see the doubts above. What was made is in {folder}, without the photos. To make "
-                "them all the same, set ACCEPT_DOUBT and OVERWRITE."
+                f"Results may be wrong: see the doubts above. What was made is in {folder}, but the photos are not. "
+                "To have them all the same, set ACCEPT_DOUBT and OVERWRITE."
             )
         if outcome.code == engine.INCOMPLETE:
             feedback.pushWarning("Finished, but something was left out: the warnings and the summary say what.")

@@ -1,4 +1,4 @@
-"""The settings of a run as parameters. settings.json holds the command's own table; scripts/qgis-plugin.py writes it."""
+"""The settings of a run as parameters, from the command's own table: scripts/qgis-plugin.py writes settings.json."""
 
 import json
 import os
@@ -31,16 +31,20 @@ def parameter_name(setting):
     return setting.upper().replace("-", "_")
 
 
-def _as_parameters(text):
-    """A help text with the names of parameters in place of options."""
-    return re.sub(r"--([a-z0-9-]+)", lambda match: parameter_name(match[1]), text)
+def as_parameters(text):
+    """A text of the engine with the names of parameters in place of options."""
+
+    def name(match):
+        return parameter_name(match[1]) if match[1] in SETTINGS else match[0]
+
+    return re.sub(r"(?<![\w/-])--([a-z0-9-]+)", name, text)
 
 
 def _label(setting):
     """The setting's name in words, the first clause of its help, its unit."""
     name, unit = setting["name"].replace("-", " "), setting["unit"]
     text = setting["help"].partition(": ")[0] if setting["choices"] else setting["help"].removeprefix(f"{name}: ")
-    clause = _as_parameters(re.split(r"; | \(default", text)[0])
+    clause = as_parameters(re.split(r"; | \(default", text)[0])
     return f"{name[0].upper()}{name[1:]}: {clause}" + (f" [{unit}]" if unit else "")
 
 
@@ -78,7 +82,7 @@ def parameter(name):
     """A setting as a parameter without a default: what is not given is the engine's to decide."""
     setting = SETTINGS[name]
     made = _MADE_BY_KIND[setting["kind"]](setting, parameter_name(name), _label(setting))
-    made.setHelp(_as_parameters(setting["help"]))
+    made.setHelp(as_parameters(setting["help"]))
     if name not in _USUAL:
         made.setFlags(made.flags() | QgsProcessingParameterDefinition.FlagAdvanced)
     return made

@@ -63,9 +63,8 @@ class TransformPos(Algorithm):
         values.update({"target": self._target(parameters, context), "output": output})
         report = self.call("transform", [file], values, Feedback(feedback)).result
         feedback.pushInfo(f"{report['transformed']} of {report['samples']} samples, in {report['target']}")
-        feedback.pushInfo(
-            f"Geoid grid: {report['geoidGrid']}" if report["geoidGrid"] else "No geoid grid: heights are above the ellipsoid"
-        )
+        grid = report["geoidGrid"]
+        feedback.pushInfo(f"Geoid grid: {grid}" if grid else "No geoid grid: heights are above the ellipsoid")
         if output.lower().endswith(".shp") and self.parameterAsBool(parameters, "LOAD", context):
             results.load([results.Layer(output, "", os.path.basename(output)[:-4])], context)
         return {"OUTPUT": output, "SAMPLES": report["transformed"]}

@@ -70,7 +70,8 @@ def grade(kvutilities, inputs, settings):
     problems = [f"{row['path']}: not graded: {row['error']}" for row in rows if "error" in row]
     if len(problems) == len(rows):
         raise kvutilities.Error("\n".join(problems))
-    problems += [f"{row['path']}: damaged, so the sharpness may be wrong: {row['damage']}" for row in rows if "damage" in row]
+    damaged = "damaged, so the sharpness may be wrong"
+    problems += [f"{row['path']}: {damaged}: {row['damage']}" for row in rows if "damage" in row]
     for problem in problems:
         tell("finding", ["warning", problem])
     return (3 if problems else 0), rows
@@ -81,7 +82,7 @@ def info(kvutilities, inputs, settings):
 
 
 def main():
-    signal.signal(signal.SIGINT, signal.default_int_handler)  # a program in the background may ignore it
+    signal.signal(signal.SIGTERM, signal.default_int_handler)  # so that the engine tidies up as after Ctrl-C
     request = json.load(sys.stdin)
     try:
         import kvutilities
@@ -91,11 +92,14 @@ def main():
         return tell("unusable", str(error))
     operation = {"run": run, "grade": grade, "transform": transform, "info": info}[request["operation"]]
     try:
-        tell("outcome", operation(kvutilities, request["inputs"], request["settings"]))
+        outcome = operation(kvutilities, request["inputs"], request["settings"])
+        signal.signal(signal.SIGTERM, signal.SIG_IGN)  # results that are there are told
+        tell("outcome", outcome)
     except KeyboardInterrupt:
-        tell("failure", ["stopped", 130])
+        tell("failure", ["Stopped.", 130])
     except (ValueError, TypeError) as error:
-        tell("failure", [str(error), 2])
+        is_of_setting = str(error).partition(" ")[0] in request["settings"]  # the command writes it as an option
+        tell("failure", ["--" * is_of_setting + str(error), 2])
     except OSError as error:
         tell("failure", [f"{error.filename}: {error.strerror}" if error.filename else str(error), 1])
     except (kvutilities.Error, MemoryError) as error:
