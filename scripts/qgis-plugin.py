@@ -57,6 +57,8 @@ def main(command="build/release/apps/kvmission/kvmission", folder="out/qgis"):
     def said(*arguments):
         return subprocess.run([command, *arguments], check=True, stdout=subprocess.PIPE, encoding="utf-8").stdout
 
+    if not shutil.which(command):
+        sys.exit(f"qgis-plugin.py: {command}: no such program; build it, or name another")
     version = said("--version").split()[1]
     settings = list(filter(None, (setting(*option) for option in options(said("run", "--help")))))
     plugin = pathlib.Path(folder) / "kvmission"

@@ -16,9 +16,9 @@ import time
 from collections import namedtuple
 
 PROGRAM_SETTING = "KVMISSION_PROGRAM"
-COMPLETE, WRONG_USAGE, INCOMPLETE, DOUBTFUL, STOPPED = 0, 2, 3, 4, 130  # exit codes
+COMPLETE, INCOMPLETE, DOUBTFUL = 0, 3, 4  # exit codes that come with a result
 WORKER = os.path.join(os.path.dirname(__file__), "worker.py")
-HELP = "name it in Settings > Options > Processing > Providers > KVMission"
+HELP = "name the program in Settings > Options > Processing > Providers > KVMission"
 MISSING = (
     "Neither the Python module kvutilities nor the command kvmission was found. Install one of them "
     f"(packages python3-kvutilities and kvmission), or {HELP}."
@@ -30,10 +30,6 @@ Outcome = namedtuple("Outcome", "code result")  # an exit code, and what the ope
 
 class Failure(Exception):
     """The operation did not end with a result."""
-
-    def __init__(self, text, code=1):
-        super().__init__(text)
-        self.code = code
 
 
 class Unusable(Failure):
@@ -79,7 +75,7 @@ def call(engines, plugin_version, operation, inputs, settings, feedback):
             return one.call(plugin_version, operation, inputs, settings, feedback)
         except Unusable as unusable:
             if number == len(engines):
-                raise
+                raise Failure(f"{unusable} Install the module there or the command, or {HELP}.") from unusable
             feedback.finding("warning", f"{unusable} The command is used instead.")
 
 
@@ -138,7 +134,7 @@ def _output(process, request, feedback):
             for thread in threads:
                 thread.join()
     if deadline and process.returncode not in (COMPLETE, INCOMPLETE, DOUBTFUL):
-        raise Failure("Stopped.", STOPPED)
+        raise Failure("Stopped.")
 
 
 def _give(stream, request):
@@ -177,7 +173,7 @@ class _Module:
             elif what == "unusable":
                 raise Unusable(f"{self.python} cannot use the Python module kvutilities: {value}.")
             elif what == "failure":
-                raise Failure(*value)
+                raise Failure(value)
             else:
                 outcome = Outcome(*value)
         if outcome is None:
@@ -197,25 +193,28 @@ class _Command:
         arguments = [self.program, operation, "--json", *_options(settings), "--", *inputs]
         if operation in ("run", "transform"):
             arguments.insert(2, "--verbose")
-        output, errors, last = [], [], ""
+        output, errors, others = [], [], []
         process = _start(arguments)
         for stream, line in _output(process, b"", feedback):
             if stream == "stdout":
                 output.append(line)
                 continue
             severity, text = _finding(line)
-            last = text if severity else last or text
             if severity == "error":
                 errors.append(text)
             elif severity:
                 feedback.finding(severity, text)
             else:
+                others.append(text)
                 feedback.pushConsoleInfo(text)
         if process.returncode not in (COMPLETE, INCOMPLETE, DOUBTFUL):
-            raise Failure("\n".join(errors) or last or f"ended with {process.returncode}", process.returncode)
+            raise Failure("\n".join(errors or [*others, f"{self.program} ended with {process.returncode}."]))
         for text in errors:
             feedback.finding("warning", text)
-        return Outcome(process.returncode, json.loads("\n".join(output)))
+        try:
+            return Outcome(process.returncode, json.loads("\n".join(output)))
+        except ValueError as error:
+            raise Failure(f"{self.program} does not answer as kvmission does; {HELP}.") from error
 
     def _version(self):
         with _start([self.program, "--version"]) as process:

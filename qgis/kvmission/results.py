@@ -16,9 +16,9 @@ Layer = namedtuple("Layer", "source name title is_shown", defaults=(True,))
 
 def layers(folder, summary):
     """The layers that a run wrote, those that lie on top first: of the GeoPackage, else the Shapefile sets."""
-    if "gpkg" not in summary["outputs"]:
-        return [Layer(layer["file"], layer["name"], layer["name"]) for layer in summary["layers"]]
-    return _layers_of_geopackage(folder)
+    if "gpkg" in summary["outputs"]:
+        return _layers_of_geopackage(folder)
+    return [Layer(layer["file"], layer["name"], layer["name"]) for layer in summary["layers"] if layer["file"]]
 
 
 def _layers_of_geopackage(folder):

@@ -1,8 +1,10 @@
 """Does one operation with the Python module kvutilities, in a process of its own.
 
-Reads the request from standard input; writes pairs [what, value] to standard output, one on a line.
+Reads the request from standard input; writes pairs [what, value] to standard output, one on a line. What libraries print
+there goes to standard error.
 """
 
+import atexit
 import json
 import math
 import os
@@ -11,8 +13,13 @@ import sys
 import warnings
 
 
+_answers = os.fdopen(os.dup(1), "w")
+atexit.register(_answers.close)
+os.dup2(2, 1)
+
+
 def tell(what, value):
-    print(json.dumps([what, value]), flush=True)
+    print(json.dumps([what, value]), file=_answers, flush=True)
 
 
 def progress(*what):
@@ -96,14 +103,14 @@ def main():
         signal.signal(signal.SIGTERM, signal.SIG_IGN)  # results that are there are told
         tell("outcome", outcome)
     except KeyboardInterrupt:
-        tell("failure", ["Stopped.", 130])
+        tell("failure", "Stopped.")
     except (ValueError, TypeError) as error:
         is_of_setting = str(error).partition(" ")[0] in request["settings"]  # the command writes it as an option
-        tell("failure", ["--" * is_of_setting + str(error), 2])
+        tell("failure", "--" * is_of_setting + str(error))
     except OSError as error:
-        tell("failure", [f"{error.filename}: {error.strerror}" if error.filename else str(error), 1])
+        tell("failure", f"{error.filename}: {error.strerror}" if error.filename else str(error))
     except (kvutilities.Error, MemoryError) as error:
-        tell("failure", [str(error) or "not enough memory", 1])
+        tell("failure", str(error) or "not enough memory")
 
 
 if __name__ == "__main__":

@@ -34,6 +34,8 @@ def place(tmp_path_factory):
     zipfile.ZipFile(made.strip()).extractall(folder / "plugins")
     simulate(folder / "mission", "--minutes", "2", "--photo-size", "64x48", "--pos", "llh")
     simulate(folder / "doubtful", "--minutes", "3", "--photo-size", "64x48", "--cam1-clock", "37")
+    photo = next((folder / "mission" / "cam1").glob("*.jpg")).read_bytes()
+    (folder / "mission damaged.jpg").write_bytes(photo[:len(photo) // 2] + photo[-2:])
     (folder / "runtime").mkdir(mode=0o700)
     return folder
 
@@ -80,7 +82,9 @@ def content(folder):
              "EVENTS": "mission/events.txt", "TRAJECTORY": "mission/trajectory.nmea"}, ""),
     ("run", {"MISSION": "mission", "POS": "mission/rover.pos", "TARGET": "EPSG:32632", "NO_SHARPNESS": True,
              "OUTPUTS": "shp"}, ""),
+    ("run", {"MISSION": "mission", "OUTPUTS": "csv,opensfm"}, ""),
     ("grade", {"FOLDER": "mission/cam1", "PHOTOS": "mission/events.txt"}, "sharpness.csv"),
+    ("grade", {"PHOTOS": "mission damaged.jpg", "JOBS": 1}, "sharpness.csv"),
     ("transform", {"INPUT": "mission/rover.pos", "TARGET": "EPSG:32632", "HEIGHTS": 5773}, "a.csv"),
     ("transform", {"INPUT": "mission/rover.pos", "TARGET": "EPSG:31468"}, "a.shp"),
     ("describe", {"INPUT": "mission/trajectory.nmea"}, None),
@@ -170,11 +174,15 @@ def test_the_engine_is_found(place, tmp_path):
     newer = program(tmp_path / "newer" / "kvmission",
                     f"[ $1 = --version ] && exec echo kvmission 99.1.0\nexec '{KVMISSION}' \"$@\"\n")
     other = program(tmp_path / "other" / "kvmission", "echo hello\n")
+    empty = program(tmp_path / "empty" / "kvmission", "[ $1 != --version ] || echo kvmission 0.1.0\n")
+    dying = program(tmp_path / "dying" / "kvmission", "[ $1 = --version ] && exec echo kvmission 0.1.0\nkill -9 $$\n")
     rows = [
-        ("", bare, 1, "cannot use the Python module kvutilities: libKVMission is not there"),
+        ("", bare, 1, "cannot use the Python module kvutilities: libKVMission is not there. Install"),
         ("", {**bare, **here}, 0, "The command is used instead"),
-        (str(tmp_path / "nothing"), here, 1, "nothing: not a program; name it in Settings > Options > Processing"),
+        (str(tmp_path / "nothing"), here, 1, "nothing: not a program; name the program in Settings > Options > Processing"),
         (str(other), {}, 1, "does not answer as kvmission does"),
+        (str(empty), {}, 1, "empty/kvmission does not answer as kvmission does"),
+        (str(dying), {}, 1, "dying/kvmission ended with -9."),
         (str(newer), {}, 0, "is version 99.1.0, so settings may differ"),
     ]
     if shutil.which("kvmission", path="/usr/bin:/bin") is None and "dist-packages" not in str(MODULE and MODULE.origin):
