@@ -14,6 +14,9 @@ bool Checked(bool success) {
 
 BufferedFile& File(SAFile file) { return *reinterpret_cast<BufferedFile*>(file); }
 
+/// shapelib's type for sizes has 32 bits on Windows; its files stay below 4 GiB.
+SAOffset AsOffset(auto bytes) { return static_cast<SAOffset>(bytes); }
+
 SAFile Open(const char* name, const char* mode) noexcept try {
   return reinterpret_cast<SAFile>(BufferedFile::Open(WideFromUtf8(name), mode).release());
 } catch (const std::exception&) {
@@ -23,7 +26,7 @@ SAFile Open(const char* name, const char* mode) noexcept try {
 SAOffset Read(void* data, SAOffset size, SAOffset count, SAFile file) {
   const std::size_t bytes = File(file).Read(static_cast<char*>(data), size * count);
   Checked(bytes == size * count);
-  return size == 0 ? 0 : bytes / size;
+  return size == 0 ? 0 : AsOffset(bytes / size);
 }
 
 SAOffset Write(void* data, SAOffset size, SAOffset count, SAFile file) {
@@ -37,7 +40,7 @@ SAOffset Seek(SAFile file, SAOffset offset, int whence) {
   return 0;
 }
 
-SAOffset Tell(SAFile file) { return File(file).Tell(); }
+SAOffset Tell(SAFile file) { return AsOffset(File(file).Tell()); }
 
 int Flush(SAFile file) { return Checked(File(file).Flush()) ? 0 : EOF; }
 

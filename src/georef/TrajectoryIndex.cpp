@@ -82,8 +82,8 @@ const tagKVTrajectoryObs* TrajectoryIndex::PairEndAt(double adjGpsSeconds) {
   const Run run = runOfSlot_[SlotAt(adjGpsSeconds)];
   if (run.empty()) return nullptr;
   // Uses the pair that ends at the first observation not before the time; for the run's first time, the first pair.
-  const Run near = Narrowed(run.subspan(1), adjGpsSeconds);
-  return latest_ = std::to_address(std::ranges::lower_bound(near, adjGpsSeconds, {}, &Observation::AdjGpsSec));
+  const Run close = Narrowed(run.subspan(1), adjGpsSeconds);
+  return latest_ = std::to_address(std::ranges::lower_bound(close, adjGpsSeconds, {}, &Observation::AdjGpsSec));
 }
 
 // Steps from the latest observation toward the time, each twice as far. What is sought is in the part left over, or

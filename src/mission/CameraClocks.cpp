@@ -116,7 +116,7 @@ NearPairs PairNear(double offset, const CameraTimes& times, const std::vector<do
   const auto pairsBy = [&](double candidate) {
     return PairByClock(times.events, times.photos, times.cell, -candidate, tolerance);
   };
-  NearPairs near;
+  NearPairs found;
   std::size_t most = 0, paired = 0;
   double nearest = kPairingRange;
   for (const double candidate : candidates) {
@@ -125,11 +125,11 @@ NearPairs PairNear(double offset, const CameraTimes& times, const std::vector<do
     most = std::max(most, count);
     const double distance = DistanceOf(candidate, offset, times.cell);
     if (distance > kPairingRange || count < paired || (count == paired && distance >= nearest)) continue;
-    near.pairs = std::move(pairs), paired = count, nearest = distance;
+    found.pairs = std::move(pairs), paired = count, nearest = distance;
   }
-  if (near.pairs.empty()) near.pairs = pairsBy(offset), paired = CountPaired(near.pairs);
-  near.areAsMany = paired >= most;
-  return near;
+  if (found.pairs.empty()) found.pairs = pairsBy(offset), paired = CountPaired(found.pairs);
+  found.areAsMany = paired >= most;
+  return found;
 }
 
 /// The number at the end of a name, before the extension.
@@ -283,12 +283,12 @@ Matches ClockJudge::Pairs(bool acceptDoubt, Camera& camera, Job& job) const {
     return given;
   }
   if (check.state == ClockState::Ambiguous) {
-    NearPairs near = PairNear(wanted.seconds, times, check.candidates);
+    NearPairs found = PairNear(wanted.seconds, times, check.candidates);
     const bool isGood =
-        near.areAsMany &&
+        found.areAsMany &&
         CheckOffset(estimate_, times.events, times.photos, times.cell, -wanted.seconds, kPairingRange).isAllowed;
     tell.Ambiguous(isGood ? Found::CameraClockAmbiguous : Found::CameraClockContradicted, check, wanted.seconds);
-    return isGood ? std::move(near.pairs) : inDoubt;
+    return isGood ? std::move(found.pairs) : inDoubt;
   }
   tell.CountsOnly(Found::PhotosOfOtherEvents);
   return inDoubt;

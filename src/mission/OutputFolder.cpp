@@ -130,8 +130,8 @@ void RefuseResultsAsInputs(const fs::path& folder, const Settings& settings) {
 }
 
 NewFolders::NewFolders(const fs::path& path) {
-  fs::path folder;
-  for (const auto& name : path) {
+  fs::path folder = path.root_path();  // a drive or a share is not made
+  for (const auto& name : path.relative_path()) {
     folder /= name;
     std::error_code error;
     if (fs::is_directory(folder, error)) continue;

@@ -1,8 +1,10 @@
+#include <fcntl.h>
 #include <io.h>
 #include <windows.h>
 
 #include <csignal>
 #include <cstdio>
+#include <initializer_list>
 
 #include "terminal/Console.h"
 
@@ -19,10 +21,18 @@ void HandleSignal(int number) {
 
 }  // namespace
 
-/// The C library keeps the first three numbers for the standard streams, and there is no signal for a closed pipe.
-void SecureStandardStreams() {}
+/// The C library keeps the first three numbers for the standard streams, and there is no signal for a closed pipe. What
+/// is written is the same as in a file, byte for byte, and an error is shown when it is written.
+void SecureStandardStreams() {
+  for (std::FILE* stream : {stdout, stderr}) _setmode(_fileno(stream), _O_BINARY);
+  std::setvbuf(stderr, nullptr, _IONBF, 0);
+}
 
-bool IsTerminal(std::FILE* stream) { return _isatty(_fileno(stream)) != 0; }
+/// The null device is a character device as well, but has no mode of a console.
+bool IsTerminal(std::FILE* stream) {
+  DWORD mode = 0;
+  return GetConsoleMode(reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream))), &mode) != 0;
+}
 
 std::size_t TerminalWidth() {
   CONSOLE_SCREEN_BUFFER_INFO screen{};
