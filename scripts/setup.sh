@@ -12,7 +12,8 @@ wanted=(g++ cmake ninja-build pkg-config libopencv-dev libshp-dev libcli11-dev n
   libjs-leaflet libjs-dygraphs pybind11-dev python3-dev python3-numpy python3-pytest)
 for option in "$@"; do
   case $option in
-    --checks) wanted+=(clang-format clang libclang-rt-dev gdal-bin libimage-exiftool-perl python3-qgis chromium strace util-linux) ;;
+    --checks) wanted+=(clang-format clang libclang-rt-dev gdal-bin libimage-exiftool-perl python3-qgis chromium strace util-linux
+      man-db zsh fish) ;;
     --fuzz) wanted+=(clang libclang-rt-dev llvm) ;;
     --qgis) wanted+=(qgis python3-qgis) ;;
     --peers) wanted+=(gpsbabel gpscorrelate gdal-bin proj-bin libimage-exiftool-perl) ;;

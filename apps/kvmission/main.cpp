@@ -16,18 +16,9 @@ namespace {
 using kv::command::ExitCode;
 
 ExitCode Run(int argc, char** argv) {
-  CLI::App app("From what a mapping sensor recorded to located photos and GIS layers", "kvmission");
+  CLI::App app;
   ExitCode exitCode = ExitCode::Good;
-  app.require_subcommand(1);
-  app.set_version_flag("--version", std::string("kvmission ") + KVMission::Version());
-  kv::command::AddSimulateCommand(app, exitCode);
-  kv::command::AddRunCommand(app, exitCode);
-  kv::command::AddInfoCommand(app, exitCode);
-  kv::command::AddTransformCommand(app, exitCode);
-  kv::command::AddGradeCommand(app, exitCode);
-  kv::command::AddRotateCommand(app, exitCode);
-  kv::command::AddExportCommand(app, exitCode);
-  kv::command::AddGeotagCommand(app, exitCode);
+  kv::command::AddCommands(app, exitCode);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

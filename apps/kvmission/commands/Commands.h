@@ -12,6 +12,9 @@
 
 namespace kv::command {
 
+/// Makes an empty `app` the whole command line of kvmission. `exitCode` must outlive the parsing.
+void AddCommands(CLI::App& app, ExitCode& exitCode);
+
 /// Each function adds one subcommand to the command line. Its callback does the work and stores the exit code.
 void AddRunCommand(CLI::App& app, ExitCode& exitCode);
 void AddInfoCommand(CLI::App& app, ExitCode& exitCode);

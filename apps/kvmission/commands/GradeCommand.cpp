@@ -72,7 +72,9 @@ ExitCode GradeFiles(const GradeOptions& options) {
 void AddGradeCommand(CLI::App& app, ExitCode& exitCode) {
   CLI::App& command = *app.add_subcommand("grade", "Tell how sharp photos are");
   const auto options = std::make_shared<GradeOptions>();
-  command.add_option("PHOTO", options->photos, "photos, or folders of them; a larger sharpness is sharper")->required();
+  command.add_option("PHOTO", options->photos, "photos, or folders of them; a larger sharpness is sharper")
+      ->type_name("FILE|FOLDER")
+      ->required();
   AddJobsOption(command, options->common, "photos graded at a time");
   AddMaxMegapixelsOption(command, options->maxMegapixels);
   command.add_flag("--json", options->json, "print JSON: an array with an object for each photo");

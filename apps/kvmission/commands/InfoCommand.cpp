@@ -60,9 +60,11 @@ ExitCode Inform(const InfoOptions& options) {
 void AddInfoCommand(CLI::App& app, ExitCode& exitCode) {
   CLI::App& command = *app.add_subcommand("info", "Say what files are and hold");
   const auto options = std::make_shared<InfoOptions>();
-  command.add_option("FILE", options->files,
-                     "logs, event and timestamp files, POS and orientation files, exports, photos, Shapefiles; none: "
-                     "the geodetic data in use");
+  command
+      .add_option("FILE", options->files,
+                  "logs, event and timestamp files, POS and orientation files, exports, photos, Shapefiles; none: "
+                  "the geodetic data in use")
+      ->type_name("");
   const auto storeGap = [options](const std::string& text) { SetFromOption(options->settings, "max-gap", text); };
   command
       .add_option_function<std::string>(

@@ -125,7 +125,9 @@ void Simulate(const Arguments& arguments) {
 
 void AddOptions(CLI::App& command, Arguments& arguments) {
   MissionOptions& mission = arguments.mission;
-  command.add_option("DIR", arguments.folder, "folder of the mission; made if missing")->required();
+  command.add_option("DIR", arguments.folder, "folder of the mission; made if missing")
+      ->type_name("FOLDER")
+      ->required();
   command.add_option("--minutes", arguments.minutes, "length of the mission")->check(InRange(1.0, kLongestMinutes));
   command.add_option("--seed", arguments.seed, "missions with equal seed and options are equal")->type_name("UINT");
   command.add_option("--start", arguments.start, "UTC start, YYYY-MM-DD hh:mm:ss; date and seconds may be left out");

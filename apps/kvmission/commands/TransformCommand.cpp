@@ -41,6 +41,7 @@ void AddTransformCommand(CLI::App& app, ExitCode& exitCode) {
   CLI::App& command = *app.add_subcommand("transform", "Transform a POS file into a coordinate system");
   const auto options = std::make_shared<TransformOptions>();
   command.add_option("POSFILE", options->pos, "GPS week, seconds, latitude, longitude, height and ten more columns")
+      ->type_name("FILE")
       ->required();
   command.add_option("--target", options->target, "coordinate system: WKT, a file with it, or codes")
       ->type_name("WKT|FILE|EPSG:n[+m]")
