@@ -4,23 +4,33 @@
 cmake_policy(VERSION 3.25)
 
 # Links every file below a folder into another folder, whose other files stay.
-function(kv_link_files from to)
+# @param root  what stands before `to` on the disk, but not when the links are used, such as a DESTDIR
+# Links are relative if both folders are below KVUTILITIES_RELATIVE_BELOW.
+function(kv_link_files from to root)
+  set(is_below FALSE)
+  if(KVUTILITIES_RELATIVE_BELOW)
+    cmake_path(IS_PREFIX KVUTILITIES_RELATIVE_BELOW "${from}" NORMALIZE is_below)
+  endif()
   # The files depend on the installed package.
   file(GLOB_RECURSE files LIST_DIRECTORIES false RELATIVE "${from}" "${from}/*")
   foreach(file IN LISTS files)
     cmake_path(GET file PARENT_PATH subfolder)
-    file(MAKE_DIRECTORY "${to}/${subfolder}")
-    file(CREATE_LINK "${from}/${file}" "${to}/${file}" COPY_ON_ERROR SYMBOLIC)
+    file(MAKE_DIRECTORY "${root}${to}/${subfolder}")
+    set(target "${from}/${file}")
+    if(is_below)
+      cmake_path(RELATIVE_PATH target BASE_DIRECTORY "${to}/${subfolder}")
+    endif()
+    file(CREATE_LINK "${target}" "${root}${to}/${file}" COPY_ON_ERROR SYMBOLIC)
   endforeach()
 endfunction()
 
-function(kv_link_geodetic_data gdal_data proj_data data_folder)
-  message(STATUS "Linking geodetic data: ${data_folder}/Norvane")
-  kv_link_files("${gdal_data}" "${data_folder}/Norvane/gdal-data")
-  kv_link_files("${proj_data}" "${data_folder}/Norvane/share/proj")
+function(kv_link_geodetic_data gdal_data proj_data data_folder root)
+  message(STATUS "Linking geodetic data: ${root}${data_folder}/Norvane")
+  kv_link_files("${gdal_data}" "${data_folder}/Norvane/gdal-data" "${root}")
+  kv_link_files("${proj_data}" "${data_folder}/Norvane/share/proj" "${root}")
 endfunction()
 
-if(CMAKE_SCRIPT_MODE_FILE)
+if(KVUTILITIES_LINKS_ONLY)  # an installation, by cmake or cpack
   return()
 endif()
 
@@ -45,7 +55,7 @@ endif()
 
 # The build tree's bundle; the lookup file is a link to the source, so that an edit needs no new configuration.
 function(kv_build_geodetic_data)
-  kv_link_geodetic_data("${KVUTILITIES_GDAL_DATA}" "${KVUTILITIES_PROJ_DATA}" "${PROJECT_BINARY_DIR}/share")
+  kv_link_geodetic_data("${KVUTILITIES_GDAL_DATA}" "${KVUTILITIES_PROJ_DATA}" "${PROJECT_BINARY_DIR}/share" "")
   file(CREATE_LINK "${KVUTILITIES_GEOID_LOOKUP}" "${PROJECT_BINARY_DIR}/share/Norvane/share/proj/GeoidFilesLookupGtx.txt"
        COPY_ON_ERROR SYMBOLIC)
 endfunction()
@@ -53,9 +63,14 @@ endfunction()
 # The installation's bundle; the prefix and DESTDIR are known only when it runs.
 function(kv_install_geodetic_data)
   install(CODE "
+    set(KVUTILITIES_LINKS_ONLY ON)
     include([[${CMAKE_CURRENT_FUNCTION_LIST_FILE}]])
     set(data_folder [[${CMAKE_INSTALL_DATADIR}]])
     cmake_path(ABSOLUTE_PATH data_folder BASE_DIRECTORY \"\${CMAKE_INSTALL_PREFIX}\")
-    kv_link_geodetic_data([[${KVUTILITIES_GDAL_DATA}]] [[${KVUTILITIES_PROJ_DATA}]] \"\$ENV{DESTDIR}\${data_folder}\")")
-  install(FILES ${KVUTILITIES_GEOID_LOOKUP} DESTINATION ${CMAKE_INSTALL_DATADIR}/Norvane/share/proj)
+    if(DEFINED ENV{DESTDIR})  # only then is the prefix where the files will be used
+      set(KVUTILITIES_RELATIVE_BELOW \"\${CMAKE_INSTALL_PREFIX}\")
+    endif()
+    kv_link_geodetic_data([[${KVUTILITIES_GDAL_DATA}]] [[${KVUTILITIES_PROJ_DATA}]] \"\${data_folder}\" \"\$ENV{DESTDIR}\")"
+    COMPONENT libraries)
+  install(FILES ${KVUTILITIES_GEOID_LOOKUP} DESTINATION ${CMAKE_INSTALL_DATADIR}/Norvane/share/proj COMPONENT libraries)
 endfunction()

@@ -1,4 +1,5 @@
 # Installs what a caller needs: the headers, the libraries, the geodetic data, the CMake package and the pkg-config files.
+# The components libraries, development, command and python become a package each.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/KVUtilities)
@@ -15,18 +16,24 @@ if(KVUTILITIES_BUILD_APPS)
   list(APPEND pc_files ${PROJECT_BINARY_DIR}/kvmission.pc)
 endif()
 
-install(TARGETS ${libraries} EXPORT KVUtilitiesTargets RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
-                                                       LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-                                                       ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(
+  TARGETS ${libraries}
+  EXPORT KVUtilitiesTargets
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT libraries
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libraries NAMELINK_COMPONENT development
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 if(KVUTILITIES_BUILD_APPS)
-  install(DIRECTORY include/KVMission DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  install(DIRECTORY include/KVMission DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 endif()
-install(FILES ${pc_files} DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${pc_files} DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 kv_install_geodetic_data()
-install(EXPORT KVUtilitiesTargets NAMESPACE KVUtilities:: DESTINATION ${package_dir})
+install(EXPORT KVUtilitiesTargets NAMESPACE KVUtilities:: DESTINATION ${package_dir} COMPONENT development)
 
 configure_package_config_file(cmake/KVUtilitiesConfig.cmake.in KVUtilitiesConfig.cmake INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(KVUtilitiesConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/KVUtilitiesConfig.cmake ${PROJECT_BINARY_DIR}/KVUtilitiesConfigVersion.cmake
-        DESTINATION ${package_dir})
+        DESTINATION ${package_dir} COMPONENT development)
+if(KVUTILITIES_PACKAGES)
+  include(Packages)
+endif()

@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
 # Installs missing Debian packages: those needed to build and test, and those of the options.
-# Usage: scripts/setup.sh [--checks] [--fuzz] [--peers] [--qgis]
-#   --checks  for the checks of a change
-#   --fuzz    for scripts/fuzz.sh
-#   --peers   the programs that the benchmarks compare with
-#   --qgis    QGIS, for the test of its plugin
+# Usage: scripts/setup.sh [--checks] [--docs] [--fuzz] [--packages] [--peers] [--qgis]
+#   --checks    for the checks of a change
+#   --docs      for scripts/docs.sh
+#   --fuzz      for scripts/fuzz.sh
+#   --packages  for scripts/package.sh and tests/packaging
+#   --peers     the programs that the benchmarks compare with
+#   --qgis      QGIS, for the test of its plugin
 set -euo pipefail
 
 wanted=(g++ cmake ninja-build pkg-config libopencv-dev libshp-dev libcli11-dev nlohmann-json3-dev libfmt-dev
@@ -14,7 +16,9 @@ for option in "$@"; do
   case $option in
     --checks) wanted+=(clang-format clang libclang-rt-dev gdal-bin libimage-exiftool-perl python3-qgis chromium strace util-linux
       man-db zsh fish) ;;
+    --docs) wanted+=(doxygen doxygen-awesome-css) ;;
     --fuzz) wanted+=(clang libclang-rt-dev llvm) ;;
+    --packages) wanted+=(dpkg-dev fakeroot file lintian debootstrap) ;;
     --qgis) wanted+=(qgis python3-qgis) ;;
     --peers) wanted+=(gpsbabel gpscorrelate gdal-bin proj-bin libimage-exiftool-perl) ;;
     *) echo "setup.sh: unknown option: $option" >&2 && exit 2 ;;
