@@ -15,7 +15,7 @@ wanted=(g++ cmake ninja-build pkg-config libopencv-dev libshp-dev libcli11-dev n
 for option in "$@"; do
   case $option in
     --checks) wanted+=(clang-format clang libclang-rt-dev gdal-bin libimage-exiftool-perl python3-qgis chromium strace util-linux
-      man-db zsh fish) ;;
+      man-db zsh fish g++-mingw-w64-x86-64-posix) ;;
     --docs) wanted+=(doxygen doxygen-awesome-css) ;;
     --fuzz) wanted+=(clang libclang-rt-dev llvm) ;;
     --packages) wanted+=(dpkg-dev fakeroot file lintian debootstrap) ;;

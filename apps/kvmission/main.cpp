@@ -7,6 +7,7 @@
 #include <sstream>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include "commands/Commands.h"
 #include "terminal/Console.h"
@@ -19,8 +20,10 @@ ExitCode Run(int argc, char** argv) {
   CLI::App app;
   ExitCode exitCode = ExitCode::Good;
   kv::command::AddCommands(app, exitCode);
+  auto arguments = kv::command::Arguments(argc, argv);
+  std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
   try {
-    app.parse(argc, argv);
+    app.parse(std::move(arguments));
   } catch (const CLI::ParseError& error) {
     std::ostringstream complaint;
     const bool isGood = app.exit(error, std::cout, complaint) == 0;  // help that was asked for is not an error

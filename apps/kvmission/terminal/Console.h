@@ -2,6 +2,8 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <string>
+#include <vector>
 
 /// Terminal and process, one source per system.
 namespace kv::command {
@@ -9,6 +11,11 @@ namespace kv::command {
 /// Makes reading and writing fail on a standard stream that was closed; otherwise the next file opened would take its
 /// place. Writing also fails when the reader of standard output has gone.
 void SecureStandardStreams();
+
+/// The arguments after the program's name; on Windows as UTF-8, and with the files that match a pattern, which no shell
+/// puts in its place there.
+/// @param count, arguments  of `main`
+std::vector<std::string> Arguments(int count, char** arguments);
 
 bool IsTerminal(std::FILE* stream);
 

@@ -22,6 +22,10 @@ void SecureStandardStreams() {
   ::signal(SIGPIPE, SIG_IGN);
 }
 
+std::vector<std::string> Arguments(int count, char** arguments) {
+  return {arguments + (count > 0 ? 1 : 0), arguments + count};
+}
+
 bool IsTerminal(std::FILE* stream) { return ::isatty(::fileno(stream)) == 1; }
 
 std::size_t TerminalWidth() {

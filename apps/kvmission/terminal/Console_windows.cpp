@@ -2,9 +2,17 @@
 #include <io.h>
 #include <windows.h>
 
+#include <shellapi.h>
+
+#include <KVMission.h>
+
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <filesystem>
 #include <initializer_list>
+#include <memory>
+#include <string_view>
 
 #include "terminal/Console.h"
 
@@ -19,7 +27,34 @@ void HandleSignal(int number) {
   onInterrupt(number);
 }
 
+/// The files that match a pattern in name order, or the text itself if there is none.
+std::vector<std::filesystem::path> Matching(std::wstring_view text) {
+  std::vector<std::filesystem::path> files;
+  WIN32_FIND_DATAW found;
+  const std::filesystem::path pattern(text);
+  const bool isPattern = text.find_first_of(L"*?") != text.npos;
+  const HANDLE search = isPattern ? FindFirstFileW(pattern.c_str(), &found) : INVALID_HANDLE_VALUE;
+  if (search == INVALID_HANDLE_VALUE) return {pattern};
+  do {
+    const std::wstring_view name = found.cFileName;
+    if (name != L"." && name != L"..") files.push_back(pattern.parent_path() / name);
+  } while (FindNextFileW(search, &found));
+  FindClose(search);
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
 }  // namespace
+
+std::vector<std::string> Arguments(int, char**) {
+  int count = 0;
+  const std::unique_ptr<LPWSTR, decltype(&LocalFree)> wide(CommandLineToArgvW(GetCommandLineW(), &count), LocalFree);
+  std::vector<std::string> arguments;
+  for (int i = 1; i < count; ++i) {
+    for (const auto& path : Matching(wide.get()[i])) arguments.push_back(KVMission::Utf8(path));
+  }
+  return arguments;
+}
 
 /// The C library keeps the first three numbers for the standard streams, and there is no signal for a closed pipe. What
 /// is written is the same as in a file, byte for byte, and an error is shown when it is written.
