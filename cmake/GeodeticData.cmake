@@ -21,6 +21,7 @@ function(kv_link_files from to root)
       cmake_path(RELATIVE_PATH target BASE_DIRECTORY "${to}/${subfolder}")
     endif()
     file(CREATE_LINK "${target}" "${root}${to}/${file}" COPY_ON_ERROR SYMBOLIC)
+    set_property(GLOBAL APPEND PROPERTY KV_LINKED_FILES "${to}/${file}")
   endforeach()
 endfunction()
 
@@ -70,7 +71,10 @@ function(kv_install_geodetic_data)
     if(DEFINED ENV{DESTDIR})  # only then is the prefix where the files will be used
       set(KVUTILITIES_RELATIVE_BELOW \"\${CMAKE_INSTALL_PREFIX}\")
     endif()
-    kv_link_geodetic_data([[${KVUTILITIES_GDAL_DATA}]] [[${KVUTILITIES_PROJ_DATA}]] \"\${data_folder}\" \"\$ENV{DESTDIR}\")"
+    kv_link_geodetic_data([[${KVUTILITIES_GDAL_DATA}]] [[${KVUTILITIES_PROJ_DATA}]] \"\${data_folder}\" \"\$ENV{DESTDIR}\")
+    # pip packs the files of the manifest.
+    get_property(links GLOBAL PROPERTY KV_LINKED_FILES)
+    list(APPEND CMAKE_INSTALL_MANIFEST_FILES \${links})"
     COMPONENT libraries)
   install(FILES ${KVUTILITIES_GEOID_LOOKUP} DESTINATION ${CMAKE_INSTALL_DATADIR}/Norvane/share/proj COMPONENT libraries)
 endfunction()

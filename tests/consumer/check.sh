@@ -8,6 +8,8 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 cmake --install "$build" --prefix "$work/prefix" >/dev/null
+# What packs the files of the manifest, as pip does, gets the geodetic data too.
+grep -qx "$work/prefix/share/Norvane/share/proj/proj.db" "$build/install_manifest.txt"
 
 cmake -S "$here" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
 cmake --build "$work/cmake" >/dev/null
