@@ -29,8 +29,7 @@ Owned<T> Require(T* made) {
 }
 
 /// @param units  number of values that the entry holds
-void AddEntry(ExifData& data, ExifTag tag, ExifFormat format, unsigned long units,
-              std::span<const unsigned char> bytes) {
+void AddEntry(ExifData& data, ExifTag tag, ExifFormat format, std::size_t units, std::span<const unsigned char> bytes) {
   const Owned<ExifMem> memory = Require(exif_mem_new_default());
   const Owned<ExifEntry> entry = Require(exif_entry_new_mem(memory.get()));
   entry->data = static_cast<unsigned char*>(exif_mem_alloc(memory.get(), static_cast<ExifLong>(bytes.size())));
@@ -38,9 +37,10 @@ void AddEntry(ExifData& data, ExifTag tag, ExifFormat format, unsigned long unit
   std::copy(bytes.begin(), bytes.end(), entry->data);
   entry->tag = tag;
   entry->format = format;
-  entry->components = units;
+  entry->components = static_cast<unsigned>(units);
   entry->size = static_cast<unsigned>(bytes.size());
   exif_content_add_entry(data.ifd[EXIF_IFD_EXIF], entry.get());
+  if (!entry->parent) throw std::bad_alloc();
 }
 
 void AddText(ExifData& data, ExifTag tag, const std::string& text) {

@@ -87,7 +87,8 @@ int CoordinateSystemTransformer::SetCoordinateSystem(int slot, const std::string
   std::unique_ptr<OGRSpatialReference>& system = slot == 0 ? source_ : target_;
   system = std::make_unique<OGRSpatialReference>();
   const OGRErr error = kv::ImportWkt(wkt, *system);
-  if (system->IsGeographic()) system->SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+  // Short of memory, GDAL says no, and longitudes would be taken for latitudes.
+  if (system->IsGeographic() || system->IsGeographic()) system->SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
   if (error != OGRERR_NONE) {
     system.reset();
     return Fail(kImportFailed,

@@ -20,7 +20,7 @@ MemoryFile::~MemoryFile() { VSIUnlink(name_.c_str()); }
 std::string MemoryFile::Content() const {
   vsi_l_offset size = 0;
   const GByte* bytes = VSIGetMemFileBuffer(name_.c_str(), &size, false);
-  return {reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(bytes ? size : 0)};
+  return {reinterpret_cast<const char*>(bytes), bytes ? std::size_t{size} : 0};
 }
 
 }  // namespace kv::mission

@@ -1,10 +1,8 @@
 #include "photos/PhotoTimes.h"
 
-#include <libexif/exif-data.h>
-
 #include <algorithm>
-#include <memory>
 
+#include "photos/ExifBlock.h"
 #include "text/Numbers.h"
 
 namespace kv::mission {
@@ -33,10 +31,6 @@ std::optional<Instant> FirstStamp(std::wstring_view name, std::wstring_view form
   }
   return std::nullopt;
 }
-
-struct ReleaseExif {
-  void operator()(ExifData* data) const noexcept { exif_data_unref(data); }
-};
 
 std::string_view TextOf(ExifData& data, ExifTag tag) {
   const ExifEntry* entry = exif_content_get_entry(data.ifd[EXIF_IFD_EXIF], tag);
@@ -86,9 +80,7 @@ std::optional<Instant> StampTime(std::wstring_view name) { return FirstStamp(nam
 std::optional<Instant> DroneStampTime(std::wstring_view name) { return FirstStamp(name, kDroneForm); }
 
 std::optional<ExifTime> ExifTimeOriginal(const std::vector<unsigned char>& exif) {
-  if (exif.empty()) return std::nullopt;
-  const std::unique_ptr<ExifData, ReleaseExif> data(
-      exif_data_new_from_data(exif.data(), static_cast<unsigned int>(exif.size())));
+  const ExifPtr data = ReadExif(exif);
   if (!data) return std::nullopt;
   const auto local = CalendarTime(TextOf(*data, EXIF_TAG_DATE_TIME_ORIGINAL));
   if (!local) return std::nullopt;

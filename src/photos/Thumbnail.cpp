@@ -1,7 +1,5 @@
 #include "photos/Thumbnail.h"
 
-#include <libexif/exif-data.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <exception>
@@ -12,6 +10,7 @@
 #include <vector>
 
 #include "photos/BoxFilter.h"
+#include "photos/ExifBlock.h"
 #include "photos/JpegHeader.h"
 #include "photos/PictureClaims.h"
 #include "photos/PictureFile.h"
@@ -22,15 +21,9 @@ namespace {
 constexpr int kQuality = 70;
 constexpr double kMostMegapixels = 268;
 
-struct ReleaseExif {
-  void operator()(ExifData* data) const noexcept { exif_data_unref(data); }
-};
-
 int OrientationIn(const JpegHeader& header) {
   constexpr int kUpright = 1, kMost = 8;
-  if (header.exif.empty()) return kUpright;
-  const std::unique_ptr<ExifData, ReleaseExif> exif(
-      exif_data_new_from_data(header.exif.data(), static_cast<unsigned>(header.exif.size())));
+  const ExifPtr exif = ReadExif(header.exif);
   const ExifEntry* entry = exif ? exif_content_get_entry(exif->ifd[EXIF_IFD_0], EXIF_TAG_ORIENTATION) : nullptr;
   if (!entry || entry->format != EXIF_FORMAT_SHORT || entry->size < 2) return kUpright;
   const int orientation = exif_get_short(entry->data, exif_data_get_byte_order(exif.get()));

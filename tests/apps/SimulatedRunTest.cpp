@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "support/CommandTest.h"
 #include "support/TempFolder.h"
 
 namespace {
@@ -142,7 +143,7 @@ TEST(SimulatedRun, PlacesNoPhotoWronglyWithoutADoubt) {
     const std::string options = std::string(" -q --minutes 4 --photo-size 16x16 ") + simulate;
     ASSERT_EQ(std::system((command + "simulate m" + options).c_str()), 0);
     const int status = std::system((command + "run m -o o -q --no-sharpness " + run).c_str());
-    EXPECT_EQ(WEXITSTATUS(status), code);
+    EXPECT_EQ(ExitCodeOf(status), code);
     EXPECT_EQ(std::filesystem::exists(temp.Path() / "o/photos.dbf"), code != 4);
     if (code == 4) continue;
     EXPECT_EQ(CountWrong(temp), 0u);

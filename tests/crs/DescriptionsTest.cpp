@@ -60,7 +60,7 @@ TEST(Descriptions, ASystemIsDescribedByCodeOrText) {
 
 TEST(Descriptions, MissingDataAreNotTheDefinitionsFault) {
   const TempFolder folder;
-  const ScopedVariable root("MAPHUB_CONFIG_FILES_PATH", folder.Path().c_str());
+  const ScopedVariable root("MAPHUB_CONFIG_FILES_PATH", folder.Path().string().c_str());
   std::wstring error;
   EXPECT_TRUE(KVUtilities::DescribeCoordinateSystem(L"EPSG:2985", error).Wkt.IsEmpty());
   EXPECT_EQ(error, L"There is no proj.db in " + folder.Wide() + L"\\Norvane\\share\\proj");

@@ -59,7 +59,7 @@ Mission MissionIn(const fs::path& folder) {
 std::map<std::string, std::string> FieldsOf(const fs::path& file, const char* layer, int feature) {
   std::map<std::string, std::string> fields;
   const std::unique_ptr<void, decltype(&GDALClose)> dataset(
-      GDALOpenEx(file.c_str(), GDAL_OF_VECTOR, nullptr, nullptr, nullptr), GDALClose);
+      GDALOpenEx(file.string().c_str(), GDAL_OF_VECTOR, nullptr, nullptr, nullptr), GDALClose);
   const bool isQuery = std::string_view(layer).starts_with("SELECT");
   const OGRLayerH table = !dataset  ? nullptr
                           : isQuery ? GDALDatasetExecuteSQL(dataset.get(), layer, nullptr, nullptr)

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -11,6 +10,19 @@
 #include <vector>
 
 #include "support/TempFolder.h"
+
+#if !defined(_WIN32)
+#include <sys/wait.h>
+#endif
+
+/// @param status  of `std::system`
+inline int ExitCodeOf(int status) {
+#if defined(_WIN32)
+  return status;
+#else
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+#endif
+}
 
 /// Runs the command in a folder of its own.
 class CommandTest : public testing::Test {
@@ -62,6 +74,6 @@ class CommandTest : public testing::Test {
     place.Write("script", "cd '" + folder + "'\nK='" KVMISSION_PROGRAM "'\n" + script + "\n");
     const int status =
         std::system(("sh '" + folder + "/script' > '" + folder + "/out' 2> '" + folder + "/err'").c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return ExitCodeOf(status);
   }
 };

@@ -18,8 +18,13 @@ class ScopedVariable {
 
  private:
   void Set(const char* value) {
+#if defined(_WIN32)
+    _putenv_s(name_, value ? value : "");
+    _tzset();
+#else
     value ? setenv(name_, value, 1) : unsetenv(name_);
     tzset();
+#endif
   }
 
   const char* name_;

@@ -49,5 +49,5 @@ class GeodeticFolder {
   }
 
   TempFolder folder_;
-  ScopedVariable root_{"MAPHUB_CONFIG_FILES_PATH", folder_.Path().c_str()};
+  ScopedVariable root_{"MAPHUB_CONFIG_FILES_PATH", folder_.Path().string().c_str()};
 };

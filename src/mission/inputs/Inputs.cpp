@@ -209,7 +209,11 @@ KVMission::FileDescription KVMission::DescribeFile(const std::filesystem::path& 
   description.file = path;
   description.kind = input.name;
   description.maxGapSeconds = maxGapSeconds;
-  if (const auto size = std::filesystem::file_size(path, error); !error) description.bytes = size;
+  const auto size = std::filesystem::file_size(path, error);
+  if (!error)
+    description.bytes = size;
+  else if (std::filesystem::is_regular_file(path))  // a pipe has no size
+    FailReading(path, error);
   description.content = input.describe(path, maxGapSeconds, job);
   description.findings = job.Findings();
   return description;

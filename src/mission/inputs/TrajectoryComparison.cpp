@@ -123,9 +123,9 @@ class Comparison {
   double SigmaOf(std::size_t i, float FixQuality::*sigma) const {
     if (other_.qualities.empty() || used_.qualities.empty()) return std::nan("");
     const double time = other_.fixes[i].AdjGpsSec;
-    const auto near = std::lower_bound(used_.fixes.begin(), used_.fixes.end() - 1, time,
+    const auto next = std::lower_bound(used_.fixes.begin(), used_.fixes.end() - 1, time,
                                        [](const Fix& fix, double at) { return fix.AdjGpsSec < at; });
-    const auto& quality = used_.qualities[static_cast<std::size_t>(near - used_.fixes.begin())];
+    const auto& quality = used_.qualities[static_cast<std::size_t>(next - used_.fixes.begin())];
     return std::hypot(other_.qualities[i].*sigma, quality.*sigma);
   }
 
@@ -196,16 +196,16 @@ TrajectoryComparison CompareTrajectories(const Trajectory& used, const Trajector
   }
   result.compared = pairs.size();
   result.horizontal = DistancesOf(horizontal), result.vertical = DistancesOf(height);
-  const double far = result.horizontal->most, high = result.vertical->most, shift = comparison.BestShift();
+  const double wide = result.horizontal->most, high = result.vertical->most, shift = comparison.BestShift();
   if (comparison.IsShiftClear(shift)) result.shiftSeconds = shift;
   // Two dimensions: 95 % of the distances lie within 2.45 sigma of an axis, and three sigma hold 99 %.
-  const bool isFar = far > Limit(pairs, &Pair::sigma, kFarHorizontal);
+  const bool isFar = wide > Limit(pairs, &Pair::sigma, kFarHorizontal);
   const bool isHigh = high > Limit(pairs, &Pair::upSigma, kFarVertical) && other.heightsUnknown == 0;
   const double median = Percentile(up, 0.5), spread = Percentile(up, 0.95) - Percentile(up, 0.05);
   Values values{{"used", usedName},
                 {"other", otherName},
                 {"compared", Count(pairs.size())},
-                {"horizontal", far},
+                {"horizontal", wide},
                 {"vertical", high}};
   if (!isFar && !isHigh) {
     job.Add(Found::TrajectoriesCompared, std::move(values), subject);
