@@ -45,44 +45,49 @@ def commands():
 
 
 class Typist:
-    """An interactive shell in a terminal. Ctrl-X A inserts every completion, Ctrl-X W writes the line into "answer"."""
+    """An interactive shell in a terminal, whose settings are in .zshrc, for bash too. Ctrl-X A inserts every
+    completion, Ctrl-X W writes the line into "answer", Ctrl-X K empties it. Keys are typed once there is a prompt:
+    before, the terminal itself would edit the line."""
 
     SETTINGS = {
-        "bash": """PS1='> '; bind 'set enable-bracketed-paste off'; bind '"\\C-xa": insert-completions'
-                   bind -x '"\\C-xw": printf "%s\\n" "$READLINE_LINE" >answer'; . SCRIPT""",
-        "zsh": """PS1='> '; fpath=(FOLDER $fpath); autoload -Uz compinit; compinit -u -D; unsetopt zle_bracketed_paste
+        "bash": """PS1='ready> '; bind 'set enable-bracketed-paste off'; bind '"\\C-xa": insert-completions'
+                   bind -x '"\\C-xw": printf "%s\\n" "$READLINE_LINE" >answer'
+                   bind '"\\C-xk": kill-whole-line'; . SCRIPT""",
+        "zsh": """PS1='ready> '; fpath=(FOLDER $fpath); autoload -Uz compinit; compinit -u -D; unsetopt zle_bracketed_paste
                   all() { compstate[insert]=all; compstate[list]=; }; every() { comppostfuncs=(all); zle complete-word; }
                   answer() { print -r -- "$BUFFER" >answer; }; zle -N every; zle -N answer
                   zstyle ':completion:*' completer _complete; bindkey -e; setopt no_beep
-                  bindkey '^Xa' every; bindkey '^Xw' answer""",
+                  bindkey '^Xa' every; bindkey '^Xw' answer; bindkey '^Xk' kill-whole-line""",
     }
-    COMMAND = {"bash": ["bash", "--norc", "--noprofile", "-i"], "zsh": ["zsh", "-f", "-i"]}
+    COMMAND = {"bash": ["bash", "--noprofile", "--rcfile", ".zshrc", "-i"], "zsh": ["zsh", "-d", "-i"]}
 
     def __init__(self, script, home):
         self.answer = pathlib.Path(home, "answer")
         settings = self.SETTINGS[SUBJECT].replace("SCRIPT", shlex.quote(str(script)))
-        pathlib.Path(home, "settings").write_text(settings.replace("FOLDER", shlex.quote(str(script.parent))))
+        pathlib.Path(home, ".zshrc").write_text(settings.replace("FOLDER", shlex.quote(str(script.parent))))
         process, self.terminal = pty.fork()
         if process == 0:
             os.chdir(home)
-            os.environ.update(TERM="dumb" if SUBJECT == "bash" else "xterm", HOME=home, COLUMNS="1000", LC_ALL="C.UTF-8")
+            os.environ.update(TERM="dumb" if SUBJECT == "bash" else "xterm", HOME=home, ZDOTDIR=home, COLUMNS="1000",
+                              LC_ALL="C.UTF-8")
             os.execvp(self.COMMAND[SUBJECT][0], self.COMMAND[SUBJECT])
-        self.asked(". ./settings; echo >answer\n")
+        self.shown = b""
+        self.wait(lambda: b"ready> " in self.shown, "the start")
+
+    def wait(self, is_done, what, seconds=60):
+        end = time.monotonic() + seconds
+        while not is_done():
+            if time.monotonic() > end:
+                sys.exit(f"{SUBJECT} does not answer to {what}; it shows {self.shown[-300:]}")
+            if select.select([self.terminal], [], [], 0.02)[0]:
+                self.shown += os.read(self.terminal, 1 << 16)
 
     def completed(self, line):
         """The line with every completion of its last word in place of this word."""
-        return self.asked(line + "\x18a\x18w\x15")
-
-    def asked(self, keys, seconds=60):
         self.answer.unlink(missing_ok=True)
-        os.write(self.terminal, keys.encode())
-        end = time.monotonic() + seconds
-        while time.monotonic() < end:
-            if select.select([self.terminal], [], [], 0.02)[0]:
-                os.read(self.terminal, 1 << 16)
-            if self.answer.exists() and self.answer.read_text().endswith("\n"):
-                return self.answer.read_text()[:-1]
-        sys.exit(f"{SUBJECT} does not answer to {keys!r}")
+        os.write(self.terminal, f"{line}\x18a\x18w\x18k".encode())
+        self.wait(lambda: self.answer.exists() and self.answer.read_text().endswith("\n"), repr(line))
+        return self.answer.read_text()[:-1]
 
 
 def bare(words):
