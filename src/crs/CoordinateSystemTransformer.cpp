@@ -41,6 +41,17 @@ bool AllFinite(const double* x, const double* y, const double* z, int count) {
   return true;
 }
 
+/// For a geographic system. Short of memory, GDAL takes it for another kind or leaves latitudes first, and does not say so:
+/// two answers in a row must agree.
+void PutLongitudesFirst(OGRSpatialReference& system) {
+  std::vector<int> order{0}, before;  // at first no order of axes
+  do {
+    before = order;
+    if (system.IsGeographic()) system.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+    order = system.GetDataAxisToSRSAxisMapping();
+  } while (order != before);
+}
+
 }  // namespace
 
 CoordinateSystemTransformer::CoordinateSystemTransformer() {
@@ -87,8 +98,7 @@ int CoordinateSystemTransformer::SetCoordinateSystem(int slot, const std::string
   std::unique_ptr<OGRSpatialReference>& system = slot == 0 ? source_ : target_;
   system = std::make_unique<OGRSpatialReference>();
   const OGRErr error = kv::ImportWkt(wkt, *system);
-  // Short of memory, GDAL says no, and longitudes would be taken for latitudes.
-  if (system->IsGeographic() || system->IsGeographic()) system->SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
+  PutLongitudesFirst(*system);
   if (error != OGRERR_NONE) {
     system.reset();
     return Fail(kImportFailed,
