@@ -31,8 +31,8 @@ function(kv_make_report_page output)
   set(pieces
       LEAFLET_CSS:${KV_LEAFLET_FOLDER}/leaflet.css DYGRAPHS_CSS:${KV_DYGRAPHS_FOLDER}/dygraph.min.css
       REPORT_CSS:${own}/report.css LEAFLET_JS:${KV_LEAFLET_FOLDER}/leaflet.min.js
-      DYGRAPHS_JS:${KV_DYGRAPHS_FOLDER}/dygraph.min.js REPORT_JS:${own}/report.js MAP_JS:${own}/map.js
-      PLOTS_JS:${own}/plots.js TABLE_JS:${own}/table.js START_JS:${own}/start.js)
+      DYGRAPHS_JS:${KV_DYGRAPHS_FOLDER}/dygraph.min.js PAGE_JS:${own}/page.js REPORT_JS:${own}/report.js
+      PLAN_JS:${own}/plan.js MAP_JS:${own}/map.js PLOTS_JS:${own}/plots.js TABLE_JS:${own}/table.js START_JS:${own}/start.js)
   foreach(piece IN LISTS pieces)
     string(REGEX MATCH "^([A-Z]+_(JS|CSS)):(.+)$" piece "${piece}")
     set(name ${CMAKE_MATCH_1})

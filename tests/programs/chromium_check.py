@@ -58,7 +58,7 @@ def check_page(page, data, summary):
         chromium.call("Emulation.setEmulatedMedia", features=[{"name": "prefers-color-scheme", "value": "dark"}])
         chromium.open(page)
         check_counts(chromium.evaluate("({...document.body.dataset})"), data, summary)
-        expect(chromium.evaluate("document.scripts.length") == 8, "no name is a script")
+        expect(chromium.evaluate("document.scripts.length") == 10, "no name is a script")
         expect(chromium.evaluate("document.querySelector('main b, main img[src=x]')") is None, "no name is markup")
         for at in range(9, 19):
             name = data["exposures"]["photo"][at]
