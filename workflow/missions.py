@@ -1,0 +1,85 @@
+"""The missions of a campaign: which there are, by what key each is known, and what its files look like."""
+import hashlib
+import json
+import os
+import re
+import stat
+from concurrent.futures import ThreadPoolExecutor
+
+
+def shown(name):
+    """A name as UTF-8 can hold it: bytes that are not UTF-8 become escapes."""
+    return name.encode("utf-8", "surrogateescape").decode("utf-8", "backslashreplace")
+
+
+def printed(text):
+    """A text for a terminal: control characters are shown as \\u001b."""
+    return re.sub(r"[\x00-\x1f\x7f-\x9f]", lambda match: f"\\u{ord(match[0]):04x}", shown(text))
+
+
+def key_of(name):
+    """The name of a mission's files among the results: safe for shells, queues and every file system."""
+    if re.fullmatch(r"[A-Za-z0-9][A-Za-z0-9._-]{0,63}", name) and not name.endswith("."):
+        return name
+    kept = re.sub(r"[^A-Za-z0-9]+", "_", name).strip("_")[:40]
+    return f"{kept or 'mission'}-{hashlib.sha256(os.fsencode(name)).hexdigest()[:10]}"
+
+
+def find(folder):
+    """Name and path of each mission: the folders in a folder, and links that lead nowhere, which are reported as failed."""
+    with os.scandir(folder) as entries:
+        return sorted((entry.name, os.path.join(folder, entry.name)) for entry in entries
+                      if not entry.name.startswith(".") and
+                      (entry.is_dir() or (entry.is_symlink() and not os.path.exists(entry.path))))
+
+
+def files_of(folder, seen=frozenset()):
+    """Path, size and time of each file below a folder. Links are followed, but not in circles."""
+    try:
+        about = os.stat(folder)
+        entries = sorted(os.scandir(folder), key=lambda entry: entry.name)
+    except OSError as error:
+        yield folder, error.errno, 0
+        return
+    if (about.st_dev, about.st_ino) in seen:
+        return
+    for entry in entries:
+        try:
+            of = entry.stat()
+        except OSError as error:
+            yield entry.path, error.errno, 0
+            continue
+        if stat.S_ISDIR(of.st_mode):
+            yield from files_of(entry.path, seen | {(about.st_dev, about.st_ino)})
+        else:
+            yield entry.path, of.st_size, of.st_mtime_ns
+
+
+def fingerprint(folder, settings):
+    """What a result depends on. It changes when a file is changed, added, removed or renamed, and with the settings."""
+    digest, count, size = hashlib.sha256(json.dumps(settings).encode()), 0, 0
+    for path, length, changed in files_of(folder):
+        digest.update(os.fsencode(os.path.relpath(path, folder)) + b"\0%d %d\n" % (length, changed))
+        count, size = count + 1, size + length
+    return json.dumps({"files": count, "bytes": size, "sha256": digest.hexdigest()})
+
+
+def write_fingerprints(missions, settings):
+    """Writes inputs/MISSION for each mission of which it has changed, so that this one is run again."""
+    def write(item):
+        key, mission = item
+        path, content = f"inputs/{key}", fingerprint(mission["folder"], settings)
+        try:
+            with open(path, encoding="utf-8") as file:
+                if file.read() == content:
+                    return
+        except FileNotFoundError:
+            pass
+        if os.path.exists(f"done/{key}"):
+            os.remove(f"done/{key}")
+        with open(path + ".new", "w", encoding="utf-8") as file:
+            file.write(content)
+        os.replace(path + ".new", path)
+
+    with ThreadPoolExecutor(8) as pool:
+        list(pool.map(write, missions.items()))

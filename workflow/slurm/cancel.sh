@@ -1,0 +1,3 @@
+#!/bin/sh
+# Cancels the jobs that Snakemake names.
+exec scancel "$@"
