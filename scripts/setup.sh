@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs missing Debian packages: those needed to build and test, and those of the options.
-# Usage: scripts/setup.sh [--checks] [--docs] [--fuzz] [--packages] [--peers] [--qgis]
+# Usage: scripts/setup.sh [--campaigns] [--checks] [--docs] [--fuzz] [--packages] [--peers] [--qgis]
+#   --campaigns for folders of missions, and the queue that their test starts
 #   --checks    for the checks of a change
 #   --docs      for scripts/docs.sh
 #   --fuzz      for scripts/fuzz.sh
@@ -14,6 +15,7 @@ wanted=(g++ cmake ninja-build pkg-config libopencv-dev libshp-dev libcli11-dev n
   libjs-leaflet libjs-dygraphs pybind11-dev python3-dev python3-numpy python3-pytest)
 for option in "$@"; do
   case $option in
+    --campaigns) wanted+=(snakemake slurm-wlm munge parallel) ;;
     --checks) wanted+=(clang-format clang libclang-rt-dev gdal-bin libimage-exiftool-perl python3-qgis chromium strace util-linux
       man-db zsh fish g++-mingw-w64-x86-64-posix) ;;
     --docs) wanted+=(doxygen doxygen-awesome-css) ;;

@@ -35,23 +35,27 @@ class Mission:
         self.key, self.name, self.message, self.track = key, name, None, []
         self.file = f"../missions/{key}/mission.gpkg"
         self.inputs, self.run = read(f"inputs/{key}"), read_if_there(f"done/{key}")
-        self.summary, self.layers, self.state = None, [], None
+        self.layers, self.state = [], None
+        self.findings = {}  # severity by code
         if self.run is None:
             self.run = read_if_there(f"failed/{key}") or {}
             self.state = "failed" if self.run else "not run"
             self.message = self.run.get("message", "there is no result; the log may say why")
+        self.row = self.row_of({})
 
     def read_results(self, points):
         try:
-            self.summary = read(f"../missions/{self.key}/summary.json")
-            self.state = "doubtful" if self.summary["doubtful"] else "complete" if self.summary["complete"] else "incomplete"
+            summary = read(f"../missions/{self.key}/summary.json")
+            self.state = "doubtful" if summary["doubtful"] else "complete" if summary["complete"] else "incomplete"
+            self.findings = {finding["code"]: finding["severity"] for finding in summary["findings"]}
+            self.row = self.row_of(summary)
             db = sqlite3.connect(geopackage.uri(self.file, "ro"), uri=True)
             try:
                 self.layers = [(row["table_name"], system) for row, system in geopackage.contents(db)]
                 self.track = track_of(db, points)
             finally:
                 db.close()
-        except (OSError, ValueError, KeyError, struct.error) as error:
+        except (OSError, ValueError, KeyError, TypeError, AttributeError, struct.error) as error:
             self.fail(f"summary.json or mission.gpkg cannot be used: {error}")
         except sqlite3.Error as error:
             if not geopackage.is_of_a_mission(error):
@@ -60,13 +64,13 @@ class Mission:
 
     def fail(self, message):
         """Takes the results for lost, so that the next call of the campaign makes them anew."""
-        self.state, self.message, self.summary, self.layers, self.track = "failed", message, None, [], []
+        self.state, self.message, self.layers, self.track, self.findings = "failed", message, [], [], {}
+        self.row = self.row_of({})
         if os.path.exists(f"done/{self.key}"):
             os.remove(f"done/{self.key}")
 
-    def row(self):
+    def row_of(self, summary):
         """A line of campaign.csv; what is not known is None."""
-        summary = self.summary or {}
         records = {layer["name"]: layer["records"] for layer in summary.get("layers", [])}
         cameras = summary.get("cameras", [])
         severities = collections.Counter(finding["severity"] for finding in summary.get("findings", []))
@@ -147,7 +151,7 @@ def write_geopackage(path, missions, layers):
     if not campaign.columns:
         campaign.db.close()
         return False
-    campaign.finish([mission.row() for mission in missions])
+    campaign.finish([mission.row for mission in missions])
     return True
 
 
@@ -192,7 +196,7 @@ def merge(campaign, layers, leaflet):
         if not write_geopackage("new/campaign.gpkg", missions, layers):
             for name in os.listdir("new"):
                 os.remove("new/" + name)
-        write_csv("new/campaign.csv", [mission.row() for mission in missions])
+        write_csv("new/campaign.csv", [mission.row for mission in missions])
         page.write("new/campaign.html", missions, leaflet)
         publish(names)
     finally:

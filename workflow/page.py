@@ -34,16 +34,19 @@ def policy(texts):
     return " ".join(f"'sha256-{base64.b64encode(hashlib.sha256(text.encode()).digest()).decode()}'" for text in texts)
 
 
+def report_of(mission):
+    """Where the page finds the report of a mission; None if there is none."""
+    path = f"missions/{mission.key}/report.html"
+    return path if mission.row["results"] and os.path.exists("../" + path) else None
+
+
 def data_of(missions):
     codes, severities = collections.Counter(), {}
     for mission in missions:
-        found = {finding["code"]: finding["severity"] for finding in (mission.summary or {}).get("findings", [])}
-        codes.update(found.keys())
-        severities.update(found)
+        codes.update(mission.findings.keys())
+        severities.update(mission.findings)
     return {
-        "missions": [{**mission.row(), "track": mission.track,
-                      "report": f"missions/{mission.key}/report.html" if mission.summary and os.path.exists(
-                          f"../missions/{mission.key}/report.html") else None} for mission in missions],
+        "missions": [{**mission.row, "track": mission.track, "report": report_of(mission)} for mission in missions],
         "findings": [{"code": code, "severity": severities[code], "missions": count} for code, count in codes.most_common()],
     }
 
