@@ -121,7 +121,7 @@ std::optional<double> MetresIn(std::string_view unit) {
 /// @param measure  unchanged for a text that is not one
 bool ReadMeasure(std::string_view text, double& measure) {
   double value = 0;
-  if (!ReadWhole(text, value)) return false;
+  if (!ReadTinyDecimal(text, value) && !ReadWhole(text, value)) return false;
   const double size = std::abs(value);
   if (!(size < kLargestMeasure)) return false;  // nor is NaN
   // What merely rounds to zero is refused: the strict numbers throw on it.

@@ -145,25 +145,8 @@ bool ReadShortDecimal(std::basic_string_view<Char> text, double& number) {
   return true;
 }
 
-// Accepts three to eight characters, digits around a point: without the point they are one whole number.
-bool ReadTinyDecimal(std::string_view text, double& number) {
-  constexpr std::size_t kWord = sizeof(std::uint64_t), kHalf = kWord / 2;
-  const std::size_t size = text.size();
-  const char *begin = text.data(), *end = begin + size;
-  const std::uint64_t bytes = size >= kHalf
-                                  ? LoadBytes(begin, kHalf) | LoadBytes(end - kHalf, kHalf) << 8 * (size - kHalf)
-                                  : LoadBytes(begin, 2) | LoadBytes(end - 1, 1) << 16;
-  const std::uint64_t values = DigitValues(bytes);
-  const std::size_t point = FirstByte(OtherThanDigits(values));
-  if (point == 0 || point + 1 >= size || begin[point] != '.') return false;
-  const std::uint64_t whole = values & ((std::uint64_t{1} << 8 * point) - 1);
-  const std::uint64_t digits = (whole | values >> 8 * (point + 1) << 8 * point) << 8 * (kWord + 1 - size);
-  number = static_cast<double>(NumberOf(digits)) / kPowersOfTen[size - point - 1];
-  return OtherThanDigits(digits) == 0;
-}
-
 bool ReadShortDecimal(std::string_view text, double& number) {
-  if (text.size() >= 3 && text.size() <= sizeof(std::uint64_t) && ReadTinyDecimal(text, number)) return true;
+  if (ReadTinyDecimal(text, number)) return true;
   const auto parts = SplitShort(text);
   if (!parts) return ReadShortDecimal<char>(text, number);
   number = Nearest(*parts);
@@ -279,6 +262,24 @@ double LeadingMagnitude(std::string_view text) {
 
 }  // namespace
 
+// Without the point, the digits are one whole number.
+bool ReadTinyDecimal(std::string_view text, double& number) {
+  constexpr std::size_t kWord = sizeof(std::uint64_t), kHalf = kWord / 2, kLeast = 3;
+  const std::size_t size = text.size();
+  if (size < kLeast || size > kWord) return false;
+  const char *begin = text.data(), *end = begin + size;
+  const std::uint64_t bytes = size >= kHalf
+                                  ? LoadBytes(begin, kHalf) | LoadBytes(end - kHalf, kHalf) << 8 * (size - kHalf)
+                                  : LoadBytes(begin, 2) | LoadBytes(end - 1, 1) << 16;
+  const std::uint64_t values = DigitValues(bytes);
+  const std::size_t point = FirstByte(OtherThanDigits(values));
+  if (point == 0 || point + 1 >= size || begin[point] != '.') return false;
+  const std::uint64_t whole = values & ((std::uint64_t{1} << 8 * point) - 1);
+  const std::uint64_t digits = (whole | values >> 8 * (point + 1) << 8 * point) << 8 * (kWord + 1 - size);
+  number = static_cast<double>(NumberOf(digits)) / kPowersOfTen[size - point - 1];
+  return OtherThanDigits(digits) == 0;
+}
+
 int LeadingInteger(std::wstring_view text) {
   const auto [negative, digits] = TakeSign(WithoutLeadingBlanks(text));
   constexpr std::int64_t kLargest = std::numeric_limits<int>::max();
@@ -326,8 +327,9 @@ double LeadingDouble(std::wstring_view text) {
 }
 
 double LeadingDouble(std::string_view ansi) {
-  const auto [negative, rest] = TakeSign(ansi);
   double magnitude = 0.0;
+  if (ReadTinyDecimal(ansi, magnitude)) return magnitude;
+  const auto [negative, rest] = TakeSign(ansi);
   if (ReadShortDecimal(rest, magnitude)) return WithSign(magnitude, negative);
   ansi.remove_prefix(std::min(ansi.find_first_not_of("\t\n\v\f\r "), ansi.size()));
   const bool isAscii = ansi.empty() || static_cast<unsigned char>(ansi.front()) < 0x80;

@@ -23,6 +23,11 @@ bool ReadWhole(std::string_view ansi, std::int64_t& number);
 bool ReadWhole(std::wstring_view text, double& number);
 bool ReadWhole(std::string_view ansi, double& number);
 
+/// Reads what most numbers of field files are: three to eight characters, digits around a point. The same double as from
+/// `ReadWhole`, and at half the cost.
+/// @return false for any other text
+bool ReadTinyDecimal(std::string_view ansi, double& number);
+
 template <class Number, class Text>
 std::optional<Number> Whole(Text text) {
   Number number{};

@@ -46,9 +46,10 @@ void Inspect(double maxGapSeconds, Trajectory& trajectory) {
     trajectory.bounds.Add(fix.Latitude, fix.Longitude, fix.Altitude);
     if (last) {
       const Instant to = FromFileTime(fix.TimeUTC);
-      if (Seconds(to - from) > maxGapSeconds) trajectory.gaps.push_back({from, to, last->Latitude, last->Longitude});
+      const double seconds = Seconds(to - from);
+      if (seconds > maxGapSeconds) trajectory.gaps.push_back({from, to, last->Latitude, last->Longitude});
       trajectory.stepsBack += to < from;
-      const bool isJump = IsJump(*last, fix, Seconds(to - from));
+      const bool isJump = IsJump(*last, fix, seconds);
       if (isJump) trajectory.jumps.push_back({from, to, last->Latitude, last->Longitude});
       jumps.push_back(isJump);
       if (std::abs(fix.Longitude - last->Longitude) > kHalfTurn)
