@@ -55,7 +55,7 @@ class Mission:
                 self.track = track_of(db, points)
             finally:
                 db.close()
-        except (OSError, ValueError, KeyError, TypeError, AttributeError, struct.error) as error:
+        except (OSError, ValueError, LookupError, TypeError, AttributeError, struct.error) as error:
             self.fail(f"summary.json or mission.gpkg cannot be used: {error}")
         except sqlite3.Error as error:
             if not geopackage.is_of_a_mission(error):
