@@ -11,6 +11,7 @@ from urllib.parse import quote
 
 CORE = ("gpkg_spatial_ref_sys", "gpkg_contents", "gpkg_geometry_columns", "gpkg_ogr_contents", "gpkg_extensions",
         "gpkg_data_columns", "gpkg_data_column_constraints", "layer_styles")
+WKT2 = "definition_12_063"  # a column of gpkg_spatial_ref_sys that only some files have
 # Errors of SQLite that speak of a mission's file; others, such as a full disk, end the merge.
 OF_A_MISSION = {sqlite3.SQLITE_ERROR, sqlite3.SQLITE_CORRUPT, sqlite3.SQLITE_NOTADB, sqlite3.SQLITE_CANTOPEN}
 
@@ -34,9 +35,11 @@ def is_of_a_mission(error):
 
 
 def system_of(row):
-    """What makes two coordinate systems the same: their number if an organization gave one, else their definition."""
+    """What makes two coordinate systems the same: their number if an organization gave one, else their definition.
+    Some, such as those with three dimensions, have it in a column that not all files have."""
     if row is None or row["organization"].upper() == "NONE" or row["srs_id"] in (-1, 0):
-        return ("NONE", row and row["definition"])
+        texts = [row.get(column) for column in ("definition", WKT2)] if row else []
+        return ("NONE", next((text for text in texts if text and text != "undefined"), "undefined"))
     return (row["organization"].upper(), row["organization_coordsys_id"])
 
 
@@ -96,7 +99,8 @@ class Campaign:
                     self._copy(row, self.names[row["table_name"], system], mission, folder)
             self.db.execute("COMMIT")
         except BaseException:
-            self.db.execute("ROLLBACK")
+            if self.db.in_transaction:  # a full disk has rolled it back already
+                self.db.execute("ROLLBACK")
             self.columns, self.boxes, self.triggers = before
             raise
         finally:
@@ -112,9 +116,14 @@ class Campaign:
                 self.db.execute(f"PRAGMA main.{key} = {self.db.execute(f'PRAGMA source.{key}').fetchone()[0]}")
         if not here:
             self._put("gpkg_spatial_ref_sys", rows(self.db, "SELECT * FROM source.gpkg_spatial_ref_sys WHERE srs_id IN (-1, 0)"))
-            self._put("gpkg_extensions", rows(self.db, "SELECT * FROM source.gpkg_extensions WHERE table_name LIKE 'gpkg%'"))
+        if self._has_wkt2("source") and not self._has_wkt2("main"):
+            self.db.execute(f"ALTER TABLE main.gpkg_spatial_ref_sys ADD COLUMN {WKT2} TEXT NOT NULL DEFAULT 'undefined'")
+        self._put("gpkg_extensions", rows(self.db, "SELECT * FROM source.gpkg_extensions WHERE table_name LIKE 'gpkg%'"))
         if "layer_styles" not in here:
             self._put("gpkg_contents", rows(self.db, "SELECT * FROM source.gpkg_contents WHERE table_name = 'layer_styles'"))
+
+    def _has_wkt2(self, schema):
+        return any(row["name"] == WKT2 for row in rows(self.db, f"PRAGMA {schema}.table_info(gpkg_spatial_ref_sys)"))
 
     def _put(self, table, records, **changes):
         """Inserts rows that are not there yet; columns that the table does not have are added."""
@@ -136,7 +145,8 @@ class Campaign:
         same = [number for number, each in here.items() if system_of(each) == system_of(row)]
         number = srs_id if srs_id in same else same[0] if same else srs_id if srs_id not in here else max(100000, *here) + 1
         if not same:
-            self._put("gpkg_spatial_ref_sys", [row], srs_id=number)
+            wkt2 = {WKT2: row.get(WKT2, "undefined")} if self._has_wkt2("main") else {}
+            self._put("gpkg_spatial_ref_sys", [row], srs_id=number, **wkt2)
         return number
 
     def _create(self, row, name, columns, geometry, srs_id):

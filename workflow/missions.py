@@ -1,4 +1,5 @@
 """The missions of a campaign: which there are, by what key each is known, and what its files look like."""
+import collections
 import hashlib
 import json
 import os
@@ -17,12 +18,19 @@ def printed(text):
     return re.sub(r"[\x00-\x1f\x7f-\x9f]", lambda match: f"\\u{ord(match[0]):04x}", shown(text))
 
 
-def key_of(name):
-    """The name of a mission's files among the results: safe for shells, queues and every file system."""
-    if re.fullmatch(r"[A-Za-z0-9][A-Za-z0-9._-]{0,63}", name) and not name.endswith("."):
-        return name
-    kept = re.sub(r"[^A-Za-z0-9]+", "_", name).strip("_")[:40]
-    return f"{kept or 'mission'}-{hashlib.sha256(os.fsencode(name)).hexdigest()[:10]}"
+def keys_of(names):
+    """The name of each mission's files among the results: safe for shells and queues, and unique even where letter case is
+    ignored. A name that looks like a made one is not kept either, as it could meet that one."""
+    alike = collections.Counter(name.lower() for name in names)
+    keys = []
+    for name in names:
+        if (re.fullmatch(r"[A-Za-z0-9][A-Za-z0-9._-]{0,63}", name) and not re.search(r"\.$|-[0-9A-Fa-f]{10}$", name) and
+                alike[name.lower()] == 1):
+            keys.append(name)
+        else:
+            kept = re.sub(r"[^A-Za-z0-9]+", "_", name).strip("_")[:40]
+            keys.append(f"{kept or 'mission'}-{hashlib.sha256(os.fsencode(name)).hexdigest()[:10]}")
+    return keys
 
 
 def find(folder):
@@ -56,8 +64,9 @@ def files_of(folder, seen=frozenset()):
 
 
 def fingerprint(folder, settings):
-    """What a result depends on. It changes when a file is changed, added, removed or renamed, and with the settings."""
-    digest, count, size = hashlib.sha256(json.dumps(settings).encode()), 0, 0
+    """What a result depends on. It changes when a file is changed, added, removed or renamed, and with the settings.
+    It changes with the folder's path too, which results hold in their links to photos."""
+    digest, count, size = hashlib.sha256(json.dumps([folder, settings]).encode()), 0, 0
     for path, length, changed in files_of(folder):
         digest.update(os.fsencode(os.path.relpath(path, folder)) + b"\0%d %d\n" % (length, changed))
         count, size = count + 1, size + length

@@ -12,6 +12,8 @@ import subprocess
 import sys
 import time
 
+from missions import printed
+
 RESULTS = {0, 3, 4}  # exit codes of kvmission that come with results
 
 
@@ -50,7 +52,7 @@ def main(key):
         return 0
     message = last_line(log).removeprefix("kvmission: error: ") or f"kvmission ended with exit code {code}"
     note(f"failed/{key}", {**run, "message": message})
-    print(f"{mission['name']}: {message}", file=sys.stderr)
+    print(printed(f"{mission['name']}: {message}"), file=sys.stderr)
     return 1
 
 

@@ -3,8 +3,8 @@ Usage: check.py KVMISSION [slurm]"""
 import csv, json, os, pathlib, shutil, signal, sqlite3, subprocess, sys, tempfile, time
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-sys.path.insert(0, str(ROOT / "tests" / "programs"))
-import browser
+sys.path[:0] = [str(ROOT / "tests" / "programs"), str(ROOT / "workflow")]
+import browser, missions
 
 KVMISSION = str(pathlib.Path(sys.argv[1]).resolve())
 CAMPAIGN = str(ROOT / "workflow" / "campaign")
@@ -12,18 +12,21 @@ HOSTILE = "Flug 7 \"ä\" $(touch x) {y}'\n<b>"
 LOCAL_SYSTEM = ('PROJCS["{}",GEOGCS["WGS 84",DATUM["WGS_1984",SPHEROID["WGS 84",6378137,298.257223563]],PRIMEM["Greenwich",0],'
                 'UNIT["degree",0.0174532925199433]],PROJECTION["Transverse_Mercator"],PARAMETER["central_meridian",{}],'
                 'PARAMETER["false_easting",500000],UNIT["metre",1]]')
-# Folder, options of simulate, target of its POS file. The layers of the four systems must stay apart.
+SPATIAL_SYSTEM = ('GEOGCRS["{0}",DATUM["{0}",ELLIPSOID["{0}",{1},298.25]],CS[ellipsoidal,3],AXIS["latitude",north],'
+                  'AXIS["longitude",east],ANGLEUNIT["degree",0.0174532925199433],AXIS["height",up,LENGTHUNIT["metre",1]]]')
+# Folder, options of simulate, target of its POS file. The layers of the six systems must stay apart.
 MISSIONS = [
     ("m1", ["--pos", "calendar"], "EPSG:25832"),
     ("m2", ["--pos", "calendar"], "EPSG:25833"),
     ("m3", ["--pos", "calendar"], LOCAL_SYSTEM.format("one", 8)),
     ("m4", ["--pos", "calendar"], LOCAL_SYSTEM.format("two", 9)),
     ("drone", ["--drone"], None),
-    ("doubt", ["--cam1-clock", "37"], None),
+    ("doubt", ["--cam1-clock", "37", "--pos", "calendar"], SPATIAL_SYSTEM.format("three", 6378200)),
     ("broken", [], None),
-    (HOSTILE, ["--no-faults"], None),
+    (HOSTILE, ["--no-faults", "--pos", "calendar"], SPATIAL_SYSTEM.format("four", 6378300)),
 ]
-POS_LAYERS = {"pos_epsg_25832": "m1", "pos_epsg_25833": "m2", "pos_system_1": "m3", "pos_system_2": "m4"}
+POS_LAYERS = {"pos_epsg_25832": "m1", "pos_epsg_25833": "m2", "pos_system_1": HOSTILE, "pos_system_2": "doubt", "pos_system_3": "m3",
+              "pos_system_4": "m4"}
 
 
 def expect(is_true, what):
@@ -68,7 +71,8 @@ def rows_of(path, where="1"):
 
 def check_layers(results):
     """Every row of every mission is in the campaign, bit for bit but for links, and none else."""
-    taken = 0
+    taken, db = 0, sqlite3.connect(results / "campaign.gpkg")
+    numbers = dict(db.execute("SELECT table_name, srs_id FROM gpkg_geometry_columns WHERE table_name LIKE 'pos%'"))
     for name, row in table_of(results / "campaign.csv").items():
         if not row["results"]:
             continue
@@ -80,22 +84,22 @@ def check_layers(results):
                     link, before = one.pop(key), other.pop(key)
                     expect((link and os.path.realpath(results / link)) == (before and os.path.realpath(results / row["results"] / before)),
                            f"{link} of {name} leads to the photo")
-                if here == "pos_system_2":  # missions number systems of their own alike; the number here is another
+                if "system" in here:  # missions number systems of their own alike; numbers here are others
                     geometry = one["geom"]
-                    one["geom"], other["geom"] = geometry[8:], other["geom"][8:]
-                    expect(geometry[:4] == b"GP\0" + geometry[3:4] and geometry[4:8] != bytes(4), "a geometry names its system")
+                    one["geom"], other["geom"] = geometry[:4] + geometry[8:], other["geom"][:4] + other["geom"][8:]
+                    equal(int.from_bytes(geometry[4:8], "little"), numbers[here], "system that a geometry names")
             equal(merged, rows, f"layer {here} of {name}")
             taken += len(rows)
     everything = rows_of(results / "campaign.gpkg")
     equal(sum(map(len, everything.values())), taken, "rows of all layers")
     equal({layer for layer in everything if layer.startswith("pos")}, set(POS_LAYERS), "layers of POS samples")
-    db = sqlite3.connect(results / "campaign.gpkg")
     for layer, count in db.execute("SELECT table_name, feature_count FROM gpkg_ogr_contents WHERE table_name IN "
                                    "(SELECT table_name FROM gpkg_geometry_columns)").fetchall():
         indexed, = db.execute(f"SELECT COUNT(*) FROM rtree_{layer}_geom").fetchone()
         equal((count, indexed), (len(everything[layer]),) * 2, f"count and index of {layer}")
     equal(db.execute("PRAGMA foreign_key_check").fetchall(), [], "references")
-    equal(len({number for number, in db.execute("SELECT srs_id FROM gpkg_geometry_columns WHERE table_name LIKE 'pos%'")}), 4, "systems")
+    systems = dict(db.execute("SELECT srs_id, definition || COALESCE(definition_12_063, '') FROM gpkg_spatial_ref_sys"))
+    equal(len({systems[number] for number in numbers.values()} - {"undefined"}), len(POS_LAYERS), "systems")
 
 
 def check_page(page, table):
@@ -164,10 +168,14 @@ def check_changes(folder, results):
 
 
 def check_refusals(folder):
-    (folder.parent / "empty").mkdir()
+    for name in ["empty", b"alike/\xff", "alike/\\xff"]:
+        (folder.parent / os.fsdecode(name)).mkdir(parents=True)
+    keys = missions.keys_of(["a b", "a_b-c8687a08aa", "a_b", "A_B", "-", "*", "\udcff"])
+    equal(len({key.lower() for key in keys}), len(keys), f"distinct keys {keys}")
     for arguments, code, sentence in [
         (["nowhere", "-o", "r"], 1, "nowhere is not a folder"),
         (["empty", "-o", "r"], 1, "holds no mission"),
+        (["alike", "-o", "r"], 1, "2 missions would be called \\xff"),
         ([folder, "-o", folder / "r"], 2, "would be taken for a mission"),
         ([folder, "-o", "r", "--", "--output=x"], 2, "--output is set by the campaign"),
         ([folder, "-o", "a'b"], 2, "has a quote"),
