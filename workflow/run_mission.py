@@ -51,6 +51,8 @@ def main(key):
         note(f"done/{key}", run)
         return 0
     message = last_line(log).removeprefix("kvmission: error: ") or f"kvmission ended with exit code {code}"
+    if code < 0:
+        message = f"kvmission was killed by signal {-code}"
     note(f"failed/{key}", {**run, "message": message})
     print(printed(f"{mission['name']}: {message}"), file=sys.stderr)
     return 1

@@ -39,7 +39,7 @@ def equal(seen, expected, what):
 
 
 def campaign(*arguments, cwd, code):
-    done = subprocess.run([CAMPAIGN, "--kvmission", KVMISSION, *map(str, arguments)], cwd=cwd, capture_output=True, text=True)
+    done = subprocess.run([CAMPAIGN, "--kvmission", os.path.relpath(KVMISSION, cwd), *map(str, arguments)], cwd=cwd, capture_output=True, text=True)
     expect(done.returncode == code, f"exit code {code} of {arguments}, but {done.returncode}:\n{done.stdout}{done.stderr}")
     return done.stdout + done.stderr
 
