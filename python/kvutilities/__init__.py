@@ -62,6 +62,18 @@ def _callable(progress):
     return progress
 
 
+def _positive(name, value):
+    if not 0 < value < _numpy.inf:
+        raise ValueError(f"{name} must be a positive number")
+    return value
+
+
+def _threads(jobs):
+    if not 0 <= jobs <= 1024:
+        raise ValueError("jobs must be a number from 0 to 1024")
+    return jobs
+
+
 def _findings(rows):
     return [Finding(*row) for row in rows]
 
@@ -211,7 +223,8 @@ def read_trajectory(path, *, date=None, max_gap=2.0, progress=None):
     horizontal_sigma, vertical_sigma, satellites (-1 when unknown), quality (a number in POSITION_QUALITIES). For other
     trajectories, such as GPX and SBET files, use run_mission(trajectory=path) and its fixes.
     """
-    return _table(_kvutilities.read_trajectory(_existing(path), _text("date", date or ""), max_gap, _callable(progress)))
+    settings = _text("date", date or ""), _positive("max_gap", max_gap)
+    return _table(_kvutilities.read_trajectory(_existing(path), *settings, _callable(progress)))
 
 
 def read_events(path, *, progress=None):
@@ -238,7 +251,7 @@ def read_pos(path, target="EPSG:4979", *, jobs=0, progress=None):
 
     Returns a table of samples: time, latitude, longitude, height, x, y, z.
     """
-    (array, texts), findings, wkt = _kvutilities.read_pos(_existing(path), target, jobs, _callable(progress))
+    (array, texts), findings, wkt = _kvutilities.read_pos(_existing(path), target, _threads(jobs), _callable(progress))
     return Table(array, texts, _findings(findings), crs=wkt, places=("x", "y", "z"))
 
 
@@ -251,7 +264,7 @@ def transform(path, target, output, *, jobs=0, overwrite=False, progress=None):
     Returns a dictionary with what was read and left out, and the list of findings.
     """
     made, findings = _kvutilities.transform(
-        _existing(path), target, _os.fspath(output), jobs, overwrite, _callable(progress)
+        _existing(path), target, _os.fspath(output), _threads(jobs), overwrite, _callable(progress)
     )
     return _json.loads(made), _findings(findings)
 
@@ -268,7 +281,8 @@ def sharpness(photos, *, jobs=0, max_megapixels=1000.0, progress=None):
     """
     is_one = isinstance(photos, (str, bytes, _os.PathLike))
     paths = [_existing(path) for path in ([photos] if is_one else photos)]
-    grades = _kvutilities.grades(paths, jobs, max_megapixels, _callable(progress))
+    settings = _threads(jobs), _positive("max_megapixels", max_megapixels)
+    grades = _kvutilities.grades(paths, *settings, _callable(progress))
     for path, (_, complaint, damage) in zip(paths, grades):
         if complaint and is_one:
             raise Error(f"{_os.fsdecode(path)}: {complaint}")
@@ -280,4 +294,4 @@ def sharpness(photos, *, jobs=0, max_megapixels=1000.0, progress=None):
 
 def describe(path, *, max_gap=2.0):
     """Recognises a file by its content and describes it, as a dictionary."""
-    return _json.loads(_kvutilities.describe(_existing(path), max_gap))[0]
+    return _json.loads(_kvutilities.describe(_existing(path), _positive("max_gap", max_gap)))[0]

@@ -3,6 +3,8 @@
 import dataclasses
 from typing import Any, Dict, List
 
+from ._kvutilities import Error
+
 POSITION_QUALITIES = ("NONE", "SINGLE", "DGPS", "FLOAT", "FIXED", "ESTIMATED", "SIMULATED", "MIXED")
 ATTITUDE_QUALITIES = ("NONE", "POSTPROCESSED", "SENSOR", "TRACK")
 
@@ -57,11 +59,21 @@ class Table:
         return pandas.DataFrame(columns)
 
     def to_geopandas(self):
-        """A geopandas.GeoDataFrame of points; rows without a place have none."""
+        """A geopandas.GeoDataFrame of points, to be written with to_file; rows without a place have none.
+
+        WGS 84 places are in EPSG:4326, as in mission.gpkg: most formats cannot hold EPSG:4979.
+        """
         import geopandas
         import numpy
+        import pyproj
 
+        if not set(self._places) <= set(self.columns):
+            raise Error(f"a table of {', '.join(self.columns)} has no places")
         x, y, z = (self.array[name] for name in self._places)
         points = geopandas.points_from_xy(x, y, z)
         points[numpy.isnan(x) | numpy.isnan(y)] = None
-        return geopandas.GeoDataFrame(self.to_pandas(), geometry=points, crs=self.crs)
+        frame = self.to_pandas()
+        for name in _WORDS.keys() & set(frame.columns):
+            frame[name] = frame[name].astype(str)  # no file takes categories
+        crs = pyproj.CRS(self.crs)
+        return geopandas.GeoDataFrame(frame, geometry=points, crs=4326 if crs.to_epsg() == 4979 else crs)

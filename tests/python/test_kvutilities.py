@@ -92,6 +92,19 @@ def test_files_are_tables(mission):
     assert list(frame.columns) == fixes.columns and str(frame["quality"].dtype) == "category"
 
 
+def test_places_go_into_files(mission, tmp_path):
+    geopandas = pytest.importorskip("geopandas")
+    exposures = kvutilities.run_mission(mission / "m").exposures
+    made = exposures.to_geopandas()
+    made.to_file(tmp_path / "exposures.gpkg")
+    read = geopandas.read_file(tmp_path / "exposures.gpkg")
+    assert read.crs == 4326 and list(read.geometry.isna()) == list(numpy.isnan(exposures["longitude"]))
+    assert read.geometry.iloc[-1].z == exposures["height"][-1]
+    assert list(read["quality"]) == [kvutilities.POSITION_QUALITIES[quality] for quality in exposures["quality"]]
+    with pytest.raises(kvutilities.Error, match="no places"):
+        kvutilities.read_events(mission / "m" / "events.txt").to_geopandas()
+
+
 def test_pos_files(mission, tmp_path):
     pos = tmp_path / "a.pos"
     rest = " ".join(["1.0"] * 10)
@@ -135,6 +148,9 @@ def test_sharpness_is_the_command_s(mission, tmp_path):
         (lambda m: kvutilities.read_trajectory(m / "m" / "events.txt"), kvutilities.Error),
         (lambda m: kvutilities.read_pos(m / "m" / "events.txt"), kvutilities.Error),
         (lambda m: kvutilities.describe(m), kvutilities.Error),
+        (lambda m: kvutilities.describe(m / "m" / "events.txt", max_gap=-1), ValueError),
+        (lambda m: kvutilities.sharpness([], max_megapixels=float("nan")), ValueError),
+        (lambda m: kvutilities.sharpness([], jobs=-1), ValueError),
         (lambda m: kvutilities.sharpness(m / "m" / "events.txt"), kvutilities.Error),
     ],
 )
