@@ -95,6 +95,16 @@ def _date(algorithm, *given):
     return date.toString("yyyy-MM-dd")
 
 
+def _checked(value, key, kind):
+    """@throws QgsProcessingException  for a text that QGIS would take for 0 or for true"""
+    if not isinstance(value, str):
+        return
+    if kind == "flag" and value.lower() not in ("true", "false", "1", "0"):
+        raise QgsProcessingException(f"{key} must be true or false")
+    if kind in ("number", "count") and not re.fullmatch(r"\s*[+-]?(\d+\.?\d*|\.\d+)(e[+-]?\d+)?\s*", value, re.I | re.A):
+        raise QgsProcessingException(f"{key} must be a number")
+
+
 _READ_BY_KIND = {
     "file": lambda algorithm, *given: algorithm.parameterAsFile(*given),
     "folder": lambda algorithm, *given: algorithm.parameterAsFile(*given),
@@ -116,7 +126,9 @@ def given(algorithm, names, parameters, context):
         key = parameter_name(name)
         if parameters.get(key) in (None, "", []):
             continue
-        value = _READ_BY_KIND[SETTINGS[name]["kind"]](algorithm, parameters, key, context)
+        kind = SETTINGS[name]["kind"]
+        _checked(parameters[key], key, kind)
+        value = _READ_BY_KIND[kind](algorithm, parameters, key, context)
         if value not in (False, "", []) or isinstance(value, (int, float)) and not isinstance(value, bool):
             values[name] = value
     return values

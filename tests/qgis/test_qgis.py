@@ -135,6 +135,8 @@ def test_doubts_are_errors(place, ways, tmp_path):
     ("run", {"MISSION": "nowhere"}, "nowhere: "),
     ("run", {}, "TRAJECTORY FILE"),
     ("run", {"MISSION": "mission", "CAM1_OFFSET": "soon"}, "CAM1_OFFSET must be a number of seconds, or auto"),
+    ("run", {"MISSION": "mission", "EVENT_OFFSET": "0,5"}, "EVENT_OFFSET must be a number"),
+    ("run", {"MISSION": "mission", "OVERWRITE": "no"}, "OVERWRITE must be true or false"),
     ("grade", {"FOLDER": "plugins"}, "a folder without JPEG photos"),
     ("grade", {"PHOTOS": "mission/events.txt"}, "not graded: not a JPEG"),
     ("transform", {"INPUT": "mission/events.txt", "TARGET": "EPSG:32632"}, "events.txt"),
