@@ -40,7 +40,7 @@ class Mission:
         if self.run is None:
             self.run = read_if_there(f"failed/{key}") or {}
             self.state = "failed" if self.run else "not run"
-            self.message = self.run.get("message", "there is no result; the log may say why")
+            self.message = self.run.get("message", "there is no result for its present files and options; the log may say why")
         self.row = self.row_of({})
 
     def read_results(self, points):
@@ -135,7 +135,11 @@ def write_csv(path, table):
 
 def write_geopackage(path, missions, layers):
     """@return whether there is anything to write"""
-    found = {each for mission in missions for each in mission.layers if layers is None or each[0] in layers}
+    found = {each for mission in missions for each in mission.layers}
+    known = {layer for layer, _ in found}
+    for unknown in sorted((layers or set()) - known):
+        print(printed(f"campaign: no mission has a layer {unknown!r}; there are: {', '.join(sorted(known)) or 'none'}"), file=sys.stderr)
+    found = {each for each in found if layers is None or each[0] in layers}
     if not found:
         return False
     campaign = geopackage.Campaign(path, geopackage.names_of_layers(found))
@@ -166,7 +170,7 @@ def publish(names):
             os.replace("new/" + name, "../" + name)
         elif os.path.exists("../" + name):
             os.remove("../" + name)
-            print(f"campaign: {name} of an earlier call is removed: no mission has a result", file=sys.stderr)
+            print(f"campaign: {name} of an earlier call is removed: there are no layers to put together", file=sys.stderr)
 
 
 def say(missions):

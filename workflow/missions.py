@@ -73,22 +73,28 @@ def fingerprint(folder, settings):
     return json.dumps({"files": count, "bytes": size, "sha256": digest.hexdigest()})
 
 
-def write_fingerprints(missions, settings):
-    """Writes inputs/MISSION for each mission of which it has changed, so that this one is run again."""
-    def write(item):
+def changed(missions, settings):
+    """The new content of inputs/MISSION for each mission that has no result or has changed."""
+    def new(item):
         key, mission = item
-        path, content = f"inputs/{key}", fingerprint(mission["folder"], settings)
+        content = fingerprint(mission["folder"], settings)
         try:
-            with open(path, encoding="utf-8") as file:
-                if file.read() == content:
-                    return
+            with open(f"inputs/{key}", encoding="utf-8") as file:
+                if file.read() == content and os.path.exists(f"done/{key}"):
+                    return key, None
         except FileNotFoundError:
             pass
-        if os.path.exists(f"done/{key}"):
-            os.remove(f"done/{key}")
-        with open(path + ".new", "w", encoding="utf-8") as file:
-            file.write(content)
-        os.replace(path + ".new", path)
+        return key, content
 
     with ThreadPoolExecutor(8) as pool:
-        list(pool.map(write, missions.items()))
+        return {key: content for key, content in pool.map(new, missions.items()) if content}
+
+
+def write_fingerprints(contents):
+    """Writes inputs/MISSION, so that this mission is run."""
+    for key, content in contents.items():
+        if os.path.exists(f"done/{key}"):
+            os.remove(f"done/{key}")
+        with open(f"inputs/{key}.new", "w", encoding="utf-8") as file:
+            file.write(content)
+        os.replace(f"inputs/{key}.new", f"inputs/{key}")

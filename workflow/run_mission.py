@@ -25,9 +25,10 @@ def note(path, content):
 
 
 def last_line(path):
+    """The last line, but for the advice that follows wrong usage."""
     with open(path, encoding="utf-8", errors="backslashreplace") as file:
         lines = file.read().splitlines()
-    return next((line for line in reversed(lines) if line.strip()), "")
+    return next((line for line in reversed(lines) if line.strip() and line != "Run with --help for more information."), "")
 
 
 def main(key):

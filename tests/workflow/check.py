@@ -151,6 +151,7 @@ def check_changes(folder, results):
         ("nothing", lambda: None, [], set()),
         ("a file with an old time", lambda: (photo.write_bytes(photo.read_bytes() + b" "), os.utime(photo, (0, 0))), [], {"m1"}),
         ("a photo less", lambda: next((folder / "m2" / "cam2").glob("*.jpg")).unlink(), [], {"m2"}),
+        ("a dry run", lambda: campaign(folder, "-o", results, "--dry-run", "--", "--pair", "time", cwd=folder.parent, code=0), [], set()),
         ("an option", lambda: None, ["--", "--no-sharpness"], {name for name in os.listdir(results / "missions")}),
     ]
     for what, change, options, expected in rows:
@@ -160,10 +161,12 @@ def check_changes(folder, results):
         after = {file.name: file.stat().st_mtime_ns for file in (results / ".campaign" / "done").iterdir()}
         equal({name for name in after if after[name] != before.get(name)}, expected, f"missions that run after {what}")
     package.write_bytes(package.read_bytes()[:20000])
-    again = [folder, "-o", results, "--", "--no-sharpness"]
-    expect("failed: m3: mission.gpkg cannot be read" in campaign(*again[:3], "--merge-only", *again[3:], cwd=folder.parent, code=1),
-           "a damaged result is named")
-    campaign(*again, cwd=folder.parent, code=4)
+    told = campaign(folder, "-o", results, "--merge-only", cwd=folder.parent, code=1)
+    expect("failed: m3: mission.gpkg cannot be read" in told and "not run" not in told, "a damaged result is named, it alone")
+    told = campaign(folder, "-o", results, "--layers", "photos,photo", "--", "--no-sharpness", cwd=folder.parent, code=4)
+    expect("no mission has a layer 'photo'" in told, "a layer that is not there is named")
+    equal(set(rows_of(results / "campaign.gpkg")), {"photos"}, "chosen layers")
+    campaign(folder, "-o", results, "--merge-only", cwd=folder.parent, code=4)
     check_layers(results)
 
 
