@@ -57,9 +57,18 @@ def _existing(path):
 
 
 def _callable(progress):
-    if progress is not None and not callable(progress):
-        raise TypeError("progress must be a function")
-    return progress
+    """A function of (what, count, unit, done, total), also for a bar such as tqdm's."""
+    if progress is None or callable(progress):
+        return progress
+    if not all(hasattr(progress, name) for name in ("n", "total", "set_description", "refresh")):
+        raise TypeError("progress must be a function or a bar such as tqdm's")
+
+    def show(what, count, unit, done, total):
+        progress.n, progress.total, progress.unit = (done, total, "") if total else (count, None, unit)
+        progress.set_description(what, refresh=False)
+        progress.refresh()
+
+    return show
 
 
 def _positive(name, value):
@@ -197,7 +206,7 @@ def _document_run_mission():
         "Runs a mission: reads, checks, places, pairs and grades, and writes results where `output` names a folder.",
         "",
         "mission: folder; its files are found by content and name",
-        "progress: function of (what, count, unit, done, total); total is 0 when it is not known",
+        "progress: function of (what, count, unit, done, total), or a bar such as tqdm's; total is 0 when it is not known",
         "",
         "Settings, which go before those of a mission.toml:",
     ]

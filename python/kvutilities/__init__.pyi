@@ -1,6 +1,6 @@
 import datetime
 import os
-from typing import Any, Callable, Dict, List, Optional, Sequence, Tuple, Union, overload
+from typing import Any, Callable, Dict, List, Optional, Protocol, Sequence, Tuple, Union, overload
 
 import numpy
 
@@ -10,7 +10,17 @@ from ._tables import Finding as Finding
 from ._tables import Table as Table
 
 _Path = Union[str, os.PathLike[str]]
-_Progress = Optional[Callable[[str, int, str, int, int], Any]]
+
+class _Bar(Protocol):
+    """As tqdm's."""
+
+    n: Any
+    total: Any
+    unit: Any
+    def set_description(self, desc: str, refresh: bool) -> Any: ...
+    def refresh(self) -> Any: ...
+
+_Progress = Union[Callable[[str, int, str, int, int], Any], _Bar, None]
 
 __version__: str
 __all__: List[str]

@@ -13,6 +13,7 @@ import subprocess
 import sys
 import threading
 import time
+import types
 import warnings
 
 import numpy
@@ -190,6 +191,10 @@ def test_threads_work_at_once_and_hear_of_progress(mission):
         thread.join()
     assert len({len(one.exposures) for one in made}) == 1 and len(made) == 4
     assert heard and all(len(said) == 5 for said in heard)
+
+    bar = types.SimpleNamespace(n=0, total=None, set_description=lambda *_, **__: None, refresh=lambda: None)  # as tqdm's
+    kvutilities.read_trajectory(mission / "m" / "trajectory.nmea", progress=bar)
+    assert 0 < bar.n <= bar.total
 
     def fail(*_):
         raise LookupError("enough")
