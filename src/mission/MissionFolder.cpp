@@ -213,6 +213,8 @@ std::string ContentOf(const fs::path& folder) {
       names.push_back("folder " + name);
     } else if (IsPicture(entry->path())) {
       ++pictures;
+    } else if (entry->is_other(unknown)) {  // a pipe would be waited for
+      names.push_back(name + " (not a regular file)");
     } else {
       names.push_back(fmt::format("{} ({})", name, KindOrReason(entry->path())));
     }
