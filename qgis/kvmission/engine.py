@@ -17,6 +17,8 @@ from collections import namedtuple
 
 PROGRAM_SETTING = "KVMISSION_PROGRAM"
 COMPLETE, INCOMPLETE, DOUBTFUL = 0, 3, 4  # exit codes that come with a result
+WRONG_USAGE = 2
+ADVICE = "Run with --help for more information."  # of the command; there is no help here
 WORKER = os.path.join(os.path.dirname(__file__), "worker.py")
 HELP = "name the program in Settings > Options > Processing > Providers > KVMission"
 MISSING = (
@@ -204,9 +206,11 @@ class _Command:
                 errors.append(text)
             elif severity:
                 feedback.finding(severity, text)
-            else:
+            elif text != ADVICE:
                 others.append(text)
                 feedback.pushConsoleInfo(text)
+        if process.returncode == WRONG_USAGE and others:
+            errors = errors or others
         if process.returncode not in (COMPLETE, INCOMPLETE, DOUBTFUL):
             raise Failure("\n".join(errors or [*others, f"{self.program} ended with {process.returncode}."]))
         for text in errors:

@@ -145,7 +145,7 @@ def test_failures_are_sentences(place, ways, tmp_path, algorithm, parameters, se
     given = within(place, parameters)
     for environment in ways.values():
         code, _, errors = process(environment, algorithm, **given, OUTPUT=tmp_path / "out.csv")
-        assert code == 1 and sentence in errors and "Traceback" not in errors
+        assert code == 1 and sentence in errors and "Traceback" not in errors and "--help" not in errors
         assert not (tmp_path / "out.csv").exists()
 
 
