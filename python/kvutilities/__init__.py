@@ -154,7 +154,12 @@ class Mission:
 
     @_functools.cached_property
     def exposures(self):
-        """Camera events with place, attitude, photo and sharpness. Dropped ones say why in the text "drop"."""
+        """Camera events with place, attitude, photo and sharpness. Dropped ones say why in the text "drop".
+
+        tick: of the master clock; roll, pitch, heading: degrees; horizontal_sigma, vertical_sigma: metres
+        photo_difference: seconds from the event to the photo's time; photo_probability: from 0 to 1
+        sharpness: variance of the Laplacian, to compare photos of one camera
+        """
         return Table(*self._mission.exposures())
 
     @_functools.cached_property
