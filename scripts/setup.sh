@@ -17,7 +17,7 @@ for option in "$@"; do
   case $option in
     --campaigns) wanted+=(snakemake slurm-wlm munge parallel) ;;
     --checks) wanted+=(clang-format clang libclang-rt-dev gdal-bin libimage-exiftool-perl python3-qgis chromium strace util-linux
-      man-db zsh fish g++-mingw-w64-x86-64-posix) ;;
+      man-db zsh fish g++-mingw-w64-x86-64-posix python3-pandas python3-geopandas) ;;
     --docs) wanted+=(doxygen doxygen-awesome-css) ;;
     --fuzz) wanted+=(clang libclang-rt-dev llvm) ;;
     --packages) wanted+=(dpkg-dev fakeroot file lintian debootstrap) ;;

@@ -63,7 +63,7 @@ class Mission:
             self.fail(f"mission.gpkg cannot be read: {error}")
 
     def fail(self, message):
-        """Takes the results for lost, so that the next call of the campaign makes them anew."""
+        """Forgets that the mission is done, so that the next call runs it again."""
         self.state, self.message, self.layers, self.track, self.findings = "failed", message, [], [], {}
         self.row = self.row_of({})
         if os.path.exists(f"done/{self.key}"):

@@ -202,6 +202,8 @@ class Mission:
 
 def run_mission(mission=None, *, progress=None, **settings):
     given = _given(settings)
+    if mission is None and not settings.keys() & {"trajectory", "timestamps"}:
+        raise ValueError("give a mission folder, trajectory or timestamps")
     return Mission(_kvutilities.run_mission("" if mission is None else _existing(mission), given, _callable(progress)))
 
 

@@ -57,6 +57,8 @@ class RunMission(Algorithm):
         mission = self.parameterAsFile(parameters, "MISSION", context)
         folder = os.path.abspath(self.parameterAsString(parameters, "OUTPUT", context))
         values = settings.given(self, self._settings(), parameters, context)
+        if not mission and not values.keys() & {"trajectory", "timestamps"}:
+            raise QgsProcessingException("Give a MISSION folder, a TRAJECTORY or TIMESTAMPS.")
         values["output"] = folder
         outcome = self.call("run", [mission] if mission else [], values, Feedback(feedback))
         if outcome.code == engine.DOUBTFUL and "accept-doubt" not in values:

@@ -146,6 +146,7 @@ TEST_F(DroneTest, ExitCodesTellHowItWent) {
        "$K run m -o o --orientation sparse --tolerance 1",
        3, "50 lines left out, without a stamp and seven numbers: line 1, 2, 3, 4, 5, ..."},
       {"mkfifo f; $K run --timestamps f -o u", 1, "f: not a regular file"},
+      {"mkdir d; mkfifo d/f; timeout 60 $K run d -o u", 1, "f (not a regular file)"},
       {"$K run m -o u --orientation sbet.txt", 1, "no orientation reading"},
       {"$K run m -o u --position post-processed", 2, "post-processed needs a trajectory: give"},
       {"$K run --trajectory sbet.txt --timestamp-offsets -o u", 2, "--timestamp-offsets is for a drone mission"},

@@ -133,7 +133,7 @@ def test_doubts_are_errors(place, ways, tmp_path):
 
 @pytest.mark.parametrize("algorithm, parameters, sentence", [
     ("run", {"MISSION": "nowhere"}, "nowhere: "),
-    ("run", {}, "TRAJECTORY FILE"),
+    ("run", {}, "Give a MISSION folder, a TRAJECTORY or TIMESTAMPS."),
     ("run", {"MISSION": "mission", "CAM1_OFFSET": "soon"}, "CAM1_OFFSET must be a number of seconds, or auto"),
     ("run", {"MISSION": "mission", "EVENT_OFFSET": "0,5"}, "EVENT_OFFSET must be a number"),
     ("run", {"MISSION": "mission", "OVERWRITE": "no"}, "OVERWRITE must be true or false"),

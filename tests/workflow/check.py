@@ -70,7 +70,7 @@ def rows_of(path, where="1"):
 
 
 def check_layers(results):
-    """Every row of every mission is in the campaign, bit for bit but for links, and none else."""
+    """Every row of every mission is in the campaign, bit for bit but for links, and no other row is."""
     taken, db = 0, sqlite3.connect(results / "campaign.gpkg")
     numbers = dict(db.execute("SELECT table_name, srs_id FROM gpkg_geometry_columns WHERE table_name LIKE 'pos%'"))
     for name, row in table_of(results / "campaign.csv").items():

@@ -44,7 +44,7 @@ std::string BashOffer(const Option& option) {
   return ":";
 }
 
-/// Text between the brackets of a specification of zsh's _arguments, or between its colons.
+/// Text between the brackets of an argument of zsh's _arguments, or between its colons.
 std::string ZshText(std::string_view text) {
   std::string escaped;
   for (const char c : text)
@@ -69,17 +69,17 @@ std::string ZshValue(const Option& option) {
   return value + " ";
 }
 
-/// One specification for each name of an option. The other names are not offered after it.
-std::string ZshSpecifications(const Option& option) {
+/// What _arguments takes for each name of an option. The other names are not offered after it.
+std::string ZshArguments(const Option& option) {
   if (option.IsPositional()) return " \\\n      " + Quoted((option.repeats ? "*" : ":") + ZshValue(option));
-  std::string specifications;
+  std::string arguments;
   for (const std::string& name : option.names) {
     const std::string others = option.repeats ? "*" : "(" + Joined(option.names) + ")";
     const char* const attached = option.value.empty() ? "" : name.starts_with("--") ? "=" : "+";
     const std::string value = option.value.empty() ? "" : ZshValue(option);
-    specifications += " \\\n      " + Quoted(others + name + attached + "[" + ZshText(option.help) + "]" + value);
+    arguments += " \\\n      " + Quoted(others + name + attached + "[" + ZshText(option.help) + "]" + value);
   }
-  return specifications;
+  return arguments;
 }
 
 std::string FishOffer(const Option& option) {
@@ -166,13 +166,13 @@ complete -F _kvmission kvmission
 std::string ZshCompletion(const std::vector<Command>& commands) {
   std::string list, cases, own;
   for (const Command& command : commands) {
-    std::string specifications;
-    for (const Option& option : command.options) specifications += ZshSpecifications(option);
+    std::string arguments;
+    for (const Option& option : command.options) arguments += ZshArguments(option);
     if (command.name.empty()) {
-      own = specifications;
+      own = arguments;
     } else {
       list += "    " + Quoted(command.name + ":" + command.help) + "\n";
-      cases += fmt::format("    {})\n      _arguments -s{}\n      ;;\n", command.name, specifications);
+      cases += fmt::format("    {})\n      _arguments -s{}\n      ;;\n", command.name, arguments);
     }
   }
   return fmt::format(R"(#compdef kvmission

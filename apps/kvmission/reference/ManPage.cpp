@@ -22,7 +22,7 @@ constexpr Meaning kExitCodes[] = {
     {ExitCode::Interrupted, "Interrupted; nothing unfinished is left."},
 };
 
-/// Text for roff: its escape character, its hyphens, and a control character at the start of a line are none.
+/// Text that roff shows as it is: escape characters, hyphens, and dots and quotes at the start of a line.
 std::string Roff(std::string_view text) {
   std::string roff = text.starts_with('.') || text.starts_with('\'') ? "\\&" : "";
   for (const char c : text) {
