@@ -276,8 +276,9 @@ bool ReadTinyDecimal(std::string_view text, double& number) {
   if (point == 0 || point + 1 >= size || begin[point] != '.') return false;
   const std::uint64_t whole = values & ((std::uint64_t{1} << 8 * point) - 1);
   const std::uint64_t digits = (whole | values >> 8 * (point + 1) << 8 * point) << 8 * (kWord + 1 - size);
+  if (OtherThanDigits(digits) != 0) return false;
   number = static_cast<double>(NumberOf(digits)) / kPowersOfTen[size - point - 1];
-  return OtherThanDigits(digits) == 0;
+  return true;
 }
 
 int LeadingInteger(std::wstring_view text) {

@@ -25,7 +25,7 @@ bool ReadWhole(std::string_view ansi, double& number);
 
 /// Reads what most numbers of field files are: three to eight characters, digits around a point. The same double as from
 /// `ReadWhole`, and at half the cost.
-/// @return false for any other text
+/// @param number  unchanged for any other text
 bool ReadTinyDecimal(std::string_view ansi, double& number);
 
 template <class Number, class Text>
