@@ -81,9 +81,6 @@ bool TakeOwner(const std::filesystem::path& file, const std::filesystem::path& f
 /// Gives `replacement` the permissions and, if allowed, the owner of `file`, and renames it over that file.
 bool RenameOver(const std::filesystem::path& replacement, const std::filesystem::path& file);
 
-/// Distinguishes this process from others running at the same time.
-unsigned long ProcessId();
-
 /// Replaces the strict class's "\" between folder and photo, so that a GIS on this system opens the photo.
 wchar_t PhotoPathSeparator();
 

@@ -52,8 +52,6 @@ bool RenameOver(const std::filesystem::path& replacement, const std::filesystem:
   return ReplaceFileW(file.c_str(), replacement.c_str(), nullptr, 0, nullptr, nullptr) != 0;
 }
 
-unsigned long ProcessId() { return GetCurrentProcessId(); }
-
 wchar_t PhotoPathSeparator() { return L'\\'; }
 
 bool LibraryMisreads(const std::filesystem::path&) { return false; }
