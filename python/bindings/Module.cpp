@@ -117,7 +117,7 @@ py::tuple ReadTrajectoryTable(const Path& path, const std::string& date, double 
   auto [trajectory, findings] = Kept(progress, [&](Observer& observer) {
     return ReadTrajectory(path, {settings.date, maxGap}, observer);
   });
-  return py::make_tuple(TableOf(trajectory), PythonFindings(findings));
+  return py::make_tuple(TableOf(std::move(trajectory)), PythonFindings(findings));
 }
 
 template <class Content>

@@ -119,6 +119,13 @@ struct FixRow {
   }
 };
 
+auto RowMakerOf(const Trajectory& trajectory) {
+  const bool hasSeparations = std::string_view(trajectory.kind) == Trajectory().kind;  // a receiver's log
+  return [&qualities = trajectory.qualities, hasSeparations](const tagKVTrajectoryObs& fix, std::size_t i) {
+    return FixRow::Of(fix, qualities.empty() ? FixQuality() : qualities[i], hasSeparations);
+  };
+}
+
 struct EventRow {
   Microseconds time;
   double tick;
@@ -265,12 +272,13 @@ struct StationRow {
 }  // namespace
 
 py::tuple TableOf(const Trajectory& trajectory) {
-  const bool hasSeparations = std::string_view(trajectory.kind) == Trajectory().kind;  // a receiver's log
-  const auto rowAt = [&](std::size_t i) {
-    return FixRow::Of(trajectory.fixes[i], trajectory.qualities.empty() ? FixQuality() : trajectory.qualities[i],
-                      hasSeparations);
-  };
+  const auto rowOf = RowMakerOf(trajectory);
+  const auto rowAt = [&](std::size_t i) { return rowOf(trajectory.fixes[i], i); };
   return py::make_tuple(ArrayOf<FixRow>(trajectory.fixes.size(), rowAt), py::dict());
+}
+
+py::tuple TableOf(Trajectory&& trajectory) {
+  return py::make_tuple(ArrayOver<FixRow>(std::move(trajectory.fixes), RowMakerOf(trajectory)), py::dict());
 }
 
 py::tuple TableOf(const EventFile& events) { return py::make_tuple(RowsOf<EventRow>(events.events), py::dict()); }

@@ -10,6 +10,8 @@ namespace py = pybind11;
 
 /// (array, {name: texts})
 py::tuple TableOf(const KVMission::Trajectory& trajectory);
+/// Takes the fixes' memory for the array.
+py::tuple TableOf(KVMission::Trajectory&& trajectory);
 py::tuple TableOf(const KVMission::EventFile& events);
 py::tuple TableOf(const KVMission::HousekeepingLog& log);
 py::tuple TableOf(const KVMission::PosPoints& points);
