@@ -27,8 +27,7 @@ void MakeRoom(std::vector<Record>& records, std::string_view line, const Source&
   const double linesLeft = static_cast<double>(source.BytesLeft()) / static_cast<double>(line.size() + 1);
   const std::size_t most = std::max(16 * count, kAtOnce);
   const std::size_t expected = count + 1 + static_cast<std::size_t>(std::min(linesLeft, static_cast<double>(most)));
-  records.reserve(std::max(expected + expected / 8, count + count / 2));
-  PreferLargePages(records.data(), (expected - expected / 8) * sizeof(Record));
+  ReserveInLargePages(records, std::max(expected + expected / 8, count + count / 2));
 }
 
 /// A record's text. Where fields repeat from line to line, pass the previous record's text: equal texts share a buffer.
