@@ -11,8 +11,6 @@
 namespace kv {
 namespace {
 
-constexpr std::int64_t kTicksPerMillisecond = kTicksPerSecond / 1000;
-
 constexpr bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 int Milliseconds(std::string_view text) {
@@ -34,26 +32,6 @@ DayClock::DayClock(FILETIME within) : date_(SystemTimeOrZero(within)) {
   date_.wHour = date_.wMinute = date_.wSecond = date_.wMilliseconds = 0;
   isDate_ = ToFileTime(date_, midnight_);
   gpsMidnight_ = AdjGpsSeconds(midnight_);
-}
-
-void DayClock::SetTime(const TimeOfDay& time, tagKVTrajectoryObs& fix) const {
-  const auto field = [](int value) { return static_cast<std::uint16_t>(value); };
-  SYSTEMTIME& calendar = fix.SystemTimeUTC = date_;
-  calendar.wHour = field(time.hour);
-  calendar.wMinute = field(time.minute);
-  calendar.wSecond = field(time.second);
-  calendar.wMilliseconds = field(time.milliseconds);
-  const bool isTimeOfDay =
-      calendar.wHour < 24 && calendar.wMinute < 60 && calendar.wSecond < 60 && calendar.wMilliseconds < 1000;
-  if (isTimeOfDay && isDate_) {
-    const int seconds = (calendar.wHour * 60 + calendar.wMinute) * 60 + calendar.wSecond;
-    fix.TimeUTC = AddTicks(midnight_, seconds * kTicksPerSecond + calendar.wMilliseconds * kTicksPerMillisecond);
-    // Leap seconds come at midnight, so within a day UTC and GPS seconds advance together.
-    fix.AdjGpsSec = gpsMidnight_ + seconds + calendar.wMilliseconds / 1000.0;
-  } else {
-    fix.TimeUTC = FILETIME{};
-    fix.AdjGpsSec = AdjGpsSeconds(fix.TimeUTC);
-  }
 }
 
 void SetPlace(std::span<const std::string_view> tokens, ColumnText& units, tagKVTrajectoryObs& fix) {

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string_view>
 
 #include "KVRecords.h"
 #include "readers/FieldFile.h"
+#include "time/FileTimes.h"
 
 /// Trajectory fixes from the tokens of position sentences.
 /// @see docs/formats/trajectory.md
@@ -41,6 +43,27 @@ class DayClock {
   FILETIME midnight_{};
   double gpsMidnight_;  // adjusted GPS seconds, a whole number
 };
+
+inline void DayClock::SetTime(const TimeOfDay& time, tagKVTrajectoryObs& fix) const {
+  const auto field = [](int value) { return static_cast<std::uint16_t>(value); };
+  SYSTEMTIME& calendar = fix.SystemTimeUTC = date_;
+  calendar.wHour = field(time.hour);
+  calendar.wMinute = field(time.minute);
+  calendar.wSecond = field(time.second);
+  calendar.wMilliseconds = field(time.milliseconds);
+  const bool isTimeOfDay =
+      calendar.wHour < 24 && calendar.wMinute < 60 && calendar.wSecond < 60 && calendar.wMilliseconds < 1000;
+  if (isTimeOfDay && isDate_) {
+    constexpr std::int64_t kTicksPerMillisecond = kTicksPerSecond / 1000;
+    const int seconds = (calendar.wHour * 60 + calendar.wMinute) * 60 + calendar.wSecond;
+    fix.TimeUTC = AddTicks(midnight_, seconds * kTicksPerSecond + calendar.wMilliseconds * kTicksPerMillisecond);
+    // Leap seconds come at midnight, so within a day UTC and GPS seconds advance together.
+    fix.AdjGpsSec = gpsMidnight_ + seconds + calendar.wMilliseconds / 1000.0;
+  } else {
+    fix.TimeUTC = FILETIME{};
+    fix.AdjGpsSec = AdjGpsSeconds(fix.TimeUTC);
+  }
+}
 
 /// Fills in place, heights and unit.
 /// @param tokens  at least `kFixTokens` of the sentence, none empty; the identifier, which is first, is ignored

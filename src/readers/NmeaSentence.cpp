@@ -20,17 +20,14 @@ constexpr double kSmallestMeasure = 1e-9;  // besides 0
 constexpr bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 constexpr bool IsUpper(char c) { return c >= 'A' && c <= 'Z'; }
 
-std::optional<unsigned> HexDigit(char c) {
-  if (IsDigit(c)) return static_cast<unsigned>(c - '0');
-  const char lower = static_cast<char>(c | 0x20);
-  if (lower < 'a' || lower > 'f') return std::nullopt;
-  return static_cast<unsigned>(lower - 'a' + 10);
+/// @param number  0-15
+bool IsHexDigit(char c, std::uint64_t number) {
+  return c == "0123456789ABCDEF"[number] || c == "0123456789abcdef"[number];
 }
 
 /// @param body  what stands between "$" and "*"
 bool ChecksumIsRight(std::string_view body, std::string_view digits) {
   if (digits.size() != 2) return false;
-  const auto high = HexDigit(digits[0]), low = HexDigit(digits[1]);
   constexpr std::size_t kWord = sizeof(std::uint64_t);
   std::uint64_t sum = 0;
   std::size_t at = 0;
@@ -38,7 +35,7 @@ bool ChecksumIsRight(std::string_view body, std::string_view digits) {
   if (const std::size_t rest = body.size() - at; rest > 0)
     sum ^= at > 0 ? LoadBytes(body.data() + body.size() - kWord) >> 8 * (kWord - rest) : LoadBytes(body.data(), rest);
   for (const int half : {32, 16, 8}) sum ^= sum >> half;
-  return high && low && (sum & 0xFF) == *high * 16 + *low;
+  return IsHexDigit(digits[0], sum >> 4 & 0xF) && IsHexDigit(digits[1], sum & 0xF);
 }
 
 bool IsIdentifier(std::string_view text) {
@@ -58,6 +55,7 @@ std::size_t SplitFields(std::string_view piece, Sentence& sentence) {
   const char* begin = piece.data() + 1;
   auto field = sentence.fields.begin();
   for (std::size_t at = 0; at < piece.size(); at += kBytesAtOnce) {
+    const char* const bytes = piece.data() + at;
     auto [commas, stars, dollars] = BytesEqual(std::array{',', '*', '$'}, piece, at);
     if ((at == 0 ? dollars & ~std::uint64_t{1} : dollars) != 0) return piece.npos;
     if (end != piece.npos) continue;
@@ -66,7 +64,7 @@ std::size_t SplitFields(std::string_view piece, Sentence& sentence) {
       commas &= (stars & (0 - stars)) - 1;  // those before the first star
     }
     for (; commas != 0 && field != sentence.fields.end(); commas &= commas - 1) {
-      const char* const comma = piece.data() + at + static_cast<unsigned>(std::countr_zero(commas));
+      const char* const comma = bytes + std::countr_zero(commas);
       *field++ = {begin, comma};
       begin = comma + 1;
     }
@@ -118,10 +116,9 @@ std::optional<double> MetresIn(std::string_view unit) {
   return std::nullopt;
 }
 
-/// @param measure  unchanged for a text that is not one
-bool ReadMeasure(std::string_view text, double& measure) {
+bool ReadOtherMeasure(std::string_view text, double& measure) {
   double value = 0;
-  if (!ReadTinyDecimal(text, value) && !ReadWhole(text, value)) return false;
+  if (!ReadWhole(text, value)) return false;
   const double size = std::abs(value);
   if (!(size < kLargestMeasure)) return false;  // nor is NaN
   // What merely rounds to zero is refused: the strict numbers throw on it.
@@ -130,6 +127,14 @@ bool ReadMeasure(std::string_view text, double& measure) {
   };
   if (size < kSmallestMeasure && !isZero()) return false;
   measure = value;
+  return true;
+}
+
+/// @param measure  unchanged for a text that is not one
+bool ReadMeasure(std::string_view text, double& measure) {
+  double value = 0;
+  if (!ReadTinyDecimal(text, value) || value >= kLargestMeasure) return ReadOtherMeasure(text, measure);
+  measure = value;  // too few characters for a number that is too small
   return true;
 }
 
@@ -151,29 +156,51 @@ bool ReadHeights(Sentence& sentence) {
   return true;
 }
 
+/// Writes through a reference and loads six bytes in two pieces, so that the processor need not wait for its own stores.
+/// @param clock  unchanged for a text that is not a time of day
+bool ReadClock(std::string_view text, ClockTime& clock) {
+  constexpr std::size_t kPoint = 6, kTenths = 7, kHundredths = 8;
+  if (text.size() < kPoint) return false;
+  const std::uint64_t digits = DigitValues(LoadBytes(text.data(), 4) | LoadBytes(text.data() + 4, 2) << 32);
+  if (FirstByte(OtherThanDigits(digits)) < kPoint) return false;
+  const auto pair = [pairs = PairsOf(digits)](int i) { return static_cast<int>(pairs >> 16 * i & 0xFF); };
+  const int hour = pair(0), minute = pair(1), second = pair(2);
+  if (hour > 23 || minute > 59 || second > 59 || (text.size() > kPoint && text[kPoint] != '.')) return false;
+  const auto character = [&](std::size_t at) { return at < text.size() ? text[at] : '0'; };
+  const char tenths = character(kTenths), hundredths = character(kHundredths);
+  bool areDigits = IsDigit(tenths) && IsDigit(hundredths), truncated = false;
+  for (std::size_t at = kHundredths + 1; at < text.size(); ++at) {
+    areDigits = areDigits && IsDigit(text[at]);
+    truncated = truncated || text[at] != '0';
+  }
+  if (!areDigits) return false;
+  clock = {Hundredths{((hour * 60 + minute) * 60 + second) * 100 + (tenths - '0') * 10 + hundredths - '0'}, truncated};
+  return true;
+}
+
 /// @return whether every field is there and valid; `sentence.fix` is then filled, else `sentence.lacks`
 bool ReadFix(Sentence& sentence) {
   const auto& field = sentence.fields;
   FixNumbers& fix = sentence.fix;
-  const auto clock = ParseClock(field[kTime]);
+  const bool hasClock = ReadClock(field[kTime], fix.clock);
   const auto quality = Digits(field[kQuality]), satellites = Digits(field[kSatellites]);
   const bool hasPlace = IsOneOf(field[kNorth], 'N', 'S') && IsOneOf(field[kEast], 'E', 'W') &&
                         ReadAngle(field[kLatitude], 90, field[kNorth][0], fix.latitude) &&
                         ReadAngle(field[kLongitude], 180, field[kEast][0], fix.longitude);
-  sentence.lacks = !clock                                 ? "time"
+  sentence.lacks = !hasClock                              ? "time"
                    : !hasPlace                            ? "latitude or longitude"
                    : !quality                             ? "quality"
                    : !satellites                          ? "number of satellites"
                    : !ReadMeasure(field[kHdop], fix.hdop) ? "HDOP"
                                                           : nullptr;
   if (sentence.lacks) return false;
-  fix.clock = *clock, fix.quality = *quality, fix.satellites = *satellites;
+  fix.quality = *quality, fix.satellites = *satellites;
   return ReadHeights(sentence);
 }
 
 bool SaysNoFix(const Sentence& fix) {
   const auto quality = fix.fields[kQuality];
-  return Digits(quality) == 0 || (quality.empty() && fix.fields[kLatitude].empty());
+  return quality.starts_with('0') ? Digits(quality) == 0 : quality.empty() && fix.fields[kLatitude].empty();
 }
 
 std::optional<Instant> At(std::optional<int> year, std::optional<int> month, std::optional<int> day,
@@ -250,21 +277,8 @@ SentenceKind Classify(std::string_view line, Sentence& sentence) {
 }
 
 std::optional<ClockTime> ParseClock(std::string_view text) {
-  constexpr std::size_t kPoint = 6, kTenths = 7, kHundredths = 8;
-  if (text.size() < kPoint) return std::nullopt;
-  const std::uint64_t digits = DigitValues(LoadBytes(text.data(), kPoint)), pairs = PairsOf(digits);
-  if (FirstByte(OtherThanDigits(digits)) < kPoint) return std::nullopt;
-  const auto pair = [&](int i) { return static_cast<int>(pairs >> 16 * i & 0xFF); };
-  const int hour = pair(0), minute = pair(1), second = pair(2);
-  if (hour > 23 || minute > 59 || second > 59 || (text.size() > kPoint && text[kPoint] != '.')) return std::nullopt;
-  bool truncated = false;
-  for (std::size_t at = kTenths; at < text.size(); ++at) {
-    if (!IsDigit(text[at])) return std::nullopt;
-    truncated = truncated || (at > kHundredths && text[at] != '0');
-  }
-  const auto digit = [&](std::size_t at) { return at < text.size() ? text[at] - '0' : 0; };
-  const int hundredths = digit(kTenths) * 10 + digit(kHundredths);
-  return ClockTime{Hundredths{((hour * 60 + minute) * 60 + second) * 100 + hundredths}, truncated};
+  ClockTime clock;
+  return ReadClock(text, clock) ? std::optional(clock) : std::nullopt;
 }
 
 std::optional<Instant> DatedTime(const Sentence& sentence) {

@@ -102,7 +102,7 @@ class IsoTimes {
 
 /// To the nearest millisecond: a sum of seconds ends in ...199.9999 as often as in ...200.
 Instant NearestMillisecond(const FILETIME& time) {
-  constexpr Ticks kHalf{5000};
+  constexpr FileTimeTicks kHalf{5000};
   return FromFileTime(time) + kHalf;
 }
 

@@ -27,7 +27,9 @@ constexpr std::wstring_view Trimmed(std::wstring_view text) {
 inline constexpr std::string_view kLineBlanks = " \t\r";
 
 constexpr std::string_view WithoutTrailingBlanks(std::string_view text, std::string_view blanks = kLineBlanks) {
-  return text.substr(0, text.find_last_not_of(blanks) + 1);
+  // Most lines end in something else, so the first look must be cheap: `find_last_not_of` would call a function for it.
+  while (!text.empty() && std::find(blanks.begin(), blanks.end(), text.back()) != blanks.end()) text.remove_suffix(1);
+  return text;
 }
 
 /// Trims blanks at both ends.

@@ -17,32 +17,16 @@ int TruncatedToInt(double value) {
 }
 
 template <class Char>
-double Signed(double angle, Char hemisphere) {
-  const bool negative = hemisphere == 'S' || hemisphere == 'W' || hemisphere == 's' || hemisphere == 'w';
-  return negative ? -angle : angle;
-}
-
-double Angle(int wholeDegreesAndMinutes, double minuteFraction) {
-  const int degrees = wholeDegreesAndMinutes / 100;
-  const double minutes = (wholeDegreesAndMinutes - degrees * 100) + minuteFraction;
-  return minutes / 60 + degrees;
-}
-
-template <class Char>
 double DegreesFromAnyText(std::basic_string_view<Char> text, Char hemisphere) {
   const std::size_t point = text.find(Char{'.'});
   if (point == text.npos) throw std::out_of_range("invalid string position");
   const int wholeDegreesAndMinutes = TruncatedToInt(LeadingDouble(text.substr(0, point)));
-  return Signed(Angle(wholeDegreesAndMinutes, LeadingDouble(text.substr(point))), hemisphere);
+  return DegreesFromNmea(wholeDegreesAndMinutes, LeadingDouble(text.substr(point)), hemisphere);
 }
 
 }  // namespace
 
 double DegreesFromNmea(std::wstring_view text, wchar_t hemisphere) { return DegreesFromAnyText(text, hemisphere); }
-
-double DegreesFromNmea(int wholeDegreesAndMinutes, double minuteFraction, char hemisphere) {
-  return Signed(Angle(wholeDegreesAndMinutes, minuteFraction), hemisphere);
-}
 
 double DegreesFromNmea(std::string_view ansi, char hemisphere) {
   const auto decimal = SplitDecimal(ansi);

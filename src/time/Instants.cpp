@@ -13,8 +13,6 @@ using std::chrono::floor;
 using std::chrono::sys_days;
 using std::chrono::year_month_day;
 
-constexpr sys_days kFileTimeOrigin = std::chrono::year{1601} / std::chrono::January / 1;
-
 std::optional<sys_days> DayOf(int year, int month, int day) {
   if (month < 1 || month > 12 || day < 1 || day > 31) return std::nullopt;  // the fields below keep a byte of each
   const year_month_day date{std::chrono::year{year}, std::chrono::month{static_cast<unsigned>(month)},
@@ -32,11 +30,6 @@ std::string Join(Instant time, char separator) {
 
 }  // namespace
 
-Instant FromFileTime(const FILETIME& time) {
-  const auto ticks = static_cast<std::int64_t>(kv::Ticks(time));
-  return Instant(kFileTimeOrigin) + (ticks < 0 ? FileTimeTicks::max() : FileTimeTicks(ticks));
-}
-
 FILETIME ToFileTime(Instant time) {
   return FileTimeFromTicks(static_cast<std::uint64_t>((time - Instant(kFileTimeOrigin)).count()));
 }
@@ -49,8 +42,6 @@ std::optional<Instant> FromFields(int year, int month, int day, int hour, int mi
 }
 
 SYSTEMTIME ToSystemTime(Instant time) { return SystemTimeOrZero(ToFileTime(time)); }
-
-double Seconds(FileTimeTicks span) { return std::chrono::duration<double>(span).count(); }
 
 std::string DateText(KVMission::Date date) {
   const year_month_day fields{date};

@@ -6,14 +6,21 @@
 #include <string>
 #include <string_view>
 
+#include "time/FileTimes.h"
+
 namespace kv::mission {
 
 using namespace KVMission;
 
 using FileTimeTicks = KVMission::Ticks;
 
+inline constexpr std::chrono::sys_days kFileTimeOrigin = std::chrono::year{1601} / std::chrono::January / 1;
+
 /// A file time beyond the calendar gives the last instant of the scale.
-Instant FromFileTime(const FILETIME& time);
+constexpr Instant FromFileTime(const FILETIME& time) {
+  const auto ticks = static_cast<std::int64_t>(kv::Ticks(time));
+  return Instant(kFileTimeOrigin) + (ticks < 0 ? FileTimeTicks::max() : FileTimeTicks(ticks));
+}
 FILETIME ToFileTime(Instant time);
 
 /// @return nothing for fields that are not a valid calendar time of the years 1601-9999
@@ -21,7 +28,7 @@ std::optional<Instant> FromFields(int year, int month, int day, int hour, int mi
 
 SYSTEMTIME ToSystemTime(Instant time);
 
-double Seconds(FileTimeTicks span);
+constexpr double Seconds(FileTimeTicks span) { return std::chrono::duration<double>(span).count(); }
 
 /// "2024-05-01"
 std::string DateText(Date date);
