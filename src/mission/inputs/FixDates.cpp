@@ -9,7 +9,6 @@ namespace kv::mission {
 namespace {
 
 using std::chrono::days;
-using std::chrono::hours;
 
 /// Where the time of a log may jump between two dated sentences.
 struct Break {
@@ -51,11 +50,6 @@ Stretch Vote(std::size_t firstFix, std::span<const DatedSentence> sentences, Log
 }
 
 }  // namespace
-
-RunningTime After(const RunningTime& last, Hundredths timeOfDay) {
-  const Hundredths step = timeOfDay - last.timeOfDay;
-  return {last.day + (step < -hours{12} ? 1 : step > hours{23} ? -1 : 0), timeOfDay};
-}
 
 LogDates DatesOf(const std::vector<RunningTime>& fixes, const std::vector<DatedSentence>& sentences,
                  Hundredths longestPause) {

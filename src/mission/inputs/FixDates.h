@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <optional>
 #include <utility>
@@ -20,7 +21,11 @@ struct RunningTime {
 
 /// The running time of what follows `last` in a log. A log that goes on within a day pauses for less than 23 hours; one
 /// whose pieces are out of order goes back by less than 12.
-RunningTime After(const RunningTime& last, Hundredths timeOfDay);
+constexpr RunningTime After(const RunningTime& last, Hundredths timeOfDay) {
+  using std::chrono::hours;
+  const Hundredths step = timeOfDay - last.timeOfDay;
+  return {last.day + (step < -hours{12} ? 1 : step > hours{23} ? -1 : 0), timeOfDay};
+}
 
 /// A sentence that tells date and time.
 struct DatedSentence {

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "georef/FixQualities.h"
-#include "mission/inputs/Trajectory.h"
 #include "platform/LargePages.h"
 #include "readers/Fix.h"
 
@@ -22,7 +21,7 @@ constexpr std::chrono::seconds kLongestDelay{10};
 /// @param figure  as in GGA; 3 is a military fix, which says nothing about its accuracy
 PositionQuality QualityOf(int figure) {
   using enum PositionQuality;
-  constexpr std::array kQualities{None, Single, Dgps, None, Fixed, Float, Estimated, Estimated, Simulated};
+  static constexpr std::array kQualities{None, Single, Dgps, None, Fixed, Float, Estimated, Estimated, Simulated};
   const auto index = static_cast<std::size_t>(figure);
   return index < kQualities.size() ? kQualities[index] : None;
 }
@@ -68,8 +67,14 @@ std::pair<Instant, Instant> SentenceCollector::SpanOf(const std::vector<Stretch>
   return {at(std::min(firstFix, times_.size() - 1)), at(end - 1)};
 }
 
-Trajectory SentenceCollector::Finish(const std::vector<Stretch>& stretches) {
-  if (!SetTimes(stretches)) PutInOrder();
+Trajectory SentenceCollector::Finish(const std::vector<Stretch>& stretches, double maxGapSeconds) {
+  Inspection inspection(maxGapSeconds);
+  if (SetTimes(stretches, inspection)) {
+    inspection.WriteTo(trajectory_);
+  } else {
+    PutInOrder();
+    Inspect(maxGapSeconds, trajectory_);
+  }
   for (std::size_t i = 0, begin = 0; i < figures_.size(); begin = i) {
     while (i < figures_.size() && figures_[i] == figures_[begin]) ++i;
     trajectory_.counts.qualities[figures_[begin]] += i - begin;
@@ -87,6 +92,7 @@ bool SentenceCollector::TakeFix(std::string_view line) {
     return false;
   }
   if (times_.size() == times_.capacity()) MakeRoomForFixes(line);
+  SetPlace(trajectory_.fixes.emplace_back());  // first: counting the unit's owners waits for all earlier stores
   times_.push_back(HasFix() ? After(times_.back(), fix.clock.time) : RunningTime{0, fix.clock.time});
   figures_.push_back(fix.quality);
   trajectory_.counts.truncatedTimes += fix.clock.truncated;
@@ -96,7 +102,6 @@ bool SentenceCollector::TakeFix(std::string_view line) {
   quality.satellites = static_cast<std::uint16_t>(std::min(fix.satellites, 0xFFFF));
   quality.hdop = static_cast<float>(fix.hdop);
   if (errors_ && errors_->time == fix.clock.time) SetErrors(*errors_, quality);
-  SetPlace(trajectory_.fixes.emplace_back());
   return true;
 }
 
@@ -109,9 +114,9 @@ void SentenceCollector::MakeRoomForFixes(std::string_view line) {
 
 void SentenceCollector::SetPlace(tagKVTrajectoryObs& fix) {
   const FixNumbers& numbers = sentence_.fix;
+  fix.AltUnit = units_.Of(numbers.wasConverted ? "M" : sentence_.fields[kHeightUnit]);
   fix.Latitude = numbers.latitude, fix.Longitude = numbers.longitude;
   fix.GeoidOffst = numbers.separation, fix.Altitude = numbers.height + numbers.separation;
-  fix.AltUnit = units_.Of(numbers.wasConverted ? "M" : sentence_.fields[kHeightUnit]);
 }
 
 void SentenceCollector::TakeOther() {
@@ -138,8 +143,9 @@ void SentenceCollector::TakeDate(Instant time) {
   dated_.push_back({times_.size(), After(times_.back(), timeOfDay), midnight});
 }
 
-bool SentenceCollector::SetTimes(const std::vector<Stretch>& stretches) {
+bool SentenceCollector::SetTimes(const std::vector<Stretch>& stretches, Inspection& inspection) {
   bool isAscending = true;
+  Instant last = Instant::min();
   std::optional<DayClock> clock;
   Date date{};
   auto stretch = stretches.begin();
@@ -149,7 +155,10 @@ bool SentenceCollector::SetTimes(const std::vector<Stretch>& stretches) {
     if (!clock || own != date) clock.emplace(ToFileTime(date = own));
     tagKVTrajectoryObs& fix = trajectory_.fixes[i];
     clock->SetTime(TimeOfDayAt(times_[i].timeOfDay.count()), fix);
-    isAscending = isAscending && (i == 0 || FromFileTime((&fix)[-1].TimeUTC) < FromFileTime(fix.TimeUTC));
+    const Instant time = FromFileTime(fix.TimeUTC);
+    isAscending = isAscending && last < time;
+    last = time;
+    inspection.Take(fix);
   }
   return isAscending;
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "mission/inputs/FixDates.h"
+#include "mission/inputs/Inspection.h"
 #include "readers/FieldFile.h"
 #include "readers/LineReader.h"
 
@@ -27,9 +28,10 @@ class SentenceCollector {
   /// The date of the first fix by the last dated sentence before it: without a fix a receiver may have a wrong date.
   std::optional<Date> DateBefore() const;
 
-  /// Takes the trajectory out. Its fixes get their times, and are put in order where they are out of it by seconds.
+  /// Takes the trajectory out, inspected. Its fixes get their times, and are put in order where they are out of it by
+  /// seconds.
   /// @param stretches  the first begins at fix 0; may be empty without a fix
-  Trajectory Finish(const std::vector<Stretch>& stretches);
+  Trajectory Finish(const std::vector<Stretch>& stretches, double maxGapSeconds);
 
   /// Position sentences of another place at the time of a fix.
   std::size_t Elsewhere() const { return elsewhere_; }
@@ -41,8 +43,9 @@ class SentenceCollector {
   void TakeOther();
   void TakeErrors(const FixErrors& errors);
   void TakeDate(Instant time);
-  /// @return whether each fix is later than the one before
-  bool SetTimes(const std::vector<Stretch>& stretches);
+  /// @param inspection  takes each fix as soon as it has its time, while it is near in memory
+  /// @return            whether each fix is later than the one before
+  bool SetTimes(const std::vector<Stretch>& stretches, Inspection& inspection);
   void PutInOrder();
 
   const LineReader& log_;

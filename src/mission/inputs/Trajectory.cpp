@@ -3,10 +3,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
-#include "georef/LocalOffset.h"
+#include "mission/inputs/Inspection.h"
 #include "mission/inputs/LeftOut.h"
 #include "mission/inputs/SentenceCollector.h"
 #include "platform/FileNames.h"
@@ -19,47 +18,8 @@ namespace {
 using std::chrono::days;
 using std::chrono::hours;
 
-constexpr double kHalfTurn = 180.0;
 /// Any date will do: without one only times of day are shown.
 constexpr std::chrono::sys_days kNoDate = std::chrono::year{1980} / std::chrono::January / 6;
-
-/// Counts the fixes that both steps to and from are jumps; the first and the last have one step only.
-std::size_t CountOutlying(const std::vector<bool>& jumps) {
-  std::size_t outlying = 0;
-  for (std::size_t i = 0; i < jumps.size(); ++i) {
-    if (!jumps[i]) continue;
-    const bool isPair = i + 1 < jumps.size() && jumps[i + 1];
-    if (isPair || i == 0 || i + 1 == jumps.size()) ++outlying;
-    i += isPair;
-  }
-  return outlying;
-}
-
-void Inspect(double maxGapSeconds, Trajectory& trajectory) {
-  std::vector<bool> jumps;
-  jumps.reserve(trajectory.fixes.size());
-  trajectory.first = FromFileTime(trajectory.fixes.front().TimeUTC);
-  trajectory.last = FromFileTime(trajectory.fixes.back().TimeUTC);
-  Instant from = trajectory.first;
-  const tagKVTrajectoryObs* last = nullptr;
-  for (const auto& fix : trajectory.fixes) {
-    trajectory.bounds.Add(fix.Latitude, fix.Longitude, fix.Altitude);
-    if (last) {
-      const Instant to = FromFileTime(fix.TimeUTC);
-      const double seconds = Seconds(to - from);
-      if (seconds > maxGapSeconds) trajectory.gaps.push_back({from, to, last->Latitude, last->Longitude});
-      trajectory.stepsBack += to < from;
-      const bool isJump = IsJump(*last, fix, seconds);
-      if (isJump) trajectory.jumps.push_back({from, to, last->Latitude, last->Longitude});
-      jumps.push_back(isJump);
-      if (std::abs(fix.Longitude - last->Longitude) > kHalfTurn)
-        trajectory.crossings.push_back({from, to, last->Latitude, last->Longitude});
-      from = to;
-    }
-    last = &fix;
-  }
-  trajectory.outlying = CountOutlying(jumps);
-}
 
 [[noreturn]] void FailWithoutFix(const std::filesystem::path& path, const SentenceCounts& counts) {
   const std::string leftOut = LeftOutText(counts);
@@ -150,19 +110,6 @@ Hundredths HundredthsIn(double seconds) {
 
 }  // namespace
 
-bool IsJump(const tagKVTrajectoryObs& from, const tagKVTrajectoryObs& to, double seconds) {
-  constexpr double kFastest = 400, kSlack = 50;  // m/s, metres: of aircraft; of single point positions
-  constexpr double kTurn = 360;
-  constexpr double kNearDegrees = 1e-4, kNearMetres = 10;  // within the slack, whatever the latitude
-  if (std::abs(to.Latitude - from.Latitude) < kNearDegrees && std::abs(to.Longitude - from.Longitude) < kNearDegrees &&
-      std::abs(to.Altitude - from.Altitude) < kNearMetres)
-    return false;
-  const Radii radii = RadiiAt(from.Latitude);
-  const double north = (to.Latitude - from.Latitude) * kRadian * radii.meridian;
-  const double east = std::remainder(to.Longitude - from.Longitude, kTurn) * kRadian * radii.parallel;
-  return std::hypot(north, east, to.Altitude - from.Altitude) > kFastest * std::abs(seconds) + kSlack;
-}
-
 Date DateNearest(Instant instant, Hundredths timeOfDay) {
   // Half a day later the day that began last is the nearest one.
   return std::chrono::floor<days>(instant - timeOfDay + hours{12});
@@ -183,7 +130,7 @@ Trajectory ReadTrajectoryFile(const std::filesystem::path& path, const DateSourc
   SentenceCollector collector(reader);
   for (std::string_view line; reader.Next(line);) collector.Take(line);
   if (!collector.HasFix()) {
-    Trajectory none = collector.Finish({});
+    Trajectory none = collector.Finish({}, maxGapSeconds);
     if (sources.mustBeDated) FailWithoutFix(path, none.counts);
     return none;
   }
@@ -192,10 +139,9 @@ Trajectory ReadTrajectoryFile(const std::filesystem::path& path, const DateSourc
   const Dating dating = ChooseDate(sources, collector, dates.stretches, job);
   if (!dating.date && sources.mustBeDated)
     throw Failure(Utf8(path) + ": nothing tells the date of the fixes; give it with --date YYYY-MM-DD");
-  Trajectory trajectory = collector.Finish(dates.stretches);
+  Trajectory trajectory = collector.Finish(dates.stretches, maxGapSeconds);
   if (collector.Elsewhere() > 0) job.Add(Found::FixesContradict, {{"count", Count(collector.Elsewhere())}});
   trajectory.date = dating.date, trajectory.dateSource = dating.source;
-  Inspect(maxGapSeconds, trajectory);
   if (HasNoSeparations(trajectory.fixes)) job.Add(Found::SeparationsZero);
   return trajectory;
 }

@@ -47,9 +47,6 @@ inline constexpr TrajectoryWords kGpxWords{"trajectory", "segments that overlap,
 /// Reports gaps, steps back in time and whatever else a surveyor should look at.
 void TellOfTrajectory(const Trajectory& trajectory, const TrajectoryWords& words, Job& job);
 
-/// Whether nothing that carries a sensor gets from one fix to the next in these seconds.
-bool IsJump(const tagKVTrajectoryObs& from, const tagKVTrajectoryObs& to, double seconds);
-
 /// Picks the date that puts the time of day closest to the instant: near 00:00:05, 23:59:50 belongs to the previous day.
 Date DateNearest(Instant instant, std::chrono::duration<int, std::centi> timeOfDay);
 
