@@ -17,7 +17,23 @@ std::unique_ptr<BufferedFile> BufferedFile::Open(std::wstring_view path, const c
   return opened;
 }
 
+char* BufferedFile::Claim(std::size_t size) {
+  const std::uint64_t begin = position_ - blockBegin_;  // huge if it lies before the block
+  if (begin > blockUsed_ || size > kBlockBytes - begin) return nullptr;
+  position_ += size;
+  blockUsed_ = std::max<std::size_t>(blockUsed_, begin + size);
+  size_ = std::max(size_, position_);
+  return block_.get() + begin;
+}
+
 bool BufferedFile::Write(const char* data, std::size_t size) {
+  char* const room = Claim(size);
+  if (!room) return WriteAcrossBlocks(data, size);
+  if (size > 0) std::memcpy(room, data, size);  // an index without entries comes as null
+  return true;
+}
+
+bool BufferedFile::WriteAcrossBlocks(const char* data, std::size_t size) {
   const bool continuesBlock = position_ >= blockBegin_ && position_ <= blockBegin_ + blockUsed_;
   if (!continuesBlock) {
     if (!Flush()) return false;
@@ -26,15 +42,11 @@ bool BufferedFile::Write(const char* data, std::size_t size) {
   }
   while (size > 0) {
     if (position_ == blockBegin_ + kBlockBytes && !Flush()) return false;
-    const std::size_t begin = position_ - blockBegin_;
-    const std::size_t bytes = std::min(size, kBlockBytes - begin);
-    std::memcpy(block_.get() + begin, data, bytes);
-    blockUsed_ = std::max(blockUsed_, begin + bytes);
-    position_ += bytes;
+    const std::size_t bytes = std::min<std::size_t>(size, blockBegin_ + kBlockBytes - position_);
+    std::memcpy(Claim(bytes), data, bytes);
     data += bytes;
     size -= bytes;
   }
-  size_ = std::max(size_, position_);
   return true;
 }
 

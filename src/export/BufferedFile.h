@@ -22,6 +22,10 @@ class BufferedFile {
   /// @return false when bytes of this piece or of earlier ones could not be written
   bool Write(const char* data, std::size_t size);
 
+  /// Room in the block for a piece to be filled at once, which counts as written.
+  /// @return null when the block does not hold it: then `Write` it
+  char* Claim(std::size_t size);
+
   /// @return bytes read; fewer than asked for at the end or on failure
   std::size_t Read(char* data, std::size_t size);
 
@@ -37,6 +41,7 @@ class BufferedFile {
   bool Close();
 
  private:
+  bool WriteAcrossBlocks(const char* data, std::size_t size);
   bool WriteThrough(const char* data, std::size_t size);
 
   FilePtr file_;

@@ -1,91 +1,71 @@
 #include "export/FieldText.h"
 
-#include <algorithm>
 #include <charconv>
-#include <cmath>
+#include <cstring>
 #include <limits>
-#include <optional>
 
 #include "platform/CodePage.h"
-#include "text/Decimals.h"
+#include "platform/FileTime.h"
 #include "time/FileTimes.h"
 
 namespace kv {
 namespace {
 
-void PutRightAligned(Field field, std::string_view text) {
-  const std::string_view kept = text.substr(0, field.size());
-  const auto begin = std::fill_n(field.begin(), field.size() - kept.size(), ' ');
-  std::copy(kept.begin(), kept.end(), begin);
+/// @param least  digits; zeros fill up
+/// @return       the end of the text
+char* AppendNumber(char* text, std::uint64_t number, int least) {
+  const int count = std::max(least, DigitCount(number));
+  PutLastDigits(number, count, text + count);
+  return text + count;
 }
 
-void PutAnyDecimal(Field field, double value, int decimals) {
-  // Holds every finite double with sign, point and the at most 254 decimals of a column.
-  char text[std::numeric_limits<double>::max_exponent10 + 1 + 2 + 254];
-  PutRightAligned(field, {text, std::to_chars(text, std::end(text), value, std::chars_format::fixed, decimals).ptr});
+char* AppendPair(char* text, std::size_t number) {
+  if (number >= 100) return AppendNumber(text, number, 2);  // not of a valid time
+  std::memcpy(text, &kDigitPairs[2 * number], 2);
+  return text + 2;
+}
+
+char* AppendPart(char* text, char before, std::uint16_t number) {
+  *text = before;
+  return AppendPair(text + 1, number);
+}
+
+char* AppendWholeSeconds(char* text, const SYSTEMTIME& time) {
+  const bool isOrdinary = time.wYear >= 1000 && time.wYear < 10'000;
+  text =
+      isOrdinary ? AppendPair(AppendPair(text, time.wYear / 100), time.wYear % 100) : AppendNumber(text, time.wYear, 1);
+  text = AppendPart(text, '-', time.wMonth);
+  text = AppendPart(text, '-', time.wDay);
+  text = AppendPart(text, ' ', time.wHour);
+  text = AppendPart(text, ':', time.wMinute);
+  return AppendPart(text, ':', time.wSecond);
 }
 
 }  // namespace
 
-void PutDecimal(Field field, double value, int decimals) {
-  const std::optional<std::uint64_t> units = RoundedUnits(value, decimals);
-  if (!units) return PutAnyDecimal(field, value, decimals);
-  char text[kLongestDecimal], *const end = std::end(text);
-  PutRightAligned(field, {PutUnits(*units, decimals, std::signbit(value), end), end});
+void PutAnyDecimal(Field field, double value, int decimals) {
+  // Holds every finite double with sign, point and the at most 254 decimals of a column.
+  char text[std::numeric_limits<double>::max_exponent10 + 1 + 2 + 254];
+  const char* const end = std::to_chars(text, std::end(text), value, std::chars_format::fixed, decimals).ptr;
+  const std::string_view kept = std::string_view(text, end).substr(0, field.size());
+  std::copy(kept.begin(), kept.end(), field.end() - std::ssize(kept));
 }
 
-void PutInteger(Field field, int value) {
-  char text[std::numeric_limits<int>::digits10 + 2];
-  PutRightAligned(field, {text, std::to_chars(text, std::end(text), value).ptr});
+void PutText(Field field, std::string_view text) { text.copy(field.data(), field.size()); }
+
+void PutText(Field field, std::wstring_view text) { NarrowAnsi(text, field); }
+
+void PutWholeSeconds(Field field, const SYSTEMTIME& time) { AppendWholeSeconds(field.data(), time); }
+
+void PutTime(Field field, const FILETIME& time) {
+  SYSTEMTIME calendar{};
+  ToSystemTime(time, calendar);
+  char* const end = AppendWholeSeconds(field.data(), calendar);
+  *end = '.';
+  end[1] = static_cast<char>('0' + calendar.wMilliseconds / 100);
+  AppendPair(end + 2, calendar.wMilliseconds % 100);
 }
 
-void PutText(Field field, std::string_view text) {
-  const std::string_view kept = text.substr(0, field.size());
-  std::fill(std::copy(kept.begin(), kept.end(), field.begin()), field.end(), ' ');
-}
-
-void PutText(Field field, std::wstring_view text) {
-  const std::size_t written = NarrowAnsi(text, field);
-  std::fill(field.begin() + static_cast<std::ptrdiff_t>(written), field.end(), ' ');
-}
-
-void ShortText::Append(std::uint64_t number, std::size_t digits) {
-  if (digits == 2 && number < 100) {  // most fields of a time
-    Append(kDigitPairs[2 * number]);
-    return Append(kDigitPairs[2 * number + 1]);
-  }
-  char text[std::numeric_limits<std::uint64_t>::digits10 + 1], *const end = std::end(text);
-  const char* const begin = PutNumber(number, static_cast<int>(digits), end);
-  std::copy(begin, static_cast<const char*>(end), characters_.begin() + static_cast<std::ptrdiff_t>(length_));
-  length_ += static_cast<std::size_t>(end - begin);
-}
-
-ShortText WholeSecondsText(const SYSTEMTIME& time) {
-  const struct {
-    std::uint16_t number;
-    char before;
-  } rest[] = {{time.wMonth, '-'}, {time.wDay, '-'}, {time.wHour, ' '}, {time.wMinute, ':'}, {time.wSecond, ':'}};
-  ShortText text;
-  text.Append(time.wYear, 1);
-  for (const auto& [number, before] : rest) {
-    text.Append(before);
-    text.Append(number, 2);
-  }
-  return text;
-}
-
-ShortText TimeText(const FILETIME& time) {
-  const SYSTEMTIME calendar = SystemTimeOrZero(time);
-  ShortText text = WholeSecondsText(calendar);
-  text.Append('.');
-  text.Append(calendar.wMilliseconds, 3);
-  return text;
-}
-
-ShortText TickText(const FILETIME& time) {
-  ShortText text;
-  text.Append(Ticks(time), 1);
-  return text;
-}
+void PutTicks(Field field, const FILETIME& time) { AppendNumber(field.data(), Ticks(time), 1); }
 
 }  // namespace kv

@@ -9,7 +9,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "base/ErrorText.h"
 #include "export/FieldText.h"
@@ -30,38 +29,50 @@ struct Row {
 
 // The kinds of columns; widths and decimals in characters.
 
-struct Integer {
-  using Value = int;
-  static constexpr DBFFieldType kType = FTInteger;
-  int width;
-  int decimals = 0;
-  static void Put(Field field, int, Value value) { PutInteger(field, value); }
+template <DBFFieldType kTypeOf, int kWidthOf, int kDecimalsOf = 0>
+struct ColumnKind {
+  static constexpr DBFFieldType kType = kTypeOf;
+  static constexpr int kWidth = kWidthOf, kDecimals = kDecimalsOf;
 };
 
-struct Decimal {
+template <int kWidth>
+struct Integer : ColumnKind<FTInteger, kWidth> {
+  using Value = int;
+  static void Put(Field field, Value value) { PutInteger(field, value); }
+};
+
+template <int kWidth, int kDecimals>
+struct Decimal : ColumnKind<FTDouble, kWidth, kDecimals> {
   using Value = double;
-  static constexpr DBFFieldType kType = FTDouble;
-  int width;
-  int decimals;
-  static void Put(Field field, int decimals, Value value) { PutDecimal(field, value, decimals); }
+  static void Put(Field field, Value value) { PutDecimal(field, value, kDecimals); }
 };
 
 /// Wide text is stored in the ANSI code page and, as a C string, ends at its first NUL.
-struct Text {
+template <int kWidth>
+struct Text : ColumnKind<FTString, kWidth> {
   using Value = std::string_view;
-  static constexpr DBFFieldType kType = FTString;
-  int width;
-  int decimals = 0;
-  static void Put(Field field, int, Value value) { PutText(field, value); }
-  static void Put(Field field, int, const wchar_t* value) { PutText(field, value); }
+  static void Put(Field field, Value value) { PutText(field, value); }
+  static void Put(Field field, const wchar_t* value) { PutText(field, value); }
 };
 
-struct Logical {
+struct TimeText : ColumnKind<FTString, 50> {
+  using Value = FILETIME;
+  static void Put(Field field, const Value& value) { PutTime(field, value); }
+};
+
+struct WholeSecondsText : ColumnKind<FTString, 50> {
+  using Value = SYSTEMTIME;
+  static void Put(Field field, const Value& value) { PutWholeSeconds(field, value); }
+};
+
+struct TickText : ColumnKind<FTString, 25> {
+  using Value = FILETIME;
+  static void Put(Field field, const Value& value) { PutTicks(field, value); }
+};
+
+struct Logical : ColumnKind<FTLogical, 1> {
   using Value = bool;
-  static constexpr DBFFieldType kType = FTLogical;
-  int width = 1;
-  int decimals = 0;
-  static void Put(Field field, int, Value value) { PutText(field, value ? "T" : "F"); }
+  static void Put(Field field, Value value) { PutText(field, value ? "T" : "F"); }
 };
 
 /// How a column varies; a value shared by all rows of a layer is formatted once.
@@ -71,11 +82,11 @@ template <class Record>
 struct Column {
   /// @param getValue  captureless; returns a record's value, of the kind's type
   template <class Kind, class GetValue>
-  constexpr Column(std::string_view columnName, Kind kind, GetValue, Varies howItVaries = Varies::kByRow)
+  constexpr Column(std::string_view columnName, Kind, GetValue, Varies howItVaries = Varies::kByRow)
       : name(columnName),
         type(Kind::kType),
-        width(kind.width),
-        decimals(kind.decimals),
+        width(Kind::kWidth),
+        decimals(Kind::kDecimals),
         varies(howItVaries),
         put(&PutValue<Kind, GetValue>) {}
 
@@ -84,12 +95,13 @@ struct Column {
   int width;
   int decimals;
   Varies varies;
-  void (*put)(Field, int decimals, const Record&, Row<Record>);
+  void (*put)(char* field, const Record&, Row<Record>);
 
  private:
   template <class Kind, class GetValue>
-  static void PutValue(Field field, int decimals, const Record& record, Row<Record> row) {
-    Kind::Put(field, decimals, GetValue{}(record, row));
+  static void PutValue(char* field, const Record& record, Row<Record> row) {
+    std::fill_n(field, Kind::kWidth, ' ');
+    Kind::Put({field, std::size_t{Kind::kWidth}}, GetValue{}(record, row));
   }
 };
 
@@ -136,7 +148,7 @@ struct Layer {
 /// @return null, or the sentence for the failure
 template <class Record>
 const wchar_t* WriteRecord(ShapefileSet& set, const Layer<Record>& layer, const Record& record, Row<Record> row,
-                           Shape& shape, std::vector<char>& tableRow) {
+                           Shape& shape) {
   try {
     shape.Clear();
     layer.addVertices(record, row, shape);
@@ -148,13 +160,15 @@ const wchar_t* WriteRecord(ShapefileSet& set, const Layer<Record>& layer, const 
   // Checked between shape and row, on purpose: the shape that crosses the limit has no row.
   if (layer.shapeType == SHPT_POINTZ && set.IsOverLimit()) return kLimitReached;
 
-  char* field = tableRow.data() + 1;  // the first byte says "not deleted"
+  char* const tableRow = set.BeginRow(number);
+  if (!tableRow) return layer.shapeNotWritten;
+  char* field = tableRow + 1;  // the first byte says "not deleted"
   for (const Column<Record>& column : layer.columns) {
     const bool isOld = column.varies == Varies::kNever && row.number > 0;
-    if (!isOld) column.put({field, static_cast<std::size_t>(column.width)}, column.decimals, record, row);
+    if (!isOld) column.put(field, record, row);
     field += column.width;
   }
-  return set.WriteRow(number, tableRow.data()) ? nullptr : layer.shapeNotWritten;
+  return nullptr;
 }
 
 template <class Record>
@@ -163,18 +177,15 @@ const wchar_t* WriteLayer(ShapefileSet& set, const Layer<Record>& layer, std::sp
   if (!set.CreateShapes(layer.shapeType)) return layer.shapefileNotCreated;
   if (!set.CreateTable()) return layer.tableNotCreated;
   if (!set.WriteProjection(projection, layer.projection)) return layer.shapeNotWritten;
-  std::size_t rowBytes = 1;
   for (const Column<Record>& column : layer.columns) {
     if (!set.AddColumn(column.name.data(), column.type, column.width, column.decimals)) return layer.shapeNotWritten;
-    rowBytes += static_cast<std::size_t>(column.width);
   }
 
   Shape shape(layer.shapeType);
-  std::vector<char> tableRow(rowBytes, ' ');
   int number = 0;
   for (const Record& record : records) {
     const Row<Record> row{number++, records.front()};
-    if (const wchar_t* failure = WriteRecord(set, layer, record, row, shape, tableRow)) return failure;
+    if (const wchar_t* failure = WriteRecord(set, layer, record, row, shape)) return failure;
   }
   return set.Close() ? nullptr : layer.shapeNotWritten;
 }

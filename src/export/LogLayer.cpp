@@ -3,34 +3,34 @@
 
 namespace {
 
-using kv::Decimal, kv::Integer, kv::Text;
+using kv::Decimal, kv::Integer, kv::Text, kv::WholeSecondsText;
 
 using Event = tagKVLogEvent;
 using Row = kv::Row<Event>;
 
 constexpr auto kColumns = std::to_array<kv::Column<Event>>({
-    {"Index", Integer{10}, [](const Event&, Row row) { return row.number; }},
-    {"Type", Text{254}, [](const Event& event, Row) { return event.Type.GetString(); }},
+    {"Index", Integer<10>{}, [](const Event&, Row row) { return row.number; }},
+    {"Type", Text<254>{}, [](const Event& event, Row) { return event.Type.GetString(); }},
     // Without milliseconds, on purpose: the log has none.
-    {"TimeUTC", Text{50}, [](const Event& event, Row) { return kv::WholeSecondsText(event.SystemTimeUTC); }},
-    {"Latitude", Decimal{14, 8}, [](const Event& event, Row) { return event.Latitude; }},
-    {"Longitude", Decimal{14, 8}, [](const Event& event, Row) { return event.Longitude; }},
-    {"Altitude", Decimal{14, 4}, [](const Event& event, Row) { return event.Altitude; }},
-    {"Desc", Text{254}, [](const Event& event, Row) { return event.Desc.GetString(); }},
-    {"CCUTemp", Decimal{14, 4}, [](const Event& event, Row) { return event.CCUTemp; }},
-    {"BatBrdTemp", Decimal{14, 4}, [](const Event& event, Row) { return event.BatBrdTemp; }},
-    {"BatTemp", Decimal{14, 4}, [](const Event& event, Row) { return event.BatTemp; }},
-    {"BatVoltage", Decimal{14, 4}, [](const Event& event, Row) { return event.BatVoltage; }},
-    {"BatCurrent", Decimal{14, 4}, [](const Event& event, Row) { return event.BatCurrent; }},
-    {"BatPercent", Decimal{14, 4}, [](const Event& event, Row) { return event.BatPercent; }},
-    {"AOSBrdTemp", Decimal{14, 4}, [](const Event& event, Row) { return event.AOSBrdTemp; }},
-    {"AOSPitch", Decimal{14, 4}, [](const Event& event, Row) { return event.AOSPitch; }},
-    {"AOSRoll", Decimal{14, 4}, [](const Event& event, Row) { return event.AOSRoll; }},
-    {"AOSHeading", Decimal{14, 4}, [](const Event& event, Row) { return event.AOSHeading; }},
-    {"AOSCalStat", Integer{10}, [](const Event& event, Row) { return event.AOSCalStat; }},
-    {"AOSSysStat", Integer{10}, [](const Event& event, Row) { return event.AOSSysStat; }},
+    {"TimeUTC", WholeSecondsText{}, [](const Event& event, Row) { return event.SystemTimeUTC; }},
+    {"Latitude", Decimal<14, 8>{}, [](const Event& event, Row) { return event.Latitude; }},
+    {"Longitude", Decimal<14, 8>{}, [](const Event& event, Row) { return event.Longitude; }},
+    {"Altitude", Decimal<14, 4>{}, [](const Event& event, Row) { return event.Altitude; }},
+    {"Desc", Text<254>{}, [](const Event& event, Row) { return event.Desc.GetString(); }},
+    {"CCUTemp", Decimal<14, 4>{}, [](const Event& event, Row) { return event.CCUTemp; }},
+    {"BatBrdTemp", Decimal<14, 4>{}, [](const Event& event, Row) { return event.BatBrdTemp; }},
+    {"BatTemp", Decimal<14, 4>{}, [](const Event& event, Row) { return event.BatTemp; }},
+    {"BatVoltage", Decimal<14, 4>{}, [](const Event& event, Row) { return event.BatVoltage; }},
+    {"BatCurrent", Decimal<14, 4>{}, [](const Event& event, Row) { return event.BatCurrent; }},
+    {"BatPercent", Decimal<14, 4>{}, [](const Event& event, Row) { return event.BatPercent; }},
+    {"AOSBrdTemp", Decimal<14, 4>{}, [](const Event& event, Row) { return event.AOSBrdTemp; }},
+    {"AOSPitch", Decimal<14, 4>{}, [](const Event& event, Row) { return event.AOSPitch; }},
+    {"AOSRoll", Decimal<14, 4>{}, [](const Event& event, Row) { return event.AOSRoll; }},
+    {"AOSHeading", Decimal<14, 4>{}, [](const Event& event, Row) { return event.AOSHeading; }},
+    {"AOSCalStat", Integer<10>{}, [](const Event& event, Row) { return event.AOSCalStat; }},
+    {"AOSSysStat", Integer<10>{}, [](const Event& event, Row) { return event.AOSSysStat; }},
     // The table keeps ten characters: callers read AOSSysErro.
-    {"AOSSysError", Integer{10}, [](const Event& event, Row) { return event.AOSSysError; }},
+    {"AOSSysError", Integer<10>{}, [](const Event& event, Row) { return event.AOSSysError; }},
 });
 static_assert(FitsTable(kColumns) && RecordBytes(kColumns) == kv::kLogPointBytes);
 

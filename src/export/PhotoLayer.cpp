@@ -4,7 +4,7 @@
 
 namespace {
 
-using kv::Decimal, kv::Integer, kv::Logical, kv::Text;
+using kv::Decimal, kv::Integer, kv::Logical, kv::Text, kv::TickText, kv::TimeText;
 
 using Photo = tagKVSystemEvent;
 using Row = kv::Row<Photo>;
@@ -17,40 +17,40 @@ constexpr kv::Column<Photo> Unknown(std::string_view name, Kind kind) {
 }
 
 constexpr auto kColumns = std::to_array<kv::Column<Photo>>({
-    {"TimeUTC", Text{50}, [](const Photo& photo, Row) { return kv::TimeText(photo.TimeUTC); }},
-    {"POSQuality", Text{254}, [](const Photo& photo, Row) { return photo.POSQuality.c_str(); }},
-    {"ORIQuality", Text{254}, [](const Photo& photo, Row) { return photo.ORIQuality.c_str(); }},
-    {"Latitude", Decimal{14, 8}, [](const Photo& photo, Row) { return photo.Latitude; }},
-    {"Longitude", Decimal{14, 8}, [](const Photo& photo, Row) { return photo.Longitude; }},
-    {"Altitude", Decimal{14, 4}, [](const Photo& photo, Row) { return photo.Altitude; }},
-    Unknown("Yaw", Decimal{14, 8}),
-    Unknown("Pitch", Decimal{14, 8}),
-    Unknown("Roll", Decimal{14, 8}),
-    {"MasterTick", Decimal{14, 1}, [](const Photo& photo, Row) { return photo.MasterTick; }},
-    {"Sharpness", Decimal{14, 1}, [](const Photo& photo, Row) { return photo.Sharpness; }},
-    {"TimeTick", Text{25}, [](const Photo& photo, Row) { return kv::TickText(photo.TimeUTC); }},
-    {"CameraID", Integer{10}, [](const Photo& photo, Row) { return photo.CameraID; }},
-    {"PhotoPath", Text{254}, [](const Photo& photo, Row) { return photo.PhotoPath.GetString(); }},
-    Unknown("GUID", Text{254}),
-    Unknown("PlatformID", Text{254}),
-    Unknown("XYAcc", Decimal{14, 4}),
-    Unknown("ZAcc", Decimal{14, 4}),
-    Unknown("RollPitAcc", Decimal{14, 4}),
-    Unknown("YawAcc", Decimal{14, 4}),
+    {"TimeUTC", TimeText{}, [](const Photo& photo, Row) { return photo.TimeUTC; }},
+    {"POSQuality", Text<254>{}, [](const Photo& photo, Row) { return photo.POSQuality.c_str(); }},
+    {"ORIQuality", Text<254>{}, [](const Photo& photo, Row) { return photo.ORIQuality.c_str(); }},
+    {"Latitude", Decimal<14, 8>{}, [](const Photo& photo, Row) { return photo.Latitude; }},
+    {"Longitude", Decimal<14, 8>{}, [](const Photo& photo, Row) { return photo.Longitude; }},
+    {"Altitude", Decimal<14, 4>{}, [](const Photo& photo, Row) { return photo.Altitude; }},
+    Unknown("Yaw", Decimal<14, 8>{}),
+    Unknown("Pitch", Decimal<14, 8>{}),
+    Unknown("Roll", Decimal<14, 8>{}),
+    {"MasterTick", Decimal<14, 1>{}, [](const Photo& photo, Row) { return photo.MasterTick; }},
+    {"Sharpness", Decimal<14, 1>{}, [](const Photo& photo, Row) { return photo.Sharpness; }},
+    {"TimeTick", TickText{}, [](const Photo& photo, Row) { return photo.TimeUTC; }},
+    {"CameraID", Integer<10>{}, [](const Photo& photo, Row) { return photo.CameraID; }},
+    {"PhotoPath", Text<254>{}, [](const Photo& photo, Row) { return photo.PhotoPath.GetString(); }},
+    Unknown("GUID", Text<254>{}),
+    Unknown("PlatformID", Text<254>{}),
+    Unknown("XYAcc", Decimal<14, 4>{}),
+    Unknown("ZAcc", Decimal<14, 4>{}),
+    Unknown("RollPitAcc", Decimal<14, 4>{}),
+    Unknown("YawAcc", Decimal<14, 4>{}),
     Unknown("CamCalib", Logical{}),
-    {"AdjGpsSec", Decimal{16, 6}, [](const Photo& photo, Row) { return photo.AdjGpsSec; }},
-    Unknown("ImgHgt", Integer{10}),
-    Unknown("ImgWidth", Integer{10}),
-    Unknown("FocalLen", Decimal{14, 8}),
-    Unknown("CamCX", Decimal{14, 8}),
-    Unknown("CamCY", Decimal{14, 8}),
-    Unknown("CamK1", Decimal{14, 8}),
-    Unknown("CamK2", Decimal{14, 8}),
-    Unknown("CamK3", Decimal{14, 8}),
-    Unknown("CamP1", Decimal{14, 8}),
-    Unknown("CamP2", Decimal{14, 8}),
-    Unknown("CamCalDate", Text{254}),
-    {"Index", Integer{10}, [](const Photo&, Row row) { return row.number; }},
+    {"AdjGpsSec", Decimal<16, 6>{}, [](const Photo& photo, Row) { return photo.AdjGpsSec; }},
+    Unknown("ImgHgt", Integer<10>{}),
+    Unknown("ImgWidth", Integer<10>{}),
+    Unknown("FocalLen", Decimal<14, 8>{}),
+    Unknown("CamCX", Decimal<14, 8>{}),
+    Unknown("CamCY", Decimal<14, 8>{}),
+    Unknown("CamK1", Decimal<14, 8>{}),
+    Unknown("CamK2", Decimal<14, 8>{}),
+    Unknown("CamK3", Decimal<14, 8>{}),
+    Unknown("CamP1", Decimal<14, 8>{}),
+    Unknown("CamP2", Decimal<14, 8>{}),
+    Unknown("CamCalDate", Text<254>{}),
+    {"Index", Integer<10>{}, [](const Photo&, Row row) { return row.number; }},
 });
 static_assert(FitsTable(kColumns) && RecordBytes(kColumns) == kv::kPhotoBytes);
 

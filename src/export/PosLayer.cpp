@@ -4,7 +4,7 @@
 
 namespace {
 
-using kv::Decimal, kv::Integer, kv::Text;
+using kv::Decimal, kv::Integer, kv::Text, kv::TimeText;
 
 using Sample = tagKVPosEvent;
 using Row = kv::Row<Sample>;
@@ -12,21 +12,21 @@ using Row = kv::Row<Sample>;
 // A column with a text of the file, unchanged.
 template <CStringW Sample::*kText>
 constexpr kv::Column<Sample> Kept(std::string_view name) {
-  return {name, Text{30}, [](const Sample& sample, Row) { return (sample.*kText).GetString(); }};
+  return {name, Text<30>{}, [](const Sample& sample, Row) { return (sample.*kText).GetString(); }};
 }
 
 constexpr auto kColumns = std::to_array<kv::Column<Sample>>({
-    {"Index", Integer{10}, [](const Sample&, Row row) { return row.number; }},
-    {"TimeUTC", Text{50}, [](const Sample& sample, Row) { return kv::TimeText(sample.TimeUTC); }},
-    {"AdjGpsSec", Decimal{16, 6}, [](const Sample& sample, Row) { return sample.AdjGpsSec; }},
+    {"Index", Integer<10>{}, [](const Sample&, Row row) { return row.number; }},
+    {"TimeUTC", TimeText{}, [](const Sample& sample, Row) { return sample.TimeUTC; }},
+    {"AdjGpsSec", Decimal<16, 6>{}, [](const Sample& sample, Row) { return sample.AdjGpsSec; }},
     Kept<&Sample::GpsWeekText>("GpsWeek"),
     Kept<&Sample::GpsSecondsText>("GpsSeconds"),
-    {"Latitude", Decimal{14, 8}, [](const Sample& sample, Row) { return sample.Latitude; }},
-    {"Longitude", Decimal{14, 8}, [](const Sample& sample, Row) { return sample.Longitude; }},
-    {"Height", Decimal{14, 4}, [](const Sample& sample, Row) { return sample.Height; }},
-    {"X", Decimal{19, 8}, [](const Sample& sample, Row) { return sample.X; }},
-    {"Y", Decimal{19, 8}, [](const Sample& sample, Row) { return sample.Y; }},
-    {"Z", Decimal{14, 4}, [](const Sample& sample, Row) { return sample.Z; }},
+    {"Latitude", Decimal<14, 8>{}, [](const Sample& sample, Row) { return sample.Latitude; }},
+    {"Longitude", Decimal<14, 8>{}, [](const Sample& sample, Row) { return sample.Longitude; }},
+    {"Height", Decimal<14, 4>{}, [](const Sample& sample, Row) { return sample.Height; }},
+    {"X", Decimal<19, 8>{}, [](const Sample& sample, Row) { return sample.X; }},
+    {"Y", Decimal<19, 8>{}, [](const Sample& sample, Row) { return sample.Y; }},
+    {"Z", Decimal<14, 4>{}, [](const Sample& sample, Row) { return sample.Z; }},
     Kept<&Sample::Token6>("Token6"),
     Kept<&Sample::Token7>("Token7"),
     Kept<&Sample::Token8>("Token8"),

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <string>
 #include <utility>
 
 #include "export/ShapelibHooks.h"
@@ -71,22 +72,28 @@ bool ShapefileSet::IsOverLimit() const {
   return (limitedFile_ ? FileBehind(limitedFile_).Size() : limitedSize_) > largestBytes_;
 }
 
-// Appends a row like DBFWriteTuple but without its two loops over every byte: writes the previous row and the end mark,
-// and leaves the new row in the table's own buffer, which closing writes.
-bool ShapefileSet::WriteRow(int number, char* row) {
+// Like DBFWriteTuple but without its two loops over every byte: writes the previous row and the end mark. The new row
+// lies in the table's own buffer, which closing writes.
+char* ShapefileSet::BeginRow(int number) {
   DBFInfo& table = *table_;
+  const auto bytes = static_cast<std::size_t>(table.nRecordLength);
   const bool isNext = number > 0 && number == table.nRecords && number == table.nCurrentRecord + 1;
-  if (!isNext) return DBFWriteTuple(&table, number, row) != 0;  // the first row, after the header
-  const auto bytes = static_cast<SAOffset>(table.nRecordLength);
-  const auto begin = static_cast<SAOffset>(table.nHeaderLength) + bytes * static_cast<SAOffset>(table.nCurrentRecord);
-  char endMark = 0x1A;
-  table.sHooks.FSeek(table.fp, begin, SEEK_SET);
-  if (table.sHooks.FWrite(table.pszCurrentRecord, bytes, 1, table.fp) != 1) return false;
-  if (table.sHooks.FWrite(&endMark, 1, 1, table.fp) != 1) return false;
-  std::memcpy(table.pszCurrentRecord, row, bytes);
+  if (!isNext) {  // the first row, after the header
+    std::string blanks(bytes, ' ');
+    return DBFWriteTuple(&table, number, blanks.data()) ? table.pszCurrentRecord : nullptr;
+  }
+  BufferedFile& file = FileBehind(table.fp);
+  file.Seek(static_cast<std::uint64_t>(table.nHeaderLength) + bytes * static_cast<std::uint64_t>(table.nCurrentRecord));
+  const char endMark = 0x1A;
+  if (char* const room = file.Claim(bytes + 1)) {
+    std::memcpy(room, table.pszCurrentRecord, bytes);
+    room[bytes] = endMark;
+  } else if (!file.Write(table.pszCurrentRecord, bytes) || !file.Write(&endMark, 1)) {
+    return nullptr;
+  }
   table.nCurrentRecord = number;
   table.nRecords = number + 1;
-  return true;
+  return table.pszCurrentRecord;
 }
 
 bool ShapefileSet::Close() {

@@ -48,8 +48,9 @@ class ShapefileSet {
   /// If the path does not name a file, there is no limit.
   bool IsOverLimit() const;
 
-  /// @param row  bytes of the record, the deletion mark first
-  bool WriteRow(int number, char* row);
+  /// Begins the table's next row, of which the file gets the bytes when the following one begins or the set is closed.
+  /// @return  the row, a deletion mark and then the fields, with the bytes of the row before or blanks; null on failure
+  char* BeginRow(int number);
 
   /// @return false when anything since the constructor did not reach the disk
   bool Close();

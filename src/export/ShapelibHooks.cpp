@@ -74,7 +74,7 @@ SAHooks BufferedHooks() {
   return hooks;
 }
 
-const BufferedFile& FileBehind(SAFile file) { return File(file); }
+BufferedFile& FileBehind(SAFile file) { return File(file); }
 
 bool HasHookFailed() { return hookFailed; }
 

@@ -9,7 +9,7 @@ namespace kv {
 /// Hooks that make shapelib write through `BufferedFile` and take names in UTF-8. Its messages are not printed.
 SAHooks BufferedHooks();
 
-const BufferedFile& FileBehind(SAFile file);
+BufferedFile& FileBehind(SAFile file);
 
 /// Whether a hook failed, or shapelib complained, in this thread since the last `ForgetHookFailure`. shapelib's closing
 /// calls return nothing, and its hooks have no context.

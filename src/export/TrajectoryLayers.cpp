@@ -4,7 +4,7 @@
 
 namespace {
 
-using kv::Column, kv::Decimal, kv::Integer, kv::Text;
+using kv::Column, kv::Decimal, kv::Integer, kv::Text, kv::TickText, kv::TimeText;
 
 using Fix = tagKVTrajectoryObs;
 using Trajectory = std::vector<Fix>;
@@ -19,17 +19,17 @@ void AddVertex(const Fix& fix, const Fix& first, kv::Shape& shape) {
 }
 
 constexpr auto kPointColumns = std::to_array<Column<Fix>>({
-    {"Index", Integer{10}, [](const Fix&, FixRow row) { return row.number; }},
-    {"TimeUTC", Text{50}, [](const Fix& fix, FixRow) { return kv::TimeText(fix.TimeUTC); }},
-    {"Latitude", Decimal{14, 8}, [](const Fix& fix, FixRow) { return fix.Latitude; }},
-    {"Longitude", Decimal{14, 8}, [](const Fix& fix, FixRow) { return fix.Longitude; }},
-    {"Altitude", Decimal{14, 4}, [](const Fix& fix, FixRow) { return fix.Altitude; }},
-    {"AltUnit", Text{10}, [](const Fix& fix, FixRow) { return fix.AltUnit.GetString(); }},
-    {"GeoidOffst", Decimal{14, 8}, [](const Fix& fix, FixRow) { return fix.GeoidOffst; }},
-    {"TimeTick", Text{25}, [](const Fix& fix, FixRow) { return kv::TickText(fix.TimeUTC); }},
-    {"TrajStart", Text{50}, [](const Fix&, FixRow row) { return kv::TimeText(row.first.TimeUTC); }, kv::Varies::kNever},
-    {"TrajTick", Text{25}, [](const Fix&, FixRow row) { return kv::TickText(row.first.TimeUTC); }, kv::Varies::kNever},
-    {"AdjGpsSec", Decimal{16, 6}, [](const Fix& fix, FixRow) { return fix.AdjGpsSec; }},
+    {"Index", Integer<10>{}, [](const Fix&, FixRow row) { return row.number; }},
+    {"TimeUTC", TimeText{}, [](const Fix& fix, FixRow) { return fix.TimeUTC; }},
+    {"Latitude", Decimal<14, 8>{}, [](const Fix& fix, FixRow) { return fix.Latitude; }},
+    {"Longitude", Decimal<14, 8>{}, [](const Fix& fix, FixRow) { return fix.Longitude; }},
+    {"Altitude", Decimal<14, 4>{}, [](const Fix& fix, FixRow) { return fix.Altitude; }},
+    {"AltUnit", Text<10>{}, [](const Fix& fix, FixRow) { return fix.AltUnit.GetString(); }},
+    {"GeoidOffst", Decimal<14, 8>{}, [](const Fix& fix, FixRow) { return fix.GeoidOffst; }},
+    {"TimeTick", TickText{}, [](const Fix& fix, FixRow) { return fix.TimeUTC; }},
+    {"TrajStart", TimeText{}, [](const Fix&, FixRow row) { return row.first.TimeUTC; }, kv::Varies::kNever},
+    {"TrajTick", TickText{}, [](const Fix&, FixRow row) { return row.first.TimeUTC; }, kv::Varies::kNever},
+    {"AdjGpsSec", Decimal<16, 6>{}, [](const Fix& fix, FixRow) { return fix.AdjGpsSec; }},
 });
 static_assert(FitsTable(kPointColumns) && RecordBytes(kPointColumns) == kv::kTrajectoryPointBytes);
 
@@ -42,10 +42,10 @@ constexpr kv::Layer<Fix> kPointLayer{
 };
 
 constexpr auto kLineColumns = std::to_array<Column<Trajectory>>({
-    {"Index", Integer{10}, [](const Trajectory&, LineRow row) { return row.number; }},
-    {"TimeStart", Text{50}, [](const Trajectory& fixes, LineRow) { return kv::TimeText(fixes.front().TimeUTC); }},
-    {"TimeEnd", Text{50}, [](const Trajectory& fixes, LineRow) { return kv::TimeText(fixes.back().TimeUTC); }},
-    {"TimeTick", Text{25}, [](const Trajectory& fixes, LineRow) { return kv::TickText(fixes.front().TimeUTC); }},
+    {"Index", Integer<10>{}, [](const Trajectory&, LineRow row) { return row.number; }},
+    {"TimeStart", TimeText{}, [](const Trajectory& fixes, LineRow) { return fixes.front().TimeUTC; }},
+    {"TimeEnd", TimeText{}, [](const Trajectory& fixes, LineRow) { return fixes.back().TimeUTC; }},
+    {"TimeTick", TickText{}, [](const Trajectory& fixes, LineRow) { return fixes.front().TimeUTC; }},
 });
 static_assert(FitsTable(kLineColumns));
 

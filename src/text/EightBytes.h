@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
-/// Text read eight bytes at a time, the first byte lowest.
+/// Text read and written eight bytes at a time, the first byte lowest.
 namespace kv {
 
 static_assert(std::endian::native == std::endian::little);
@@ -18,6 +18,8 @@ inline std::uint64_t LoadBytes(const char* from, std::size_t count = sizeof(std:
   std::memcpy(&bytes, from, count);
   return bytes;
 }
+
+inline void StoreBytes(std::uint64_t bytes, char* to) { std::memcpy(to, &bytes, sizeof bytes); }
 
 /// @return  the highest bit of every byte that is zero
 constexpr std::uint64_t ZeroBytes(std::uint64_t bytes) {
@@ -40,5 +42,15 @@ constexpr std::uint64_t OtherThanDigits(std::uint64_t values) {
 
 /// The numbers of pairs of digits: that of the first two in the lowest byte, that of the next two in the third.
 constexpr std::uint64_t PairsOf(std::uint64_t values) { return (values * 10 + (values >> 8)) & 0x00FF'00FF'00FF'00FF; }
+
+/// The digits of a number below 10^8, with leading zeros.
+constexpr std::uint64_t EightDigits(std::uint64_t number) {
+  // Halves the number in all lanes at once. The products stand for divisions by 100 and 10, exact for lanes this small.
+  const std::uint64_t fours = number / 10'000 | number % 10'000 << 32;
+  const std::uint64_t hundreds = fours * 10'486 >> 20 & 0x0000'007F'0000'007F;
+  const std::uint64_t twos = hundreds | (fours - 100 * hundreds) << 16;
+  const std::uint64_t tens = twos * 103 >> 10 & 0x000F'000F'000F'000F;
+  return (tens | (twos - 10 * tens) << 8) + '0' * kEachByte;
+}
 
 }  // namespace kv

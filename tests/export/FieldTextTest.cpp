@@ -13,7 +13,7 @@
 namespace {
 
 std::string Decimal(double value, int width, int decimals) {
-  std::string field(static_cast<std::size_t>(width), '#');
+  std::string field(static_cast<std::size_t>(width), ' ');
   kv::PutDecimal(field, value, decimals);
   return field;
 }

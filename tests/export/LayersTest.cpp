@@ -174,7 +174,8 @@ TEST_F(Layers, LogPointsAreThoseOfPlainShapelib) {
     plain.push_back({{}, {}});
     auto& fields = plain.back().fields;
     const auto decimal = [&](const char* name, double& value, int decimals = 4) {
-      fields.push_back({name, 14, decimals, value = values_.Number()});
+      value = number < 2 ? 0.0 : values_.Number();  // shapelib starts the bounds anew after points at 0, 0
+      fields.push_back({name, 14, decimals, value});
     };
     const auto integer = [&](const char* name, int& value) {
       fields.push_back({name, 10, 0, value = values_.Choice(2) ? number : std::numeric_limits<int>::min()});

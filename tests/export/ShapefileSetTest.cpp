@@ -113,9 +113,8 @@ TEST(ShapefileSet, MeasuresTheGrowingFileThatThePathNames) {
     ASSERT_TRUE(set.AddColumn("a", FTString, 10, 0));
     kv::Shape shape(SHPT_POINTZ);
     shape.AddVertex(1, 2, 3, 4);
-    char row[] = " 1234567890";
     int count = 0;
-    for (; count < 1000 && !set.IsOverLimit(); ++count) set.WriteRow(set.Append(shape), row);
+    for (; count < 1000 && !set.IsOverLimit(); ++count) set.BeginRow(set.Append(shape));
     EXPECT_EQ(count, shapes) << path;
   }
 }
@@ -213,7 +212,7 @@ TEST(ShapefileSet, NeverTakesATruncatedFileForWhole) {
 using Number = kv::Row<int>;
 
 constexpr auto kColumns = std::to_array<kv::Column<int>>({
-    {"Value", kv::Integer{4}, [](int value, Number) { return value == 13 ? throw std::bad_alloc() : value; }},
+    {"Value", kv::Integer<4>{}, [](int value, Number) { return value == 13 ? throw std::bad_alloc() : value; }},
     {"TenLettersAndMore", kv::Logical{}, [](int value, Number row) { return value != row.first; }},
 });
 static_assert(FitsTable(kColumns));
