@@ -42,6 +42,9 @@ bool IsWild(const Records& records, std::size_t i) {
 /// Removes the records for which `isOut` holds, by index.
 template <typename IsOut>
 Records TakeOut(Records& records, IsOut isOut) {
+  std::size_t first = 0;
+  while (first < records.size() && !isOut(first)) ++first;
+  if (first == records.size()) return {};  // as a rule: then nothing is copied
   Records out, kept;
   ReserveInLargePages(kept, records.size());
   for (std::size_t i = 0; i < records.size(); ++i) (isOut(i) ? out : kept).push_back(records[i]);

@@ -11,6 +11,7 @@
 #include "KVUtilities.h"
 #include "base/ErrorText.h"
 #include "georef/EventTypes.h"
+#include "platform/LargePages.h"
 #include "time/FileTimes.h"
 
 namespace {
@@ -33,8 +34,12 @@ class OpenEvents {
 
   /// @param events  must stay in place and keep their times
   explicit OpenEvents(std::span<const Event> events) : events_(events), groupOf_(events.size()) {
+    inTimeOrder_.reserve(events.size());
+    groups_.reserve(events.size() + 1);
     for (std::size_t i = 0; i < events.size(); ++i) inTimeOrder_.push_back(i);
-    std::ranges::stable_sort(inTimeOrder_, {}, [&](std::size_t event) { return kv::Ticks(events[event].TimeUTC); });
+    const auto ticks = [&](std::size_t event) { return kv::Ticks(events[event].TimeUTC); };
+    // Cameras write in order: then sorting would only wait for memory.
+    if (!std::ranges::is_sorted(inTimeOrder_, {}, ticks)) std::ranges::stable_sort(inTimeOrder_, {}, ticks);
     groups_.push_back({0, 0, kNone, kNone});  // the end of the links in both directions
     for (std::size_t at = 0; at < inTimeOrder_.size(); ++at) {
       if (at == 0 || Ticks(at - 1) != Ticks(at)) groups_.push_back({at, at, groups_.size() - 1, groups_.size() + 1});
@@ -128,7 +133,7 @@ Station SingleStation(Event&& visited) {
 void FormStations(std::vector<Event>& events, double toleranceSeconds, std::vector<Station>& stations) {
   std::erase_if(events, [](const Event& event) { return event.Type != kv::kCameraEvent; });
   OpenEvents open(events);
-  stations.reserve((events.size() + 1) / 2);  // enough if all are pairs
+  kv::ReserveInLargePages(stations, (events.size() + 1) / 2);  // enough if all are pairs
   for (std::size_t i = 0; i < events.size(); ++i) {
     if (!open.IsOpen(i)) continue;
     open.Take(i);

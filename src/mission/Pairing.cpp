@@ -21,8 +21,8 @@ namespace {
 struct CameraPairing {
   Camera camera;
   std::vector<std::size_t> events;    // indexes of its camera events
-  std::vector<std::wstring> photos;   // by event; empty for none
-  std::vector<PhotoOfEvent> details;  // by event
+  std::vector<std::wstring> photos;   // by event, if there is a folder; empty for none
+  std::vector<PhotoOfEvent> details;  // by event, if there is a folder
   CameraTimes times;
 };
 
@@ -47,10 +47,10 @@ CameraPairing Begin(int number, const Settings& settings, const SystemEvents& ev
     pairing.events.push_back(i);
   }
   camera.read = pairing.events.size();
-  pairing.photos.resize(camera.read);
-  pairing.details.resize(camera.read);
   const auto& folder = number == 1 ? settings.camera1 : settings.camera2;
   if (folder.empty()) return pairing;
+  pairing.photos.resize(camera.read);
+  pairing.details.resize(camera.read);
   camera.offset = number == 1 ? settings.camera1Offset : settings.camera2Offset;
   camera.folder = ReadPhotoFolder(folder, number, job);
   camera.pairing.mode = ModeFor(*camera.folder, settings.pair);
@@ -191,7 +191,7 @@ std::vector<Camera> PairCameras(const Settings& settings, SystemEvents& events, 
   for (std::size_t c = 0; c < pairings.size(); ++c) {
     CameraPairing& pairing = pairings[c];
     if (pairing.camera.folder) Pair(pairing, judges[c], settings.acceptDoubt, events, job);
-    for (std::size_t i = 0; i < pairing.events.size(); ++i) photos[pairing.events[i]] = pairing.details[i];
+    for (std::size_t i = 0; i < pairing.details.size(); ++i) photos[pairing.events[i]] = pairing.details[i];
     cameras.push_back(std::move(pairing.camera));
   }
   return cameras;

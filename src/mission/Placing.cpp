@@ -233,6 +233,7 @@ std::vector<Exposure> ExposuresOf(SystemEvents& events, const PhotosOfEvents& ph
     if (hasWraps) exposure.event.MasterTick = std::fmod(exposure.event.MasterTick, kTickRange);
   }
   std::erase_if(events, IsCameraEvent);
+  events.shrink_to_fit();  // what comes next gets the memory
   return exposures;
 }
 

@@ -7,6 +7,7 @@
 
 #include "mission/inputs/Readings.h"
 #include "platform/FileNames.h"
+#include "readers/FieldFile.h"
 #include "readers/HousekeepingEntry.h"
 #include "readers/LineReader.h"
 #include "text/Blanks.h"
@@ -118,6 +119,7 @@ HousekeepingLog ReadHousekeepingLog(const std::filesystem::path& path, Job& job)
     housekeeping.errorTexts.push_back(entry->errorLine.empty() ? "" : TextOfError(housekeeping.errors.back()));
     AddReadings(*entry, time, housekeeping.lines, ranges);
     housekeeping.known.push_back(KnownIn(*entry));
+    MakeRoom(housekeeping.events, line, lines);
     housekeeping.events.push_back(std::move(entry->event));
   }
   housekeeping.entries = housekeeping.events.size();
