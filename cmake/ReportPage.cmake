@@ -1,7 +1,8 @@
 # Makes the page of the report, but for its data, out of data/report and the libraries of Debian's packages libjs-leaflet
 # and libjs-dygraphs. Its Content-Security-Policy names each script and style by its hash, so that nothing else runs.
-find_path(KV_LEAFLET_FOLDER leaflet.min.js PATHS /usr/share/javascript/leaflet DOC "Folder of leaflet.min.js and leaflet.css")
-find_path(KV_DYGRAPHS_FOLDER dygraph.min.js PATHS /usr/share/javascript/dygraphs
+find_path(KV_LEAFLET_FOLDER leaflet.min.js PATHS /usr/share/javascript/leaflet NO_CMAKE_FIND_ROOT_PATH
+          DOC "Folder of leaflet.min.js and leaflet.css")
+find_path(KV_DYGRAPHS_FOLDER dygraph.min.js PATHS /usr/share/javascript/dygraphs NO_CMAKE_FIND_ROOT_PATH
           DOC "Folder of dygraph.min.js and dygraph.min.css")
 if(NOT KV_LEAFLET_FOLDER OR NOT KV_DYGRAPHS_FOLDER)
   message(FATAL_ERROR "Leaflet or dygraphs is missing: install libjs-leaflet and libjs-dygraphs, or set "

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs missing Debian packages: those needed to build and test, and those of the options.
-# Usage: scripts/setup.sh [--campaigns] [--checks] [--docs] [--fuzz] [--packages] [--peers] [--qgis]
+# Usage: scripts/setup.sh [--campaigns] [--checks] [--docs] [--fuzz] [--packages] [--peers] [--qgis] [--windows]
 #   --campaigns for folders of missions, and the queue that their test starts
 #   --checks    for the checks of a change
 #   --docs      for scripts/docs.sh
@@ -8,6 +8,7 @@
 #   --packages  for scripts/package.sh and tests/packaging
 #   --peers     the programs that the benchmarks compare with
 #   --qgis      QGIS, for the test of its plugin
+#   --windows   for scripts/windows.sh
 set -euo pipefail
 
 wanted=(g++ cmake ninja-build pkg-config libopencv-dev libshp-dev libcli11-dev nlohmann-json3-dev libfmt-dev
@@ -23,6 +24,7 @@ for option in "$@"; do
     --packages) wanted+=(dpkg-dev fakeroot file lintian debootstrap) ;;
     --qgis) wanted+=(qgis python3-qgis) ;;
     --peers) wanted+=(gpsbabel gpscorrelate gdal-bin proj-bin libimage-exiftool-perl) ;;
+    --windows) wanted+=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev nasm sqlite3 wine64 zip unzip) ;;
     *) echo "setup.sh: unknown option: $option" >&2 && exit 2 ;;
   esac
 done

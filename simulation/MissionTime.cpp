@@ -45,7 +45,20 @@ int Number(std::string_view text, std::size_t position, std::size_t length) {
 
 }  // namespace
 
-std::tm Calendar(UtcTime time) { return fmt::gmtime(floor<seconds>(time).time_since_epoch().count()); }
+/// Not by the C library, which on Windows knows no time before 1970.
+std::tm Calendar(UtcTime time) {
+  const auto date = floor<days>(time);
+  const year_month_day calendar(date);
+  const hh_mm_ss clock(floor<seconds>(time - date));
+  std::tm parts{};
+  parts.tm_year = static_cast<int>(calendar.year()) - 1900;
+  parts.tm_mon = static_cast<int>(static_cast<unsigned>(calendar.month())) - 1;
+  parts.tm_mday = static_cast<int>(static_cast<unsigned>(calendar.day()));
+  parts.tm_hour = static_cast<int>(clock.hours().count());
+  parts.tm_min = static_cast<int>(clock.minutes().count());
+  parts.tm_sec = static_cast<int>(clock.seconds().count());
+  return parts;
+}
 
 int Microsecond(UtcTime time) { return static_cast<int>((time - floor<seconds>(time)).count()); }
 

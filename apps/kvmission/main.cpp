@@ -48,6 +48,7 @@ ExitCode Flushed(ExitCode exitCode) {
 ExitCode Main(int argc, char** argv) {
   kv::command::SecureStandardStreams();
   kv::command::KeepFreedMemory();
+  kv::command::FindGeodeticData();
   try {
     return Flushed(Run(argc, argv));
   } catch (const KVMission::Failure& failure) {

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <ctime>
 #include <string>
 
 #include "KVRecords.h"
@@ -15,12 +15,15 @@ namespace baseline {
 inline std::string TimeText(const FILETIME& time) {
   const std::uint64_t ticks = kv::Ticks(time);
   if (ticks >> 63) return "0-00-00 00:00:00.000";  // no calendar time
-  const auto seconds = static_cast<std::time_t>(ticks / 10'000'000) - 11'644'473'600;
-  const std::tm calendar = *std::gmtime(&seconds);
+  using namespace std::chrono;                     // the C library of Windows knows no time beyond the year 3000
+  const sys_seconds instant(seconds(static_cast<std::int64_t>(ticks / 10'000'000) - 11'644'473'600));
+  const year_month_day date(floor<days>(instant));
+  const hh_mm_ss clock(instant - floor<days>(instant));
   char text[64];
-  std::snprintf(text, sizeof text, "%d-%02d-%02d %02d:%02d:%02d.%03d", calendar.tm_year + 1900, calendar.tm_mon + 1,
-                calendar.tm_mday, calendar.tm_hour, calendar.tm_min, calendar.tm_sec,
-                static_cast<int>(ticks / 10'000 % 1000));
+  std::snprintf(text, sizeof text, "%d-%02u-%02u %02d:%02d:%02d.%03d", static_cast<int>(date.year()),
+                static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+                static_cast<int>(clock.seconds().count()), static_cast<int>(ticks / 10'000 % 1000));
   return text;
 }
 

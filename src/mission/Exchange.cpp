@@ -23,11 +23,10 @@ void PutOnDisk(const fs::path& path) {
 }
 
 /// Files in a folder and below it, by their names from there.
-std::vector<std::string> FilesIn(const fs::path& folder) {
-  std::vector<std::string> names;
+std::vector<fs::path> FilesIn(const fs::path& folder) {
+  std::vector<fs::path> names;
   for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-    if (!entry.is_directory() || entry.is_symlink())
-      names.push_back(entry.path().lexically_relative(folder).generic_string());
+    if (!entry.is_directory() || entry.is_symlink()) names.push_back(entry.path().lexically_relative(folder));
   }
   return names;
 }
@@ -72,9 +71,9 @@ void MakeFolderOf(const fs::path& file) {
   if (error) FailWriting(file, error);
 }
 
-void RemoveOthers(const fs::path& staging, const std::vector<std::string>& staged) {
-  const std::set<std::string> kept(staged.begin(), staged.end());
-  for (const std::string& name : FilesIn(staging)) {
+void RemoveOthers(const fs::path& staging, const std::vector<fs::path>& staged) {
+  const std::set<fs::path> kept(staged.begin(), staged.end());
+  for (const fs::path& name : FilesIn(staging)) {
     std::error_code ignored;
     if (!kept.contains(name) && name != FolderLock::kName) fs::remove(staging / name, ignored);
   }
@@ -91,10 +90,10 @@ void RefuseLinks(const fs::path& folder, const fs::path& name) {
 /// Moves all files of a folder. A layer's .shp comes last.
 void MoveAll(const fs::path& from, const fs::path& to) {
   auto names = FilesIn(from);
-  std::stable_partition(names.begin(), names.end(), [](const auto& name) { return !name.ends_with(".shp"); });
+  std::stable_partition(names.begin(), names.end(), [](const auto& name) { return name.extension() != ".shp"; });
   Renames renames;
-  for (const std::string& name : names) {
-    if (name == FolderLock::kName || name.starts_with(kReplaced + std::string("/"))) continue;
+  for (const fs::path& name : names) {
+    if (name == FolderLock::kName || *name.begin() == kReplaced) continue;
     RefuseLinks(to, name);
     MakeFolderOf(to / name);
     renames.Make(from / name, to / name);
@@ -127,14 +126,14 @@ bool ExchangeResults(const fs::path& folder, const fs::path& staging, const Exch
   if (error) FailWriting(earlier, error);
   Renames renames;
   try {
-    for (const std::string& name : names.earlier) {
+    for (const fs::path& name : names.earlier) {
       if (!fs::exists(fs::symlink_status(folder / name))) continue;
       MakeFolderOf(earlier / name);
       renames.Make(folder / name, earlier / name);
     }
     renames.Make(earlier, staging / kReplaced);
     PutOnDisk(staging);
-    for (const std::string& name : names.staged) {
+    for (const fs::path& name : names.staged) {
       renames.Make(staging / name, folder / name);
       if (const fs::path parent = (folder / name).parent_path(); fs::is_directory(parent)) folders.insert(parent);
     }

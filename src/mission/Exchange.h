@@ -1,7 +1,6 @@
 #pragma once
 
 #include <filesystem>
-#include <string>
 #include <vector>
 
 #include "base/Job.h"
@@ -11,8 +10,8 @@ namespace kv::mission {
 
 /// The names that are exchanged.
 struct ExchangedNames {
-  std::vector<std::string> earlier;  ///< what goes, in this order; may be missing
-  std::vector<std::string> staged;   ///< what comes, in this order; may be missing
+  std::vector<std::filesystem::path> earlier;  ///< what goes, in this order; may be missing
+  std::vector<std::filesystem::path> staged;   ///< what comes, in this order; may be missing
 };
 
 /// Moves earlier results into a folder inside `staging`, then gives staged ones their names. Other files in `staging` are

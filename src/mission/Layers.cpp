@@ -44,7 +44,7 @@ class LayerWriter {
   template <typename Export, typename Records>
   void Write(const std::string& name, Export exportLayer, Records&& records) const {
     job_.ThrowIfStopped();
-    const auto path = output_.Staging() / (name + ".shp");
+    const auto path = output_.Staging() / PathFromText(name + ".shp");
     job_.Add(Found::LayerWritten, {{"layer", name}, {"records", Count(records.size())}});
     std::wstring error;
     errno = 0;

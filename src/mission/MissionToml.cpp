@@ -57,9 +57,9 @@ std::optional<std::string> TextFor(Type type, const toml::node& value) {
 std::string Resolved(Type type, const Path& folder, const std::string& text) {
   if (text.empty() || text.find('\0') != text.npos) return text;
   std::error_code noPath;
-  const bool isPath =
-      type == Type::Path || (type == Type::Text && std::filesystem::is_regular_file(folder / text, noPath));
-  return isPath ? (folder / text).string() : text;
+  const bool isPath = type == Type::Path ||
+                      (type == Type::Text && std::filesystem::is_regular_file(folder / PathFromText(text), noPath));
+  return isPath ? TextFromPath(folder / PathFromText(text)) : text;
 }
 
 /// Whether a path leads out of a folder, by its links too.
@@ -83,7 +83,8 @@ void Apply(const Path& file, std::string_view name, const toml::node& value, Set
   const std::string resolved = Resolved(key->type, file.parent_path(), *text);
   const std::string complaint = SetFromText(key->name, resolved, settings);
   if (!complaint.empty()) Refuse(file, value.source(), fmt::format("{} {}", name, complaint));
-  if (key->type == Type::Path && IsOutside(resolved, file.parent_path())) settings.outside.push_back(key->name);
+  if (key->type == Type::Path && IsOutside(PathFromText(resolved), file.parent_path()))
+    settings.outside.push_back(key->name);
 }
 
 /// The parser calls itself for each level of tables and lists, and a level takes at least one of these characters.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <iterator>
 #include <set>
 #include <system_error>
 
@@ -21,20 +22,21 @@ constexpr std::array kLayerExtensions{".prj", ".dbf", ".shx", ".shp"};
 /// Made by other programs for an earlier layer, and wrong for a new one.
 constexpr std::array kCompanionExtensions{".cpg", ".qix", ".sbn", ".sbx"};
 
-std::vector<std::string> ResultNames(const Results& results) {
-  std::vector<std::string> names;
+std::vector<fs::path> ResultNames(const Results& results) {
+  std::vector<fs::path> names;
   for (const auto& layer : results.layers) {
-    for (const char* extension : kLayerExtensions) names.push_back(layer + extension);
+    for (const char* extension : kLayerExtensions) names.push_back(PathFromText(layer + extension));
   }
-  names.insert(names.end(), results.files.begin(), results.files.end());
+  std::transform(results.files.begin(), results.files.end(), std::back_inserter(names), PathFromText);
   return names;
 }
 
 /// Every name that an earlier run and its companions can have.
-std::vector<std::string> EarlierNames(const Results& results) {
-  std::vector<std::string> names = results.companions;
+std::vector<fs::path> EarlierNames(const Results& results) {
+  std::vector<fs::path> names;
+  std::transform(results.companions.begin(), results.companions.end(), std::back_inserter(names), PathFromText);
   for (const auto& layer : results.layers) {
-    for (const char* extension : kCompanionExtensions) names.push_back(layer + extension);
+    for (const char* extension : kCompanionExtensions) names.push_back(PathFromText(layer + extension));
   }
   const auto own = ResultNames(results);
   names.insert(names.end(), own.begin(), own.end());
@@ -72,10 +74,12 @@ void PutOnDisk(const fs::path& path, const fs::path& shown) {
   if (!FlushToDisk(path)) FailWriting(shown);
 }
 
-/// The files of a folder, and the folders in it.
+/// The files of a folder, and the folders in it. The lock is not a result, and on Windows only its holder may open it.
 void PutContentOnDisk(const fs::path& folder, const fs::path& shown) {
   std::vector<fs::path> paths;
-  for (const auto& entry : fs::recursive_directory_iterator(folder)) paths.push_back(entry.path());
+  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+    if (entry.path().filename() != FolderLock::kName) paths.push_back(entry.path());
+  }
   for (const fs::path& path : paths) PutOnDisk(path, shown / path.lexically_relative(folder));
 }
 
@@ -83,7 +87,8 @@ void PutContentOnDisk(const fs::path& folder, const fs::path& shown) {
 std::vector<std::string> LostResults(const fs::path& folder, const fs::path& staging, const Results& results) {
   std::vector<std::string> lost;
   std::error_code error;
-  const auto isLost = [&](const std::string& name) {
+  const auto isLost = [&](const std::string& text) {
+    const fs::path name = PathFromText(text);
     return fs::exists(fs::symlink_status(folder / name, error)) && !fs::exists(staging / name, error);
   };
   for (const auto& layer : results.layers) {
@@ -96,9 +101,9 @@ std::vector<std::string> LostResults(const fs::path& folder, const fs::path& sta
 }
 
 /// The folders of results that stand in one.
-std::set<fs::path> FoldersOf(const std::vector<std::string>& names) {
+std::set<fs::path> FoldersOf(const std::vector<fs::path>& names) {
   std::set<fs::path> folders;
-  for (const fs::path name : names) {
+  for (const fs::path& name : names) {
     if (name.has_parent_path()) folders.insert(name.parent_path());
   }
   return folders;

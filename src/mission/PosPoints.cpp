@@ -159,7 +159,7 @@ PosPoints TransformInto(const TransformSettings& settings, const tagKVCoordinate
     throw Failure(Utf8(output) + ": the output must end in .shp, .csv or .xyz", Failure::Reason::WrongUsage);
   if (LibraryMisreads(output)) throw Failure(Utf8(output) + ": an output cannot have a backslash in its name");
   const fs::path folder = output.has_parent_path() ? output.parent_path() : ".";
-  const std::string name = (isLayer ? output.stem() : output.filename()).string();
+  const std::string name = TextFromPath(isLayer ? output.stem() : output.filename());
   const Results results = isLayer ? Results{{name}, {}} : Results{{}, {name}};
   RefuseResultAsInput(folder, results, settings.pos);
   OutputFolder place(folder, settings.overwrite, results, job);
@@ -169,7 +169,7 @@ PosPoints TransformInto(const TransformSettings& settings, const tagKVCoordinate
     WritePosLayer(name, points, place, job);
     points.samples.clear();
   } else {
-    const fs::path staged = place.Staging() / name;
+    const fs::path staged = place.Staging() / PathFromText(name);
     FilePtr file = OpenNative(staged, "wb");
     const auto check = [&](bool isGood) {
       if (!isGood) FailWriting(staged);

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "mission/OutputKinds.h"
+#include "platform/FileNames.h"
 #include "text/Blanks.h"
 #include "text/Numbers.h"
 #include "time/Instants.h"
@@ -33,7 +34,7 @@ Reader PathTo(Path Settings::*member) {
   return [member](std::string_view text, Settings& settings) -> std::string {
     if (text.empty()) return "must not be empty";
     if (text.find('\0') != text.npos) return "must be a path, without NUL";
-    settings.*member = Path(text);
+    settings.*member = PathFromText(text);
     return {};
   };
 }

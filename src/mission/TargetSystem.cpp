@@ -22,7 +22,7 @@ constexpr std::size_t kLargest = 1 << 20;     // bytes of a definition, which ta
 
 tagKVCoordinateSystem ReadTargetSystem(const std::string& target) {
   std::error_code noPath;
-  const fs::path path(target);
+  const fs::path path = PathFromText(target);
   const bool isFile = fs::is_regular_file(path, noPath);
   const std::string text =
       isFile ? ReadSmallFile(path, kLargest, "a coordinate system", Failure::Reason::Failed) : target;

@@ -37,13 +37,14 @@ PhotoRow RowOf(const tagKVSystemEvent& event, RelativePaths& paths) {
 
 Ecef PointOf(const tagKVTrajectoryObs& fix) { return ToEcef({fix.Latitude, fix.Longitude, fix.Altitude}); }
 
+/// In whole micrometres: further digits depend on the C library.
 double LengthOf(const tagKVTrajectoryObs* fixes, std::size_t count) {
   double length = 0;
   for (std::size_t i = 1; i < count; ++i) {
     const Ecef from = PointOf(fixes[i - 1]), to = PointOf(fixes[i]);
     length += std::hypot(to.x - from.x, to.y - from.y, to.z - from.z);
   }
-  return length;
+  return std::round(length * 1e6) / 1e6;
 }
 
 /// Gaps of one kind, with the fixes on both sides. Fixes are in the order of time.

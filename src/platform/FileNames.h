@@ -24,6 +24,11 @@ std::string Utf8(const std::filesystem::path& path);
 /// The path in the form that system calls expect.
 std::filesystem::path NativePath(std::wstring_view path);
 
+/// The path in the text of an argument or a file, and back: UTF-8 on Windows, elsewhere the bytes as they are. A text
+/// that `std::filesystem` converted by itself would be in the code page of the process, or refused.
+std::filesystem::path PathFromText(std::string_view text);
+std::string TextFromPath(const std::filesystem::path& path);
+
 /// The wide form of a name from the system.
 std::wstring WidePath(const std::filesystem::path& path);
 

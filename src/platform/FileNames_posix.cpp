@@ -18,6 +18,10 @@ std::filesystem::path NativePath(std::wstring_view path) {
   return name;
 }
 
+std::filesystem::path PathFromText(std::string_view text) { return text; }
+
+std::string TextFromPath(const std::filesystem::path& path) { return path.native(); }
+
 std::wstring WidePath(const std::filesystem::path& path) { return WideFromUtf8(path.native()); }
 
 FilePtr OpenNative(const std::filesystem::path& path, const char* mode) {

@@ -1,9 +1,12 @@
 #include "platform/FileNames.h"
 
+#include <fcntl.h>
 #include <io.h>
+#include <sys/stat.h>
 #include <windows.h>
 
 #include <cerrno>
+#include <cstring>
 #include <system_error>
 
 namespace kv {
@@ -13,9 +16,24 @@ const bool kFileNamesIgnoreCase = true;
 
 std::filesystem::path NativePath(std::wstring_view path) { return path; }
 
+std::filesystem::path PathFromText(std::string_view text) { return WideFromUtf8(text); }
+
+std::string TextFromPath(const std::filesystem::path& path) { return Utf8FromWide(path.native()); }
+
 std::wstring WidePath(const std::filesystem::path& path) { return path.native(); }
 
+namespace {
+
+/// The mode "x" of newer C libraries.
+FilePtr OpenNew(const std::filesystem::path& path) {
+  const int number = _wopen(path.c_str(), _O_CREAT | _O_EXCL | _O_RDWR | _O_BINARY, _S_IREAD | _S_IWRITE);
+  return FilePtr(number < 0 ? nullptr : _fdopen(number, "wb"));
+}
+
+}  // namespace
+
 FilePtr OpenNative(const std::filesystem::path& path, const char* mode) {
+  if (std::strchr(mode, 'x')) return OpenNew(path);
   const std::wstring wideMode(mode, mode + std::char_traits<char>::length(mode));
   FilePtr file(_wfopen(path.c_str(), wideMode.c_str()));
   if (file) return file;

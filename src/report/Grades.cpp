@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include "platform/FileNames.h"
 #include "report/Json.h"
 #include "text/Csv.h"
 
@@ -8,7 +9,7 @@ std::string KVMission::GradesCsv(const std::vector<std::filesystem::path>& photo
   std::string text = "path,sharpness\n";
   for (std::size_t i = 0; i < photos.size(); ++i) {
     if (!grades[i].complaint.empty()) continue;
-    kv::mission::AppendCsvField(visible ? Visible(Utf8(photos[i])) : photos[i].string(), text);
+    kv::mission::AppendCsvField(visible ? Visible(Utf8(photos[i])) : kv::TextFromPath(photos[i]), text);
     text += fmt::format(",{}\n", grades[i].sharpness);
   }
   return text;

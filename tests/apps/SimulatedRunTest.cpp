@@ -81,10 +81,10 @@ void ExpectPlace(const Row& photo, const Row& exposure, double tolerance) {
 TEST(SimulatedRun, GivesTheTruthBack) {
   for (const std::string names : {"stamp", "exif"}) {
     const TempFolder temp;
-    const std::string command = "cd '" + temp.Path().string() + "' && '" KVMISSION_PROGRAM "' ";
-    const std::string simulate = "simulate m -q --minutes 3 --start '2025-06-18 23:58:30' --photo-size 32x32 --names ";
-    ASSERT_EQ(std::system((command + simulate + names).c_str()), 0);
-    std::system((command + "run m -o o -q").c_str());
+    const std::string simulate =
+        "simulate m -q --minutes 3 --start \"2025-06-18 23:58:30\" --photo-size 32x32 --names ";
+    ASSERT_EQ(RunIn(temp, simulate + names), 0);
+    RunIn(temp, "run m -o o -q");
     std::map<std::string, Row> truth;
     for (const Row& row : ReadCsv(temp.Read("m/truth.csv"))) {
       if (row.at("fault").empty()) truth[row.at("camera") + " " + row.at("master_tick")] = row;
@@ -97,7 +97,7 @@ TEST(SimulatedRun, GivesTheTruthBack) {
       ASSERT_TRUE(truth.count(photo.at("CameraID") + " " + tick)) << tick;
       const Row& exposure = truth[photo.at("CameraID") + " " + tick];
       EXPECT_EQ(photo.at("PhotoPath"),
-                (temp.Path() / "m" / ("cam" + photo.at("CameraID")) / exposure.at("photo")).string());
+                (temp.Path() / "m" / ("cam" + photo.at("CameraID")) / exposure.at("photo")).make_preferred().string());
       EXPECT_NEAR(Number(photo, "AdjGpsSec"), Number(exposure, "adj_gps_seconds"), 1e-3);
       ExpectPlace(photo, exposure, 0.02 + 0.005);  // interpolation, and the noise of the simulated receiver
     }
@@ -112,7 +112,8 @@ std::size_t CountWrong(const TempFolder& temp) {
   std::size_t wrong = 0;
   for (const Row& photo : ReadTable(temp.Read("o/photos.dbf"))) {
     const std::string& path = photo.at("PhotoPath");
-    const Row& exposure = truth.at(path.substr(temp.Path().string().size() + 3));
+    const Row& exposure =
+        truth.at(std::filesystem::path(path.substr(temp.Path().string().size() + 3)).generic_string());
     const auto [north, east] = DistanceOf(photo, exposure);
     wrong += exposure.at("master_tick") == "0" || std::hypot(north, east) > 1;
   }
@@ -139,11 +140,9 @@ TEST(SimulatedRun, PlacesNoPhotoWronglyWithoutADoubt) {
   for (const auto& [simulate, run, code, photos] : rows) {
     SCOPED_TRACE(std::string(simulate) + " " + run);
     const TempFolder temp;
-    const std::string command = "cd '" + temp.Path().string() + "' && '" KVMISSION_PROGRAM "' ";
     const std::string options = std::string(" -q --minutes 4 --photo-size 16x16 ") + simulate;
-    ASSERT_EQ(std::system((command + "simulate m" + options).c_str()), 0);
-    const int status = std::system((command + "run m -o o -q --no-sharpness " + run).c_str());
-    EXPECT_EQ(ExitCodeOf(status), code);
+    ASSERT_EQ(RunIn(temp, "simulate m" + options), 0);
+    EXPECT_EQ(RunIn(temp, std::string("run m -o o -q --no-sharpness ") + run), code);
     EXPECT_EQ(std::filesystem::exists(temp.Path() / "o/photos.dbf"), code != 4);
     if (code == 4) continue;
     EXPECT_EQ(CountWrong(temp), 0u);
@@ -166,9 +165,8 @@ std::set<std::string> TruePairs(const std::vector<Row>& truth) {
 
 TEST(SimulatedRun, PairsTheTruePairsAndNamesTheBlurredPhotos) {
   const TempFolder temp;
-  const std::string command = "cd '" + temp.Path().string() + "' && '" KVMISSION_PROGRAM "' ";
-  ASSERT_EQ(std::system((command + "simulate m -q --minutes 4 --seed 3 --photo-size 64x48").c_str()), 0);
-  std::system((command + "run m -o o -q").c_str());
+  ASSERT_EQ(RunIn(temp, "simulate m -q --minutes 4 --seed 3 --photo-size 64x48"), 0);
+  RunIn(temp, "run m -o o -q");
   const auto truth = ReadCsv(temp.Read("m/truth.csv"));
   std::set<std::string> pairs, blurred, named;
   for (const Row& station : ReadTable(temp.Read("o/stations.dbf"))) {
@@ -193,10 +191,9 @@ TEST(SimulatedRun, PairsTheTruePairsAndNamesTheBlurredPhotos) {
 TEST(SimulatedRun, SeparatesThePhotosWithoutRtk) {
   for (const auto& [option, word] : {std::pair("60,90,float", "FLOAT"), std::pair("60,90", "SINGLE")}) {
     const TempFolder temp;
-    const std::string command = "cd '" + temp.Path().string() + "' && '" KVMISSION_PROGRAM "' ";
     const std::string simulate = "simulate m -q --minutes 3 --photo-size 16x16 --rtk-lost ";
-    ASSERT_EQ(std::system((command + simulate + option).c_str()), 0);
-    std::system((command + "run m -o o -q --no-sharpness").c_str());
+    ASSERT_EQ(RunIn(temp, simulate + option), 0);
+    RunIn(temp, "run m -o o -q --no-sharpness");
     std::map<std::string, std::string> utc;  // by camera and tick
     for (const Row& row : ReadCsv(temp.Read("m/truth.csv")))
       utc[row.at("camera") + " " + row.at("master_tick")] = row.at("utc").substr(11, 12);
@@ -237,11 +234,10 @@ TEST(SimulatedRun, PlacesCamerasByLeverArmAndShutterDelay) {
   for (const auto& [simulate, run, quality, tolerance] : rows) {
     SCOPED_TRACE(std::string(simulate) + " " + run);
     const TempFolder temp;
-    const std::string command = "cd '" + temp.Path().string() + "' && '" KVMISSION_PROGRAM "' ";
     const std::string options = std::string(" -q --minutes 3 --noise 0 --photo-size 16x16 ") + simulate + mounts;
-    ASSERT_EQ(std::system((command + "simulate m" + options).c_str()), 0);
+    ASSERT_EQ(RunIn(temp, "simulate m" + options), 0);
     if (*quality == 'T') std::filesystem::remove(temp.Path() / "m/orientation.txt");
-    std::system((command + "run m -o o -q --no-sharpness " + run + mounts).c_str());
+    RunIn(temp, std::string("run m -o o -q --no-sharpness ") + run + mounts);
     std::map<std::string, Row> truth;
     for (const Row& row : ReadCsv(temp.Read("m/truth.csv")))
       truth[row.at("camera") + " " + row.at("master_tick")] = row;
@@ -262,15 +258,14 @@ TEST(SimulatedRun, PlacesCamerasByLeverArmAndShutterDelay) {
 /// Over the end of a GPS week, which is 18 s before the midnight that ends a Saturday.
 TEST(SimulatedRun, GivesTheTruthOfADroneBack) {
   const TempFolder temp;
-  const std::string command = "cd '" + temp.Path().string() + "' && '" KVMISSION_PROGRAM "' ";
-  const std::string simulate = "simulate m -q --drone --minutes 3 --start '2025-06-21 23:58:30' --photo-size 64x48";
-  ASSERT_EQ(std::system((command + simulate).c_str()), 0);
-  std::system((command + "run m -o o -q").c_str());
+  const std::string simulate = "simulate m -q --drone --minutes 3 --start \"2025-06-21 23:58:30\" --photo-size 64x48";
+  ASSERT_EQ(RunIn(temp, simulate), 0);
+  RunIn(temp, "run m -o o -q");
   std::map<std::string, Row> truth;
   std::map<std::string, std::string> faulty;  // photo or time by fault
   std::set<std::string> blurred, named;
   for (const Row& row : ReadCsv(temp.Read("m/truth.csv"))) {
-    if (row.at("fault").empty()) truth[(temp.Path() / "m" / row.at("photo")).string()] = row;
+    if (row.at("fault").empty()) truth[(temp.Path() / "m" / row.at("photo")).make_preferred().string()] = row;
     if (!row.at("fault").empty()) faulty[row.at("fault")] = row.at("photo") + row.at("utc").substr(0, 23);
     if (row.at("blurred") == "1") blurred.insert(row.at("photo"));
   }
@@ -295,9 +290,8 @@ TEST(SimulatedRun, GivesTheTruthOfADroneBack) {
 
 TEST(SimulatedRun, FindsTheExtremesOfTheOrientation) {
   const TempFolder temp;
-  const std::string command = "cd '" + temp.Path().string() + "' && '" KVMISSION_PROGRAM "' ";
-  ASSERT_EQ(std::system((command + "simulate m -q --minutes 2 --no-photos").c_str()), 0);
-  std::system((command + "run m -o o -q").c_str());
+  ASSERT_EQ(RunIn(temp, "simulate m -q --minutes 2 --no-photos"), 0);
+  RunIn(temp, "run m -o o -q");
   const auto rows =
       ReadCsv("time,temperature,pitch,roll,heading,calibration,status,error\n" + temp.Read("m/orientation.txt"));
   std::set<double> rolls;

@@ -21,6 +21,8 @@ std::string Decimal(double value, int width, int decimals) {
 std::string Printed(double value, int width, int decimals) {
   char text[400];
   std::snprintf(text, sizeof text, "%*.*f", width, decimals, value);
+  if (std::isnan(value))
+    std::snprintf(text, sizeof text, "%*s", width, std::signbit(value) ? "-nan" : "nan");  // as Linux
   return std::string(text).substr(0, static_cast<std::size_t>(width));
 }
 

@@ -50,13 +50,15 @@ TEST(ShapefileSet, NamesItsFilesAfterThePath) {
   for (const auto& [path, base] : rows) {
     const TempFolder folder;
     fs::current_path(folder.Path());
-    for (const char* subfolder : {"dir.x", "Αθήνα"}) fs::create_directory(subfolder);
+    for (const char* subfolder : {"dir.x", "Αθήνα"}) fs::create_directory(TempFolder::Native(subfolder));
     folder.Write(std::string(base) + ".cpg", "UTF-8");  // would give the table a false code page
     EXPECT_EQ(ExportPoints(path, 2), L"");
     for (const char* extension : {".shp", ".shx", ".dbf", ".prj"})
-      EXPECT_TRUE(fs::exists(std::string(base) + extension));
-    EXPECT_FALSE(fs::exists(std::string(base) + ".cpg")) << base;
-    EXPECT_EQ(CountRecords(std::string(base) + ".shp"), std::pair(2, 2)) << base;
+      EXPECT_TRUE(fs::exists(TempFolder::Native(std::string(base) + extension)));
+    EXPECT_FALSE(fs::exists(TempFolder::Native(std::string(base) + ".cpg"))) << base;
+    for (const char* extension : {".shp", ".shx", ".dbf"})  // on Windows shapelib opens names of the code page alone
+      fs::rename(TempFolder::Native(std::string(base) + extension), std::string("plain") + extension);
+    EXPECT_EQ(CountRecords("plain.shp"), std::pair(2, 2)) << base;
     fs::current_path(before);
   }
 }

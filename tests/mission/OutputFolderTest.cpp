@@ -115,8 +115,9 @@ TEST(OutputFolder, PutsAKilledExchangeInOrder) {
       const std::string csv = std::string(".kvmission-2/") + (isNamed ? "" : "earlier/") + "csv";
       std::filesystem::create_directory(temp.Path() / csv);
       temp.Write(csv + "/photos.csv", "moved");
-      std::filesystem::create_directory_symlink(temp.Path(), temp.Path() / "csv");
-      EXPECT_THROW(OutputFolder(temp.Path(), true, RunResults(), job), Failure) << replaced;
+      if (temp.Link(temp.Path(), "csv")) {
+        EXPECT_THROW(OutputFolder(temp.Path(), true, RunResults(), job), Failure) << replaced;
+      }
       std::filesystem::remove(temp.Path() / "csv");
     }
     EXPECT_NO_THROW(OutputFolder(temp.Path(), true, RunResults(), job));

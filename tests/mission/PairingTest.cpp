@@ -103,7 +103,7 @@ TEST_F(PairingTest, ByOrderOneCameraOutOfPhotosLeavesTheOtherAlone) {
                                                "pairing-by-order-uneven", "pairing-by-order-unchecked"}));
   EXPECT_EQ(Sentence("pairing-failed"),
             "camera 1: Error populating images.  More Camera 1 events than images in folder: " +
-                (temp_.Path() / "cam/").string());
+                (temp_.Path() / "cam/").make_preferred().string());
 }
 
 TEST_F(PairingTest, FewTimesThatDoNotFitAreADoubt) {

@@ -84,7 +84,7 @@ TEST(MissionToml, SettlesWhatIsLeftOpenElsewhere) {
   Settings settings = SettingsOf(folder.Path());
   EXPECT_EQ(settings.mission, folder.Path());
   EXPECT_EQ(settings.trajectory, folder.Path() / "rover.nmea");
-  EXPECT_EQ(settings.events, "/data/clock");
+  EXPECT_EQ(settings.events, folder.Path() / "/data/clock");
   EXPECT_EQ(DateText(settings.date.value()), "2024-05-01");
   EXPECT_EQ(settings.camera1Offset.seconds, -2);
   EXPECT_TRUE(settings.camera2Offset.find);

@@ -28,11 +28,18 @@ tagKVTrajectoryObs FixAt(int second, double longitude) {
   return fix;
 }
 
+/// Builds of GDAL may lack it.
+bool HasKml() {
+  GDALAllRegister();
+  return GDALGetDriverByName("LIBKML") != nullptr;
+}
+
 /// A photo of which much is known, one of which nothing is, and a dropped exposure; a trajectory with a gap.
 Mission MissionIn(const fs::path& folder) {
   Mission mission;
   mission.settings.output = folder / "out";
-  mission.settings.outputs = {"gpkg", "geojson", "fgb", "kml", "gpx", "csv"};
+  mission.settings.outputs = {"gpkg", "geojson", "fgb", "gpx", "csv"};
+  if (HasKml()) mission.settings.outputs.push_back("kml");
   mission.events.emplace();
   Trajectory& trajectory = mission.trajectory.emplace();
   trajectory.fixes = {FixAt(0, 11), FixAt(1, 11.0001), FixAt(10, 11.0002), FixAt(11, 11.0003)};
@@ -145,6 +152,7 @@ TEST(VectorOutputs, KnowAndDoNotKnow) {
       {"mission.gpx", "track_points", 0, {{"features", "4"}}},
   };
   for (const auto& row : rows) {
+    if (!HasKml() && row.file == std::string("mission.kml")) continue;
     auto fields = FieldsOf(temp.Path() / "out" / row.file, row.layer, row.feature);
     for (const auto& [name, value] : row.fields)
       EXPECT_EQ(fields[name], value) << row.file << ' ' << row.layer << ' ' << name;
@@ -160,6 +168,7 @@ TEST(VectorOutputs, KnowAndDoNotKnow) {
   EXPECT_FALSE(geojson.contains("crs"));  // RFC 7946 has WGS 84 alone, longitude first
   EXPECT_EQ(geojson["features"][0]["geometry"],
             nlohmann::json::parse(R"({"type": "Point", "coordinates": [11.0, 48.0, 500.0]})"));
+  if (!HasKml()) return;
   const std::string kml = temp.Read("out/mission.kml");
   EXPECT_EQ(kml.find("]]>\xD0\xAF"), kml.npos);  // would end a CDATA section
   EXPECT_NE(kml.find("../cam1/%3Cb%3E%26%22%27.jpg"), kml.npos);

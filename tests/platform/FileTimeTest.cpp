@@ -72,18 +72,20 @@ TEST(FileTime, CalendarFormTruncatesToMillisecondsAndKnowsTheDayOfWeek) {
 // to UTC, the C library's arithmetic is the witness.
 TEST(LocalCalendar, UtcStandsStillWhateverTheTimeZone) {
   const SYSTEMTIME times[] = {
-      Calendar(2024, 3, 31, 2, 30),
-      Calendar(2024, 4, 31, 23, 59, 59),
-      Calendar(2023, 2, 31),
-      Calendar(2024, 2, 30, 12),
-      Calendar(2099, 11, 31, 5, 6, 7),
-      Calendar(1970, 1, 1),
-      Calendar(2016, 12, 31, 23, 59, 60),
-      Calendar(1969, 6, 15, 1, 2, 3),
-      Calendar(9999, 12, 31, 23, 59, 59),
-      Calendar(2024, 1, 1, 12, 0, 0, 999),
-      Calendar(0, 0, 0),
-      Calendar(1601, 1, 1),
+    Calendar(2024, 3, 31, 2, 30),
+    Calendar(2024, 4, 31, 23, 59, 59),
+    Calendar(2023, 2, 31),
+    Calendar(2024, 2, 30, 12),
+    Calendar(2099, 11, 31, 5, 6, 7),
+    Calendar(1970, 1, 1),
+    Calendar(2016, 12, 31, 23, 59, 60),
+    Calendar(2024, 1, 1, 12, 0, 0, 999),
+#if !defined(_WIN32)  // which knows the years 1970 to 3000 alone
+    Calendar(1969, 6, 15, 1, 2, 3),
+    Calendar(9999, 12, 31, 23, 59, 59),
+    Calendar(0, 0, 0),
+    Calendar(1601, 1, 1),
+#endif
   };
   for (const SYSTEMTIME& time : times) {
     SYSTEMTIME expected = time, actual = time;

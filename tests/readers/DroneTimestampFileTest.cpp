@@ -122,8 +122,7 @@ TEST(DroneTimestampFile, EventsWithoutPhotosStayAndAreCounted) {
   const TempFolder folder;
   const std::wstring path = folder.Write("a.MRK", kLine + kLine + "2" + kStart + kRest);
   folder.Write("photo_0002_T.JPG", "");
-  for (const char* link : {"photo_0001.JPG", "photo_0002.JPG"})
-    std::filesystem::create_symlink("none", folder.Path() / link);  // no photos
+  for (const char* link : {"photo_0001.JPG", "photo_0002.JPG"}) folder.Link("none", link);  // no photos
   for (const auto& [photos, count] : {std::pair(folder.Wide(), 2), {folder.Wide("none"), 3}, {std::wstring(), 3}}) {
     std::wstring error;
     EXPECT_EQ(KVUtilities::ScanDjiTimestampFile(path, photos, error).size(), 3u);

@@ -116,7 +116,14 @@ TEST_F(PosFile, TimesPassThroughTheLocalCalendar) {
     const char* zone;
     int hours[4];
   } const rows[] = {
-      {"UTC0", {1, 2, 2, 3}}, {"CET-1CEST,M3.5.0,M10.5.0/3", {1, 3, 3, 3}}, {"<+0530>-5:30", {1, 2, 2, 3}}};
+    {"UTC0", {1, 2, 2, 3}},
+#if defined(_WIN32)  // which takes rules of the United States for a zone in TZ
+    {"CET-1CEST", {1, 2, 2, 3}},
+#else
+    {"CET-1CEST,M3.5.0,M10.5.0/3", {1, 3, 3, 3}},
+#endif
+    {"<+0530>-5:30", {1, 2, 2, 3}}
+  };
   for (const auto& [zone, hours] : rows) {
     const TimeZone local(zone);
     Scan(lines);

@@ -1,6 +1,8 @@
 #include <KVMission.h>
 #include <gtest/gtest.h>
 
+#include "platform/FileNames.h"
+
 namespace KVMission {
 namespace {
 
@@ -23,10 +25,13 @@ Mission SmallMission() {
   mission.exposures.push_back(exposure);
   exposure.event.MasterTick = 4294967295.0, exposure.time = kTime, exposure.drop = Drop{DropCode::NoPhoto};
   mission.exposures.push_back(exposure);
-  mission.findings = {
-      {"noted", Severity::Note, {}, {}, "a note"},
-      {"warned", Severity::Warning, {"x\xFF", 3, 2, "a.jpg"}, {{"at", kTime}, {"count", std::int64_t{2}}}, "first"},
-      {"doubted", Severity::Doubt, {}, {{"share", 1.0}}, "second"}};
+  mission.findings = {{"noted", Severity::Note, {}, {}, "a note"},
+                      {"warned",
+                       Severity::Warning,
+                       {kv::PathFromText("x\xFF"), 3, 2, "a.jpg"},
+                       {{"at", kTime}, {"count", std::int64_t{2}}},
+                       "first"},
+                      {"doubted", Severity::Doubt, {}, {{"share", 1.0}}, "second"}};
   return mission;
 }
 

@@ -2,8 +2,10 @@
 
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 
 /// Sets an environment variable, or with null unsets it, during its lifetime.
 class ScopedVariable {
@@ -19,7 +21,10 @@ class ScopedVariable {
  private:
   void Set(const char* value) {
 #if defined(_WIN32)
-    _putenv_s(name_, value ? value : "");
+    const auto wide = [](std::string_view text) {
+      return std::filesystem::path(std::u8string(text.begin(), text.end()));
+    };
+    _wputenv_s(wide(name_).c_str(), wide(value ? value : "").c_str());
     _tzset();
 #else
     value ? setenv(name_, value, 1) : unsetenv(name_);

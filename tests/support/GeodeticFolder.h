@@ -18,9 +18,9 @@ class GeodeticFolder {
     namespace fs = std::filesystem;
     const fs::path bundle = GEODETIC_DATA_FOLDER;
     fs::create_directories(folder_.Path() / kProj);
-    fs::create_directory_symlink(bundle / "gdal-data", folder_.Path() / "Norvane" / "gdal-data");
+    Take(bundle / "gdal-data", folder_.Path() / "Norvane" / "gdal-data");
     for (const char* name : {"proj.db", "proj.ini", "egm96_15.gtx"}) {
-      fs::create_symlink(bundle / "share" / "proj" / name, folder_.Path() / kProj / name);
+      Take(bundle / "share" / "proj" / name, folder_.Path() / kProj / name);
     }
     Write("GeoidFilesLookupGtx.txt", lookup);
   }
@@ -42,6 +42,15 @@ class GeodeticFolder {
 
  private:
   static constexpr const char* kProj = "Norvane/share/proj";
+
+  /// Links are a privilege on Windows.
+  static void Take(const std::filesystem::path& from, const std::filesystem::path& to) {
+#if defined(_WIN32)
+    std::filesystem::copy(from, to, std::filesystem::copy_options::recursive);
+#else
+    std::filesystem::create_symlink(from, to);
+#endif
+  }
 
   template <class Bits>
   static void AppendBigEndian(Bits bits, std::string& text) {

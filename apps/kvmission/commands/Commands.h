@@ -5,8 +5,10 @@
 #include <CLI/Formatter.hpp>
 #include <charconv>
 #include <cmath>
+#include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "terminal/Messages.h"
 
@@ -44,6 +46,23 @@ inline void AddMaxMegapixelsOption(CLI::App& command, double& megapixels) {
 inline void AddVerbosity(CLI::App& command, CommonOptions& options) {
   auto* quiet = command.add_flag("-q,--quiet", options.quiet, "say nothing but errors (and JSON when asked for)");
   command.add_flag("-v,--verbose", options.verbose, "say more")->excludes(quiet);
+}
+
+/// The path in an argument: UTF-8 on Windows, the bytes as they are elsewhere.
+inline std::filesystem::path PathFrom(const std::string& argument) {
+  return std::u8string(argument.begin(), argument.end());
+}
+inline CLI::Option* AddPath(CLI::App& command, const std::string& option, std::filesystem::path& path,
+                            const std::string& help) {
+  const auto store = [&path](const std::string& argument) { path = PathFrom(argument); };
+  return command.add_option_function<std::string>(option, store, help);
+}
+inline CLI::Option* AddPaths(CLI::App& command, const std::string& option, std::vector<std::filesystem::path>& paths,
+                             const std::string& help) {
+  const auto store = [&paths](const std::vector<std::string>& arguments) {
+    for (const std::string& argument : arguments) paths.push_back(PathFrom(argument));
+  };
+  return command.add_option_function<std::vector<std::string>>(option, store, help);
 }
 
 /// A finite decimal number that is the whole text, whatever the locale.

@@ -87,7 +87,7 @@ void AddFolder(CLI::App& command, const char* option, std::filesystem::path& fol
           option,
           [option, &folder](const std::string& text) {
             if (text.empty()) throw CLI::ValidationError(option, "must not be empty");
-            folder = text;
+            folder = PathFrom(text);
           },
           help)
       ->type_name("FOLDER");

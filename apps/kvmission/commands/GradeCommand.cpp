@@ -15,7 +15,7 @@ using Paths = std::vector<std::filesystem::path>;
 using Grades = std::vector<KVMission::Grade>;
 
 struct GradeOptions {
-  std::vector<std::string> photos;
+  Paths photos;
   double maxMegapixels = KVMission::GradeOptions().maxMegapixels;
   bool json = false;
   CommonOptions common;
@@ -36,9 +36,9 @@ ExitCode NameFailures(const Paths& photos, const Grades& grades) {
 }
 
 /// A folder stands for the photos in it.
-Paths PhotosAt(const std::vector<std::string>& names) {
+Paths PhotosAt(const Paths& given) {
   Paths photos;
-  for (const std::filesystem::path path : names) {
+  for (const auto& path : given) {
     if (path.extension() == ".zip")
       throw KVMission::Failure(KVMission::Utf8(path) + ": a ZIP file; unzip it",
                                KVMission::Failure::Reason::WrongUsage);
@@ -72,7 +72,7 @@ ExitCode GradeFiles(const GradeOptions& options) {
 void AddGradeCommand(CLI::App& app, ExitCode& exitCode) {
   CLI::App& command = *app.add_subcommand("grade", "Tell how sharp photos are");
   const auto options = std::make_shared<GradeOptions>();
-  command.add_option("PHOTO", options->photos, "photos, or folders of them; a larger sharpness is sharper")
+  AddPaths(command, "PHOTO", options->photos, "photos, or folders of them; a larger sharpness is sharper")
       ->type_name("FILE|FOLDER")
       ->required();
   AddJobsOption(command, options->common, "photos graded at a time");

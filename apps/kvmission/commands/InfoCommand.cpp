@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -14,13 +15,13 @@ namespace {
 using KVMission::Failure;
 
 struct InfoOptions {
-  std::vector<std::string> files;
+  std::vector<std::filesystem::path> files;
   KVMission::Settings settings;  // of which the gap counts
   bool json = false;
 };
 
 /// Reports a file that cannot be described; the others are still described.
-std::optional<KVMission::FileDescription> Describe(const std::string& file, double maxGapSeconds) {
+std::optional<KVMission::FileDescription> Describe(const std::filesystem::path& file, double maxGapSeconds) {
   Messages messages(Verbosity::Quiet);  // findings are part of the description
   try {
     return KVMission::DescribeFile(file, maxGapSeconds, messages);
@@ -60,10 +61,9 @@ ExitCode Inform(const InfoOptions& options) {
 void AddInfoCommand(CLI::App& app, ExitCode& exitCode) {
   CLI::App& command = *app.add_subcommand("info", "Say what files are and hold");
   const auto options = std::make_shared<InfoOptions>();
-  command
-      .add_option("FILE", options->files,
-                  "logs, event and timestamp files, POS and orientation files, exports, photos, Shapefiles; none: "
-                  "the geodetic data in use")
+  AddPaths(command, "FILE", options->files,
+           "logs, event and timestamp files, POS and orientation files, exports, photos, Shapefiles; none: "
+           "the geodetic data in use")
       ->type_name("");
   const auto storeGap = [options](const std::string& text) { SetFromOption(options->settings, "max-gap", text); };
   command

@@ -36,10 +36,8 @@ void AddSettings(CLI::App& command, MissionOptions& options, std::initializer_li
 }  // namespace
 
 void AddMissionOptions(CLI::App& command, MissionOptions& options, std::initializer_list<std::string_view> without) {
-  command
-      .add_option("MISSION", options.mission,
-                  "mission folder; its files are found by content and name, or named in its mission.toml by the "
-                  "options' names")
+  AddPath(command, "MISSION", options.mission,
+          "mission folder; its files are found by content and name, or named in its mission.toml by the options' names")
       ->type_name("FOLDER");
   AddSettings(command, options, without);
 }

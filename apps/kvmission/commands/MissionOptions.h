@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -12,7 +13,7 @@ namespace kv::command {
 
 /// The options of a command that runs a mission.
 struct MissionOptions {
-  std::string mission;                                     ///< folder; empty for none
+  std::filesystem::path mission;                           ///< folder; empty for none
   std::vector<std::pair<std::string, std::string>> given;  ///< settings by key
 };
 

@@ -139,7 +139,7 @@ ExitCode RotateCamera(const RotateOptions& options) {
 void AddRotateCommand(CLI::App& app, ExitCode& exitCode) {
   CLI::App& command = *app.add_subcommand("rotate", "Rotate the photos of one camera in place");
   const auto options = std::make_shared<RotateOptions>();
-  command.add_option("MISSION", options->mission, "mission folder")->type_name("FOLDER")->required();
+  AddPath(command, "MISSION", options->mission, "mission folder")->type_name("FOLDER")->required();
   command.add_option("--camera", options->camera, "camera whose photos are rotated")
       ->check(CLI::IsMember({1, 2}))
       ->required();
@@ -153,7 +153,7 @@ void AddRotateCommand(CLI::App& app, ExitCode& exitCode) {
       ->type_name("DEGREES")
       ->required();
   const auto storeBackup = [options](const std::string& folder) {
-    options->backup = folder, options->hasBackup = true;
+    options->backup = PathFrom(folder), options->hasBackup = true;
   };
   command.add_option_function<std::string>("--backup", storeBackup, "folder that receives the photos as they were")
       ->type_name("FOLDER");

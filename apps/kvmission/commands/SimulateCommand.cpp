@@ -27,7 +27,7 @@ constexpr int kSmallestPhoto = 16, kLargestPhoto = 20'000;  // pixels
 
 /// The options as typed.
 struct Arguments {
-  std::string folder;
+  std::filesystem::path folder;
   std::string start = "2025-06-18 09:30:00";
   std::string photoSize = "320x240";
   std::string names = "stamp";
@@ -110,7 +110,7 @@ void PrintResult(const std::filesystem::path& folder, const std::vector<Exposure
 
 void Simulate(const Arguments& arguments) {
   const MissionOptions mission = ReadOptions(arguments);
-  const std::filesystem::path folder(arguments.folder);
+  const std::filesystem::path& folder = arguments.folder;
   CheckFolder(folder, arguments.overwrite);
   CatchInterrupts();
   Messages messages(arguments.quiet ? Verbosity::Quiet : Verbosity::Normal);
@@ -125,9 +125,7 @@ void Simulate(const Arguments& arguments) {
 
 void AddOptions(CLI::App& command, Arguments& arguments) {
   MissionOptions& mission = arguments.mission;
-  command.add_option("DIR", arguments.folder, "folder of the mission; made if missing")
-      ->type_name("FOLDER")
-      ->required();
+  AddPath(command, "DIR", arguments.folder, "folder of the mission; made if missing")->type_name("FOLDER")->required();
   command.add_option("--minutes", arguments.minutes, "length of the mission")->check(InRange(1.0, kLongestMinutes));
   command.add_option("--seed", arguments.seed, "missions with equal seed and options are equal")->type_name("UINT");
   command.add_option("--start", arguments.start, "UTC start, YYYY-MM-DD hh:mm:ss; date and seconds may be left out");

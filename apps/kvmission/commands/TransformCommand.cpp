@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -11,7 +12,8 @@ namespace {
 using KVMission::Failure;
 
 struct TransformOptions {
-  std::string pos, target, output;
+  std::filesystem::path pos, output;
+  std::string target;
   bool overwrite = false, json = false;
   CommonOptions common;
 };
@@ -40,13 +42,13 @@ ExitCode Transform(const TransformOptions& options) {
 void AddTransformCommand(CLI::App& app, ExitCode& exitCode) {
   CLI::App& command = *app.add_subcommand("transform", "Transform a POS file into a coordinate system");
   const auto options = std::make_shared<TransformOptions>();
-  command.add_option("POSFILE", options->pos, "GPS week, seconds, latitude, longitude, height and ten more columns")
+  AddPath(command, "POSFILE", options->pos, "GPS week, seconds, latitude, longitude, height and ten more columns")
       ->type_name("FILE")
       ->required();
   command.add_option("--target", options->target, "coordinate system: WKT, a file with it, or codes")
       ->type_name("WKT|FILE|EPSG:n[+m]")
       ->required();
-  command.add_option("-o,--output", options->output, "points.shp, .csv or .xyz (default: CSV on standard output)")
+  AddPath(command, "-o,--output", options->output, "points.shp, .csv or .xyz (default: CSV on standard output)")
       ->type_name("FILE");
   AddJobsOption(command, options->common, "threads that transform samples");
   command.add_flag("--overwrite", options->overwrite, "replace the output of an earlier run");

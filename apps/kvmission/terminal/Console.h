@@ -17,6 +17,10 @@ void SecureStandardStreams();
 /// @param count, arguments  of `main`
 std::vector<std::string> Arguments(int count, char** arguments);
 
+/// Uses the geodetic data beside the program, unless the environment names others; only on Windows, where the libraries
+/// look for them in a folder that the system's programs share.
+void FindGeodeticData();
+
 bool IsTerminal(std::FILE* stream);
 
 /// Columns of the terminal on standard error; 80 if unknown.

@@ -26,6 +26,8 @@ std::vector<std::string> Arguments(int count, char** arguments) {
   return {arguments + (count > 0 ? 1 : 0), arguments + count};
 }
 
+void FindGeodeticData() {}
+
 bool IsTerminal(std::FILE* stream) { return ::isatty(::fileno(stream)) == 1; }
 
 std::size_t TerminalWidth() {

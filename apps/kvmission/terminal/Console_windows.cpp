@@ -13,6 +13,7 @@
 #include <initializer_list>
 #include <memory>
 #include <string_view>
+#include <system_error>
 
 #include "terminal/Console.h"
 
@@ -54,6 +55,17 @@ std::vector<std::string> Arguments(int, char**) {
     for (const auto& path : Matching(wide.get()[i])) arguments.push_back(KVMission::Utf8(path));
   }
   return arguments;
+}
+
+void FindGeodeticData() {
+  constexpr const wchar_t* kVariable = L"MAPHUB_CONFIG_FILES_PATH";
+  constexpr DWORD kLongestPath = 32'768;
+  std::wstring program(kLongestPath, 0);
+  program.resize(GetModuleFileNameW(nullptr, program.data(), kLongestPath));
+  const std::filesystem::path share = std::filesystem::path(program).parent_path().parent_path() / L"share";
+  std::error_code ignored;
+  if (GetEnvironmentVariableW(kVariable, nullptr, 0) == 0 && std::filesystem::is_directory(share / L"Norvane", ignored))
+    SetEnvironmentVariableW(kVariable, share.c_str());
 }
 
 /// The C library keeps the first three numbers for the standard streams, and there is no signal for a closed pipe. What

@@ -99,7 +99,8 @@ bool Agrees(const std::string& what, const std::string& question) {
 }
 
 std::string PathForOutput(const std::filesystem::path& path) {
-  return IsTerminal(stdout) ? KVMission::Visible(KVMission::Utf8(path)) : path.string();
+  const std::u8string bytes = path.u8string();
+  return IsTerminal(stdout) ? KVMission::Visible(KVMission::Utf8(path)) : std::string(bytes.begin(), bytes.end());
 }
 
 void ShowText(const std::string& text) { std::fputs(text.c_str(), stderr); }
