@@ -28,6 +28,9 @@ cmake --preset dev
 cmake --build --preset dev --target kvmission kvmission_tests engine_tests
 tests/windows/shell-tests.sh build/windows build/dev
 
+step "files in use, full disks and Ctrl-C"
+tests/windows/trouble.py build/windows/bin/kvmission.exe
+
 step "equal results on both systems"
 tests/windows/compare.py build/dev/apps/kvmission/kvmission build/windows/bin/kvmission.exe
 

@@ -114,7 +114,7 @@ make_exif() {
 make_shapelib() {
   local source
   source=$(get_source gdal)/ogr/ogrsf_frmts/shape
-  by_compiler shp "$source/shpopen.c" "$source/dbfopen.c" "$own/shapelib-files.c" -- -I"$source"
+  by_compiler shp "$source/shpopen.c" "$source/dbfopen.c" "$own/shapelib-files.c" -- -I"$source" -D__USE_MINGW_ANSI_STDIO=1
   cp "$source/shapefil.h" "$prefix/include"
 }
 make_sqlite() {

@@ -5,9 +5,9 @@
 namespace kv {
 
 FolderLock::FolderLock(const std::filesystem::path& folder) : file_(folder / kName) {
-  // Others may read who holds the lock; the file goes with its last handle.
+  // Others may read who holds the lock.
   const HANDLE file = CreateFileW(file_.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE, FILE_SHARE_READ, nullptr,
-                                  CREATE_ALWAYS, FILE_ATTRIBUTE_HIDDEN | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+                                  CREATE_ALWAYS, FILE_ATTRIBUTE_HIDDEN, nullptr);
   if (file != INVALID_HANDLE_VALUE) {
     handle_ = reinterpret_cast<std::intptr_t>(file);
     const std::string number = std::to_string(GetCurrentProcessId());
@@ -25,10 +25,18 @@ FolderLock::FolderLock(const std::filesystem::path& folder) : file_(folder / kNa
   CloseHandle(other);
 }
 
-bool FolderLock::MayBeOf(const std::filesystem::path&) { return true; }  // the file goes with its process
+bool FolderLock::MayBeOf(const std::filesystem::path& folder) {
+  const DWORD attributes = GetFileAttributesW((folder / kName).c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES &&
+         (attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)) == 0;
+}
 
 FolderLock::~FolderLock() {
-  if (handle_ != -1) CloseHandle(reinterpret_cast<HANDLE>(handle_));
+  if (handle_ == -1) return;
+  const HANDLE file = reinterpret_cast<HANDLE>(handle_);
+  FILE_DISPOSITION_INFO goes{.DeleteFile = TRUE};  // with this handle, so that nobody gets it in between
+  if (!isLeft_) SetFileInformationByHandle(file, FileDispositionInfo, &goes, sizeof goes);
+  CloseHandle(file);
 }
 
 }  // namespace kv

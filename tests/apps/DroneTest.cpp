@@ -26,7 +26,7 @@ const char* const kExport =
 /// nowhere, of 4 one whose name the library does not look for.
 class DroneTest : public CommandTest {
  protected:
-  void SetUp() override {
+  void Prepare() override {
     fs::create_directory(temp_.Path() / "m");
     std::string flight = Exposure(1, "273851.0", "37.80001") + Exposure(2, "273855.0", "37.80005") + "3\t273856\r\n" +
                          Exposure(6, "1e9", "37.8") + Exposure(7, "273856.0", "97.8") +

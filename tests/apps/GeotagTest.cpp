@@ -17,7 +17,7 @@ struct Truth {
 /// A small simulated mission, whose photos have EXIF data. Two exposures have no place, so that it is not complete.
 class GeotagTest : public CommandTest {
  protected:
-  void SetUp() override { ASSERT_EQ(Shell("$K simulate m -q --minutes 1.2 --photo-size 48x32 --names exif"), 0); }
+  void Prepare() override { ASSERT_EQ(Shell("$K simulate m -q --minutes 1.2 --photo-size 48x32 --names exif"), 0); }
 
   /// Of each photo, by "cam1/NAME", that has an exposure without a fault.
   std::map<std::string, Truth> Truths() {

@@ -32,7 +32,7 @@ KVMission::Settings Simulated(const fs::path& folder, bool drone, std::uint64_t 
 Files Content(const TempFolder& temp, const fs::path& folder) {
   Files files;
   for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-    const std::string name = fs::relative(entry.path(), temp.Path()).string();
+    const std::string name = fs::relative(entry.path(), temp.Path()).generic_string();
     files[name] = entry.is_regular_file() ? temp.Read(name) : "";
   }
   return files;

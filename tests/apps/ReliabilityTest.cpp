@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 
 class ReliabilityTest : public CommandTest {
  protected:
-  void SetUp() override { ASSERT_EQ(Shell("$K simulate m -q --minutes 1.2 --photo-size 48x32 --no-faults"), 0); }
+  void Prepare() override { ASSERT_EQ(Shell("$K simulate m -q --minutes 1.2 --photo-size 48x32 --no-faults"), 0); }
   /// The cameras of so short a mission may be ambiguous.
   static std::string Run(const std::string& options) { return "$K run m -o o " + options + " || [ $? = 3 ]"; }
   void ExpectError(const std::string& part) {

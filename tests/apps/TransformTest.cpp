@@ -14,7 +14,7 @@ const std::string kRest = " 1 10 0.1 0.1 0.1 0 0 0 0.5 99.9\n";
 /// A folder in which the command runs.
 class TransformTest : public CommandTest {
  protected:
-  void SetUp() override {
+  void Prepare() override {
     temp_.Write("a.pos", "\xEF\xBB\xBF% header\n2200 345600.000 48.25 15.5 300.0" + kRest +
                              "2200 345600.200 48.25 15.6 300.0 \"q,\xE9 10 0.1 0.1 0.1 0 0 0 0.5 99.9\r\n");
   }

@@ -105,7 +105,7 @@ class Stopper : public KVMission::Observer {
 /// A folder with a small simulated mission, in which the command runs.
 class PictureTest : public CommandTest {
  protected:
-  void SetUp() override { ASSERT_EQ(Shell("$K simulate m -q --minutes 1.2 --photo-size 48x32 --names exif"), 0); }
+  void Prepare() override { ASSERT_EQ(Shell("$K simulate m -q --minutes 1.2 --photo-size 48x32 --names exif"), 0); }
 
   std::vector<fs::path> Photos(int camera) {
     std::vector<fs::path> photos;

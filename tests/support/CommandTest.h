@@ -39,9 +39,15 @@ inline int RunIn(const TempFolder& folder, const std::string& arguments) {
 /// words of the shell, such as one of a build for Windows and what runs it.
 class CommandTest : public testing::Test {
  protected:
+  void SetUp() final {
 #if defined(_WIN32)
-  static void SetUpTestSuite() { GTEST_SKIP() << "needs a POSIX shell"; }
+    GTEST_SKIP() << "needs a POSIX shell";
+#else
+    Prepare();
 #endif
+  }
+  virtual void Prepare() {}
+
   using Json = nlohmann::json;
 
   struct Row {

@@ -19,7 +19,7 @@ for source in "$here"/../consumer/main.cpp "$here"/../../examples/run_mission.cp
 done
 MAPHUB_CONFIG_FILES_PATH=$folder/share wine "$folder/bin/main.exe"
 wine "$folder/bin/kvmission.exe" --version
-wine "$folder/bin/kvmission.exe" simulate mission --minutes 1 --quiet
+wine "$folder/bin/kvmission.exe" simulate mission --minutes 1 --pos llh --quiet
 status=0
 MAPHUB_CONFIG_FILES_PATH=$folder/share wine "$folder/bin/run_mission.exe" mission layers > out || status=$?
 photos=$(sed -n '/"name": "photos"/,/records/s/.*"records": //p' layers/summary.json)
@@ -28,4 +28,5 @@ if [ "$status" != 3 ] || ! grep -q "^$photos of [0-9]* exposures are in the phot
   exit 1
 fi
 # The command needs no variable.
-wine "$folder/bin/kvmission.exe" transform --target EPSG:32633 --help > /dev/null
+wine "$folder/bin/kvmission.exe" transform mission/rover.pos --target EPSG:32633+5773 -o moved.csv --quiet
+[ -s moved.csv ]
