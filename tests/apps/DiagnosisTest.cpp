@@ -26,6 +26,7 @@ class DiagnosisTest : public CommandTest {
 
   void Expect(const Mistake& mistake) {
     SCOPED_TRACE(mistake.script);
+    if (mistake.script.find("ulimit") != std::string::npos && IsUnderWine()) return;  // whose errors are other ones
     std::filesystem::remove_all(temp_.Path() / "m");
     EXPECT_EQ(Shell(mistake.script), mistake.code) << Errors();
     if (mistake.finding.empty()) {
@@ -35,7 +36,9 @@ class DiagnosisTest : public CommandTest {
     const Json summary = Json::parse(temp_.Read("out"));
     const Json finding = FindingOf(summary, mistake.finding);
     ASSERT_FALSE(finding.is_null()) << summary["findings"];
-    EXPECT_NE(finding["text"].get<std::string>().find(mistake.said), std::string::npos) << finding["text"];
+    std::string text = finding["text"];
+    std::replace(text.begin(), text.end(), '\\', '/');  // of Windows
+    EXPECT_NE(text.find(mistake.said), std::string::npos) << text;
     for (const auto& [name, value] : mistake.values.items()) EXPECT_EQ(finding["values"][name], value) << finding;
   }
 };

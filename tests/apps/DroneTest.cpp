@@ -59,7 +59,7 @@ TEST_F(DroneTest, PhotosFindTheirExposuresByNumber) {
                                                  "code": "no-photo", "reason": "no photo"}])"));
   ASSERT_EQ(summary["layers"].size(), 1u);
   EXPECT_EQ(LayerOf(summary, "photos")["records"], 3);
-  EXPECT_NE(temp_.Read("o/photos.dbf").find((temp_.Path() / "m/DJI_0005_V.JPG").string()), std::string::npos);
+  EXPECT_NE(temp_.Read("o/photos.dbf").find(Written("m/DJI_0005_V.JPG")), std::string::npos);
   EXPECT_NE(temp_.Read("out").find("number 4"), std::string::npos);
 }
 

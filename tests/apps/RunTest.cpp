@@ -76,7 +76,7 @@ TEST_F(RunTest, TurnsAMissionIntoLayersAndSaysWhatItDropped) {
   EXPECT_EQ(summary["stations"]["paired"], 1);
   EXPECT_EQ(camera["sharpness"]["graded"], 0);  // none of the photos is a picture
   EXPECT_EQ(camera["sharpness"]["ungraded"][2]["photo"], "240501_120004.jpg");
-  EXPECT_NE(temp_.Read("o/photos.dbf").find((temp_.Path() / "m/cam1/240501_120000.jpg").string()), std::string::npos);
+  EXPECT_NE(temp_.Read("o/photos.dbf").find(Written("m/cam1/240501_120000.jpg")), std::string::npos);
   EXPECT_NE(temp_.Read("out").find("tick 31000000"), std::string::npos);
 }
 
@@ -190,8 +190,7 @@ TEST_F(RunTest, BringsTheLogOntoTheMap) {
       "lowest": {"value": 29.25, "time": "2024-05-01T12:00:08.000Z"},
       "highest": {"value": 31.5, "time": "2024-05-01T11:59:00.000Z"}}})"));
   EXPECT_EQ(LayerOf(Summary(), "log_points"),
-            Json::parse("{\"name\": \"log_points\", \"file\": \"" + (temp_.Path() / "o/log_points.shp").string() +
-                        "\", \"records\": 3}"));
+            (Json{{"name", "log_points"}, {"file", Written("o/log_points.shp")}, {"records", 3}}));
   // Nothing of a log of another day is on the trajectory.
   EXPECT_EQ(Shell("sed -i s/05-01/05-02/ m/box.log; $K run m -o o --no-sharpness --overwrite"), 3);
   EXPECT_EQ(Summary()["housekeeping"]["entries"]["dropped"], 3);

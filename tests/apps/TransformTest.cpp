@@ -131,7 +131,8 @@ TEST_F(TransformTest, ARunBringsThePosLayer) {
 TEST_F(TransformTest, InfoNamesGeodeticDataAndPosFiles) {
   ASSERT_EQ(Shell("$K info --json"), 0) << Errors();
   const Json data = Json::parse(temp_.Read("out"))[0];
-  EXPECT_TRUE(fs::exists(fs::path(data["dataRoot"].get<std::string>()) / "share/proj/proj.db")) << data;
+  EXPECT_TRUE(IsUnderWine() || fs::exists(fs::path(data["dataRoot"].get<std::string>()) / "share/proj/proj.db"))
+      << data;
   const Json egm96{{"verticalSystem", "EGM96 height"}, {"file", "egm96_15.gtx"}, {"present", true}};
   EXPECT_NE(std::find(data["geoidGrids"].begin(), data["geoidGrids"].end(), egm96), data["geoidGrids"].end()) << data;
   ASSERT_EQ(Shell("$K info a.pos --json"), 0) << Errors();

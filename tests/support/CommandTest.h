@@ -60,11 +60,22 @@ class CommandTest : public testing::Test {
   /// @return        exit code of the last one
   int Shell(const std::string& script) { return ShellIn(temp_, script); }
   std::string Errors() { return temp_.Read("err"); }
+  /// Whether the command is one of Windows.
+  static bool IsUnderWine() { return std::getenv("KVMISSION_PROGRAM") != nullptr; }
+  /// A path in the folder as the command writes it.
+  std::string Written(const std::string& name) const {
+    std::string path = (temp_.Path() / name).string();
+    if (!IsUnderWine()) return path;
+    std::replace(path.begin(), path.end(), '/', '\\');
+    return "Z:" + path;
+  }
 
   /// Runs each row in its own copy of the folder as it now stands. None may make a folder "u".
   void ExpectEach(const std::vector<Row>& rows) {
     namespace fs = std::filesystem;
     for (const auto& [script, code, said] : rows) {
+      const bool takesPipe = script.find("mkfifo") != script.npos || script.find("/dev/") != script.npos;
+      if (takesPipe && IsUnderWine()) continue;  // which does not lead Windows programs to them
       const TempFolder copy;
       fs::copy(temp_.Path(), copy.Path(), fs::copy_options::recursive | fs::copy_options::copy_symlinks);
       EXPECT_EQ(ShellIn(copy, script), code) << script << '\n' << copy.Read("err");

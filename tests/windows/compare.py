@@ -17,7 +17,7 @@ STEPS = [  # arguments, exit code
     ("transform mission/rover.pos --target EPSG:32633+5773 -o moved.csv --quiet", 0),
     ("geotag mission -o tagged --quiet", 3),
     ("simulate drone --drone --minutes 2 --seed 7 --quiet", 0),
-    ("run drone -o drone-layers --quiet", 3),
+    ("run drone -o Ergebnis-αβ中 --quiet", 3),
 ]
 
 
