@@ -1,5 +1,7 @@
 #include "crs/CoordinateSystemTransformer.h"
 
+#include <cpl_conv.h>
+
 #include <algorithm>
 #include <cmath>
 #include <string_view>
@@ -50,6 +52,12 @@ void PutLongitudesFirst(OGRSpatialReference& system) {
     if (system.IsGeographic()) system.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
     order = system.GetDataAxisToSRSAxisMapping();
   } while (order != before);
+}
+
+/// GDAL leaves the choice of the operation to PROJ, which makes it for each point, unless these settings say otherwise.
+bool LeavesChoiceToProj() {
+  const char* const selection = CPLGetConfigOption("OGR_CT_OP_SELECTION", "PROJ");
+  return EQUAL(selection, "PROJ") && !CPLGetConfigOption("OSR_USE_APPROX_TMERC", nullptr);
 }
 
 }  // namespace
@@ -115,6 +123,7 @@ int CoordinateSystemTransformer::CreateTransformer() {
   if (!source_) return Fail(kNoTarget, kTargetIsNotSet);
   if (!target_) return Fail(kNoSource, kSourceIsNotSet);
   if (const int result = CheckHeights(); result != kOk) return result;
+  takesEachPointByItself_ = LeavesChoiceToProj();
   transformation_.reset(OGRCreateCoordinateTransformation(source_.get(), target_.get()));
   return transformation_ ? Done() : Fail(kNoTransformation, kCreationFailed);
 }

@@ -50,6 +50,10 @@ class CoordinateSystemTransformer {
   /// Transforms points in place. When one fails, the content of the arrays is undefined.
   int Transform(double* x, double* y, double* z, int count);
 
+  /// Whether points get the same results together as one by one. If not, GDAL chooses the operation that suits the middle of
+  /// the points it is given, which need not suit each of them.
+  bool TakesEachPointByItself() const { return takesEachPointByItself_; }
+
   void GetLastMessage(std::wstring& message) const { message = lastMessage_; }
 
   /// @param wkt  receives WKT1 if that can express the system, else WKT2
@@ -78,6 +82,7 @@ class CoordinateSystemTransformer {
   std::unique_ptr<OGRSpatialReference> source_;
   std::unique_ptr<OGRSpatialReference> target_;
   std::unique_ptr<OGRCoordinateTransformation, DestroyTransformation> transformation_;
+  bool takesEachPointByItself_ = false;
   std::string projSearchPath_;
   std::wstring lastMessage_;
   std::vector<int> errorCodes_;  // of the points transformed last

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <span>
@@ -32,8 +33,7 @@ constexpr const wchar_t* kWgs84Wkt =
     LR"wkt(VERT_CS["Ellipsoid(Meters)",VERT_DATUM["Ellipsoid",2002],UNIT["metre",1,AUTHORITY["EPSG","9001"]],)wkt"
     LR"wkt(AXIS["Up",UP]]])wkt";
 
-// Transforms positions from WGS 84 to the target one point at a time. For several points GDAL would choose the
-// operation that suits their middle, which need not suit each of them.
+// Transforms positions from WGS 84 to the target.
 class Transformation {
  public:
   // @return false when the target cannot be used; `error` says why
@@ -48,20 +48,46 @@ class Transformation {
 
   // @return false when the position cannot be transformed; the sample is then untouched, and `error` says why
   bool Apply(Event& sample, std::wstring& error) {
-    double x = sample.Longitude, y = sample.Latitude, z = sample.Height;
-    if (transformer_.Transform(&x, &y, &z, 1) != CoordinateSystemTransformer::kOk) {
-      std::wstring message;
-      transformer_.GetLastMessage(message);
-      error = kTransformFailed + message;
-      return false;
+    if (ApplyToBlock({&sample, 1})) return true;
+    std::wstring message;
+    transformer_.GetLastMessage(message);
+    error = kTransformFailed + message;
+    return false;
+  }
+
+  // @return how many samples from the first on were transformed; `error` says why the next one was not
+  std::size_t Apply(std::span<Event> samples, std::wstring& error) {
+    std::size_t done = 0;
+    const auto block = [&] { return samples.subspan(done, std::min(samples.size() - done, kBlock)); };
+    if (transformer_.TakesEachPointByItself()) {
+      while (done < samples.size() && ApplyToBlock(block())) done += block().size();
     }
-    sample.X = x;
-    sample.Y = y;
-    sample.Z = z;
-    return true;
+    while (done < samples.size() && Apply(samples[done], error)) ++done;
+    return done;
   }
 
  private:
+  static constexpr std::size_t kBlock = 256;  // GDAL's work for a call then hardly counts
+
+  // @param samples  at most `kBlock`
+  // @return         false when one of them cannot be transformed; all are then untouched
+  bool ApplyToBlock(std::span<Event> samples) {
+    std::array<double, kBlock> x, y, z;
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+      x[i] = samples[i].Longitude;
+      y[i] = samples[i].Latitude;
+      z[i] = samples[i].Height;
+    }
+    const int count = static_cast<int>(samples.size());
+    if (transformer_.Transform(x.data(), y.data(), z.data(), count) != CoordinateSystemTransformer::kOk) return false;
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+      samples[i].X = x[i];
+      samples[i].Y = y[i];
+      samples[i].Z = z[i];
+    }
+    return true;
+  }
+
   CoordinateSystemTransformer transformer_;
 };
 
@@ -101,7 +127,7 @@ bool KVUtilities::TransformPosEvents(std::vector<tagKVPosEvent>& samples, std::w
   Transformation transformation;
   if (!transformation.SetUp(targetWkt, error)) return false;
   const kv::QuietErrors quiet;  // once for all points
-  while (transformed < samples.size() && transformation.Apply(samples[transformed], error)) ++transformed;
+  transformed = transformation.Apply(std::span(samples), error);
   return transformed == samples.size();
 } catch (...) {
   kv::Report(error, kUnexpectedTransformError);

@@ -186,6 +186,21 @@ TEST_F(PosFile, SamplesInMemoryAreTransformedAsByTheScan) {
   }
 }
 
+// GDAL, when told to choose the operation itself, would choose one for both points together.
+TEST_F(PosFile, PointsFarApartHaveTheirOwnOperations) {
+  for (const char* selection : {"PROJ", "BEST_ACCURACY"}) {
+    const ScopedVariable option("OGR_CT_OP_SELECTION", selection);
+    const std::string nad27 = std::string("GEOGCS[\"") + selection +  // a name of its own: GDAL keeps transformations
+                              R"(",DATUM["North_American_Datum_1927",SPHEROID["Clarke 1866",6378206.4,294.9786982]],)"
+                              R"(PRIMEM["Greenwich",0],UNIT["degree",0.0174532925199433]])";
+    std::vector<tagKVPosEvent> samples = Scan("2200 1 65 -150 0" + kRest + "2200 2 40 -83 0" + kRest, nad27);
+    ASSERT_EQ(samples.size(), 2u);
+    std::size_t transformed = 0;
+    EXPECT_TRUE(KVUtilities::TransformPosEvents(samples, kv::WideFromUtf8(nad27), transformed, error));
+    for (std::size_t i = 0; i < 2; ++i) EXPECT_EQ(samples[i].X, events[i].X) << selection << i;
+  }
+}
+
 // Public samples, where they are at hand: what is accepted was counted by hand.
 TEST_F(PosFile, SamplesAreReadWhole) {
   struct {
