@@ -11,10 +11,11 @@ namespace kv {
 void PreferLargePages(void* memory, std::size_t bytes);
 
 /// Reserves room for records that are expected.
+/// @param spare  more than expected: takes no memory until it is used
 template <class Record>
-void ReserveInLargePages(std::vector<Record>& records, std::size_t count) {
-  records.reserve(count);
-  PreferLargePages(records.data(), count * sizeof(Record));
+void ReserveInLargePages(std::vector<Record>& records, std::size_t expected, std::size_t spare = 0) {
+  records.reserve(expected + spare);
+  PreferLargePages(records.data(), expected * sizeof(Record));
 }
 
 }  // namespace kv

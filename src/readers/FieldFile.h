@@ -16,18 +16,19 @@
 namespace kv {
 
 /// Ensures room for one more record. When the vector is full, reserves once for the lines the rest of the file would
-/// hold at this line's length, plus an eighth. Memory that turns out not to be needed is never touched. Above 256 MiB
-/// at most sixteen times the records so far are expected.
+/// hold at this line's length, plus an eighth, which takes no memory until it is used. Above 256 MiB at most sixteen times
+/// the records so far are expected.
 /// @param source  of the lines: a `TextStream`, or another with `BytesLeft`
 template <class Record, class Source>
 void MakeRoom(std::vector<Record>& records, std::string_view line, const Source& source) {
   constexpr std::size_t kAtOnce = 256 * 1024 * 1024 / sizeof(Record);
+  constexpr std::size_t kLineEnd = 2;  // CR LF; if it is LF alone, the eighth makes up for it
   const std::size_t count = records.size();
   if (count < records.capacity()) return;
-  const double linesLeft = static_cast<double>(source.BytesLeft()) / static_cast<double>(line.size() + 1);
+  const double linesLeft = static_cast<double>(source.BytesLeft()) / static_cast<double>(line.size() + kLineEnd);
   const std::size_t most = std::max(16 * count, kAtOnce);
   const std::size_t expected = count + 1 + static_cast<std::size_t>(std::min(linesLeft, static_cast<double>(most)));
-  ReserveInLargePages(records, std::max(expected + expected / 8, count + count / 2));
+  ReserveInLargePages(records, expected, std::max(expected / 8, count / 2));
 }
 
 /// A record's text. Where fields repeat from line to line, pass the previous record's text: equal texts share a buffer.
