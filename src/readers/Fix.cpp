@@ -35,12 +35,12 @@ DayClock::DayClock(FILETIME within) : date_(SystemTimeOrZero(within)) {
 }
 
 void SetPlace(std::span<const std::string_view> tokens, ColumnText& units, tagKVTrajectoryObs& fix) {
+  fix.AltUnit = units.Of(tokens[10]);  // first: counting the unit's owners waits for all earlier stores
   fix.Latitude = DegreesFromNmea(tokens[2], tokens[3].front());
   fix.Longitude = DegreesFromNmea(tokens[4], tokens[5].front());
   const double heightAboveGeoid = LeadingDouble(tokens[9]);
   fix.GeoidOffst = LeadingDouble(tokens[11]);
   fix.Altitude = heightAboveGeoid + fix.GeoidOffst;
-  fix.AltUnit = units.Of(tokens[10]);
 }
 
 }  // namespace kv
