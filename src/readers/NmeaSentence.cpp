@@ -54,23 +54,23 @@ std::size_t SplitFields(std::string_view piece, Sentence& sentence) {
   std::size_t end = piece.npos;
   const char* begin = piece.data() + 1;
   auto field = sentence.fields.begin();
+  const auto add = [&](const char* fieldEnd) {
+    if (field != sentence.fields.end()) *field++ = {begin, fieldEnd};
+    begin = fieldEnd + 1;
+  };
   for (std::size_t at = 0; at < piece.size(); at += kBytesAtOnce) {
-    const char* const bytes = piece.data() + at;
-    auto [commas, stars, dollars] = BytesEqual(std::array{',', '*', '$'}, piece, at);
-    if ((at == 0 ? dollars & ~std::uint64_t{1} : dollars) != 0) return piece.npos;
-    if (end != piece.npos) continue;
-    if (stars != 0) {
-      end = at + static_cast<unsigned>(std::countr_zero(stars));
-      commas &= (stars & (0 - stars)) - 1;  // those before the first star
-    }
-    for (; commas != 0 && field != sentence.fields.end(); commas &= commas - 1) {
-      const char* const comma = bytes + std::countr_zero(commas);
-      *field++ = {begin, comma};
-      begin = comma + 1;
+    std::uint64_t marks = BytesBetween('$', ',', piece, at);  // "*" is one of them; the others are rare
+    if (at == 0) marks &= ~std::uint64_t{1};
+    for (; marks != 0; marks &= marks - 1) {
+      const char* const mark = piece.data() + at + std::countr_zero(marks);
+      if (*mark == '$') return piece.npos;
+      if (end != piece.npos) continue;
+      if (*mark == ',') add(mark);
+      if (*mark == '*') end = static_cast<std::size_t>(mark - piece.data());
     }
   }
   end = std::min(end, piece.size());
-  if (field != sentence.fields.end()) *field++ = {begin, piece.data() + end};
+  add(piece.data() + end);
   std::fill(field, sentence.fields.end(), std::string_view());
   return end;
 }

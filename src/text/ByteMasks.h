@@ -1,7 +1,6 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -13,7 +12,7 @@
 #include <emmintrin.h>
 #endif
 
-/// Searches for a character in up to 64 bytes of a text at once.
+/// Searches for characters in up to 64 bytes of a text at once.
 namespace kv {
 
 inline constexpr std::size_t kBytesAtOnce = 64;
@@ -27,11 +26,25 @@ inline std::uint64_t EqualInSixteenPortably(char character, const char* bytes) {
   return equal(LoadBytes(bytes)) | equal(LoadBytes(bytes + 8)) << 8;
 }
 
+/// Which of sixteen bytes are one of a row of characters.
+inline std::uint64_t BetweenInSixteenPortably(char first, char last, const char* bytes) {
+  std::uint64_t found = 0;
+  for (int i = 0; i < 16; ++i) found |= std::uint64_t{first <= bytes[i] && bytes[i] <= last} << i;
+  return found;
+}
+
 #if defined(__SSE2__) || defined(_M_X64)
 
 inline std::uint64_t EqualInSixteen(char character, const char* bytes) {
   const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
   return static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(text, _mm_set1_epi8(character))));
+}
+
+inline std::uint64_t BetweenInSixteen(char first, char last, const char* bytes) {
+  const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
+  const __m128i isOutside = _mm_or_si128(_mm_cmplt_epi8(text, _mm_set1_epi8(first)),  //
+                                         _mm_cmpgt_epi8(text, _mm_set1_epi8(last)));
+  return static_cast<std::uint32_t>(_mm_movemask_epi8(isOutside)) ^ 0xFFFF;
 }
 
 #else
@@ -40,37 +53,40 @@ inline std::uint64_t EqualInSixteen(char character, const char* bytes) {
   return EqualInSixteenPortably(character, bytes);
 }
 
+inline std::uint64_t BetweenInSixteen(char first, char last, const char* bytes) {
+  return BetweenInSixteenPortably(first, last, bytes);
+}
+
 #endif
 
-/// Which of the 64 bytes of a text from `begin` on equal each of some characters: a bit for each, the first byte lowest.
-/// @param characters  not NUL
-template <std::size_t kCount>
-std::array<std::uint64_t, kCount> BytesEqual(const std::array<char, kCount>& characters, std::string_view text,
-                                             std::size_t begin) {
+/// Which of the 64 bytes of a text from `begin` on are wanted: a bit for each, the first byte lowest.
+/// @param inSixteen  tells it of sixteen bytes; NUL is not wanted
+template <class InSixteen>
+std::uint64_t BytesWanted(InSixteen inSixteen, std::string_view text, std::size_t begin) {
   constexpr std::size_t kSixteen = 16;
   const char* const bytes = text.data() + begin;
   const std::size_t count = std::min(text.size() - begin, kBytesAtOnce);
-  std::array<std::uint64_t, kCount> found{};
-  const auto add = [&](const char* sixteen, auto place) {
-    for (std::size_t i = 0; i < kCount; ++i) found[i] |= place(EqualInSixteen(characters[i], sixteen));
-  };
+  std::uint64_t found = 0;
   std::size_t at = 0;
-  for (; at + kSixteen <= count; at += kSixteen) add(bytes + at, [at](std::uint64_t bits) { return bits << at; });
+  for (; at + kSixteen <= count; at += kSixteen) found |= inSixteen(bytes + at) << at;
   if (at == count) return found;
   if (text.size() >= kSixteen) {  // the last sixteen of the text; nothing beyond its end may be read
-    add(bytes + count - kSixteen, [count](std::uint64_t bits) {
-      return count >= kSixteen ? bits << (count - kSixteen) : bits >> (kSixteen - count);
-    });
-    return found;
+    const std::uint64_t last = inSixteen(bytes + count - kSixteen);
+    return found | (count >= kSixteen ? last << (count - kSixteen) : last >> (kSixteen - count));
   }
   char padded[kSixteen] = {};
   std::memcpy(padded, bytes, count);
-  add(padded, [](std::uint64_t bits) { return bits; });
-  return found;
+  return inSixteen(padded);
 }
 
+/// @param character  not NUL
 inline std::uint64_t BytesEqual(char character, std::string_view text, std::size_t begin) {
-  return BytesEqual(std::array{character}, text, begin)[0];
+  return BytesWanted([=](const char* sixteen) { return EqualInSixteen(character, sixteen); }, text, begin);
+}
+
+/// @param first,last  of a row of ASCII characters without NUL
+inline std::uint64_t BytesBetween(char first, char last, std::string_view text, std::size_t begin) {
+  return BytesWanted([=](const char* sixteen) { return BetweenInSixteen(first, last, sixteen); }, text, begin);
 }
 
 }  // namespace kv
