@@ -95,6 +95,7 @@ void TakeAttitudes(const Trajectory& trajectory, Mission& mission, Job& job) {
 
 /// Moves exposures from the trajectory to their cameras; one whose attitude is not known loses its place.
 void ApplyLeverArms(Mission& mission, Job& job) {
+  if (mission.settings.camera1LeverArm == LeverArm() && mission.settings.camera2LeverArm == LeverArm()) return;
   std::array<std::size_t, 2> lacking{};
   for (Exposure& exposure : mission.exposures) {
     tagKVSystemEvent& event = exposure.event;
@@ -130,6 +131,7 @@ void CheckLeverArms(const Mission& mission) {
 
 void DelayExposures(const Settings& settings, SystemEvents& events) {
   constexpr double kTicksPerMillisecond = 1e4;
+  if (settings.camera1DelayMilliseconds == 0 && settings.camera2DelayMilliseconds == 0) return;
   for (auto& event : events) {
     if (event.Type != kCameraEvent || !HasTime(event)) continue;
     const double delay = CameraOf(event) == 1 ? settings.camera1DelayMilliseconds : settings.camera2DelayMilliseconds;

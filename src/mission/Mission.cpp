@@ -67,8 +67,8 @@ void TakeExposures(SystemEvents& events, const PhotosOfEvents& photos, const Tra
                    Job& job) {
   mission.exposures = ExposuresOf(events, photos, mission, trajectory);
   PlaceCameras(trajectory, mission, job);
-  for (Camera& camera : mission.cameras) {
-    for (const Exposure& exposure : mission.exposures) {
+  for (const Exposure& exposure : mission.exposures) {
+    for (Camera& camera : mission.cameras) {
       if (CameraOf(exposure.event) != camera.number) continue;
       camera.placed += IsPlaced(exposure.event);
       camera.dropped += exposure.drop.has_value();

@@ -38,15 +38,26 @@ void Tell(const FindingKind& kind, const Camera& camera, Job& job, Values values
   job.Add(kind, std::move(values), {.file = camera.folder->path, .camera = camera.number});
 }
 
-CameraPairing Begin(int number, const Settings& settings, const SystemEvents& events, Job& job) {
+/// The camera events, in one pass.
+struct CameraEvents {
+  explicit CameraEvents(const SystemEvents& events) {
+    for (std::size_t i = 0; i < events.size(); ++i) {
+      if (events[i].Type != kCameraEvent) continue;
+      (CameraOf(events[i]) == 1 ? of1 : of2).push_back(i);
+      if (HasTime(events[i])) span.Add(FromFileTime(events[i].TimeUTC));
+    }
+  }
+
+  std::vector<std::size_t> of1, of2;  // indexes
+  TimeSpan span;
+};
+
+CameraPairing Begin(int number, const Settings& settings, std::vector<std::size_t> events, Job& job) {
   CameraPairing pairing;
   Camera& camera = pairing.camera;
   camera.number = number;
-  for (std::size_t i = 0; i < events.size(); ++i) {
-    if (events[i].Type != kCameraEvent || CameraOf(events[i]) != number) continue;
-    pairing.events.push_back(i);
-  }
-  camera.read = pairing.events.size();
+  camera.read = events.size();
+  pairing.events = std::move(events);
   const auto& folder = number == 1 ? settings.camera1 : settings.camera2;
   if (folder.empty()) return pairing;
   pairing.photos.resize(camera.read);
@@ -162,24 +173,16 @@ void Pair(CameraPairing& pairing, const ClockJudge& judge, bool acceptDoubt, Sys
   TellOfPairs(pairing, job);
 }
 
-/// The whole second before the first event.
-Instant FirstSecondOf(const SystemEvents& events) {
-  TimeSpan span;
-  for (const auto& event : events) {
-    if (event.Type == kCameraEvent && HasTime(event)) span.Add(FromFileTime(event.TimeUTC));
-  }
-  return std::chrono::floor<std::chrono::seconds>(span.first.value_or(Instant()));
-}
-
 }  // namespace
 
 std::vector<Camera> PairCameras(const Settings& settings, SystemEvents& events, PhotosOfEvents& photos, Job& job) {
+  CameraEvents found(events);
+  const Instant origin = std::chrono::floor<std::chrono::seconds>(found.span.first.value_or(Instant()));
   std::vector<CameraPairing> pairings;
   for (const int number : {1, 2}) {
-    CameraPairing pairing = Begin(number, settings, events, job);
+    CameraPairing pairing = Begin(number, settings, std::move(number == 1 ? found.of1 : found.of2), job);
     if (pairing.camera.read > 0 || pairing.camera.folder) pairings.push_back(std::move(pairing));
   }
-  const Instant origin = FirstSecondOf(events);
   std::vector<ClockJudge> judges;
   for (CameraPairing& pairing : pairings) {
     if (pairing.camera.folder) pairing.times = TimesOf(pairing.events, events, *pairing.camera.folder, origin);

@@ -220,10 +220,16 @@ std::vector<Exposure> ExposuresOf(SystemEvents& events, const PhotosOfEvents& ph
       std::find_if(events.begin(), events.end(), [](auto& event) { return event.Type == kHeartbeat; });
   const double firstTick = heartbeat == events.end() ? 0 : heartbeat->MasterTick;
   const bool hasWraps = mission.events && mission.events->wraps > 0;
+  const auto count = static_cast<std::size_t>(std::count_if(events.begin(), events.end(), IsCameraEvent));
   std::vector<Exposure> exposures;
-  ReserveInLargePages(exposures, static_cast<std::size_t>(std::count_if(events.begin(), events.end(), IsCameraEvent)));
+  SystemEvents others;
+  ReserveInLargePages(exposures, count);
+  ReserveInLargePages(others, events.size() - count);
   for (std::size_t i = 0; i < events.size(); ++i) {
-    if (events[i].Type != kCameraEvent) continue;
+    if (!IsCameraEvent(events[i])) {
+      others.push_back(std::move(events[i]));
+      continue;
+    }
     const auto drop = DropOf(events[i], mission, firstTick, places);
     Exposure& exposure = exposures.emplace_back(Exposure{.event = std::move(events[i])});
     exposure.drop = drop;
@@ -232,8 +238,7 @@ std::vector<Exposure> ExposuresOf(SystemEvents& events, const PhotosOfEvents& ph
     if (HasTime(exposure.event)) exposure.time = FromFileTime(exposure.event.TimeUTC);
     if (hasWraps) exposure.event.MasterTick = std::fmod(exposure.event.MasterTick, kTickRange);
   }
-  std::erase_if(events, IsCameraEvent);
-  events.shrink_to_fit();  // what comes next gets the memory
+  events = std::move(others);  // what comes next gets the memory
   return exposures;
 }
 

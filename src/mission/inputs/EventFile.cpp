@@ -43,8 +43,7 @@ Records ReadRecords(const std::filesystem::path& path, double offsetSeconds, Eve
 }
 
 /// Makes an event of each record, and times them.
-void MakeEvents(const Records& records, EventFile& file) {
-  const auto outages = file.heartbeatsAgree ? PlausibleOutages(records) : std::vector<bool>(records.size(), false);
+void MakeEvents(const Records& records, const std::vector<bool>& outages, EventFile& file) {
   ClockWatch clock;
   ReserveInLargePages(file.events, records.size());
   for (std::size_t i = 0; i < records.size(); ++i) {
@@ -71,12 +70,11 @@ void TellOfWildTicks(const char* what, const Records& wild, bool areHeartbeats, 
 }
 
 /// Reports jumps and steps back of the tick count, except wraps.
-void TellOfTickSteps(const Records& records, EventFile& file, Job& job) {
-  const auto outages = PlausibleOutages(records);
+void TellOfTickSteps(const Records& records, const std::vector<bool>& outages, EventFile& file, Job& job) {
   const auto tell = [&](const FindingKind& kind, auto isFault) {
     for (std::size_t i = 1; i < records.size(); ++i) {
       const double from = static_cast<double>(records[i - 1].tick), to = static_cast<double>(records[i].tick);
-      if (!isFault(to - from) || (file.heartbeatsAgree && outages[i - 1])) continue;
+      if (!isFault(to - from) || outages[i - 1]) continue;
       job.Add(kind, {{"from", from}, {"to", to}});
       return true;
     }
@@ -87,27 +85,28 @@ void TellOfTickSteps(const Records& records, EventFile& file, Job& job) {
 }
 
 /// The first and the last heartbeat give camera events their times; those between show whether that line is straight.
-void TellOfHeartbeats(EventFile& file, Job& job) {
-  std::vector<const tagKVSystemEvent*> beats;
-  for (const auto& event : file.events) {
-    if (IsHeartbeat(event)) beats.push_back(&event);
+void TellOfHeartbeats(const Records& records, EventFile& file, Job& job) {
+  std::vector<const EventRecord*> beats;
+  for (const EventRecord& record : records) {
+    if (record.time) beats.push_back(&record);
   }
+  file.heartbeats = beats.size();
   if (beats.size() < 2) return job.Add(Found::HeartbeatsTooFew, {{"count", Count(beats.size())}});
-  const auto timeOf = [](const tagKVSystemEvent* beat) { return FromFileTime(beat->TimeUTC); };
-  const double tickSpan = beats.back()->MasterTick - beats.front()->MasterTick;
-  const double secondsPerTick = Seconds(timeOf(beats.back()) - timeOf(beats.front())) / tickSpan;
+  const auto ticksTo = [&](const EventRecord* beat) {
+    return static_cast<double>(beat->tick) - static_cast<double>(beats.front()->tick);
+  };
+  const auto secondsTo = [&](const EventRecord* beat) { return Seconds(*beat->time - *beats.front()->time); };
+  const double secondsPerTick = secondsTo(beats.back()) / ticksTo(beats.back());
   file.tickLengthKnown = secondsPerTick > 0 && std::isfinite(secondsPerTick);
   if (!file.tickLengthKnown) return job.Add(Found::TickLengthUnknown);
-  for (const auto* beat : beats) {
-    const double expected = (beat->MasterTick - beats.front()->MasterTick) * secondsPerTick;
-    file.residuals.push_back(Seconds(timeOf(beat) - timeOf(beats.front())) - expected);
-  }
+  file.residuals.reserve(beats.size());
+  for (const auto* beat : beats) file.residuals.push_back(secondsTo(beat) - ticksTo(beat) * secondsPerTick);
   if (file.heartbeatsAgree) return;
   file.timesDoubtful = true;
   const auto worst = std::max_element(file.residuals.begin(), file.residuals.end(),
                                       [](double a, double b) { return std::abs(a) < std::abs(b); });
   const auto* beat = beats[static_cast<std::size_t>(worst - file.residuals.begin())];
-  if (*worst != 0) job.Add(Found::HeartbeatsDisagree, {{"time", timeOf(beat)}, {"seconds", std::abs(*worst)}});
+  if (*worst != 0) job.Add(Found::HeartbeatsDisagree, {{"time", *beat->time}, {"seconds", std::abs(*worst)}});
 }
 
 void ClearTime(tagKVSystemEvent& event) {
@@ -116,23 +115,23 @@ void ClearTime(tagKVSystemEvent& event) {
   event.AdjGpsSec = 0;
 }
 
-void ClearTimesBeforeHeartbeats(EventFile& file, Job& job) {
+/// Takes back the times of camera events that the heartbeats cannot tell, in one pass: the events of a long mission
+/// are larger than any cache.
+void SettleTimes(const Records& records, EventFile& file, Job& job) {
   const auto first = std::find_if(file.events.begin(), file.events.end(), IsHeartbeat);
-  if (first == file.events.end()) return;
-  const double firstTick = first->MasterTick;
-  std::size_t early = 0;
-  for (auto& event : file.events) {
-    if (event.Type != kCameraEvent || event.MasterTick >= firstTick) continue;
-    ++early;
-    ClearTime(event);
-  }
-  if (early > 0) job.Add(Found::EventsBeforeHeartbeats, {{"count", Count(early)}});
-}
-
-void ClearTimesNotKnown(const Records& records, EventFile& file) {
+  std::size_t others = 0, early = 0;
   for (std::size_t i = 0; i < records.size(); ++i) {
-    if (!records[i].time && !(records[i].timeable && file.tickLengthKnown)) ClearTime(file.events[i]);
+    tagKVSystemEvent& event = file.events[i];
+    if (event.Type == kCameraEvent) {
+      const bool isEarly = first != file.events.end() && event.MasterTick < first->MasterTick;
+      if (isEarly || !records[i].timeable || !file.tickLengthKnown) ClearTime(event);
+      others += event.CameraID != 1 && event.CameraID != 2;
+      early += isEarly;
+    }
+    if (HasTime(event)) file.span.Add(FromFileTime(event.TimeUTC));
   }
+  if (others > 0) job.Add(Found::CamerasOther, {{"count", Count(others)}});
+  if (early > 0) job.Add(Found::EventsBeforeHeartbeats, {{"count", Count(early)}});
 }
 
 }  // namespace
@@ -162,8 +161,8 @@ EventFile ReadEventFile(const std::filesystem::path& path, Job& job, double offs
   file.offHeartbeats = std::move(check.off);
   file.heartbeatsAgree = check.agree;
   file.wraps = SettleWraps(records);
-  MakeEvents(records, file);
-  file.heartbeats = static_cast<std::size_t>(std::count_if(file.events.begin(), file.events.end(), IsHeartbeat));
+  const auto outages = file.heartbeatsAgree ? PlausibleOutages(records) : std::vector<bool>(records.size());
+  MakeEvents(records, outages, file);
 
   job.AddLines(Found::LinesLeftOut, "events", file.skipped, {{"reason", "not an event"}}, {.file = path});
   TellOfWildTicks("heartbeat", wild, true, job);
@@ -171,17 +170,9 @@ EventFile ReadEventFile(const std::filesystem::path& path, Job& job, double offs
   job.AddLines(Found::HeartbeatsFaulty, "events", file.faultyHeartbeats, {}, {.file = path});
   job.AddLines(Found::HeartbeatsOff, "events", file.offHeartbeats, {}, {.file = path});
   if (file.wraps > 0) job.Add(Found::CounterWraps, {{"count", Count(file.wraps)}});
-  TellOfTickSteps(records, file, job);
-  TellOfHeartbeats(file, job);
-  const auto others = std::count_if(file.events.begin(), file.events.end(), [](auto& event) {
-    return event.Type == kCameraEvent && event.CameraID != 1 && event.CameraID != 2;
-  });
-  if (others > 0) job.Add(Found::CamerasOther, {{"count", std::int64_t{others}}});
-  ClearTimesBeforeHeartbeats(file, job);
-  ClearTimesNotKnown(records, file);
-  for (const auto& event : file.events) {
-    if (HasTime(event)) file.span.Add(FromFileTime(event.TimeUTC));
-  }
+  TellOfTickSteps(records, outages, file, job);
+  TellOfHeartbeats(records, file, job);
+  SettleTimes(records, file, job);
   return file;
 }
 
