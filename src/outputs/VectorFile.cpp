@@ -118,6 +118,9 @@ VectorFile::VectorFile(const Format& format, fs::path staged, fs::path path)
   dataset_.reset(
       GDALCreate(GDALGetDriverByName(format_.driver), name.c_str(), 0, 0, 0, GDT_Unknown, Terminated(options)));
   FailUnless(dataset_ != nullptr);
+  // One for the file: SQLite makes and removes a journal for each.
+  hasTransaction_ = GDALDatasetTestCapability(dataset_.get(), ODsCTransactions);
+  if (hasTransaction_) FailUnless(GDALDatasetStartTransaction(dataset_.get(), false) == OGRERR_NONE);
 }
 
 VectorFile::~VectorFile() {
@@ -128,6 +131,7 @@ VectorFile::~VectorFile() {
 void VectorFile::Close() {
   const QuietErrors quiet;
   CPLErrorReset();
+  if (hasTransaction_) FailUnless(GDALDatasetCommitTransaction(dataset_.get()) == OGRERR_NONE);
   dataset_.reset();
   FailUnless(CPLGetLastErrorType() < CE_Failure);
   if (memory_) WriteFile(staged_, memory_->Content(), false, path_);
@@ -196,8 +200,6 @@ VectorFile::OpenLayer::OpenLayer(VectorFile& file, const LayerDefinition& layer,
     fieldNumbers_.push_back(OGR_FD_GetFieldIndex(definition_, field.name));
     file.FailUnless(fieldNumbers_.back() >= 0);
   }
-  if (GDALDatasetTestCapability(file.dataset_.get(), ODsCTransactions))
-    file.FailUnless(GDALDatasetStartTransaction(file.dataset_.get(), false) == OGRERR_NONE);
 }
 
 void VectorFile::OpenLayer::Add(OGRFeatureH feature, const std::vector<Vertex>& vertices) const {
@@ -207,9 +209,6 @@ void VectorFile::OpenLayer::Add(OGRFeatureH feature, const std::vector<Vertex>& 
 }
 
 void VectorFile::OpenLayer::Finish() const {
-  CPLErrorReset();
-  if (GDALDatasetTestCapability(file_.dataset_.get(), ODsCTransactions))
-    file_.FailUnless(GDALDatasetCommitTransaction(file_.dataset_.get()) == OGRERR_NONE);
   if (file_.format_.hasAliases) file_.StoreAliases(name_, fields_);
 }
 

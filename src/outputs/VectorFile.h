@@ -85,7 +85,7 @@ class VectorFile {
   };
   using FeaturePtr = std::unique_ptr<std::remove_pointer_t<OGRFeatureH>, DestroyFeature>;
 
-  /// A layer that is being written, in one transaction where the driver has them.
+  /// A layer that is being written.
   class OpenLayer {
    public:
     OpenLayer(VectorFile& file, const LayerDefinition& layer, const std::vector<FieldDefinition>& fields,
@@ -126,6 +126,7 @@ class VectorFile {
   std::filesystem::path staged_, path_;
   std::optional<MemoryFile> memory_;
   std::unique_ptr<std::remove_pointer_t<GDALDatasetH>, CloseDataset> dataset_;
+  bool hasTransaction_ = false;
 };
 
 }  // namespace kv::mission
