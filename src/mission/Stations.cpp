@@ -7,8 +7,7 @@
 
 #include "base/Statistics.h"
 #include "georef/EventTypes.h"
-#include "platform/FileNames.h"
-#include "platform/LargePages.h"
+#include "georef/StationForming.h"
 #include "time/Instants.h"
 
 namespace kv::mission {
@@ -43,15 +42,11 @@ void TellOfStations(const Stations& formed, Job& job) {
 Stations FormStations(const std::vector<Exposure>& exposures, double toleranceSeconds, Job& job) {
   Stations formed;
   formed.toleranceSeconds = toleranceSeconds;
-  std::vector<tagKVSystemEvent> events;
-  ReserveInLargePages(events, exposures.size());
+  std::vector<const tagKVSystemEvent*> events;
   for (const Exposure& exposure : exposures) {
-    if (IsPlaced(exposure.event)) events.push_back(exposure.event);
+    if (IsPlaced(exposure.event)) events.push_back(&exposure.event);
   }
-  if (events.empty()) return formed;  // not a fault here: the layer is empty, and the drops say why
-  std::wstring error;
-  formed.stations = KVUtilities::ComputeExposureStationsFromSystemEvents(std::move(events), toleranceSeconds, error);
-  if (!error.empty()) throw Failure(Utf8(error));
+  kv::FormStations<const tagKVSystemEvent>(events, toleranceSeconds, formed.stations);
   std::vector<double> differences;
   for (const auto& station : formed.stations) {
     if (IsPair(station)) differences.push_back(DifferenceIn(station));

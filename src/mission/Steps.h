@@ -103,7 +103,7 @@ std::size_t ThumbnailStep(std::size_t photos, const Settings& settings);
 void CompleteThumbnails(Mission& mission, Job& job);
 
 /// Combines the exposures of both cameras that have a place into stations. Findings tell of stations that are not a
-/// pair of the two cameras. @throws Failure with the sentence of the operation that failed
+/// pair of the two cameras.
 Stations FormStations(const std::vector<Exposure>& exposures, double toleranceSeconds, Job& job);
 
 /// Whether the attribute table of photos can hold a path: it has 254 characters of Windows-1252.
