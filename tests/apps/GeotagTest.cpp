@@ -100,7 +100,8 @@ TEST_F(GeotagTest, ChangesPhotosOnceAndKeepsThemInTheBackup) {
   EXPECT_EQ(Shell("list() { ls -il --time-style=full-iso n/* o/*; }; list > before\n"
                   "$K geotag n --in-place --yes --backup b; $K geotag m -o o; list | cmp - before"),
             0);
-  EXPECT_EQ(Shell("grep -q 2001-02-03 before && test $(ls -l n/cam1/*.jpg | grep -c '^-rw-r-----') -gt 9"), 0);
+  EXPECT_EQ(Shell("grep -q 2001-02-03 before"), 0);
+  EXPECT_TRUE(IsUnderWine() || Shell("test $(ls -l n/cam1/*.jpg | grep -c '^-rw-r-----') -gt 9") == 0);
   EXPECT_EQ(
       Shell("$K geotag n --in-place --yes --backup b --heights ellipsoid; cmp b/cam1/DSC_0009.jpg m/cam1/DSC_0009.jpg"),
       0)

@@ -132,10 +132,13 @@ TEST_F(PictureTest, GradesDoNotDependOnTheirNumberAtATime) {
 }
 
 TEST_F(PictureTest, GradePrintsATableOrJson) {
-  ASSERT_EQ(Shell("cd m/cam1; cp DSC_0001.jpg 'a,\"b.jpg'; $K grade DSC_0001.jpg 'a,\"b.jpg'"), 0) << temp_.Read("err");
+  const std::string quote = IsUnderWine() ? "" : "\"";  // no name has one there
+  const std::string odd = " 'a," + quote + "b.jpg'";
+  ASSERT_EQ(Shell("cd m/cam1; cp DSC_0001.jpg" + odd + "; $K grade DSC_0001.jpg" + odd), 0) << temp_.Read("err");
   std::wstring error;
   const double sharpness = KVUtilities::ComputeImageSharpnessFactor(temp_.Wide("m/cam1/DSC_0001.jpg"), error);
-  EXPECT_EQ(temp_.Read("out"), fmt::format("path,sharpness\nDSC_0001.jpg,{0}\n\"a,\"\"b.jpg\",{0}\n", sharpness));
+  EXPECT_EQ(temp_.Read("out"),
+            fmt::format("path,sharpness\nDSC_0001.jpg,{0}\n\"a,{1}{1}b.jpg\",{0}\n", sharpness, quote));
   EXPECT_EQ(Shell("$K grade none.jpg m/cam1/DSC_0001.jpg --json"), 3);
   const auto json = nlohmann::json::parse(temp_.Read("out"));
   EXPECT_TRUE(json[0]["sharpness"].is_null());
