@@ -181,7 +181,7 @@ TEST_F(PictureTest, RotationRefusesWhatItCannotDoWell) {
   } const rows[] = {
       {"", "--backup one", 2, "apart from the photos"},
       {"ln -sfn one link", "--backup link", 2, "apart from the photos"},
-      {"", "--backup ''", 2, "apart from the photos"},
+      {"", "--backup ''", 2, "--backup: must not be empty"},
       {"rmdir b/cam1; ln -s ../one/cam1 b/cam1", "--backup b", 2, "apart from the photos"},
       {"ln -s ../../one/cam1/x.jpg b/cam1", "--backup b", 1, "x.jpg is the photo itself"},
       {"head -c -200 m/cam1/DSC_0001.jpg > one/cam1/x.jpg; printf '\377\331' >> one/cam1/x.jpg", "", 1, "is damaged"},

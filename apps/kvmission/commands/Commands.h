@@ -57,6 +57,12 @@ inline CLI::Option* AddPath(CLI::App& command, const std::string& option, std::f
   const auto store = [&path](const std::string& argument) { path = PathFrom(argument); };
   return command.add_option_function<std::string>(option, store, help);
 }
+/// An empty name would be no folder, and photos would have no backup.
+inline void AddFolder(CLI::App& command, const std::string& option, std::filesystem::path& folder,
+                      const std::string& help) {
+  const auto complaint = [](const std::string& name) { return std::string(name.empty() ? "must not be empty" : ""); };
+  AddPath(command, option, folder, help)->check(complaint)->type_name("FOLDER");
+}
 inline CLI::Option* AddPaths(CLI::App& command, const std::string& option, std::vector<std::filesystem::path>& paths,
                              const std::string& help) {
   const auto store = [&paths](const std::vector<std::string>& arguments) {

@@ -80,19 +80,6 @@ ExitCode GeotagMission(const GeotagOptions& options) {
   return mission.complete ? told : ExitCode::Unmatched;
 }
 
-/// An empty name would be no folder, and photos would have no backup.
-void AddFolder(CLI::App& command, const char* option, std::filesystem::path& folder, const char* help) {
-  command
-      .add_option_function<std::string>(
-          option,
-          [option, &folder](const std::string& text) {
-            if (text.empty()) throw CLI::ValidationError(option, "must not be empty");
-            folder = PathFrom(text);
-          },
-          help)
-      ->type_name("FOLDER");
-}
-
 }  // namespace
 
 void AddGeotagCommand(CLI::App& app, ExitCode& exitCode) {

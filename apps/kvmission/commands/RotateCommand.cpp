@@ -25,19 +25,19 @@ struct RotateOptions {
   double angle = 0;  // degrees
   fs::path backup;   // empty for none
   double maxMegapixels = KVMission::Settings().maxMegapixels;
-  bool hasBackup = false, allowOutside = false, yes = false, quiet = false;
+  bool allowOutside = false, yes = false, quiet = false;
 };
 
 /// @return an empty path when no backup is wanted
 fs::path BackupFolder(const RotateOptions& options) {
-  return options.hasBackup ? options.backup / fmt::format("cam{}", options.camera) : fs::path();
+  return options.backup.empty() ? fs::path() : options.backup / fmt::format("cam{}", options.camera);
 }
 
 /// In the mission's folder a backup would be the photos themselves, or a later run would take it for them.
 void RefuseBackupAmongPhotos(const RotateOptions& options, const fs::path& photos) {
   std::error_code notThere;
-  if (options.hasBackup && (options.backup.empty() || fs::equivalent(options.backup, options.mission, notThere) ||
-                            fs::equivalent(BackupFolder(options), photos, notThere)))
+  if (fs::equivalent(options.backup, options.mission, notThere) ||
+      fs::equivalent(BackupFolder(options), photos, notThere))
     throw Failure(fmt::format("--backup \"{}\": a backup needs a folder apart from the photos", Utf8(options.backup)),
                   Failure::Reason::WrongUsage);
 }
@@ -129,7 +129,7 @@ ExitCode RotateCamera(const RotateOptions& options) {
   if (names.empty()) throw Failure(Utf8(folder) + ": no photos in it");
   const std::string question =
       fmt::format("Rotate {} photo{} in {} in place by {} degrees{}?", names.size(), names.size() == 1 ? "" : "s",
-                  Utf8(folder), options.angle, options.hasBackup ? "" : ", without a backup");
+                  Utf8(folder), options.angle, options.backup.empty() ? ", without a backup" : "");
   if (!options.yes && !Agrees("photos are rotated in place", question)) throw Failure("nothing was rotated");
   return Rotation(options).Run(folder, names);
 }
@@ -152,11 +152,7 @@ void AddRotateCommand(CLI::App& app, ExitCode& exitCode) {
   command.add_option_function<std::string>("--angle", storeAngle, "degrees, positive counter-clockwise")
       ->type_name("DEGREES")
       ->required();
-  const auto storeBackup = [options](const std::string& folder) {
-    options->backup = PathFrom(folder), options->hasBackup = true;
-  };
-  command.add_option_function<std::string>("--backup", storeBackup, "folder that receives the photos as they were")
-      ->type_name("FOLDER");
+  AddFolder(command, "--backup", options->backup, "folder that receives the photos as they were");
   AddMaxMegapixelsOption(command, options->maxMegapixels);
   command.add_flag("--allow-outside", options->allowOutside,
                    "rotate photos in a folder that mission.toml names outside of the mission folder");
