@@ -34,15 +34,17 @@ std::vector<fs::path> FilesIn(const fs::path& folder) {
 /// Renames that can be undone.
 class Renames {
  public:
-  /// Skips a missing file. @throws Failure
-  void Make(const fs::path& from, const fs::path& to) {
+  /// Skips a missing file. @param shown  its name in the failure @throws Failure
+  void Make(const fs::path& from, const fs::path& to, const fs::path& shown) {
     std::error_code error;
     if (fs::symlink_status(from, error).type() == fs::file_type::not_found) return;
     made_.push_back({from, to});
     fs::rename(from, to, error);
     if (!error) return;
+    const bool isInUse = LastFileWasInUse();
     made_.pop_back();
-    FailWriting(to, error);
+    if (isInUse) throw Failure(Utf8(shown) + ": cannot be replaced: another program holds it open");
+    FailWriting(shown, error);
   }
 
   std::size_t Count() const { return made_.size(); }
@@ -96,7 +98,7 @@ void MoveAll(const fs::path& from, const fs::path& to) {
     if (name == FolderLock::kName || *name.begin() == kReplaced) continue;
     RefuseLinks(to, name);
     MakeFolderOf(to / name);
-    renames.Make(from / name, to / name);
+    renames.Make(from / name, to / name, to / name);
     PutOnDisk((to / name).parent_path());
   }
 }
@@ -129,12 +131,12 @@ bool ExchangeResults(const fs::path& folder, const fs::path& staging, const Exch
     for (const fs::path& name : names.earlier) {
       if (!fs::exists(fs::symlink_status(folder / name))) continue;
       MakeFolderOf(earlier / name);
-      renames.Make(folder / name, earlier / name);
+      renames.Make(folder / name, earlier / name, folder / name);
     }
-    renames.Make(earlier, staging / kReplaced);
+    renames.Make(earlier, staging / kReplaced, staging);
     PutOnDisk(staging);
     for (const fs::path& name : names.staged) {
-      renames.Make(staging / name, folder / name);
+      renames.Make(staging / name, folder / name, folder / name);
       if (const fs::path parent = (folder / name).parent_path(); fs::is_directory(parent)) folders.insert(parent);
     }
     for (const fs::path& changed : folders) PutOnDisk(changed);

@@ -86,6 +86,9 @@ bool TakeOwner(const std::filesystem::path& file, const std::filesystem::path& f
 /// Gives `replacement` the permissions and, if allowed, the owner of `file`, and renames it over that file.
 bool RenameOver(const std::filesystem::path& replacement, const std::filesystem::path& file);
 
+/// Whether the last call failed because another program holds the file open: only Windows minds.
+bool LastFileWasInUse();
+
 /// Replaces the strict class's "\" between folder and photo, so that a GIS on this system opens the photo.
 wchar_t PhotoPathSeparator();
 

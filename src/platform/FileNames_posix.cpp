@@ -74,6 +74,8 @@ bool RenameOver(const std::filesystem::path& replacement, const std::filesystem:
   return chmod(replacement.c_str(), old.st_mode & 07777) == 0 && std::rename(replacement.c_str(), file.c_str()) == 0;
 }
 
+bool LastFileWasInUse() { return false; }
+
 wchar_t PhotoPathSeparator() { return L'/'; }
 
 bool LibraryMisreads(const std::filesystem::path& path) { return path.native().find('\\') != std::string::npos; }

@@ -70,6 +70,8 @@ bool RenameOver(const std::filesystem::path& replacement, const std::filesystem:
   return ReplaceFileW(file.c_str(), replacement.c_str(), nullptr, 0, nullptr, nullptr) != 0;
 }
 
+bool LastFileWasInUse() { return GetLastError() == ERROR_SHARING_VIOLATION; }
+
 wchar_t PhotoPathSeparator() { return L'\\'; }
 
 bool LibraryMisreads(const std::filesystem::path&) { return false; }

@@ -64,7 +64,8 @@ def main():
         with held(hold, mission / "trajectory.nmea", "none"):
             good.append(expect("input in use", kvmission(*again), 1, "trajectory.nmea", before, layers))
         with held(hold, layers / "photos.dbf", "read"):
-            good.append(expect("layer in use", kvmission(*again), 1, "photos.dbf", before, layers))
+            said = "layers\\photos.dbf: cannot be replaced: another program holds it open"
+            good.append(expect("layer in use", kvmission(*again), 1, said, before, layers))
         photo = next((mission / "cam1").iterdir())
         with held(hold, photo, "none"):
             done = kvmission("rotate", mission, "--camera", 1, "--angle", 90, "--yes", "--quiet")
