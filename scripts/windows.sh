@@ -15,6 +15,8 @@ step "set-up"
 scripts/setup.sh --windows
 step "libraries"
 scripts/windows/dependencies.sh "$cache"
+step "Wine's own files"
+scripts/windows/wine-run "$cache/prefix/bin" wineboot --init
 
 step "build"
 cmake --preset windows
