@@ -78,8 +78,10 @@ def main():
             with disk(small, "ro"):
                 done = kvmission("run", mission, "-o", small / "layers", "--quiet")
                 good.append(expect("disk that cannot be written", done, 1, "layers", {}, small))
+        inside = set(layers.iterdir())
         with subprocess.Popen(COMMAND + list(map(str, again)), stderr=subprocess.PIPE, text=True) as process:
-            time.sleep(0.6)
+            while set(layers.iterdir()) == inside and process.poll() is None:  # until its own folder is there
+                time.sleep(0.01)
             process.send_signal(signal.SIGINT)
             done = subprocess.CompletedProcess([], process.wait(), "", process.stderr.read())
         good.append(expect("Ctrl-C", done, 130, "interrupted", before, layers))
