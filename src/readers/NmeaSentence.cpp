@@ -56,7 +56,6 @@ std::size_t SplitFields(std::string_view piece, Sentence& sentence) {
   auto field = sentence.fields.begin();
   const auto add = [&](const char* fieldEnd) {
     if (field != sentence.fields.end()) *field++ = {begin, fieldEnd};
-    begin = fieldEnd + 1;
   };
   for (std::size_t at = 0; at < piece.size(); at += kBytesAtOnce) {
     std::uint64_t marks = BytesBetween('$', ',', piece, at);  // "*" is one of them; the others are rare
@@ -65,7 +64,7 @@ std::size_t SplitFields(std::string_view piece, Sentence& sentence) {
       const char* const mark = piece.data() + at + std::countr_zero(marks);
       if (*mark == '$') return piece.npos;
       if (end != piece.npos) continue;
-      if (*mark == ',') add(mark);
+      if (*mark == ',') add(mark), begin = mark + 1;
       if (*mark == '*') end = static_cast<std::size_t>(mark - piece.data());
     }
   }
