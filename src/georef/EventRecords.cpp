@@ -80,9 +80,8 @@ double Median(std::vector<double>& values) {
 struct TickLine {
   double secondsPerTick = 0;
   double start = 0;  // seconds
-  bool HasBeat(const Beat& beat) const {
-    return std::abs(start + secondsPerTick * beat.tick - beat.seconds) <= kHeartbeatTolerance;
-  }
+  double DistanceOf(const Beat& beat) const { return std::abs(start + secondsPerTick * beat.tick - beat.seconds); }
+  bool HasBeat(const Beat& beat) const { return DistanceOf(beat) <= kHeartbeatTolerance; }
 };
 
 /// The median of the slopes between pairs, and then of the offsets. Source: the estimator of Theil and Sen.
@@ -106,6 +105,14 @@ TickLine MedianLine(const std::vector<Beat>& beats) {
 TickLine EndToEndLine(const std::vector<Beat>& beats) {
   const double ticks = beats.back().tick;
   return {ticks != 0 ? beats.back().seconds / ticks : 0, 0};
+}
+
+/// Whether the first and the last beat show at once that no beat is off: as a rule.
+bool AreOnOneLine(const std::vector<Beat>& beats) {
+  constexpr double kLargest = 0.05;  // seconds, a tenth of the tolerance
+  const TickLine line = EndToEndLine(beats);
+  const auto isOnLine = [&](const Beat& beat) { return line.DistanceOf(beat) <= kLargest; };
+  return line.secondsPerTick > 0 && std::all_of(beats.begin(), beats.end(), isOnLine);
 }
 
 /// A camera event cannot be timed if the nearest heartbeats on both sides are wrong.
@@ -167,15 +174,15 @@ std::size_t SettleWraps(Records& records) {
     if (isCounted) least = std::min(least, record.wraps), most = std::max(most, record.wraps);
   }
   if (least > most) return 0;
-  for (EventRecord& record : records) {
-    if (record.wraps >= least) record.tick -= least * kTickRange;
+  for (std::size_t i = 0; least > 0 && i < records.size(); ++i) {
+    if (records[i].wraps >= least) records[i].tick -= least * kTickRange;
   }
   return static_cast<std::size_t>(most - least);
 }
 
 HeartbeatCheck TakeOutOffHeartbeats(Records& records) {
   const std::vector<Beat> beats = BeatsOf(records);
-  if (beats.size() < 2) return {};
+  if (beats.size() < 2 || AreOnOneLine(beats)) return {};
   const bool fits = beats.size() >= kFewestForFit;
   const TickLine line = fits ? MedianLine(beats) : EndToEndLine(beats);
   std::vector<bool> off(records.size());
@@ -188,6 +195,14 @@ HeartbeatCheck TakeOutOffHeartbeats(Records& records) {
   if (count == 0) return {};
   MarkUntimeable(records, off);
   return {LinesOf(TakeOut(records, [&](std::size_t i) { return off[i]; })), true};
+}
+
+bool RunOn(const Records& records) {
+  const auto isStep = [](const EventRecord& from, const EventRecord& to) {
+    const double step = static_cast<double>(to.tick) - static_cast<double>(from.tick);
+    return step < 0 || step > kLargestStep;
+  };
+  return std::adjacent_find(records.begin(), records.end(), isStep) == records.end();
 }
 
 std::vector<bool> PlausibleOutages(const Records& records) {

@@ -45,6 +45,9 @@ struct HeartbeatCheck {
 /// When more are, nothing is taken out.
 HeartbeatCheck TakeOutOffHeartbeats(std::vector<EventRecord>& records);
 
+/// Whether no tick is lower than the one before, or larger by more than the largest step: as a rule.
+bool RunOn(const std::vector<EventRecord>& records);
+
 /// Whether the step from a record to the next is that large, but plausible as an outage: forward, and between
 /// heartbeats. To be asked only when the heartbeats agree.
 std::vector<bool> PlausibleOutages(const std::vector<EventRecord>& records);

@@ -20,41 +20,16 @@ bool Brackets(const Observation& from, const Observation& to, const FILETIME& ti
   return Ticks(from.TimeUTC) <= Ticks(time) && Ticks(to.TimeUTC) >= Ticks(time);
 }
 
-// The fraction of the way between two observations. On purpose computed in two ways: seconds count from the smaller
-// time, ticks from the first one. On purpose unguarded: two observations of equal time give NaN, since neither place is
-// better.
-double Fraction(const Observation& from, const Observation& to, double time) {
-  const auto [low, high] = std::minmax(from.AdjGpsSec, to.AdjGpsSec);
-  return (time - low) / (high - low);
-}
-
-double Fraction(const Observation& from, const Observation& to, const FILETIME& time) {
-  return SecondsBetween(time, from.TimeUTC) / SecondsBetween(to.TimeUTC, from.TimeUTC);
-}
-
-template <typename Time>
-Location Interpolate(const Observation& from, const Observation& to, const Time& time) {
-  const double fraction = Fraction(from, to, time);
-  return {from.Latitude + (to.Latitude - from.Latitude) * fraction,
-          from.Longitude + (to.Longitude - from.Longitude) * fraction,
-          from.Altitude + (to.Altitude - from.Altitude) * fraction};
-}
-
 // Uses the first pair of neighbours that brackets the time, so an observation's own time belongs to the pair that ends
 // there. A trajectory of fewer than two observations has no pair.
 template <typename Time>
 Location LocationAt(const Time& time, const std::vector<Observation>& trajectory) {
   const auto from = std::adjacent_find(trajectory.begin(), trajectory.end(),
                                        [&time](const auto& a, const auto& b) { return Brackets(a, b, time); });
-  return from == trajectory.end() ? Location{} : Interpolate(*from, *std::next(from), time);
+  return from == trajectory.end() ? Location{} : LocationBetween(*from, *std::next(from), time);
 }
 
 }  // namespace
-
-Location LocationBetween(const Observation& from, const Observation& to, double adjGpsSeconds) {
-  return Interpolate(from, to, adjGpsSeconds);
-}
-
 }  // namespace kv
 
 bool KVUtilities::ComputeLocationFromAdjGpsSeconds(double adjGpsSeconds, std::vector<tagKVTrajectoryObs>& trajectory,

@@ -66,6 +66,7 @@ const LeverArm& ArmOf(int camera, const Settings& settings) {
 void TakeAttitudes(const Trajectory& trajectory, Mission& mission, Job& job) {
   const Settings& settings = mission.settings;
   AttitudeSource source = SourceOf(trajectory, mission);
+  if (source.name.empty() && !settings.headingFromTrack) return;
   const AttitudeSeries series(std::move(source.attitudes), settings.maxGapSeconds);
   std::optional<TrajectoryIndex> index;
   if (settings.headingFromTrack) index.emplace(trajectory.fixes);
@@ -84,7 +85,7 @@ void TakeAttitudes(const Trajectory& trajectory, Mission& mission, Job& job) {
       exposure.attitudeQuality = AttitudeQuality::Track;
       ++fromTrack;
     }
-    const std::string word = WordFor(exposure.attitudeQuality);
+    const std::string_view word = WordFor(exposure.attitudeQuality);
     exposure.event.ORIQuality.assign(word.begin(), word.end());
   }
   mission.placeQuality.attitudeSource = source.name;

@@ -226,7 +226,8 @@ Trajectory ApplyPostProcessed(const std::vector<tagKVPosEvent>& samples, SystemE
   SystemEvents placed = events;
   Observer nobody;
   Job unheard(nobody);  // one finding counts gaps and ends
-  PlaceEvents(placed, trajectory, unheard);
+  TrajectoryIndex index(trajectory.fixes);
+  PlaceEvents(placed, trajectory, index, unheard);
   PositionDifferences& differences = mission.positions.emplace(Compare(events, placed));
   differences.used = settings.position;
   if (differences.outside > 0)

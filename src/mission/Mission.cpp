@@ -63,8 +63,8 @@ Settings ResolveInputs(Settings settings, Job& job) {
 }
 
 /// Makes the exposures, with the reasons that keep them out of the photo layer, and grades their photos.
-void TakeExposures(SystemEvents& events, const PhotosOfEvents& photos, const Trajectory& trajectory, Mission& mission,
-                   Job& job) {
+void TakeExposures(SystemEvents& events, const PhotosOfEvents& photos, const Trajectory& trajectory,
+                   TrajectoryIndex& index, Mission& mission, Job& job) {
   mission.exposures = ExposuresOf(events, photos, mission, trajectory);
   PlaceCameras(trajectory, mission, job);
   for (const Exposure& exposure : mission.exposures) {
@@ -74,7 +74,7 @@ void TakeExposures(SystemEvents& events, const PhotosOfEvents& photos, const Tra
       camera.dropped += exposure.drop.has_value();
     }
   }
-  QualifyExposures(trajectory, mission, job);
+  QualifyExposures(trajectory, index, mission, job);
   if (!mission.settings.grade) return;
   auto grades = GradeExposures(mission.exposures, mission.settings, mission.thumbnails, job);
   for (Camera& camera : mission.cameras) {
@@ -107,20 +107,21 @@ void RunDrone(Mission& mission, Job& job) {
   if (mission.applanix) trajectory = ApplyPostProcessed(mission.applanix->samples, events, mission, job);
   if (mission.pos) trajectory = ApplyPostProcessed(mission.pos->samples, events, mission, job);
   const std::vector<std::int32_t> numbers = mission.timestamps->photoNumbers;
-  TakeExposures(events, PhotosOfEvents(events.size()), trajectory, mission, job);
+  TrajectoryIndex index(trajectory.fixes);
+  TakeExposures(events, PhotosOfEvents(events.size()), trajectory, index, mission, job);
   for (std::size_t i = 0; i < numbers.size(); ++i) mission.exposures[i].photoNumber = numbers[i];
 }
 
-void RunEvents(EventFile& file, Mission& mission, Job& job) {
+void RunEvents(EventFile& file, TrajectoryIndex& index, Mission& mission, Job& job) {
   SystemEvents& events = file.events;
   TellOfEventsOutside(events, *mission.trajectory, job);  // first: it may explain what clocks show
   PhotosOfEvents photos;
   mission.cameras = PairCameras(mission.settings, events, photos, job);  // by the times of events, not of exposures
   DelayExposures(mission.settings, events);
-  PlaceEvents(events, *mission.trajectory, job);
+  PlaceEvents(events, *mission.trajectory, index, job);
   file.heartbeatsPlaced = static_cast<std::size_t>(std::count_if(
       events.begin(), events.end(), [](auto& event) { return event.Type == kHeartbeat && IsPlaced(event); }));
-  TakeExposures(events, photos, *mission.trajectory, mission, job);
+  TakeExposures(events, photos, *mission.trajectory, index, mission, job);
 }
 
 /// The mission of the sensor: events get places from the trajectory, and photos by time or order.
@@ -141,9 +142,10 @@ void RunSensor(Mission& mission, Job& job) {
       job.Add(Found::ExportUnusable, {{"file", Utf8(settings.applanix)}}, {.file = settings.applanix});
   }
   CheckLeverArms(mission);
-  if (mission.housekeeping) PlaceEntries(*mission.housekeeping, *mission.trajectory, job);
+  TrajectoryIndex index(mission.trajectory->fixes);
+  if (mission.housekeeping) PlaceEntries(*mission.housekeeping, index, job);
   EventFile none;
-  RunEvents(mission.events ? *mission.events : none, mission, job);
+  RunEvents(mission.events ? *mission.events : none, index, mission, job);
   if (mission.events) mission.stations = FormStations(mission.exposures, settings.toleranceSeconds, job);
 }
 

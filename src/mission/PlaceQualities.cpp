@@ -90,15 +90,14 @@ bool HasFixed(const std::vector<FixQuality>& qualities) {
 
 }  // namespace
 
-void QualifyExposures(const Trajectory& trajectory, Mission& mission, Job& job) {
-  TrajectoryIndex index(trajectory.fixes);
+void QualifyExposures(const Trajectory& trajectory, TrajectoryIndex& index, Mission& mission, Job& job) {
   const bool isInFile = mission.timestamps && trajectory.fixes.empty();
   for (std::size_t i = 0; i < mission.exposures.size(); ++i) {
     Exposure& exposure = mission.exposures[i];
     if (!exposure.time || !IsPlaced(exposure.event)) continue;
     exposure.quality =
         isInFile ? mission.timestamps->qualities[i] : QualityAt(exposure.event.AdjGpsSec, index, trajectory);
-    const std::string word = WordFor(exposure.quality.quality);
+    const std::string_view word = WordFor(exposure.quality.quality);
     exposure.event.POSQuality.assign(word.begin(), word.end());
     if (exposure.drop) continue;
     ++mission.placeQuality.photos[IndexOf(exposure.quality.quality)];

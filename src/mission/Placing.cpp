@@ -1,6 +1,5 @@
 #include "mission/Steps.h"
 
-#include <KVUtilities.h>
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -12,6 +11,7 @@
 #include <utility>
 
 #include "georef/EventTypes.h"
+#include "georef/LogEventLocations.h"
 #include "platform/FileNames.h"
 #include "platform/LargePages.h"
 #include "time/Instants.h"
@@ -40,8 +40,6 @@ class Stretches {
 };
 
 bool IsCameraEvent(const tagKVSystemEvent& event) { return event.Type == kCameraEvent; }
-
-void ClearPlace(tagKVSystemEvent& event) { event.Latitude = event.Longitude = event.Altitude = 0; }
 
 /// Why events that have a time have no place.
 class PlaceReasons {
@@ -75,13 +73,15 @@ struct EventsBeside {
 
 EventsBeside Compare(const SystemEvents& events, const Trajectory& trajectory, FileTimeTicks shift) {
   EventsBeside beside;
+  Instant first = Instant::max(), last = Instant::min();
   for (const auto& event : events) {
     if (event.Type != kCameraEvent || !HasTime(event)) continue;
     const Instant time = FromFileTime(event.TimeUTC) + shift;
     ++beside.timed;
     beside.before += time<trajectory.first, beside.after += time> trajectory.last;
-    beside.span.Add(time);
+    first = std::min(first, time), last = std::max(last, time);
   }
+  if (beside.timed > 0) beside.span = {first, last};
   return beside;
 }
 
@@ -174,27 +174,20 @@ void TellOfEventsOutside(const SystemEvents& events, const Trajectory& trajector
   }
 }
 
-void PlaceEvents(SystemEvents& events, Trajectory& trajectory, Job& job) {
-  std::wstring error;
-  if (!KVUtilities::PopulateSystemEventLocationsUsingTrajectory(events, trajectory.fixes, error))
-    throw Failure(Utf8(error));
+void PlaceEvents(SystemEvents& events, const Trajectory& trajectory, TrajectoryIndex& index, Job& job) {
   const PlaceReasons places(trajectory);
   std::size_t inGaps = 0;
   for (auto& event : events) {
-    if (!HasTime(event)) {
-      ClearPlace(event);  // second 0 is a time like others
-    } else if (event.Type == kCameraEvent && places.Forbid(FromFileTime(event.TimeUTC))) {
-      ClearPlace(event);
-      ++inGaps;
-    }
+    const bool isTimed = HasTime(event);  // second 0 is a time like others
+    const bool isInGap = isTimed && IsCameraEvent(event) && places.Forbid(FromFileTime(event.TimeUTC));
+    SetLocation(isTimed && !isInGap ? index.LocationAt(event.AdjGpsSec) : Location(), event);
+    inGaps += isInGap;
   }
   if (inGaps > 0) job.Add(Found::ExposuresInGaps, {{"count", Count(inGaps)}});
 }
 
-void PlaceEntries(HousekeepingLog& housekeeping, Trajectory& trajectory, Job& job) {
-  std::wstring error;
-  if (!KVUtilities::PopulateLogEventLocationsUsingTrajectory(housekeeping.events, trajectory.fixes, error))
-    throw Failure(Utf8(error));
+void PlaceEntries(HousekeepingLog& housekeeping, TrajectoryIndex& index, Job& job) {
+  LocateLogEvents(housekeeping.events, index);
   const auto isPlaced = [](const tagKVLogEvent& entry) { return !IsNullLocation(entry.Latitude, entry.Longitude); };
   std::size_t kept = 0;
   for (std::size_t i = 0; i < housekeeping.events.size(); ++i) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/Job.h"
+#include "georef/TrajectoryIndex.h"
 
 /// The steps of a run.
 namespace kv::mission {
@@ -43,12 +44,13 @@ Trajectory ApplyPostProcessed(const std::vector<tagKVPosEvent>& samples, SystemE
 void TellOfEventsOutside(const SystemEvents& events, const Trajectory& trajectory, Job& job);
 
 /// Gives every event with a time its place on the trajectory. A camera event inside a gap, or between two fixes across
-/// the 180th meridian, gets none. @throws Failure with the sentence of the operation that failed
-void PlaceEvents(SystemEvents& events, Trajectory& trajectory, Job& job);
+/// the 180th meridian, gets none.
+/// @param index  of the trajectory's fixes, here and below
+void PlaceEvents(SystemEvents& events, const Trajectory& trajectory, TrajectoryIndex& index, Job& job);
 
 /// Gives every entry of the housekeeping log its place; one without a place of its own gets a neighbour's. Removes and
-/// counts those that stay without. @throws Failure with the sentence of the operation that failed
-void PlaceEntries(HousekeepingLog& housekeeping, Trajectory& trajectory, Job& job);
+/// counts those that stay without.
+void PlaceEntries(HousekeepingLog& housekeeping, TrajectoryIndex& index, Job& job);
 
 /// What is known about the photo of an event.
 struct PhotoOfEvent {
@@ -85,7 +87,7 @@ void PlaceCameras(const Trajectory& trajectory, Mission& mission, Job& job);
 /// Says of each exposure with a place how good that is, as the fixes beside it or the timestamp file say, and reports
 /// stretches of photos without RTK in a mission that had it.
 /// @param trajectory  that placed the exposures; without fixes if the timestamp file did
-void QualifyExposures(const Trajectory& trajectory, Mission& mission, Job& job);
+void QualifyExposures(const Trajectory& trajectory, TrajectoryIndex& index, Mission& mission, Job& job);
 
 /// Stores the sharpness of the photos of exposures that have a place; a photo that cannot be graded leaves 0.
 /// @param thumbnails  receives those of photos spread over the mission, if there is to be a report

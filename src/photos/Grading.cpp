@@ -43,6 +43,7 @@ Graded GradeOf(const Photo& photo, double mostMegapixels) try {
 
 std::vector<Grade> GradeFiles(const std::vector<std::filesystem::path>& paths, const GradeOptions& options, Job& job,
                               SpreadThumbnails* thumbnails) {
+  if (paths.empty()) return {};  // without threads that have nothing to do
   Meter meter(job, "grading", "photos");
   const std::size_t step = thumbnails ? thumbnails->step : 0;
   const auto next = [&, at = std::size_t{0}]() mutable -> std::optional<Photo> {

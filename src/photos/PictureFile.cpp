@@ -12,6 +12,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "photos/Codecs.h"
 #include "photos/JpegMarkers.h"
 #include "photos/JpegRows.h"
 #include "platform/FileNames.h"
@@ -100,7 +101,7 @@ bool TakeJpegRows(std::FILE* file, const RowTaker& taker, std::string& complaint
 }
 
 bool IsWhole(const std::vector<unsigned char>& bytes, const cv::Mat& picture) {
-  return cv::imdecode(bytes, cv::IMREAD_UNCHANGED).size() == picture.size();
+  return Codecs().decode(cv::Mat(bytes).reshape(1, 1), cv::IMREAD_UNCHANGED).size() == picture.size();
 }
 
 }  // namespace
@@ -115,9 +116,9 @@ cv::Mat ReadPicture(const std::filesystem::path& path, int flags) {
   if (const bool isJpeg = IsJpeg(file.get()); isJpeg || !kNarrowNamesSpellAll) {
     std::string bytes = ReadAll(file.get(), size);
     if (isJpeg && IsCutOff(bytes)) Fail("the JPEG is cut off");
-    picture = cv::imdecode(cv::Mat(1, static_cast<int>(size), CV_8UC1, bytes.data()), flags);
+    picture = Codecs().decode(cv::Mat(1, static_cast<int>(size), CV_8UC1, bytes.data()), flags);
   } else {
-    picture = cv::imread(path.string(), flags);
+    picture = Codecs().read(path.string(), flags);
   }
   if (picture.empty()) Fail("not a picture that can be decoded");
   return picture;
@@ -144,7 +145,7 @@ std::string ReadPictureRows(const std::filesystem::path& path, const RowTaker& t
 void ReplacePicture(std::wstring_view path, const cv::Mat& picture) {
   std::vector<unsigned char> bytes;
   const std::string extension = Utf8FromWide(WidePath(NativePath(path).extension()));
-  if (!cv::imencode(extension, picture, bytes)) Fail("picture not encoded");
+  if (!Codecs().encode(extension, picture, bytes, {})) Fail("picture not encoded");
   const bool inMemory =
       std::find(std::begin(kEncodedInMemory), std::end(kEncodedInMemory), extension) != std::end(kEncodedInMemory);
   if (!inMemory && !IsWhole(bytes, picture)) Fail("picture not encoded whole");

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "photos/PictureFile.h"
+#include "photos/PixelLoops.h"
 
 namespace kv {
 
@@ -17,7 +18,7 @@ namespace kv {
 class SharpnessMeter {
  public:
   /// @param size  of the picture, not empty
-  explicit SharpnessMeter(cv::Size size);
+  explicit SharpnessMeter(cv::Size size, const PixelLoops& loops = WideLoops());
 
   /// @param rows  the next ones, as for `RowTaker`
   void Add(const cv::Mat& rows);
@@ -28,6 +29,7 @@ class SharpnessMeter {
  private:
   void AddRow(int row);
 
+  const PixelLoops& loops_;
   cv::Size size_;
   cv::Mat grey_;                        // of the last rows
   int top_ = 0, end_ = 0;               // of the picture's rows, those in `grey_`

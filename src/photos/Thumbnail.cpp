@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "photos/BoxFilter.h"
+#include "photos/Codecs.h"
 #include "photos/ExifBlock.h"
 #include "photos/JpegHeader.h"
 #include "photos/PictureClaims.h"
@@ -46,7 +47,7 @@ int OrientationOf(const std::filesystem::path& photo) {
 std::string ThumbnailOf(cv::Mat small, int orientation) {
   TurnUpright(small, orientation);
   std::vector<unsigned char> bytes;
-  if (!cv::imencode(".jpg", small, bytes, {cv::IMWRITE_JPEG_QUALITY, kQuality})) throw std::bad_alloc();
+  if (!Codecs().encode(".jpg", small, bytes, {cv::IMWRITE_JPEG_QUALITY, kQuality})) throw std::bad_alloc();
   return {bytes.begin(), bytes.end()};
 }
 

@@ -56,10 +56,13 @@ std::optional<EventLine> ReadEventLine(std::span<const std::string_view> tokens,
 }
 
 tagKVSystemEvent CameraEvent(double tick, std::int64_t camera) {
-  tagKVSystemEvent event;
-  event.Type = kCameraEvent;
-  event.MasterTick = tick;
-  event.CameraID = static_cast<std::int32_t>(camera);
+  // With room for the longest word of quality: setting it then takes no other memory.
+  tagKVSystemEvent event{.Type = kCameraEvent,
+                         .MasterTick = tick,
+                         .CameraID = static_cast<std::int32_t>(camera),
+                         .PhotoPath = {},
+                         .POSQuality = L"SIMULATED"};
+  event.POSQuality = L"NONE";
   return event;
 }
 

@@ -41,15 +41,18 @@ inline CStringW FieldText(std::wstring_view text, const CStringW& earlier = {}) 
 class ColumnText {
  public:
   const CStringW& Of(std::string_view ansi) {
-    if (ansi != bytes_) {
-      WidenAnsi(ansi, wide_);
-      text_ = FieldText(wide_);
-      bytes_ = ansi;
-    }
+    if (ansi != bytes_) [[unlikely]]
+      Take(ansi);
     return text_;
   }
 
  private:
+  void Take(std::string_view ansi) {
+    WidenAnsi(ansi, wide_);
+    text_ = FieldText(wide_);
+    bytes_ = ansi;
+  }
+
   std::string bytes_;
   std::wstring wide_;
   CStringW text_;

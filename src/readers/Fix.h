@@ -23,11 +23,6 @@ struct TimeOfDay {
 /// Reads by position two digits each, then two decimals of the second: ".45" is 450 ms, and ".5", on purpose, 50 ms.
 TimeOfDay TimeOfDayIn(std::string_view token);
 
-constexpr TimeOfDay TimeOfDayAt(int hundredths) {
-  const int second = hundredths / 100;
-  return {second / 3600, second / 60 % 60, second % 60, hundredths % 100 * 10};
-}
-
 /// A UTC date for fixes that have only a time of day. Calendar and leap seconds are computed once.
 class DayClock {
  public:
@@ -36,8 +31,13 @@ class DayClock {
 
   /// Gives a fix its time in all three forms.
   void SetTime(const TimeOfDay& time, tagKVTrajectoryObs& fix) const;
+  /// @param hundredths  of a second since midnight, within the day
+  void SetTime(std::uint32_t hundredths, tagKVTrajectoryObs& fix) const;
 
  private:
+  /// Sets file time and GPS seconds.
+  void SetCounts(std::int64_t seconds, std::int64_t milliseconds, tagKVTrajectoryObs& fix) const;
+
   SYSTEMTIME date_;  // at midnight
   bool isDate_;
   FILETIME midnight_{};
@@ -54,15 +54,34 @@ inline void DayClock::SetTime(const TimeOfDay& time, tagKVTrajectoryObs& fix) co
   const bool isTimeOfDay =
       calendar.wHour < 24 && calendar.wMinute < 60 && calendar.wSecond < 60 && calendar.wMilliseconds < 1000;
   if (isTimeOfDay && isDate_) {
-    constexpr std::int64_t kTicksPerMillisecond = kTicksPerSecond / 1000;
-    const int seconds = (calendar.wHour * 60 + calendar.wMinute) * 60 + calendar.wSecond;
-    fix.TimeUTC = AddTicks(midnight_, seconds * kTicksPerSecond + calendar.wMilliseconds * kTicksPerMillisecond);
-    // Leap seconds come at midnight, so within a day UTC and GPS seconds advance together.
-    fix.AdjGpsSec = gpsMidnight_ + seconds + calendar.wMilliseconds / 1000.0;
+    SetCounts((calendar.wHour * 60 + calendar.wMinute) * 60 + calendar.wSecond, calendar.wMilliseconds, fix);
   } else {
     fix.TimeUTC = FILETIME{};
     fix.AdjGpsSec = AdjGpsSeconds(fix.TimeUTC);
   }
+}
+
+inline void DayClock::SetTime(std::uint32_t hundredths, tagKVTrajectoryObs& fix) const {
+  const auto field = [](std::uint32_t value) { return static_cast<std::uint16_t>(value); };
+  const std::uint32_t seconds = hundredths / 100, minutes = seconds / 60, hours = minutes / 60;
+  if (!isDate_) {
+    const auto number = [](std::uint32_t value) { return static_cast<int>(value); };
+    SetTime({number(hours), number(minutes % 60), number(seconds % 60), number(hundredths % 100 * 10)}, fix);
+    return;
+  }
+  SYSTEMTIME& calendar = fix.SystemTimeUTC = date_;
+  calendar.wHour = field(hours);
+  calendar.wMinute = field(minutes % 60);
+  calendar.wSecond = field(seconds % 60);
+  calendar.wMilliseconds = field(hundredths % 100 * 10);
+  SetCounts(seconds, calendar.wMilliseconds, fix);
+}
+
+inline void DayClock::SetCounts(std::int64_t seconds, std::int64_t milliseconds, tagKVTrajectoryObs& fix) const {
+  constexpr std::int64_t kTicksPerMillisecond = kTicksPerSecond / 1000;
+  fix.TimeUTC = AddTicks(midnight_, seconds * kTicksPerSecond + milliseconds * kTicksPerMillisecond);
+  // Leap seconds come at midnight, so within a day UTC and GPS seconds advance together.
+  fix.AdjGpsSec = gpsMidnight_ + static_cast<double>(seconds) + static_cast<double>(milliseconds) / 1000.0;
 }
 
 /// Fills in place, heights and unit.

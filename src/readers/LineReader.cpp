@@ -49,21 +49,37 @@ LineReader::LineReader(const std::filesystem::path& path, CtrlZ ctrlZ, Job& job,
 
 bool LineReader::Next(std::string_view& line) {
   while (stream_.ReadPiece(line, kLongestLine)) {
-    if (stream_.BytesRead() != bytesChecked_) job_.ThrowIfStopped();
-    bytesChecked_ = stream_.BytesRead();
-    if (std::exchange(isInLine_, !stream_.IsAtLineStart())) continue;
-    ++number_;
-    if (line.size() > kLongestLine) cut_.push_back(number_), line = line.substr(0, kLongestLine);
-    if (number_ == 1) line = WithoutByteOrderMark(line);
+    if (stream_.BytesRead() != bytesChecked_) [[unlikely]]
+      CheckStop();
+    if (std::exchange(isInLine_, !stream_.IsAtLineStart())) [[unlikely]]
+      continue;
+    if (++number_ == 1) [[unlikely]]
+      line = WithoutByteOrderMark(line);
+    if (line.size() > kLongestLine) [[unlikely]]
+      Cut(line);
     meter_.Step(bytesChecked_, stream_.FileBytes());
     return true;
   }
+  TellOfEnd();
+  return false;
+}
+
+void LineReader::CheckStop() {
+  job_.ThrowIfStopped();
+  bytesChecked_ = stream_.BytesRead();
+}
+
+void LineReader::Cut(std::string_view& line) {
+  cut_.push_back(number_);
+  line = line.substr(0, kLongestLine);
+}
+
+void LineReader::TellOfEnd() {
   ThrowOnError();
   if (!cut_.empty())
     job_.Add(Found::LinesCut, {{"file", Utf8(path_)}, {"count", Count(cut_.size())}, {"lines", Named(cut_)}},
              {.file = path_, .line = cut_[0]});
   cut_.clear();
-  return false;
 }
 
 void LineReader::ThrowOnError() {

@@ -51,6 +51,10 @@ class LineReader {
   std::uint64_t BytesLeft() const { return stream_.BytesLeft(); }  ///< after it; 0 when the file's size is not known
 
  private:
+  void CheckStop();
+  void Cut(std::string_view& line);
+  /// @throws Failure when it is not the end, but reading fails
+  void TellOfEnd();
   void ThrowOnError();
 
   std::filesystem::path path_;

@@ -31,7 +31,9 @@ bool ChecksumIsRight(std::string_view body, std::string_view digits) {
   constexpr std::size_t kWord = sizeof(std::uint64_t);
   std::uint64_t sum = 0;
   std::size_t at = 0;
-  for (; at + kWord <= body.size(); at += kWord) sum ^= LoadBytes(body.data() + at);
+  for (; at + 2 * kWord <= body.size(); at += 2 * kWord)
+    sum ^= LoadBytes(body.data() + at) ^ LoadBytes(body.data() + at + kWord);
+  if (at + kWord <= body.size()) sum ^= LoadBytes(body.data() + at), at += kWord;
   if (const std::size_t rest = body.size() - at; rest > 0)
     sum ^= at > 0 ? LoadBytes(body.data() + body.size() - kWord) >> 8 * (kWord - rest) : LoadBytes(body.data(), rest);
   for (const int half : {32, 16, 8}) sum ^= sum >> half;
@@ -48,30 +50,12 @@ std::string_view TypeOf(std::string_view identifier) {
   return identifier.size() == 5 && identifier[0] != 'P' ? identifier.substr(2) : identifier;
 }
 
-/// Splits a piece of a line that begins with "$" or "!" at its commas.
-/// @return where its fields end: at "*", or with the piece; npos when another "$" follows
-std::size_t SplitFields(std::string_view piece, Sentence& sentence) {
-  std::size_t end = piece.npos;
-  const char* begin = piece.data() + 1;
-  auto field = sentence.fields.begin();
-  const auto add = [&](const char* fieldEnd) {
-    if (field != sentence.fields.end()) *field++ = {begin, fieldEnd};
+/// Commas; and all bytes among which are commas, "*" and "$": the others are rare.
+TwoMasks MarksOf(std::string_view piece, std::size_t begin) {
+  const auto inSixteen = [](const char* sixteen) {
+    return TwoMasks{EqualInSixteen(',', sixteen), LowerInSixteen('-', sixteen)};
   };
-  for (std::size_t at = 0; at < piece.size(); at += kBytesAtOnce) {
-    std::uint64_t marks = BytesBetween('$', ',', piece, at);  // "*" is one of them; the others are rare
-    if (at == 0) marks &= ~std::uint64_t{1};
-    for (; marks != 0; marks &= marks - 1) {
-      const char* const mark = piece.data() + at + std::countr_zero(marks);
-      if (*mark == '$') return piece.npos;
-      if (end != piece.npos) continue;
-      if (*mark == ',') add(mark), begin = mark + 1;
-      if (*mark == '*') end = static_cast<std::size_t>(mark - piece.data());
-    }
-  }
-  end = std::min(end, piece.size());
-  add(piece.data() + end);
-  std::fill(field, sentence.fields.end(), std::string_view());
-  return end;
+  return BytesWanted(inSixteen, piece, begin);
 }
 
 /// An angle dddmm.mmmm with digits on both sides of the point.
@@ -88,6 +72,12 @@ bool IsAngle(std::string_view text, int maxDegrees) {
   return minutes < 60 && (degrees < maxDegrees || (degrees == maxDegrees && atLimit));
 }
 
+bool ReadOtherAngle(std::string_view text, int maxDegrees, char hemisphere, double& angle) {
+  if (!IsAngle(text, maxDegrees)) return false;
+  angle = DegreesFromNmea(text, hemisphere);
+  return true;
+}
+
 /// Like `IsAngle`, and reads it.
 /// @param angle  degrees
 bool ReadAngle(std::string_view text, int maxDegrees, char hemisphere, double& angle) {
@@ -95,11 +85,8 @@ bool ReadAngle(std::string_view text, int maxDegrees, char hemisphere, double& a
   const bool isUsual = text.size() > kLeastDigits + 1 && text.size() <= kLongest &&
                        (text[kLeastDigits] == '.' || text[kLeastDigits + 1] == '.');
   const auto decimal = isUsual ? SplitDecimal(text) : std::nullopt;
-  if (!decimal) {
-    if (!IsAngle(text, maxDegrees)) return false;
-    angle = DegreesFromNmea(text, hemisphere);
-    return true;
-  }
+  if (!decimal) [[unlikely]]
+    return ReadOtherAngle(text, maxDegrees, hemisphere, angle);
   const int whole = static_cast<int>(decimal->whole), degrees = whole / 100, minutes = whole % 100;
   angle = DegreesFromNmea(whole, decimal->fraction, hemisphere);
   const bool atLimit = minutes == 0 && decimal->fraction == 0;
@@ -108,11 +95,11 @@ bool ReadAngle(std::string_view text, int maxDegrees, char hemisphere, double& a
 
 bool IsOneOf(std::string_view text, char a, char b) { return text.size() == 1 && (text[0] == a || text[0] == b); }
 
-std::optional<double> MetresIn(std::string_view unit) {
+/// @return 0 for an unknown unit
+double MetresIn(std::string_view unit) {
   constexpr double kMetresInFoot = 0.3048;
-  if (unit == "M" || unit == "m") return 1.0;
-  if (unit == "F" || unit == "f" || unit == "FT" || unit == "ft") return kMetresInFoot;
-  return std::nullopt;
+  if (IsOneOf(unit, 'M', 'm')) return 1;
+  return IsOneOf(unit, 'F', 'f') || unit == "FT" || unit == "ft" ? kMetresInFoot : 0;
 }
 
 bool ReadOtherMeasure(std::string_view text, double& measure) {
@@ -132,39 +119,75 @@ bool ReadOtherMeasure(std::string_view text, double& measure) {
 /// @param measure  unchanged for a text that is not one
 bool ReadMeasure(std::string_view text, double& measure) {
   double value = 0;
-  if (!ReadTinyDecimal(text, value) || value >= kLargestMeasure) return ReadOtherMeasure(text, measure);
+  if (!ReadTinyDecimal(text, value) || value >= kLargestMeasure) [[unlikely]]
+    return ReadOtherMeasure(text, measure);
   measure = value;  // too few characters for a number that is too small
   return true;
 }
 
-/// @return whether both heights are there, in known units
-bool ReadHeights(Sentence& sentence) {
+/// Reads the geoid's separation, and the unit of the height.
+/// @return what is missing or invalid
+const char* ReadSeparation(Sentence& sentence) {
   const auto& field = sentence.fields;
   FixNumbers& fix = sentence.fix;
-  const char*& lacks = sentence.lacks;
-  const bool hasOneUnit = field[kSeparationUnit].empty();  // receivers that leave the second out mean the first
-  const auto unit = MetresIn(field[kHeightUnit]);
-  const auto separationUnit = hasOneUnit ? unit : MetresIn(field[kSeparationUnit]);
-  lacks = !ReadMeasure(field[kHeight], fix.height)           ? "height"
-          : !ReadMeasure(field[kSeparation], fix.separation) ? "geoid separation"
-          : !unit || !separationUnit                         ? "known unit of height"
-                                                             : nullptr;
-  if (lacks) return false;
-  fix.height *= *unit, fix.separation *= *separationUnit;
-  fix.wasConverted = *unit != 1.0 || *separationUnit != 1.0;
+  const std::string_view unit = field[kHeightUnit], own = field[kSeparationUnit];
+  fix.metres = MetresIn(unit);
+  const double separationMetres =
+      own.empty() ? fix.metres : MetresIn(own);  // receivers that leave it out mean the first
+  if (!ReadMeasure(field[kSeparation], fix.separation)) return "geoid separation";
+  if (fix.metres == 0 || separationMetres == 0) return "known unit of height";
+  fix.separation *= separationMetres;
+  fix.wasConverted = fix.metres != 1 || separationMetres != 1;
+  return nullptr;
+}
+
+/// @return what is missing or invalid
+const char* ReadQuality(Sentence& sentence) {
+  const auto& field = sentence.fields;
+  FixNumbers& fix = sentence.fix;
+  const auto quality = Digits(field[kQuality]), satellites = Digits(field[kSatellites]);
+  fix.quality = quality.value_or(0), fix.satellites = satellites.value_or(0);
+  return !quality                               ? "quality"
+         : !satellites                          ? "number of satellites"
+         : !ReadMeasure(field[kHdop], fix.hdop) ? "HDOP"
+                                                : nullptr;
+}
+
+/// Reads what a row of fields says, unless it is what the row of the fix before said.
+/// @param last   field of the row; if it may be missing, nothing is kept
+/// @param known  the fix before's
+template <class Read>
+const char* ReadRow(Sentence& sentence, FixField first, FixField last, RepeatedText& known, Read read) {
+  const bool isThere = !sentence.fields[last].empty();
+  const std::string_view row = isThere ? sentence.fields.Row(first, last) : std::string_view();
+  if (isThere && known.Is(row)) return nullptr;
+  known.Keep({});
+  const char* const lacks = read(sentence);
+  if (!lacks) known.Keep(row);
+  return lacks;
+}
+
+/// @param text    hhmmss
+/// @param second  unchanged when that is not a time of day
+bool ReadSecond(std::uint64_t text, KnownSecond& second) {
+  constexpr std::size_t kDigits = 6;
+  const std::uint64_t digits = DigitValues(text);
+  if (FirstByte(OtherThanDigits(digits)) < kDigits) return false;
+  const auto pair = [pairs = PairsOf(digits)](int i) { return static_cast<int>(pairs >> 16 * i & 0xFF); };
+  const int hours = pair(0), minutes = pair(1), seconds = pair(2);
+  if (hours > 23 || minutes > 59 || seconds > 59) return false;
+  second = {text, Hundredths{((hours * 60 + minutes) * 60 + seconds) * 100}};
   return true;
 }
 
 /// Writes through a reference and loads six bytes in two pieces, so that the processor need not wait for its own stores.
 /// @param clock  unchanged for a text that is not a time of day
-bool ReadClock(std::string_view text, ClockTime& clock) {
+bool ReadClock(std::string_view text, KnownSecond& second, ClockTime& clock) {
   constexpr std::size_t kPoint = 6, kTenths = 7, kHundredths = 8;
   if (text.size() < kPoint) return false;
-  const std::uint64_t digits = DigitValues(LoadBytes(text.data(), 4) | LoadBytes(text.data() + 4, 2) << 32);
-  if (FirstByte(OtherThanDigits(digits)) < kPoint) return false;
-  const auto pair = [pairs = PairsOf(digits)](int i) { return static_cast<int>(pairs >> 16 * i & 0xFF); };
-  const int hour = pair(0), minute = pair(1), second = pair(2);
-  if (hour > 23 || minute > 59 || second > 59 || (text.size() > kPoint && text[kPoint] != '.')) return false;
+  const std::uint64_t digits = LoadBytes(text.data(), 4) | LoadBytes(text.data() + 4, 2) << 32;
+  if (digits != second.digits && !ReadSecond(digits, second)) return false;
+  if (text.size() > kPoint && text[kPoint] != '.') return false;
   const auto character = [&](std::size_t at) { return at < text.size() ? text[at] : '0'; };
   const char tenths = character(kTenths), hundredths = character(kHundredths);
   bool areDigits = IsDigit(tenths) && IsDigit(hundredths), truncated = false;
@@ -173,7 +196,7 @@ bool ReadClock(std::string_view text, ClockTime& clock) {
     truncated = truncated || text[at] != '0';
   }
   if (!areDigits) return false;
-  clock = {Hundredths{((hour * 60 + minute) * 60 + second) * 100 + (tenths - '0') * 10 + hundredths - '0'}, truncated};
+  clock = {second.time + Hundredths{(tenths - '0') * 10 + hundredths - '0'}, truncated};
   return true;
 }
 
@@ -181,20 +204,17 @@ bool ReadClock(std::string_view text, ClockTime& clock) {
 bool ReadFix(Sentence& sentence) {
   const auto& field = sentence.fields;
   FixNumbers& fix = sentence.fix;
-  const bool hasClock = ReadClock(field[kTime], fix.clock);
-  const auto quality = Digits(field[kQuality]), satellites = Digits(field[kSatellites]);
+  const char*& lacks = sentence.lacks;
+  const bool hasClock = ReadClock(field[kTime], sentence.second, fix.clock);
   const bool hasPlace = IsOneOf(field[kNorth], 'N', 'S') && IsOneOf(field[kEast], 'E', 'W') &&
                         ReadAngle(field[kLatitude], 90, field[kNorth][0], fix.latitude) &&
                         ReadAngle(field[kLongitude], 180, field[kEast][0], fix.longitude);
-  sentence.lacks = !hasClock                              ? "time"
-                   : !hasPlace                            ? "latitude or longitude"
-                   : !quality                             ? "quality"
-                   : !satellites                          ? "number of satellites"
-                   : !ReadMeasure(field[kHdop], fix.hdop) ? "HDOP"
-                                                          : nullptr;
-  if (sentence.lacks) return false;
-  fix.quality = *quality, fix.satellites = *satellites;
-  return ReadHeights(sentence);
+  lacks = !hasClock ? "time" : !hasPlace ? "latitude or longitude" : nullptr;
+  if (!lacks) lacks = ReadRow(sentence, kQuality, kHdop, sentence.quality, ReadQuality);
+  if (!lacks && !ReadMeasure(field[kHeight], fix.height)) lacks = "height";
+  if (!lacks) lacks = ReadRow(sentence, kHeightUnit, kSeparationUnit, sentence.separation, ReadSeparation);
+  fix.height *= fix.metres;
+  return !lacks;
 }
 
 bool SaysNoFix(const Sentence& fix) {
@@ -240,7 +260,7 @@ std::string_view BestPiece(std::string_view line, Sentence& sentence) {
   std::string_view best;
   Trust trust = Trust::NoSentence;
   const auto consider = [&](std::string_view piece) {
-    const std::size_t end = SplitFields(piece, sentence);
+    const std::size_t end = sentence.fields.Split(piece);
     const Trust of = TrustIn(piece, end, sentence.fields[0]);
     if (of > trust) best = piece, trust = of;
   };
@@ -256,14 +276,56 @@ std::string_view BestPiece(std::string_view line, Sentence& sentence) {
 
 }  // namespace
 
+std::size_t SentenceFields::Split(std::string_view piece) {
+  std::size_t end = piece.size();
+  Commas commas{};
+  for (std::size_t at = 0, block = 0; at < piece.size(); at += kBytesAtOnce, ++block) {
+    auto [found, others] = MarksOf(piece, at);
+    others &= ~found;
+    if (at == 0) others &= ~std::uint64_t{1};
+    for (; others != 0; others &= others - 1) {
+      const int bit = std::countr_zero(others);
+      const std::size_t other = at + static_cast<unsigned>(bit);
+      if (piece[other] == '$') return piece.npos;
+      if (piece[other] != '*' || other >= end) continue;
+      end = other;
+      found &= (std::uint64_t{1} << bit) - 1;
+    }
+    if (block < commas.size() && at < end) commas[block] = found;
+  }
+  piece_ = piece.data();
+  Layout& layout = layouts_[end % kLayouts];
+  layout_ = &layout;
+  if (layout.end != end || layout.commas != commas) SetPlaces(piece.substr(0, end), commas, layout);
+  return end;
+}
+
+void SentenceFields::SetPlaces(std::string_view fields, const Commas& commas, Layout& layout) {
+  layout.end = fields.size() <= commas.size() * kBytesAtOnce ? fields.size() : 0;
+  layout.commas = commas;
+  std::uint32_t begin = 1;
+  auto place = layout.places.begin();
+  const auto add = [&](std::size_t fieldEnd) {
+    if (place == layout.places.end()) return;
+    *place++ = {begin, static_cast<std::uint32_t>(fieldEnd) - begin};
+    begin = static_cast<std::uint32_t>(fieldEnd) + 1;
+  };
+  for (std::size_t at = 0; at < fields.size(); at += kBytesAtOnce) {
+    for (std::uint64_t left = BytesEqual(',', fields, at); left != 0; left &= left - 1)
+      add(at + static_cast<unsigned>(std::countr_zero(left)));
+  }
+  add(fields.size());
+  std::fill(place, layout.places.end(), Place{});
+}
+
 SentenceKind Classify(std::string_view line, Sentence& sentence) {
   line = WithoutTrailingBlanks(line);
   if (line.empty()) return SentenceKind::Blank;
-  std::size_t end = line[0] == '$' ? SplitFields(line, sentence) : line.npos;
-  if (end == line.npos) {  // not one sentence and nothing else
+  std::size_t end = line[0] == '$' ? sentence.fields.Split(line) : line.npos;
+  if (end == line.npos) [[unlikely]] {  // not one sentence and nothing else
     line = BestPiece(line, sentence);
     if (line.empty()) return SentenceKind::NotASentence;
-    end = SplitFields(line, sentence);
+    end = sentence.fields.Split(line);
   }
   std::string_view identifier = sentence.fields[0];
   const Trust trust = TrustIn(line, end, identifier);
@@ -277,7 +339,8 @@ SentenceKind Classify(std::string_view line, Sentence& sentence) {
 
 std::optional<ClockTime> ParseClock(std::string_view text) {
   ClockTime clock;
-  return ReadClock(text, clock) ? std::optional(clock) : std::nullopt;
+  KnownSecond none;
+  return ReadClock(text, none, clock) ? std::optional(clock) : std::nullopt;
 }
 
 std::optional<Instant> DatedTime(const Sentence& sentence) {

@@ -47,7 +47,8 @@ TEST(PlaceQualities, AreThoseOfTheFixesBesideAPhoto) {
   mission.exposures.push_back(ExposureAt(0));
   mission.exposures.back().drop = Drop{DropCode::NoPhoto};  // not in the layer, so not counted
   TestJob job;
-  QualifyExposures(trajectory, mission, job);
+  TrajectoryIndex index(trajectory.fixes);
+  QualifyExposures(trajectory, index, mission, job);
   for (std::size_t i = 0; i < std::size(rows); ++i) {
     const Exposure& exposure = mission.exposures[i];
     const auto orZero = [](float sigma) { return sigma == sigma ? sigma : 0; };
@@ -103,7 +104,8 @@ TEST(PlaceQualities, TellWhereRtkWasLost) {
       mission.timestamps->qualities.push_back({quality});
     }
     TestJob job;
-    QualifyExposures({}, mission, job);
+    TrajectoryIndex index({});
+    QualifyExposures({}, index, mission, job);
     ExpectParts(job.Warnings(), warnings, what);
   }
 }

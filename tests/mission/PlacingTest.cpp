@@ -27,7 +27,8 @@ TEST(Placing, NamesTheReasonForEveryDrop) {
   mission.settings.camera1 = "cam1";
   mission.trajectory = ReadTrajectoryFile(folder.Path() / "log", {ParseDate("2024-05-01"), {}}, 2.0, job);
   auto& events = mission.events.emplace(ReadEventFile(folder.Path() / "clock", job)).events;
-  PlaceEvents(events, *mission.trajectory, job);
+  TrajectoryIndex index(mission.trajectory->fixes);
+  PlaceEvents(events, *mission.trajectory, index, job);
   EXPECT_EQ(job.Warnings().back(), "2 camera events inside trajectory gaps or across the 180th meridian: dropped");
   events[3].PhotoPath = L"/cam1/a.jpg";
   PhotosOfEvents photos(events.size());

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <opencv2/imgproc.hpp>
 #include <random>
 
 #include "KVUtilities.h"
@@ -26,9 +27,9 @@ cv::Mat Checkers(int columns, int rows) {
 }
 
 /// @param least, most  rows of a band
-double SharpnessInBands(const cv::Mat& picture, int least, int most) {
+double SharpnessInBands(const cv::Mat& picture, int least, int most, const kv::PixelLoops& loops = kv::WideLoops()) {
   static std::mt19937 random(6);
-  kv::SharpnessMeter meter(picture.size());
+  kv::SharpnessMeter meter(picture.size(), loops);
   for (int row = 0, end = 0; row < picture.rows; row = end) {
     end = std::min(row + least + static_cast<int>(random() % static_cast<unsigned>(most - least + 1)), picture.rows);
     meter.Add(picture.rowRange(row, end));
@@ -55,6 +56,18 @@ TEST(Sharpness, BandsEqualTheWholePictureToTheLastBit) {
   EXPECT_EQ(SharpnessInBands(large, 8, 8), baseline::SharpnessOf(large));
   EXPECT_EQ(SharpnessInBands(large.colRange(5, 600), 8, 8), baseline::SharpnessOf(large.colRange(5, 600)));
   EXPECT_EQ(SharpnessInBands(cv::Mat(300, 400, CV_8UC3, cv::Scalar::all(90)), 9, 9), 0.0);
+}
+
+// Rows of JPEGs come in four bytes a pixel, the last of which means nothing.
+TEST(Sharpness, IsTheSameOnEveryProcessor) {
+  std::mt19937 random(7);
+  for (int round = TestSize(100, 3'000); round > 0; --round) {
+    const cv::Mat picture = Noise(1 + static_cast<int>(random() % 700), 1 + static_cast<int>(random() % 30), CV_8UC4);
+    cv::Mat colours;
+    cv::cvtColor(picture, colours, cv::COLOR_BGRA2BGR);
+    for (const auto* loops : {&kv::PlainLoops(), &kv::WideLoops()})
+      ASSERT_EQ(SharpnessInBands(picture, 1, 9, *loops), baseline::SharpnessOf(colours)) << picture.size();
+  }
 }
 
 TEST(Sharpness, PicturesOfEveryKindUnderAnyName) {

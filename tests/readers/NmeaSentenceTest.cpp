@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
+#include "support/TestSize.h"
+
 namespace kv::mission {
 namespace {
 
@@ -85,9 +89,43 @@ TEST(NmeaSentence, NamesWhatIsMissing) {
   }
 }
 
+/// What earlier sentences left in it does not show.
+TEST(NmeaSentence, ReadsASentenceAsIfItWereTheFirst) {
+  const std::array starts{"$GPGGA,123519.10,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,0000"sv,
+                          "$GPGGA,123519.20,4807.038,N,01131.000,E,4,08,0.9,545.4,F,46.9,F,,0000"sv,
+                          "$GNRMC,003956.00,A,4552.65403,S,17030.00668,E,0.025,,120419,,,A,V"sv};
+  constexpr std::string_view kReplacements = "0123456789.,*$MFNmf-+ \0"sv;
+  std::mt19937 random(16);
+  const auto any = [&](std::size_t count) { return random() % count; };
+  const auto outcome = [](const std::string& line, Sentence& sentence) {
+    const SentenceKind kind = Classify(line, sentence);
+    std::string text = std::to_string(static_cast<int>(kind));
+    if (kind == SentenceKind::Incomplete) text += sentence.lacks;
+    if (kind == SentenceKind::Fix || kind == SentenceKind::OtherSentence)
+      for (std::size_t i = 0; i < 13; ++i) (text += '|') += sentence.fields[i];
+    const FixNumbers& fix = sentence.fix;
+    if (kind == SentenceKind::Fix)
+      for (const double number :
+           {double(fix.clock.time.count()), fix.latitude, fix.longitude, double(fix.quality), double(fix.satellites),
+            fix.hdop, fix.height, fix.separation, double(fix.wasConverted)})
+        (text += '|') += std::to_string(number);
+    return text;
+  };
+  Sentence used;
+  for (int i = TestSize(50'000, 2'000'000); i > 0; --i) {
+    std::string line(starts[any(starts.size())]);
+    for (std::size_t edits = any(3); edits > 0; --edits)
+      line[any(line.size())] = kReplacements[any(kReplacements.size())];
+    if (any(8) == 0) line.resize(any(line.size()));
+    if (any(8) == 0) line += std::string(any(100), ',') + "$*"[any(2)];
+    Sentence fresh;
+    ASSERT_EQ(outcome(line, used), outcome(line, fresh)) << line;
+  }
+}
+
 TEST(NmeaSentence, ReadsTimesOfDayToTheHundredth) {
   struct {
-    const char* text;
+    std::string_view text;
     int hundredths;  // -1: no time
     bool truncated;
   } const rows[] = {
@@ -102,6 +140,7 @@ TEST(NmeaSentence, ReadsTimesOfDayToTheHundredth) {
       {"123519.4x", -1, false},
       {"126019", -1, false},
       {"", -1, false},
+      {std::string_view("\0\0\0\0\0\0", 6), -1, false},
   };
   for (const auto& [text, hundredths, truncated] : rows) {
     const auto clock = ParseClock(text);

@@ -174,15 +174,16 @@ TEST(TrajectoryFile, AnyLinesGiveWhatThePlainReaderGives) {
 // A caller that knows the date of every fix gets what a scan of that date gives, bit for bit.
 TEST(TrajectoryFile, AFixByItsDateAndHundredthsIsTheScannedOne) {
   const kv::DayClock day(UtcTime(2016, 12, 31, 7));  // a leap second ends it
-  for (const int hundredths : {0, 5, 4'531'999, 8'639'999}) {
-    const auto [hour, minute, second, milliseconds] = kv::TimeOfDayAt(hundredths);
+  for (const std::uint32_t hundredths : {0u, 5u, 4'531'999u, 8'639'999u}) {
+    const std::uint32_t second = hundredths / 100;
     char time[16];
-    std::snprintf(time, sizeof time, "%02d%02d%02d.%02d", hour, minute, second, milliseconds / 10);
+    std::snprintf(time, sizeof time, "%02u%02u%02u.%02u", second / 3600, second / 60 % 60, second % 60,
+                  hundredths % 100);
     const std::string_view tokens[] = {"GPGGA", time, "4807.038", "N",     "01131.000", "E",
                                        "1",     "08", "0.9",      "545.4", "M",         "46.9"};
     std::vector<tagKVTrajectoryObs> fixes(1);
     kv::ColumnText units;
-    day.SetTime(kv::TimeOfDayAt(hundredths), fixes[0]);
+    day.SetTime(hundredths, fixes[0]);
     kv::SetPlace(tokens, units, fixes[0]);
     EXPECT_EQ(Outcome(fixes), Outcome(Scan(FixAt(time), UtcTime(2016, 12, 31, 12)))) << time;
   }

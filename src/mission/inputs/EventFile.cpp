@@ -29,14 +29,15 @@ Records ReadRecords(const std::filesystem::path& path, double offsetSeconds, Eve
   LocalCalendar calendar(Calendar::Utc);
   Records records;
   for (std::string_view line; reader.Next(line);) {
-    auto [kind, record] = ClassifyEvent(line, calendar);
-    record.line = reader.Number();
-    if (record.time) *record.time += offset;
-    if (kind == EventKind::FaultyHeartbeat) file.faultyHeartbeats.push_back(record.line);
-    if (kind == EventKind::Other && !WithoutBlanks(line).empty()) file.skipped.push_back(record.line);
-    if (kind != EventKind::Heartbeat && kind != EventKind::CameraEvent) continue;
+    const EventLineKind event = ClassifyEvent(line, calendar);
+    if (event.kind == EventKind::FaultyHeartbeat) file.faultyHeartbeats.push_back(reader.Number());
+    if (event.kind == EventKind::Other && !WithoutBlanks(line).empty()) file.skipped.push_back(reader.Number());
+    if (event.kind != EventKind::Heartbeat && event.kind != EventKind::CameraEvent) continue;
     MakeRoom(records, line, reader);
-    records.push_back(record);
+    EventRecord& record = records.emplace_back();
+    record.line = reader.Number();
+    record.tick = event.tick, record.camera = event.camera;
+    if (event.time) record.time = *event.time + offset;
   }
   file.lines = reader.Number();
   return records;
@@ -141,14 +142,10 @@ EventLineKind ClassifyEvent(std::string_view line, LocalCalendar& calendar) {
   const auto found = Tokenise(WithoutTrailingBlanks(line), Delimiters(","), tokens);
   const auto event = ReadEventLine(found, calendar);
   if (!event) return {};
-  EventRecord record;
-  record.tick = event->tick;
-  record.camera = event->camera;
-  if (!event->heartbeat) return {EventKind::CameraEvent, record};
+  if (!event->heartbeat) return {EventKind::CameraEvent, event->tick, event->camera, {}};
   const bool isSigned = tokens[1][0] == '+';  // takes the place of a digit
-  if (!event->heartbeat->isValid || isSigned) return {EventKind::FaultyHeartbeat, {}};
-  record.time = FromFileTime(event->heartbeat->time);
-  return {EventKind::Heartbeat, record};
+  if (!event->heartbeat->isValid || isSigned) return {EventKind::FaultyHeartbeat, 0, 0, {}};
+  return {EventKind::Heartbeat, event->tick, event->camera, FromFileTime(event->heartbeat->time)};
 }
 
 EventFile ReadEventFile(const std::filesystem::path& path, Job& job, double offsetSeconds) {
@@ -161,7 +158,8 @@ EventFile ReadEventFile(const std::filesystem::path& path, Job& job, double offs
   file.offHeartbeats = std::move(check.off);
   file.heartbeatsAgree = check.agree;
   file.wraps = SettleWraps(records);
-  const auto outages = file.heartbeatsAgree ? PlausibleOutages(records) : std::vector<bool>(records.size());
+  const bool hasSteps = !RunOn(records);
+  const auto outages = hasSteps && file.heartbeatsAgree ? PlausibleOutages(records) : std::vector<bool>(records.size());
   MakeEvents(records, outages, file);
 
   job.AddLines(Found::LinesLeftOut, "events", file.skipped, {{"reason", "not an event"}}, {.file = path});
@@ -170,7 +168,7 @@ EventFile ReadEventFile(const std::filesystem::path& path, Job& job, double offs
   job.AddLines(Found::HeartbeatsFaulty, "events", file.faultyHeartbeats, {}, {.file = path});
   job.AddLines(Found::HeartbeatsOff, "events", file.offHeartbeats, {}, {.file = path});
   if (file.wraps > 0) job.Add(Found::CounterWraps, {{"count", Count(file.wraps)}});
-  TellOfTickSteps(records, outages, file, job);
+  if (hasSteps) TellOfTickSteps(records, outages, file, job);
   TellOfHeartbeats(records, file, job);
   SettleTimes(records, file, job);
   return file;

@@ -20,9 +20,12 @@ enum class EventKind {
   Other,
 };
 
+/// What a line says; beside the kind only for a heartbeat or a camera event.
 struct EventLineKind {
   EventKind kind = EventKind::Other;
-  EventRecord record;  ///< of a heartbeat or camera event, without its line
+  std::int64_t tick = 0;
+  std::int64_t camera = 0;
+  std::optional<Instant> time;  ///< of a heartbeat
 };
 
 /// @param calendar  UTC

@@ -42,31 +42,58 @@ std::optional<Instant> TimeOf(const tagKVLogEvent& event) {
   return FromFields(time.wYear, time.wMonth, time.wDay, time.wHour, time.wMinute, time.wSecond);
 }
 
-void AddReadings(const HousekeepingEntry& entry, const std::optional<Instant>& time, std::size_t line,
-                 ReadingRanges& ranges) {
-  constexpr double kNotANumber = std::numeric_limits<double>::quiet_NaN();
-  if (!entry.device) return;
-  for (std::size_t i = 0; i < entry.device->decimals.size(); ++i) {
-    const auto value = entry.device->decimals[i];
-    const auto reading =
-        std::find_if(kReadings.begin(), kReadings.end(), [&](auto& known) { return known.value == value; });
-    if (reading != kReadings.end())
-      ranges.Add(static_cast<std::size_t>(reading - kReadings.begin()),
-                 entry.numbers[i] ? entry.event.*value : kNotANumber, time, line);
+/// What the decimals of a device tell.
+struct Decimal {
+  std::optional<std::size_t> reading;  // of `kReadings`
+  KnownReadings known = 0;             // its bit
+};
+
+std::vector<Decimal> DecimalsOf(const HousekeepingDevice& device) {
+  std::vector<Decimal> decimals;
+  for (const auto value : device.decimals) {
+    Decimal& decimal = decimals.emplace_back();
+    for (std::size_t i = 0; i < kReadings.size(); ++i) {
+      if (kReadings[i].value == value) decimal.reading = i;
+    }
+    for (std::size_t bit = 0; bit < kHousekeepingReadings.size(); ++bit) {
+      if (kHousekeepingReadings[bit] == value) decimal.known = static_cast<KnownReadings>(1 << bit);
+    }
   }
+  return decimals;
 }
 
-KnownReadings KnownIn(const HousekeepingEntry& entry) {
-  KnownReadings known = 0;
-  if (!entry.device) return known;
-  const auto& decimals = entry.device->decimals;
-  for (std::size_t bit = 0; bit < kHousekeepingReadings.size(); ++bit) {
-    const auto at = std::find(decimals.begin(), decimals.end(), kHousekeepingReadings[bit]) - decimals.begin();
-    if (at < std::ssize(decimals) && entry.numbers[static_cast<std::size_t>(at)])
-      known = static_cast<KnownReadings>(known | 1 << bit);
+/// Collects the readings of devices; what a device tells is looked up once.
+class DeviceReadings {
+ public:
+  DeviceReadings() : ranges_(ReadingNames()) {}
+
+  /// @return which readings of the entry are known
+  KnownReadings Add(const HousekeepingEntry& entry, const std::optional<Instant>& time, std::size_t line) {
+    constexpr double kNotANumber = std::numeric_limits<double>::quiet_NaN();
+    KnownReadings known = 0;
+    if (!entry.device) return known;
+    const auto& decimals = DecimalsOf(*entry.device);
+    for (std::size_t i = 0; i < decimals.size(); ++i) {
+      if (entry.numbers[i]) known = static_cast<KnownReadings>(known | decimals[i].known);
+      if (!decimals[i].reading) continue;
+      const double value = entry.numbers[i] ? entry.event.*entry.device->decimals[i] : kNotANumber;
+      ranges_.Add(*decimals[i].reading, value, time, line);
+    }
+    return known;
   }
-  return known;
-}
+  const ReadingRanges& Ranges() const { return ranges_; }
+
+ private:
+  const std::vector<Decimal>& DecimalsOf(const HousekeepingDevice& device) {
+    for (const auto& [known, decimals] : devices_) {
+      if (known == &device) return decimals;
+    }
+    return devices_.emplace_back(&device, mission::DecimalsOf(device)).second;
+  }
+
+  ReadingRanges ranges_;
+  std::vector<std::pair<const HousekeepingDevice*, std::vector<Decimal>>> devices_;
+};
 
 std::string Trimmed(const std::wstring& errorLine) {
   std::string text = Utf8(errorLine);
@@ -100,7 +127,7 @@ HousekeepingLog ReadHousekeepingLog(const std::filesystem::path& path, Job& job)
   HousekeepingLog housekeeping;
   LineReader lines(path, CtrlZ::EndsText, job, "reading the housekeeping log");
   HousekeepingReader reader;
-  ReadingRanges ranges(ReadingNames());
+  DeviceReadings readings;
   LineNumbers skipped, undated;
   for (std::string_view line; lines.Next(line);) {
     if (line.size() > kLongestBoundedLine) {
@@ -117,15 +144,14 @@ HousekeepingLog ReadHousekeepingLog(const std::filesystem::path& path, Job& job)
     time ? housekeeping.span.Add(*time) : undated.push_back(housekeeping.lines);
     if (!entry->errorLine.empty()) housekeeping.errors.push_back(Trimmed(entry->errorLine));
     housekeeping.errorTexts.push_back(entry->errorLine.empty() ? "" : TextOfError(housekeeping.errors.back()));
-    AddReadings(*entry, time, housekeeping.lines, ranges);
-    housekeeping.known.push_back(KnownIn(*entry));
+    housekeeping.known.push_back(readings.Add(*entry, time, housekeeping.lines));
     MakeRoom(housekeeping.events, line, lines);
     housekeeping.events.push_back(std::move(entry->event));
   }
   housekeeping.entries = housekeeping.events.size();
   housekeeping.skipped = skipped.size();
   housekeeping.faultyDates = undated.size();
-  housekeeping.readings = ranges.Found();
+  housekeeping.readings = readings.Ranges().Found();
 
   if (housekeeping.endedAtLine)
     job.Add(Found::HousekeepingEndsEarly,
@@ -134,7 +160,7 @@ HousekeepingLog ReadHousekeepingLog(const std::filesystem::path& path, Job& job)
                {.file = path});
   if (!undated.empty())
     job.Add(Found::EntriesWithoutDate, {{"count", Count(undated.size())}, {"lines", Named(undated)}});
-  ranges.TellOfNotNumbers("housekeeping log", job);
+  readings.Ranges().TellOfNotNumbers("housekeeping log", job);
   return housekeeping;
 }
 

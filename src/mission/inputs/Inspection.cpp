@@ -15,22 +15,10 @@ double Distance(const tagKVTrajectoryObs& from, const tagKVTrajectoryObs& to) {
   return std::hypot(north, east, to.Altitude - from.Altitude);
 }
 
-void Inspection::Take(const tagKVTrajectoryObs& fix) {
-  constexpr double kHalfTurn = 180.0;
-  const Instant to = FromFileTime(fix.TimeUTC);
-  bounds_.Add(fix.Latitude, fix.Longitude, fix.Altitude);
-  if (last_) {
-    const double seconds = Seconds(to - lastTime_);
-    const Gap step{lastTime_, to, last_->Latitude, last_->Longitude};
-    if (seconds > maxGapSeconds_) gaps_.push_back(step);
-    stepsBack_ += to < lastTime_;
-    if (IsJump(*last_, fix, seconds)) jumps_.push_back(step), afterJumps_.push_back(taken_);
-    if (std::abs(fix.Longitude - last_->Longitude) > kHalfTurn) crossings_.push_back(step);
-  } else {
-    firstTime_ = to;
-  }
-  last_ = &fix, lastTime_ = to;
-  ++taken_;
+void Inspection::Keep(const Gap& step, bool isGap, bool isJump, bool isCrossing) {
+  if (isGap) gaps_.push_back(step);
+  if (isJump) jumps_.push_back(step), afterJumps_.push_back(taken_);
+  if (isCrossing) crossings_.push_back(step);
 }
 
 void Inspection::WriteTo(Trajectory& trajectory) {
@@ -55,7 +43,7 @@ std::size_t Inspection::CountOutlying() const {
 
 void Inspect(double maxGapSeconds, Trajectory& trajectory) {
   Inspection inspection(maxGapSeconds);
-  for (const auto& fix : trajectory.fixes) inspection.Take(fix);
+  for (const auto& fix : trajectory.fixes) inspection.Take(fix, FromFileTime(fix.TimeUTC));
   inspection.WriteTo(trajectory);
 }
 

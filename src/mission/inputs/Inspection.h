@@ -26,12 +26,14 @@ class Inspection {
  public:
   explicit Inspection(double maxGapSeconds) : maxGapSeconds_(maxGapSeconds) {}
 
-  /// @param fix  the next one in file order, with its time; stays where it is until the next call
-  void Take(const tagKVTrajectoryObs& fix);
+  /// @param fix   the next one in file order; stays where it is until the next call
+  /// @param time  the fix's
+  void Take(const tagKVTrajectoryObs& fix, Instant time);
   /// Moves what was found; to be called once, at the end.
   void WriteTo(Trajectory& trajectory);
 
  private:
+  void Keep(const Gap& step, bool isGap, bool isJump, bool isCrossing);
   /// The fixes that both steps to and from are jumps; the first and the last have one step only.
   std::size_t CountOutlying() const;
 
@@ -44,6 +46,23 @@ class Inspection {
   std::vector<std::size_t> afterJumps_;  // numbers of the fixes that jumps lead to, ascending
   std::size_t stepsBack_ = 0;
 };
+
+inline void Inspection::Take(const tagKVTrajectoryObs& fix, Instant time) {
+  constexpr double kHalfTurn = 180.0;
+  bounds_.Add(fix.Latitude, fix.Longitude, fix.Altitude);
+  if (last_) {
+    const double seconds = Seconds(time - lastTime_);
+    const bool isGap = seconds > maxGapSeconds_, isJump = IsJump(*last_, fix, seconds);
+    const bool isCrossing = std::abs(fix.Longitude - last_->Longitude) > kHalfTurn;
+    stepsBack_ += time < lastTime_;
+    if (isGap || isJump || isCrossing) [[unlikely]]
+      Keep({lastTime_, time, last_->Latitude, last_->Longitude}, isGap, isJump, isCrossing);
+  } else {
+    firstTime_ = time;
+  }
+  last_ = &fix, lastTime_ = time;
+  ++taken_;
+}
 
 /// Shows an inspection all fixes of a trajectory, and writes down what it finds.
 void Inspect(double maxGapSeconds, Trajectory& trajectory);

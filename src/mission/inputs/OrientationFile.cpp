@@ -140,10 +140,10 @@ Clocked ReadClocked(const std::filesystem::path& path, OrientationFile& file, Jo
   Clocked clocked;
   WideTokens tokens;
   for (std::string_view line; reader.Next(line);) {
-    const auto [kind, event] = ClassifyEvent(line, calendar);
-    if (kind == EventKind::Heartbeat) {
+    const EventLineKind event = ClassifyEvent(line, calendar);
+    if (event.kind == EventKind::Heartbeat) {
       clocked.records.push_back({reader.Number(), event.tick, 0, event.time});
-    } else if (kind == EventKind::FaultyHeartbeat) {
+    } else if (event.kind == EventKind::FaultyHeartbeat) {
       file.faultyHeartbeats.push_back(reader.Number());
     } else if (const auto reading = ReadClockedReading(tokens.Of(line), calendar); reading && !reading->heartbeat) {
       clocked.records.push_back({reader.Number(), reading->tick, 0, std::nullopt});

@@ -85,13 +85,12 @@ Trajectory SentenceCollector::Finish(const std::vector<Stretch>& stretches, doub
 bool SentenceCollector::TakeFix(std::string_view line) {
   hasLostFix_ = false;
   const FixNumbers& fix = sentence_.fix;
-  if (HasFix() && times_.back().timeOfDay == fix.clock.time) {
-    tagKVTrajectoryObs other;
-    SetPlace(other);
-    elsewhere_ += IsJump(trajectory_.fixes.back(), other, 0);
+  if (HasFix() && times_.back().timeOfDay == fix.clock.time) [[unlikely]] {
+    TakeRepeated();
     return false;
   }
-  if (times_.size() == times_.capacity()) MakeRoomForFixes(line);
+  if (times_.size() == times_.capacity()) [[unlikely]]
+    MakeRoomForFixes(line);
   SetPlace(trajectory_.fixes.emplace_back());  // first: counting the unit's owners waits for all earlier stores
   times_.push_back(HasFix() ? After(times_.back(), fix.clock.time) : RunningTime{0, fix.clock.time});
   figures_.push_back(fix.quality);
@@ -103,6 +102,12 @@ bool SentenceCollector::TakeFix(std::string_view line) {
   quality.hdop = static_cast<float>(fix.hdop);
   if (errors_ && errors_->time == fix.clock.time) SetErrors(*errors_, quality);
   return true;
+}
+
+void SentenceCollector::TakeRepeated() {
+  tagKVTrajectoryObs other;
+  SetPlace(other);
+  elsewhere_ += IsJump(trajectory_.fixes.back(), other, 0);
 }
 
 void SentenceCollector::MakeRoomForFixes(std::string_view line) {
@@ -146,19 +151,20 @@ void SentenceCollector::TakeDate(Instant time) {
 bool SentenceCollector::SetTimes(const std::vector<Stretch>& stretches, Inspection& inspection) {
   bool isAscending = true;
   Instant last = Instant::min();
-  std::optional<DayClock> clock;
-  Date date{};
-  auto stretch = stretches.begin();
-  for (std::size_t i = 0; i < times_.size(); ++i) {
-    while (std::next(stretch) != stretches.end() && std::next(stretch)->firstFix <= i) ++stretch;
-    const Date own = stretch->dayZero + days{times_[i].day};
-    if (!clock || own != date) clock.emplace(ToFileTime(date = own));
-    tagKVTrajectoryObs& fix = trajectory_.fixes[i];
-    clock->SetTime(TimeOfDayAt(times_[i].timeOfDay.count()), fix);
-    const Instant time = FromFileTime(fix.TimeUTC);
-    isAscending = isAscending && last < time;
-    last = time;
-    inspection.Take(fix);
+  for (std::size_t i = 0, stretch = 0; stretch < stretches.size(); ++stretch) {
+    const std::size_t end = stretch + 1 < stretches.size() ? stretches[stretch + 1].firstFix : times_.size();
+    while (i < end) {
+      const int day = times_[i].day;
+      const DayClock clock(ToFileTime(stretches[stretch].dayZero + days{day}));
+      for (; i < end && times_[i].day == day; ++i) {
+        tagKVTrajectoryObs& fix = trajectory_.fixes[i];
+        clock.SetTime(static_cast<std::uint32_t>(times_[i].timeOfDay.count()), fix);
+        const Instant time = FromFileTime(fix.TimeUTC);
+        isAscending = isAscending && last < time;
+        last = time;
+        inspection.Take(fix, time);
+      }
+    }
   }
   return isAscending;
 }

@@ -38,6 +38,8 @@ class SentenceCollector {
 
  private:
   bool TakeFix(std::string_view line);
+  /// Another sentence of the latest fix's time.
+  void TakeRepeated();
   void MakeRoomForFixes(std::string_view line);
   void SetPlace(tagKVTrajectoryObs& fix);
   void TakeOther();
