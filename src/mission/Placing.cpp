@@ -78,7 +78,8 @@ EventsBeside Compare(const SystemEvents& events, const Trajectory& trajectory, F
     if (event.Type != kCameraEvent || !HasTime(event)) continue;
     const Instant time = FromFileTime(event.TimeUTC) + shift;
     ++beside.timed;
-    beside.before += time<trajectory.first, beside.after += time> trajectory.last;
+    beside.before += time < trajectory.first;
+    beside.after += time > trajectory.last;
     first = std::min(first, time), last = std::max(last, time);
   }
   if (beside.timed > 0) beside.span = {first, last};

@@ -37,6 +37,7 @@ class DayClock {
  private:
   /// Sets file time and GPS seconds.
   void SetCounts(std::int64_t seconds, std::int64_t milliseconds, tagKVTrajectoryObs& fix) const;
+  static void SetNoCounts(tagKVTrajectoryObs& fix);
 
   SYSTEMTIME date_;  // at midnight
   bool isDate_;
@@ -53,22 +54,16 @@ inline void DayClock::SetTime(const TimeOfDay& time, tagKVTrajectoryObs& fix) co
   calendar.wMilliseconds = field(time.milliseconds);
   const bool isTimeOfDay =
       calendar.wHour < 24 && calendar.wMinute < 60 && calendar.wSecond < 60 && calendar.wMilliseconds < 1000;
-  if (isTimeOfDay && isDate_) {
+  if (isTimeOfDay) {
     SetCounts((calendar.wHour * 60 + calendar.wMinute) * 60 + calendar.wSecond, calendar.wMilliseconds, fix);
   } else {
-    fix.TimeUTC = FILETIME{};
-    fix.AdjGpsSec = AdjGpsSeconds(fix.TimeUTC);
+    SetNoCounts(fix);
   }
 }
 
 inline void DayClock::SetTime(std::uint32_t hundredths, tagKVTrajectoryObs& fix) const {
   const auto field = [](std::uint32_t value) { return static_cast<std::uint16_t>(value); };
   const std::uint32_t seconds = hundredths / 100, minutes = seconds / 60, hours = minutes / 60;
-  if (!isDate_) {
-    const auto number = [](std::uint32_t value) { return static_cast<int>(value); };
-    SetTime({number(hours), number(minutes % 60), number(seconds % 60), number(hundredths % 100 * 10)}, fix);
-    return;
-  }
   SYSTEMTIME& calendar = fix.SystemTimeUTC = date_;
   calendar.wHour = field(hours);
   calendar.wMinute = field(minutes % 60);
@@ -78,10 +73,17 @@ inline void DayClock::SetTime(std::uint32_t hundredths, tagKVTrajectoryObs& fix)
 }
 
 inline void DayClock::SetCounts(std::int64_t seconds, std::int64_t milliseconds, tagKVTrajectoryObs& fix) const {
+  if (!isDate_) [[unlikely]]
+    return SetNoCounts(fix);
   constexpr std::int64_t kTicksPerMillisecond = kTicksPerSecond / 1000;
   fix.TimeUTC = AddTicks(midnight_, seconds * kTicksPerSecond + milliseconds * kTicksPerMillisecond);
   // Leap seconds come at midnight, so within a day UTC and GPS seconds advance together.
   fix.AdjGpsSec = gpsMidnight_ + static_cast<double>(seconds) + static_cast<double>(milliseconds) / 1000.0;
+}
+
+inline void DayClock::SetNoCounts(tagKVTrajectoryObs& fix) {
+  fix.TimeUTC = FILETIME{};
+  fix.AdjGpsSec = AdjGpsSeconds(fix.TimeUTC);
 }
 
 /// Fills in place, heights and unit.
