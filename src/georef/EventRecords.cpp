@@ -107,12 +107,20 @@ TickLine EndToEndLine(const std::vector<Beat>& beats) {
   return {ticks != 0 ? beats.back().seconds / ticks : 0, 0};
 }
 
-/// Whether the first and the last beat show at once that no beat is off: as a rule.
-bool AreOnOneLine(const std::vector<Beat>& beats) {
-  constexpr double kLargest = 0.05;  // seconds, a tenth of the tolerance
+/// Whether the line from end to end is enough to see that no beat is off. Usually it is: beats come evenly and are near
+/// it. Most pairs are then at least a sixth of the whole apart, so their median slope is off by at most 0.6 s over the
+/// whole; the median line passes the middle, and no beat is 0.5 s away from it.
+bool AreEvenlyOnOneLine(const std::vector<Beat>& beats) {
+  constexpr double kLargestError = 0.05;      // seconds
+  constexpr double kLargestShift = 1.0 / 16;  // of the whole, from where an even beat would be
   const TickLine line = EndToEndLine(beats);
-  const auto isOnLine = [&](const Beat& beat) { return line.DistanceOf(beat) <= kLargest; };
-  return line.secondsPerTick > 0 && std::all_of(beats.begin(), beats.end(), isOnLine);
+  const double ticks = beats.back().tick, step = ticks / static_cast<double>(beats.size() - 1);
+  if (!(ticks > 0) || beats.back().seconds < 1) return false;
+  for (std::size_t i = 0; i < beats.size(); ++i) {
+    const double shift = std::abs(beats[i].tick - static_cast<double>(i) * step);
+    if (line.DistanceOf(beats[i]) > kLargestError || shift > kLargestShift * ticks) return false;
+  }
+  return true;
 }
 
 /// A camera event cannot be timed if the nearest heartbeats on both sides are wrong.
@@ -174,15 +182,17 @@ std::size_t SettleWraps(Records& records) {
     if (isCounted) least = std::min(least, record.wraps), most = std::max(most, record.wraps);
   }
   if (least > most) return 0;
-  for (std::size_t i = 0; least > 0 && i < records.size(); ++i) {
-    if (records[i].wraps >= least) records[i].tick -= least * kTickRange;
+  if (least > 0) {
+    for (EventRecord& record : records) {
+      if (record.wraps >= least) record.tick -= least * kTickRange;
+    }
   }
   return static_cast<std::size_t>(most - least);
 }
 
 HeartbeatCheck TakeOutOffHeartbeats(Records& records) {
   const std::vector<Beat> beats = BeatsOf(records);
-  if (beats.size() < 2 || AreOnOneLine(beats)) return {};
+  if (beats.size() < 2 || AreEvenlyOnOneLine(beats)) return {};
   const bool fits = beats.size() >= kFewestForFit;
   const TickLine line = fits ? MedianLine(beats) : EndToEndLine(beats);
   std::vector<bool> off(records.size());
@@ -197,12 +207,16 @@ HeartbeatCheck TakeOutOffHeartbeats(Records& records) {
   return {LinesOf(TakeOut(records, [&](std::size_t i) { return off[i]; })), true};
 }
 
-bool RunOn(const Records& records) {
-  const auto isStep = [](const EventRecord& from, const EventRecord& to) {
-    const double step = static_cast<double>(to.tick) - static_cast<double>(from.tick);
+double StepTo(const EventRecord& next, const EventRecord& record) {
+  return static_cast<double>(next.tick) - static_cast<double>(record.tick);
+}
+
+bool HaveTickSteps(const Records& records) {
+  const auto isFault = [](const EventRecord& record, const EventRecord& next) {
+    const double step = StepTo(next, record);
     return step < 0 || step > kLargestStep;
   };
-  return std::adjacent_find(records.begin(), records.end(), isStep) == records.end();
+  return std::adjacent_find(records.begin(), records.end(), isFault) != records.end();
 }
 
 std::vector<bool> PlausibleOutages(const Records& records) {
@@ -210,8 +224,7 @@ std::vector<bool> PlausibleOutages(const Records& records) {
   std::optional<std::int64_t> next;  // heartbeat's tick
   for (std::size_t i = records.size(); i-- > 0;) {
     if (i + 1 < records.size()) {
-      const double step = static_cast<double>(records[i + 1].tick) - static_cast<double>(records[i].tick);
-      plausible[i] = step > kLargestStep && next && records[i + 1].tick <= *next;
+      plausible[i] = StepTo(records[i + 1], records[i]) > kLargestStep && next && records[i + 1].tick <= *next;
     }
     if (records[i].time) next = records[i].tick;
   }

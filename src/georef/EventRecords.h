@@ -45,8 +45,11 @@ struct HeartbeatCheck {
 /// When more are, nothing is taken out.
 HeartbeatCheck TakeOutOffHeartbeats(std::vector<EventRecord>& records);
 
-/// Whether no tick is lower than the one before, or larger by more than the largest step: as a rule.
-bool RunOn(const std::vector<EventRecord>& records);
+/// Ticks from a record to the next one; negative for a step back.
+double StepTo(const EventRecord& next, const EventRecord& record);
+
+/// Whether a tick is lower than the one before, or higher by more than the largest step. Usually none is.
+bool HaveTickSteps(const std::vector<EventRecord>& records);
 
 /// Whether the step from a record to the next is that large, but plausible as an outage: forward, and between
 /// heartbeats. To be asked only when the heartbeats agree.

@@ -19,6 +19,8 @@ PositionQuality KindBetween(PositionQuality a, PositionQuality b) {
 const char* WordFor(PositionQuality quality) {
   constexpr std::array<const char*, kPositionQualities> kWords{"NONE",  "SINGLE",    "DGPS",      "FLOAT",
                                                                "FIXED", "ESTIMATED", "SIMULATED", "MIXED"};
+  static_assert(std::all_of(kWords.begin(), kWords.end(),
+                            [](std::string_view word) { return word.size() <= kLongestQualityWord.size(); }));
   return kWords[static_cast<std::size_t>(quality)];
 }
 

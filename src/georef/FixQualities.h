@@ -3,6 +3,7 @@
 #include <KVMission.h>
 
 #include <cmath>
+#include <string_view>
 
 #include "georef/TrajectoryIndex.h"
 
@@ -18,6 +19,7 @@ inline float HorizontalSigma(double north, double east) {
 
 /// "FIXED"; "NONE" for an unknown quality
 const char* WordFor(PositionQuality quality);
+inline constexpr std::wstring_view kLongestQualityWord = L"SIMULATED";
 
 /// The quality of a place between two fixes: mixed when theirs differ, with the larger of the standard deviations. What
 /// one of them does not say is unknown.

@@ -25,10 +25,10 @@ void LendToUnplaced(std::vector<Location>& locations) {
 
 }  // namespace
 
-void LocateLogEvents(std::vector<tagKVLogEvent>& events, TrajectoryIndex& trajectory) {
+void LocateLogEvents(std::vector<tagKVLogEvent>& events, TrajectoryIndex& index) {
   std::vector<Location> locations;
   ReserveInLargePages(locations, events.size());
-  for (const tagKVLogEvent& event : events) locations.push_back(trajectory.LocationAt(event.AdjGpsSec));
+  for (const tagKVLogEvent& event : events) locations.push_back(index.LocationAt(event.AdjGpsSec));
   LendToUnplaced(locations);
   for (std::size_t i = 0; i < events.size(); ++i) SetLocation(locations[i], events[i]);
 }

@@ -63,13 +63,11 @@ const LeverArm& ArmOf(int camera, const Settings& settings) {
   return camera == 1 ? settings.camera1LeverArm : settings.camera2LeverArm;
 }
 
-void TakeAttitudes(const Trajectory& trajectory, Mission& mission, Job& job) {
+void TakeAttitudes(const Trajectory& trajectory, TrajectoryIndex& index, Mission& mission, Job& job) {
   const Settings& settings = mission.settings;
   AttitudeSource source = SourceOf(trajectory, mission);
   if (source.name.empty() && !settings.headingFromTrack) return;
   const AttitudeSeries series(std::move(source.attitudes), settings.maxGapSeconds);
-  std::optional<TrajectoryIndex> index;
-  if (settings.headingFromTrack) index.emplace(trajectory.fixes);
   std::size_t placed = 0, known = 0, fromTrack = 0;
   for (Exposure& exposure : mission.exposures) {
     if (!IsPlaced(exposure.event)) continue;
@@ -78,9 +76,9 @@ void TakeAttitudes(const Trajectory& trajectory, Mission& mission, Job& job) {
     if ((exposure.attitude = series.At(time))) {
       exposure.attitudeQuality = source.quality;
       ++known;
-    } else if (!index) {
+    } else if (!settings.headingFromTrack) {
       continue;
-    } else if (const auto heading = HeadingOfTrack(time, *index, trajectory, settings.maxGapSeconds)) {
+    } else if (const auto heading = HeadingOfTrack(time, index, trajectory, settings.maxGapSeconds)) {
       exposure.attitude = Attitude{0, 0, *heading};
       exposure.attitudeQuality = AttitudeQuality::Track;
       ++fromTrack;
@@ -110,7 +108,7 @@ void ApplyLeverArms(Mission& mission, Job& job) {
       if (!exposure.drop) exposure.drop = Drop{DropCode::NoAttitude};
       ++lacking[static_cast<std::size_t>(camera - 1)];
     }
-    event.Latitude = place.latitude, event.Longitude = place.longitude, event.Altitude = place.altitude;
+    SetLocation(place, event);
   }
   for (const int camera : {1, 2}) {
     if (const std::size_t count = lacking[static_cast<std::size_t>(camera - 1)]; count > 0)
@@ -140,8 +138,8 @@ void DelayExposures(const Settings& settings, SystemEvents& events) {
   }
 }
 
-void PlaceCameras(const Trajectory& trajectory, Mission& mission, Job& job) {
-  TakeAttitudes(trajectory, mission, job);
+void PlaceCameras(const Trajectory& trajectory, TrajectoryIndex& index, Mission& mission, Job& job) {
+  TakeAttitudes(trajectory, index, mission, job);
   ApplyLeverArms(mission, job);
 }
 

@@ -171,8 +171,7 @@ void ApplyOffsets(const TimestampFile& file, bool isWanted, SystemEvents& events
     largest = std::max(largest, std::hypot(offset.north, offset.east, offset.down));
     if (!isWanted || !IsPlaced(events[i])) continue;
     tagKVSystemEvent& event = events[i];
-    const Location camera = Moved({event.Latitude, event.Longitude, event.Altitude}, offset);
-    event.Latitude = camera.latitude, event.Longitude = camera.longitude, event.Altitude = camera.altitude;
+    SetLocation(Moved({event.Latitude, event.Longitude, event.Altitude}, offset), event);
   }
   if (largest > 0)
     job.Add(Found::TimestampOffsets,

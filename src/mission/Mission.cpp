@@ -66,7 +66,7 @@ Settings ResolveInputs(Settings settings, Job& job) {
 void TakeExposures(SystemEvents& events, const PhotosOfEvents& photos, const Trajectory& trajectory,
                    TrajectoryIndex& index, Mission& mission, Job& job) {
   mission.exposures = ExposuresOf(events, photos, mission, trajectory);
-  PlaceCameras(trajectory, mission, job);
+  PlaceCameras(trajectory, index, mission, job);
   for (const Exposure& exposure : mission.exposures) {
     for (Camera& camera : mission.cameras) {
       if (CameraOf(exposure.event) != camera.number) continue;

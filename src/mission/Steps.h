@@ -82,7 +82,7 @@ void CheckLeverArms(const Mission& mission);
 /// Gives each exposure with a place its attitude, and moves it by the lever arm of its camera. An exposure whose lever
 /// arm cannot be turned loses its place.
 /// @param trajectory  that placed the exposures; without fixes if the timestamp file did
-void PlaceCameras(const Trajectory& trajectory, Mission& mission, Job& job);
+void PlaceCameras(const Trajectory& trajectory, TrajectoryIndex& index, Mission& mission, Job& job);
 
 /// Says of each exposure with a place how good that is, as the fixes beside it or the timestamp file say, and reports
 /// stretches of photos without RTK in a mission that had it.

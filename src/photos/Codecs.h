@@ -1,6 +1,7 @@
 #pragma once
 
 #include <opencv2/core/mat.hpp>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -14,9 +15,15 @@ struct PictureCodecs {
                  const std::vector<int>& parameters);
 };
 
+/// The installation is broken; no picture is to blame.
+struct CodecsMissing : std::runtime_error {
+  using runtime_error::runtime_error;
+};
+
 /// They need thirty libraries of other formats, which take longer to load than a short command runs. So on Linux they are
-/// a library of their own beside this one, kvutilities/libKVCodecs.so, loaded when first asked for: few missions need it.
-/// @throws std::runtime_error when that fails
+/// a library of their own beside this one, kvutilities/libKVCodecs.so, loaded when first asked for. Ordinary JPEGs are
+/// graded and geotagged without; thumbnails for the report, turned photos and other formats need it.
+/// @throws CodecsMissing when it cannot be loaded
 const PictureCodecs& Codecs();
 
 }  // namespace kv

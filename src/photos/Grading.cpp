@@ -7,6 +7,7 @@
 
 #include "base/InOrder.h"
 #include "photos/BoxFilter.h"
+#include "photos/Codecs.h"
 #include "photos/PictureClaims.h"
 #include "photos/Sharpness.h"
 #include "photos/Thumbnail.h"
@@ -33,7 +34,9 @@ Graded GradeOf(const Photo& photo, double mostMegapixels) try {
   Graded graded{{sharpness, {}, std::move(damage)}, {}};
   if (filter) graded.thumbnail = ThumbnailOf(filter->Result(), OrientationOf(photo.path));
   return graded;
-} catch (const std::bad_alloc&) {  // says nothing about the photo
+} catch (const std::bad_alloc&) {  // says nothing about the photo, nor does the next
+  throw;
+} catch (const CodecsMissing&) {
   throw;
 } catch (const std::exception& error) {
   return {{0, error.what(), {}}, {}};
@@ -43,7 +46,6 @@ Graded GradeOf(const Photo& photo, double mostMegapixels) try {
 
 std::vector<Grade> GradeFiles(const std::vector<std::filesystem::path>& paths, const GradeOptions& options, Job& job,
                               SpreadThumbnails* thumbnails) {
-  if (paths.empty()) return {};  // without threads that have nothing to do
   Meter meter(job, "grading", "photos");
   const std::size_t step = thumbnails ? thumbnails->step : 0;
   const auto next = [&, at = std::size_t{0}]() mutable -> std::optional<Photo> {

@@ -5,7 +5,7 @@
 #include <opencv2/core.hpp>
 #include <opencv2/core/hal/intrin.hpp>
 
-// Code for a later processor than the library is built for, in functions of their own that are called only on one.
+// AVX2 code stands in functions of its own, called only where the processor has AVX2.
 #if defined(__x86_64__) && defined(__GNUC__)
 #include <immintrin.h>
 #define KV_WIDE __attribute__((target("avx2")))

@@ -66,6 +66,8 @@ std::string ThumbnailOfFile(const std::filesystem::path& photo) try {
   return ThumbnailOf(filter.Result(), OrientationIn(*header));
 } catch (const std::bad_alloc&) {
   throw;
+} catch (const CodecsMissing&) {
+  throw;
 } catch (const std::exception&) {
   return {};
 }

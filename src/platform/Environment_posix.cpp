@@ -1,13 +1,12 @@
 #include "platform/Environment.h"
 
-#include <dlfcn.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <system_error>
 
 #include "platform/FileNames.h"
+#include "platform/LibraryFolder.h"
 
 namespace kv {
 namespace {
@@ -19,12 +18,8 @@ constexpr int kHighestParent = 3;
 std::wstring Bounded(std::wstring text) { return text.size() > kLongestText ? std::wstring() : text; }
 
 std::filesystem::path InstalledDataFolder() {
-  Dl_info library;
-  static const char inLibrary = 0;
-  if (dladdr(&inLibrary, &library) == 0 || !library.dli_fname) return KVUTILITIES_DATA_FOLDER;
-  std::error_code error;
-  std::filesystem::path folder = std::filesystem::canonical(library.dli_fname, error).parent_path();
-  for (int height = 0; !error && height <= kHighestParent; ++height, folder = folder.parent_path()) {
+  std::filesystem::path folder = LibraryFolder();
+  for (int height = 0; !folder.empty() && height <= kHighestParent; ++height, folder = folder.parent_path()) {
     std::error_code missing;
     if (std::filesystem::is_directory(folder / "share" / "Norvane", missing)) return folder / "share";
   }

@@ -55,13 +55,12 @@ std::optional<EventLine> ReadEventLine(std::span<const std::string_view> tokens,
   return EventLine{*tick, 0, heartbeat};
 }
 
-tagKVSystemEvent CameraEvent(double tick, std::int64_t camera) {
-  // With room for the longest word of quality: setting it then takes no other memory.
+tagKVSystemEvent CameraEvent(double tick, std::int64_t camera, std::wstring_view room) {
   tagKVSystemEvent event{.Type = kCameraEvent,
                          .MasterTick = tick,
                          .CameraID = static_cast<std::int32_t>(camera),
                          .PhotoPath = {},
-                         .POSQuality = L"SIMULATED"};
+                         .POSQuality = std::wstring(room)};
   event.POSQuality = L"NONE";
   return event;
 }

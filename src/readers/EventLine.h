@@ -38,7 +38,8 @@ std::optional<EventLine> ReadEventLine(std::span<const std::string_view> tokens,
 
 /// The records of a line. The tick may have been made continuous. A camera event has no time yet.
 /// @param camera  its low 32 bits are kept
-tagKVSystemEvent CameraEvent(double tick, std::int64_t camera);
+/// @param room    for the quality: setting one that is not longer takes no other memory
+tagKVSystemEvent CameraEvent(double tick, std::int64_t camera, std::wstring_view room = L"NONE");
 tagKVSystemEvent HeartbeatEvent(double tick, FILETIME time);
 
 }  // namespace kv

@@ -53,10 +53,11 @@ bool LineReader::Next(std::string_view& line) {
       CheckStop();
     if (std::exchange(isInLine_, !stream_.IsAtLineStart())) [[unlikely]]
       continue;
-    if (++number_ == 1) [[unlikely]]
-      line = WithoutByteOrderMark(line);
+    ++number_;
     if (line.size() > kLongestLine) [[unlikely]]
       Cut(line);
+    if (number_ == 1) [[unlikely]]
+      line = WithoutByteOrderMark(line);
     meter_.Step(bytesChecked_, stream_.FileBytes());
     return true;
   }

@@ -50,7 +50,7 @@ std::string_view TypeOf(std::string_view identifier) {
   return identifier.size() == 5 && identifier[0] != 'P' ? identifier.substr(2) : identifier;
 }
 
-/// Commas; and all bytes among which are commas, "*" and "$": the others are rare.
+/// The first mask: commas. The second: all bytes below "-", which are commas, "*", "$" and little else.
 TwoMasks MarksOf(std::string_view piece, std::size_t begin) {
   const auto inSixteen = [](const char* sixteen) {
     return TwoMasks{EqualInSixteen(',', sixteen), LowerInSixteen('-', sixteen)};
@@ -95,11 +95,11 @@ bool ReadAngle(std::string_view text, int maxDegrees, char hemisphere, double& a
 
 bool IsOneOf(std::string_view text, char a, char b) { return text.size() == 1 && (text[0] == a || text[0] == b); }
 
-/// @return 0 for an unknown unit
-double MetresIn(std::string_view unit) {
+/// @return nothing for an unknown unit
+std::optional<double> MetresIn(std::string_view unit) {
   constexpr double kMetresInFoot = 0.3048;
   if (IsOneOf(unit, 'M', 'm')) return 1;
-  return IsOneOf(unit, 'F', 'f') || unit == "FT" || unit == "ft" ? kMetresInFoot : 0;
+  return IsOneOf(unit, 'F', 'f') || unit == "FT" || unit == "ft" ? std::optional(kMetresInFoot) : std::nullopt;
 }
 
 bool ReadOtherMeasure(std::string_view text, double& measure) {
@@ -131,13 +131,13 @@ const char* ReadSeparation(Sentence& sentence) {
   const auto& field = sentence.fields;
   FixNumbers& fix = sentence.fix;
   const std::string_view unit = field[kHeightUnit], own = field[kSeparationUnit];
-  fix.metres = MetresIn(unit);
-  const double separationMetres =
-      own.empty() ? fix.metres : MetresIn(own);  // receivers that leave it out mean the first
+  const auto metres = MetresIn(unit);
+  const auto ownMetres = own.empty() ? metres : MetresIn(own);  // receivers that leave it out mean the first
   if (!ReadMeasure(field[kSeparation], fix.separation)) return "geoid separation";
-  if (fix.metres == 0 || separationMetres == 0) return "known unit of height";
-  fix.separation *= separationMetres;
-  fix.wasConverted = fix.metres != 1 || separationMetres != 1;
+  if (!metres || !ownMetres) return "known unit of height";
+  sentence.metresInUnit = *metres;
+  fix.separation *= *ownMetres;
+  fix.wasConverted = *metres != 1 || *ownMetres != 1;
   return nullptr;
 }
 
@@ -154,7 +154,7 @@ const char* ReadQuality(Sentence& sentence) {
 }
 
 /// Reads what a row of fields says, unless it is what the row of the fix before said.
-/// @param last   field of the row; if it may be missing, nothing is kept
+/// @param last   field of the row; if it is empty, nothing is kept
 /// @param known  the fix before's
 template <class Read>
 const char* ReadRow(Sentence& sentence, FixField first, FixField last, RepeatedText& known, Read read) {
@@ -213,8 +213,9 @@ bool ReadFix(Sentence& sentence) {
   if (!lacks) lacks = ReadRow(sentence, kQuality, kHdop, sentence.quality, ReadQuality);
   if (!lacks && !ReadMeasure(field[kHeight], fix.height)) lacks = "height";
   if (!lacks) lacks = ReadRow(sentence, kHeightUnit, kSeparationUnit, sentence.separation, ReadSeparation);
-  fix.height *= fix.metres;
-  return !lacks;
+  if (lacks) return false;
+  fix.height *= sentence.metresInUnit;
+  return true;
 }
 
 bool SaysNoFix(const Sentence& fix) {

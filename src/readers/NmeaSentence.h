@@ -36,7 +36,7 @@ struct ClockTime {
   bool truncated = false;  ///< digits beyond the hundredths, and not all zero, were dropped
 };
 
-/// The second that a time of day was in: the next one often is in the same.
+/// The second that a time of day was in: the next is often in the same one.
 struct KnownSecond {
   std::uint64_t digits = ~std::uint64_t{0};  ///< hhmmss, as text; at first no text of six characters
   Hundredths time{};
@@ -50,7 +50,6 @@ struct FixNumbers {
   double hdop = 0;
   double height = 0;          ///< above the geoid
   double separation = 0;      ///< of the geoid
-  double metres = 1;          ///< in the sentence's unit of height
   bool wasConverted = false;  ///< a height was in feet
 };
 
@@ -120,6 +119,7 @@ struct Sentence {
 
   /// What `fix` was read from, from quality to HDOP and from one unit to the other: receivers repeat it fix by fix.
   RepeatedText quality, separation;
+  double metresInUnit = 1;  ///< of the height, as read with the separation
   KnownSecond second;
 };
 

@@ -27,7 +27,7 @@ inline std::uint64_t EqualInSixteenPortably(char character, const char* bytes) {
   return equal(LoadBytes(bytes)) | equal(LoadBytes(bytes + 8)) << 8;
 }
 
-/// Which of sixteen bytes are lower than an ASCII character; those that are not ASCII may be among them.
+/// Which of sixteen bytes are lower than an ASCII character; bytes that are not ASCII count as lower.
 inline std::uint64_t LowerInSixteenPortably(char character, const char* bytes) {
   std::uint64_t found = 0;
   for (int i = 0; i < 16; ++i) found |= std::uint64_t{static_cast<signed char>(bytes[i]) < character} << i;

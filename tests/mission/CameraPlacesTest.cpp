@@ -138,7 +138,8 @@ TEST(CameraPlaces, TakeTheBestAttitudeThereIs) {
     mission.orientation.emplace().readings = row.readings;
     mission.settings.headingFromTrack = row.fromTrack;
     TestJob job;
-    PlaceCameras(trajectory, mission, job);
+    TrajectoryIndex index(trajectory.fixes);
+    PlaceCameras(trajectory, index, mission, job);
     EXPECT_EQ(Outcome(mission), row.outcome) << row.what;
     EXPECT_EQ(mission.placeQuality.attitudeSource, row.source) << row.what;
     ExpectParts(job.Warnings(), row.warnings, row.what);
@@ -150,7 +151,9 @@ TEST(CameraPlaces, LieAheadOfTheAntenna) {
   mission.orientation.emplace().readings = {ReadingAt(2, 0)};
   mission.settings.headingFromTrack = true;
   TestJob job;
-  PlaceCameras(EastwardTrack(), mission, job);
+  const Trajectory trajectory = EastwardTrack();
+  TrajectoryIndex index(trajectory.fixes);
+  PlaceCameras(trajectory, index, mission, job);
   EXPECT_NEAR((mission.exposures[0].event.Latitude - 48) / kDegreesNorth, 1, 1e-3);  // northward by the sensor
   EXPECT_NEAR((mission.exposures[1].event.Longitude - 15) * 74'600, 1, 2e-3);        // eastward by the track
 }

@@ -33,7 +33,7 @@ TEST(EventFile, SeesLinesAsTheReaderWill) {
   };
   for (const auto& [line, kind, time] : rows) {
     LocalCalendar calendar(Calendar::Utc);
-    const EventLineKind read = ClassifyEvent(line, calendar);
+    const ClassifiedEvent read = ClassifyEvent(line, calendar);
     EXPECT_EQ(read.kind, kind) << line;
     EXPECT_EQ(read.time ? IsoText(*read.time) : "", time) << line;
   }
@@ -83,6 +83,11 @@ TEST(EventFile, TellsWhatIsLeftOutOrDoubtful) {
        {"-", "12:00:03.000", "12:00:15.000", "-"},
        {"events: 2 heartbeats left out, more than 0.5 s off the others: line 1, 12",
         "1 camera event before the first heartbeat: time unknown"}},
+      // A wrong one after a pause: all others are near the line to it.
+      {"0,120000010124\n1,120001010124\n2,120002010124\n3,120003010124\n4,120004010124\n5,1\n5,120005010124\n"
+       "6,120006010124\n7,120007010124\n8,120008010124\n9,120009010124\n1000,121643010124\n",
+       {"12:00:05.000"},
+       {"events: 1 heartbeat left out, more than 0.5 s off the others: line 12"}},
   };
   for (const auto& [content, times, warnings] : rows) {
     const TempFolder folder;

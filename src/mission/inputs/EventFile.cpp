@@ -8,6 +8,7 @@
 
 #include "georef/ClockWatch.h"
 #include "georef/EventTypes.h"
+#include "georef/FixQualities.h"
 #include "platform/LargePages.h"
 #include "readers/EventLine.h"
 #include "readers/FieldFile.h"
@@ -29,7 +30,7 @@ Records ReadRecords(const std::filesystem::path& path, double offsetSeconds, Eve
   LocalCalendar calendar(Calendar::Utc);
   Records records;
   for (std::string_view line; reader.Next(line);) {
-    const EventLineKind event = ClassifyEvent(line, calendar);
+    const ClassifiedEvent event = ClassifyEvent(line, calendar);
     if (event.kind == EventKind::FaultyHeartbeat) file.faultyHeartbeats.push_back(reader.Number());
     if (event.kind == EventKind::Other && !WithoutBlanks(line).empty()) file.skipped.push_back(reader.Number());
     if (event.kind != EventKind::Heartbeat && event.kind != EventKind::CameraEvent) continue;
@@ -55,7 +56,7 @@ void MakeEvents(const Records& records, const std::vector<bool>& outages, EventF
       file.events.push_back(HeartbeatEvent(tick, ToFileTime(*record.time)));
       clock.Heartbeat(tick, file.events.back().TimeUTC);
     } else {
-      file.events.push_back(CameraEvent(tick, record.camera));
+      file.events.push_back(CameraEvent(tick, record.camera, kLongestQualityWord));
       clock.Stamp(tick);
     }
   }
@@ -74,9 +75,9 @@ void TellOfWildTicks(const char* what, const Records& wild, bool areHeartbeats, 
 void TellOfTickSteps(const Records& records, const std::vector<bool>& outages, EventFile& file, Job& job) {
   const auto tell = [&](const FindingKind& kind, auto isFault) {
     for (std::size_t i = 1; i < records.size(); ++i) {
-      const double from = static_cast<double>(records[i - 1].tick), to = static_cast<double>(records[i].tick);
-      if (!isFault(to - from) || outages[i - 1]) continue;
-      job.Add(kind, {{"from", from}, {"to", to}});
+      const EventRecord &from = records[i - 1], &to = records[i];
+      if (!isFault(StepTo(to, from)) || outages[i - 1]) continue;
+      job.Add(kind, {{"from", static_cast<double>(from.tick)}, {"to", static_cast<double>(to.tick)}});
       return true;
     }
     return false;
@@ -137,14 +138,14 @@ void SettleTimes(const Records& records, EventFile& file, Job& job) {
 
 }  // namespace
 
-EventLineKind ClassifyEvent(std::string_view line, LocalCalendar& calendar) {
+ClassifiedEvent ClassifyEvent(std::string_view line, LocalCalendar& calendar) {
   std::array<std::string_view, 2> tokens;
   const auto found = Tokenise(WithoutTrailingBlanks(line), Delimiters(","), tokens);
   const auto event = ReadEventLine(found, calendar);
   if (!event) return {};
   if (!event->heartbeat) return {EventKind::CameraEvent, event->tick, event->camera, {}};
   const bool isSigned = tokens[1][0] == '+';  // takes the place of a digit
-  if (!event->heartbeat->isValid || isSigned) return {EventKind::FaultyHeartbeat, 0, 0, {}};
+  if (!event->heartbeat->isValid || isSigned) return {.kind = EventKind::FaultyHeartbeat};
   return {EventKind::Heartbeat, event->tick, event->camera, FromFileTime(event->heartbeat->time)};
 }
 
@@ -158,7 +159,7 @@ EventFile ReadEventFile(const std::filesystem::path& path, Job& job, double offs
   file.offHeartbeats = std::move(check.off);
   file.heartbeatsAgree = check.agree;
   file.wraps = SettleWraps(records);
-  const bool hasSteps = !RunOn(records);
+  const bool hasSteps = HaveTickSteps(records);
   const auto outages = hasSteps && file.heartbeatsAgree ? PlausibleOutages(records) : std::vector<bool>(records.size());
   MakeEvents(records, outages, file);
 

@@ -20,16 +20,16 @@ enum class EventKind {
   Other,
 };
 
-/// What a line says; beside the kind only for a heartbeat or a camera event.
-struct EventLineKind {
+/// What a line is. The rest is filled only for a heartbeat or a camera event.
+struct ClassifiedEvent {
   EventKind kind = EventKind::Other;
   std::int64_t tick = 0;
   std::int64_t camera = 0;
-  std::optional<Instant> time;  ///< of a heartbeat
+  std::optional<Instant> time = {};  ///< of a heartbeat
 };
 
 /// @param calendar  UTC
-EventLineKind ClassifyEvent(std::string_view line, LocalCalendar& calendar);
+ClassifiedEvent ClassifyEvent(std::string_view line, LocalCalendar& calendar);
 
 /// Reads what is sound in a system event file and reports the rest. Ticks are made continuous across wraps of the
 /// counter. A camera event from before the first heartbeat has no time.

@@ -42,7 +42,7 @@ std::optional<Instant> TimeOf(const tagKVLogEvent& event) {
   return FromFields(time.wYear, time.wMonth, time.wDay, time.wHour, time.wMinute, time.wSecond);
 }
 
-/// What the decimals of a device tell.
+/// What one decimal of a device is.
 struct Decimal {
   std::optional<std::size_t> reading;  // of `kReadings`
   KnownReadings known = 0;             // its bit
@@ -72,7 +72,7 @@ class DeviceReadings {
     constexpr double kNotANumber = std::numeric_limits<double>::quiet_NaN();
     KnownReadings known = 0;
     if (!entry.device) return known;
-    const auto& decimals = DecimalsOf(*entry.device);
+    const auto& decimals = LookUp(*entry.device);
     for (std::size_t i = 0; i < decimals.size(); ++i) {
       if (entry.numbers[i]) known = static_cast<KnownReadings>(known | decimals[i].known);
       if (!decimals[i].reading) continue;
@@ -84,11 +84,11 @@ class DeviceReadings {
   const ReadingRanges& Ranges() const { return ranges_; }
 
  private:
-  const std::vector<Decimal>& DecimalsOf(const HousekeepingDevice& device) {
-    for (const auto& [known, decimals] : devices_) {
-      if (known == &device) return decimals;
+  const std::vector<Decimal>& LookUp(const HousekeepingDevice& device) {
+    for (const auto& [seen, decimals] : devices_) {
+      if (seen == &device) return decimals;
     }
-    return devices_.emplace_back(&device, mission::DecimalsOf(device)).second;
+    return devices_.emplace_back(&device, DecimalsOf(device)).second;
   }
 
   ReadingRanges ranges_;

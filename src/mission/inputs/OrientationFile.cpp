@@ -140,7 +140,7 @@ Clocked ReadClocked(const std::filesystem::path& path, OrientationFile& file, Jo
   Clocked clocked;
   WideTokens tokens;
   for (std::string_view line; reader.Next(line);) {
-    const EventLineKind event = ClassifyEvent(line, calendar);
+    const ClassifiedEvent event = ClassifyEvent(line, calendar);
     if (event.kind == EventKind::Heartbeat) {
       clocked.records.push_back({reader.Number(), event.tick, 0, event.time});
     } else if (event.kind == EventKind::FaultyHeartbeat) {
