@@ -10,6 +10,7 @@
 #include "georef/EventTypes.h"
 #include "georef/LocalOffset.h"
 #include "mission/Steps.h"
+#include "platform/CodePage.h"
 
 namespace kv::mission {
 namespace {
@@ -83,8 +84,7 @@ void TakeAttitudes(const Trajectory& trajectory, TrajectoryIndex& index, Mission
       exposure.attitudeQuality = AttitudeQuality::Track;
       ++fromTrack;
     }
-    const std::string_view word = WordFor(exposure.attitudeQuality);
-    exposure.event.ORIQuality.assign(word.begin(), word.end());
+    WidenAnsi(WordFor(exposure.attitudeQuality), exposure.event.ORIQuality);
   }
   mission.placeQuality.attitudeSource = source.name;
   if (!source.name.empty() && placed > 0)

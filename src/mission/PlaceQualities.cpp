@@ -8,6 +8,7 @@
 #include "georef/EventTypes.h"
 #include "georef/FixQualities.h"
 #include "mission/Steps.h"
+#include "platform/CodePage.h"
 
 namespace kv::mission {
 namespace {
@@ -97,8 +98,7 @@ void QualifyExposures(const Trajectory& trajectory, TrajectoryIndex& index, Miss
     if (!exposure.time || !IsPlaced(exposure.event)) continue;
     exposure.quality =
         isInFile ? mission.timestamps->qualities[i] : QualityAt(exposure.event.AdjGpsSec, index, trajectory);
-    const std::string_view word = WordFor(exposure.quality.quality);
-    exposure.event.POSQuality.assign(word.begin(), word.end());
+    WidenAnsi(WordFor(exposure.quality.quality), exposure.event.POSQuality);  // without memory for a copy
     if (exposure.drop) continue;
     ++mission.placeQuality.photos[IndexOf(exposure.quality.quality)];
     ++mission.placeQuality.attitudes[static_cast<std::size_t>(exposure.attitudeQuality)];

@@ -16,6 +16,7 @@ namespace {
 constexpr std::size_t kMostFractionDigits = 15;
 constexpr double kLargestMeasure = 1e5;    // metres
 constexpr double kSmallestMeasure = 1e-9;  // besides 0
+constexpr std::size_t kStart = 7;          // bytes of "$", identifier, comma
 
 constexpr bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 constexpr bool IsUpper(char c) { return c >= 'A' && c <= 'Z'; }
@@ -79,18 +80,29 @@ bool ReadOtherAngle(std::string_view text, int maxDegrees, char hemisphere, doub
 }
 
 /// Like `IsAngle`, and reads it.
+/// @param known  of the same field of the fix before
 /// @param angle  degrees
-bool ReadAngle(std::string_view text, int maxDegrees, char hemisphere, double& angle) {
-  constexpr std::size_t kLongest = 17, kLeastDigits = 4;
-  const bool isUsual = text.size() > kLeastDigits + 1 && text.size() <= kLongest &&
-                       (text[kLeastDigits] == '.' || text[kLeastDigits + 1] == '.');
-  const auto decimal = isUsual ? SplitDecimal(text) : std::nullopt;
+bool ReadAngle(std::string_view text, int maxDegrees, char hemisphere, KnownMinute& known, double& angle) {
+  constexpr std::size_t kShortest = 8, kLongest = 17, kFour = 4, kMostKnownDecimals = 8;
+  const std::size_t point = text.size() >= kShortest && text[kFour] == '.' ? kFour : kFour + 1;
+  if (text.size() < kShortest || text.size() > kLongest || text[point] != '.') [[unlikely]]
+    return ReadOtherAngle(text, maxDegrees, hemisphere, angle);
+  std::uint64_t digits = LoadBytes(text.data(), kFour);
+  if (point > kFour) digits |= std::uint64_t{0x100u | static_cast<unsigned char>(text[kFour])} << 32;  // even for NUL
+  const std::size_t decimals = text.size() - point - 1;
+  double fraction = 0;
+  if (digits == known.digits && decimals <= kMostKnownDecimals && ReadDecimals(text, decimals, fraction)) {
+    angle = DegreesFromNmea(known.number, fraction, hemisphere);
+    return true;
+  }
+  const auto decimal = SplitDecimal(text);
   if (!decimal) [[unlikely]]
     return ReadOtherAngle(text, maxDegrees, hemisphere, angle);
   const int whole = static_cast<int>(decimal->whole), degrees = whole / 100, minutes = whole % 100;
   angle = DegreesFromNmea(whole, decimal->fraction, hemisphere);
-  const bool atLimit = minutes == 0 && decimal->fraction == 0;
-  return minutes < 60 && (degrees < maxDegrees || (degrees == maxDegrees && atLimit));
+  const bool isBelowLimit = minutes < 60 && degrees < maxDegrees;
+  if (isBelowLimit) known = {digits, whole};
+  return isBelowLimit || (degrees == maxDegrees && minutes == 0 && decimal->fraction == 0);
 }
 
 bool IsOneOf(std::string_view text, char a, char b) { return text.size() == 1 && (text[0] == a || text[0] == b); }
@@ -207,8 +219,8 @@ bool ReadFix(Sentence& sentence) {
   const char*& lacks = sentence.lacks;
   const bool hasClock = ReadClock(field[kTime], sentence.second, fix.clock);
   const bool hasPlace = IsOneOf(field[kNorth], 'N', 'S') && IsOneOf(field[kEast], 'E', 'W') &&
-                        ReadAngle(field[kLatitude], 90, field[kNorth][0], fix.latitude) &&
-                        ReadAngle(field[kLongitude], 180, field[kEast][0], fix.longitude);
+                        ReadAngle(field[kLatitude], 90, field[kNorth][0], sentence.latitude, fix.latitude) &&
+                        ReadAngle(field[kLongitude], 180, field[kEast][0], sentence.longitude, fix.longitude);
   lacks = !hasClock ? "time" : !hasPlace ? "latitude or longitude" : nullptr;
   if (!lacks) lacks = ReadRow(sentence, kQuality, kHdop, sentence.quality, ReadQuality);
   if (!lacks && !ReadMeasure(field[kHeight], fix.height)) lacks = "height";
@@ -243,15 +255,17 @@ std::optional<Instant> RecommendedMinimumTime(const Sentence& sentence) {
 /// Whether a piece of a line is a sentence.
 enum class Trust { NoSentence, NoSum, WrongSum, RightSum };
 
-/// @param end     of the piece's fields
-/// @param fields  the piece's; what follows the two digits of a checksum is ignored
-Trust TrustIn(std::string_view piece, std::size_t end, std::string_view identifier) {
-  const bool hasSum = end < piece.size();
-  if (identifier.size() + 1 == end) identifier = WithoutTrailingBlanks(identifier);  // the only field
-  if (!IsIdentifier(identifier)) return Trust::NoSentence;
-  if (!hasSum) return Trust::NoSum;
+/// @param piece  with a sound identifier; what follows the two digits of a checksum is ignored
+/// @param end    of the piece's fields
+Trust TrustInSum(std::string_view piece, std::size_t end) {
+  if (end == piece.size()) return Trust::NoSum;
   const bool isRight = ChecksumIsRight(piece.substr(1, end - 1), piece.substr(end + 1, 2));  // with its blanks
   return isRight ? Trust::RightSum : Trust::WrongSum;
+}
+
+Trust TrustIn(std::string_view piece, std::size_t end, std::string_view identifier) {
+  if (identifier.size() + 1 == end) identifier = WithoutTrailingBlanks(identifier);  // the only field
+  return IsIdentifier(identifier) ? TrustInSum(piece, end) : Trust::NoSentence;
 }
 
 /// Of several pieces the last one with a right checksum counts, else with a wrong one, which spoils the line: pieces
@@ -328,12 +342,17 @@ SentenceKind Classify(std::string_view line, Sentence& sentence) {
     if (line.empty()) return SentenceKind::NotASentence;
     end = sentence.fields.Split(line);
   }
-  std::string_view identifier = sentence.fields[0];
-  const Trust trust = TrustIn(line, end, identifier);
+  const std::string_view identifier = sentence.fields[0];
+  const std::uint64_t start = line.size() > kStart ? LoadBytes(line.data()) << 8 : 0;
+  const bool isKnown = start != 0 && start == sentence.start;
+  const Trust trust = isKnown ? TrustInSum(line, end) : TrustIn(line, end, identifier);
   if (trust == Trust::NoSentence) return SentenceKind::NotASentence;
   if (trust == Trust::WrongSum) return SentenceKind::BadChecksum;
   sentence.type = TypeOf(identifier);
-  if (sentence.type != "GGA") return SentenceKind::OtherSentence;
+  if (!isKnown) {
+    if (sentence.type != "GGA") return SentenceKind::OtherSentence;
+    if (identifier.size() + 2 == kStart) sentence.start = start;
+  }
   if (SaysNoFix(sentence)) return SentenceKind::NoFix;
   return ReadFix(sentence) ? SentenceKind::Fix : SentenceKind::Incomplete;
 }

@@ -42,6 +42,12 @@ struct KnownSecond {
   Hundredths time{};
 };
 
+/// The minute of arc that an angle was in: the next is often in the same one.
+struct KnownMinute {
+  std::uint64_t digits = ~std::uint64_t{0};  ///< dddmm or ddmm, as text; at first none
+  int number = 0;                            ///< that of the digits
+};
+
 /// The numbers of a position sentence. Heights are in metres, whatever unit the sentence has.
 struct FixNumbers {
   ClockTime clock;
@@ -117,10 +123,12 @@ struct Sentence {
   FixNumbers fix;               ///< of a fix
   const char* lacks = nullptr;  ///< of an incomplete one, the first field missing or invalid
 
-  /// What `fix` was read from, from quality to HDOP and from one unit to the other: receivers repeat it fix by fix.
+  /// What `fix` was read from: receivers repeat it fix by fix. From quality to HDOP, from one unit to the other.
   RepeatedText quality, separation;
   double metresInUnit = 1;  ///< of the height, as read with the separation
   KnownSecond second;
+  KnownMinute latitude, longitude;
+  std::uint64_t start = 0;  ///< of a position sentence: "$", talker, "GGA,"; seven bytes
 };
 
 /// Finds the sentence of a line and tells what it is. A sentence begins at a "$", be it behind a logger's prefix or

@@ -77,6 +77,16 @@ constexpr std::uint64_t NumberOf(std::uint64_t values) {
   return (values * 10'000 + (values >> 32)) & 0xFFFF'FFFF;
 }
 
+// Reads the last of eight digits.
+// @param count  1-8
+bool ReadLastDigits(std::uint64_t values, std::size_t count, std::uint64_t& number) {
+  const std::size_t others = 8 * (8 - count);  // bits
+  values = values >> others << others;
+  if (OtherThanDigits(values) != 0) return false;
+  number = NumberOf(values);
+  return true;
+}
+
 // Digits, a point and digits.
 struct DecimalParts {
   std::uint64_t whole, fraction;
@@ -104,10 +114,8 @@ std::optional<DecimalParts> SplitShort(std::string_view text) {
   const std::size_t decimals = size - point - 1;
   if (point == 0 || point >= kWord || decimals == 0 || decimals > 2 * kWord || begin[point] != '.') return std::nullopt;
 
-  const std::size_t others = 8 * (kWord - std::min(decimals, kWord));  // bits before the fraction
-  const std::uint64_t lastDecimals = DigitValues(last) >> others << others;
-  if (OtherThanDigits(lastDecimals) != 0) return std::nullopt;
-  std::uint64_t fraction = NumberOf(lastDecimals);
+  std::uint64_t fraction = 0;
+  if (!ReadLastDigits(DigitValues(last), std::min(decimals, kWord), fraction)) return std::nullopt;
   if (decimals > kWord) {  // the others, all in the first word
     const std::uint64_t firstDecimals = firstValues >> 8 * (point + 1) << 8 * (2 * kWord - decimals);
     if (OtherThanDigits(firstDecimals) != 0) return std::nullopt;
@@ -338,6 +346,13 @@ std::optional<PlainDecimal> SplitDecimal(std::string_view ansi) {
   const auto [fractionEnd, fraction] = TakeDigits(point + 1, end);
   if (fractionEnd != end || fraction > kLargestExact) return std::nullopt;
   return PlainDecimal{whole, static_cast<double>(fraction) / kPowersOfTen[end - point - 1]};
+}
+
+bool ReadDecimals(std::string_view text, std::size_t decimals, double& fraction) {
+  std::uint64_t number = 0;
+  if (!ReadLastDigits(DigitValues(LoadBytes(text.data() + text.size() - 8)), decimals, number)) return false;
+  fraction = static_cast<double>(number) / kPowersOfTen[decimals];
+  return true;
 }
 
 double LeadingDouble(std::wstring_view text) {

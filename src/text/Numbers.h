@@ -81,6 +81,12 @@ struct PlainDecimal {
 /// @return nothing for a text of any other form
 std::optional<PlainDecimal> SplitDecimal(std::string_view ansi);
 
+/// Reads the decimals at the end of a text.
+/// @param text      at least eight characters
+/// @param decimals  1-8
+/// @param fraction  the double nearest to a point and the decimals; unchanged if they are not digits
+bool ReadDecimals(std::string_view text, std::size_t decimals, double& fraction);
+
 /// The number at the start of the text, as `std::stod` reads it in the C locale: blanks, sign, decimal or hexadecimal
 /// digits with exponent, infinity, NaN; the rest is ignored. Subnormal values are accepted.
 /// @throws std::invalid_argument "invalid stod argument" when there is no number
