@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
+#include <numeric>
 #include <opencv2/core.hpp>
 #include <opencv2/core/hal/intrin.hpp>
 
@@ -9,16 +11,13 @@
 #if defined(__x86_64__) && defined(__GNUC__)
 #include <immintrin.h>
 #define KV_WIDE __attribute__((target("avx2")))
-#define KV_INLINE __attribute__((always_inline)) inline  // into functions for either
-#else
-#define KV_INLINE inline
 #endif
 
 namespace kv {
 namespace {
 
-// The Laplacian of 8-bit values lies in -1020..1020, so the squares of this many pixels fit 32 bits.
-constexpr int kBlockPixels = 256;
+// The Laplacian of 8-bit values lies in -1020..1020, so the squares of a large block's pixels fit 32 bits.
+constexpr int kLargeBlock = 256, kSmallBlock = 32;  // pixels
 
 int Laplacian(const RowTriple& rows, int column, int left, int right) {
   return rows.above[column] + rows.below[column] + rows.row[left] + rows.row[right] - 4 * rows.row[column];
@@ -26,14 +25,15 @@ int Laplacian(const RowTriple& rows, int column, int left, int right) {
 
 // Takes a fixed number of pixels, none at the left or right edge, as products of 16-bit numbers, which compilers turn
 // into vector code.
-KV_INLINE std::int32_t SquaresOfBlock(const RowTriple& rows, int first) {
+template <int kPixels>
+std::int32_t SquaresOfBlock(const RowTriple& rows, int first) {
   const std::uint8_t* above = rows.above + first;
   const std::uint8_t* left = rows.row + first - 1;
   const std::uint8_t* centre = rows.row + first;
   const std::uint8_t* right = rows.row + first + 1;
   const std::uint8_t* below = rows.below + first;
   std::int32_t squares = 0;
-  for (int i = 0; i < kBlockPixels; ++i) {
+  for (int i = 0; i < kPixels; ++i) {
     const auto laplacian = static_cast<std::int16_t>(above[i] + below[i] + left[i] + right[i] - 4 * centre[i]);
     squares += laplacian * laplacian;
   }
@@ -42,12 +42,21 @@ KV_INLINE std::int32_t SquaresOfBlock(const RowTriple& rows, int first) {
 
 std::int64_t Square(int laplacian) { return std::int64_t{laplacian} * laplacian; }
 
-KV_INLINE std::int64_t SquaresOfRow(const RowTriple& rows, int columns) {
+// @param column  the first; advanced as far as whole blocks reach
+std::int64_t SquaresOfBlocks(const RowTriple& rows, int& column, int end) {
+  std::int64_t squares = 0;
+  for (; column + kLargeBlock <= end; column += kLargeBlock) squares += SquaresOfBlock<kLargeBlock>(rows, column);
+  for (; column + kSmallBlock <= end; column += kSmallBlock) squares += SquaresOfBlock<kSmallBlock>(rows, column);
+  return squares;
+}
+
+template <class OfBlocks>
+std::int64_t SquaresOfRow(const RowTriple& rows, int columns, OfBlocks ofBlocks) {
   const int last = columns - 1;
   const int besideEdge = std::min(1, last);  // replaces the pixel beyond an edge; with one column, the pixel itself
   std::int64_t squares = Square(Laplacian(rows, 0, besideEdge, besideEdge));
   int column = 1;
-  for (; column + kBlockPixels <= last; column += kBlockPixels) squares += SquaresOfBlock(rows, column);
+  squares += ofBlocks(rows, column, last);
   for (; column < last; ++column) squares += Square(Laplacian(rows, column, column - 1, column + 1));
   if (last > 0) squares += Square(Laplacian(rows, last, last - besideEdge, last - besideEdge));
   return squares;
@@ -110,15 +119,55 @@ void ConvertRow(const std::uint8_t* pixels, int columns, std::uint8_t* grey) {
   for (; column < columns; ++column) grey[column] = GreyOf(pixels + kChannels * column);
 }
 
-std::int64_t PlainSquares(const RowTriple& rows, int columns) { return SquaresOfRow(rows, columns); }
+std::int64_t PlainSquares(const RowTriple& rows, int columns) { return SquaresOfRow(rows, columns, SquaresOfBlocks); }
 
 #if defined(KV_WIDE)
 
-KV_WIDE std::int64_t WideSquares(const RowTriple& rows, int columns) { return SquaresOfRow(rows, columns); }
+KV_WIDE inline __m256i Load(const std::uint8_t* bytes) {
+  return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
+}
+
+// Squares of sixteen pixels, in eight sums.
+// @param aboveAndBelow, leftAndRight  bytes in turn
+// @param centre                       16-bit numbers
+KV_WIDE inline __m256i SquaresOfSixteen(__m256i aboveAndBelow, __m256i leftAndRight, __m256i centre) {
+  const __m256i ones = _mm256_set1_epi8(1);
+  const __m256i around = _mm256_add_epi16(_mm256_maddubs_epi16(aboveAndBelow, ones),  //
+                                          _mm256_maddubs_epi16(leftAndRight, ones));
+  const __m256i laplacians = _mm256_sub_epi16(around, _mm256_slli_epi16(centre, 2));
+  return _mm256_madd_epi16(laplacians, laplacians);
+}
+
+// As `SquaresOfBlocks`.
+KV_WIDE std::int64_t WideSquaresOfBlocks(const RowTriple& rows, int& column, int end) {
+  constexpr int kMostBlocks = 256;  // whose sums fit 32 bits
+  std::int64_t squares = 0;
+  while (column + kSmallBlock <= end) {
+    __m256i sums = _mm256_setzero_si256();
+    for (int block = 0; block < kMostBlocks && column + kSmallBlock <= end; ++block, column += kSmallBlock) {
+      const __m256i above = Load(rows.above + column), below = Load(rows.below + column);
+      const __m256i left = Load(rows.row + column - 1), right = Load(rows.row + column + 1);
+      const __m256i centre = Load(rows.row + column), zeros = _mm256_setzero_si256();
+      const __m256i low = SquaresOfSixteen(_mm256_unpacklo_epi8(above, below), _mm256_unpacklo_epi8(left, right),
+                                           _mm256_unpacklo_epi8(centre, zeros));
+      const __m256i high = SquaresOfSixteen(_mm256_unpackhi_epi8(above, below), _mm256_unpackhi_epi8(left, right),
+                                            _mm256_unpackhi_epi8(centre, zeros));
+      sums = _mm256_add_epi32(sums, _mm256_add_epi32(low, high));
+    }
+    std::int32_t each[8];
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(each), sums);
+    squares = std::accumulate(std::begin(each), std::end(each), squares);
+  }
+  return squares;
+}
+
+std::int64_t WideSquares(const RowTriple& rows, int columns) {
+  return SquaresOfRow(rows, columns, WideSquaresOfBlocks);
+}
 
 // As `GreyOfFour`.
 KV_WIDE inline __m256i GreyOfEight(const std::uint8_t* pixels) {
-  const __m256i pairs = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(pixels));
+  const __m256i pairs = Load(pixels);
   const __m256i outer = _mm256_madd_epi16(_mm256_and_si256(pairs, _mm256_set1_epi16(0xFF)),
                                           _mm256_set1_epi32(kWeights[0] | kWeights[2] << 16));
   const __m256i middle = _mm256_madd_epi16(_mm256_srli_epi16(pairs, 8), _mm256_set1_epi32(kWeights[1]));

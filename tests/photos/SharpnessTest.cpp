@@ -68,6 +68,9 @@ TEST(Sharpness, IsTheSameOnEveryProcessor) {
     for (const auto* loops : {&kv::PlainLoops(), &kv::WideLoops()})
       ASSERT_EQ(SharpnessInBands(picture, 1, 9, *loops), baseline::SharpnessOf(colours)) << picture.size();
   }
+  const cv::Mat largest = Checkers(30'000, 4);  // no sum may overflow
+  for (const auto* loops : {&kv::PlainLoops(), &kv::WideLoops()})
+    EXPECT_EQ(SharpnessInBands(largest, 1, 9, *loops), baseline::SharpnessOf(largest));
 }
 
 TEST(Sharpness, PicturesOfEveryKindUnderAnyName) {
