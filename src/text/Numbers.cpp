@@ -12,6 +12,10 @@
 #include "text/Blanks.h"
 #include "text/EightBytes.h"
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace kv {
 namespace {
 
@@ -240,25 +244,46 @@ bool ReadDouble(std::basic_string_view<Char> text, double& number) {
   return true;
 }
 
-// Reads at most 19 digits and nothing else. The first step takes one to four digits, the others take four: numbers of
+// Four characters as bytes. What is not ASCII becomes no digit.
+std::uint64_t FourBytes(const char* at) { return LoadBytes(at, 4); }
+
+std::uint64_t FourBytes(const wchar_t* at) {
+#if defined(__SSE2__)
+  if constexpr (sizeof(wchar_t) == 4) {
+    const __m128i four = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
+    const __m128i pairs = _mm_packs_epi32(four, four);  // larger ones become the largest
+    return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_packus_epi16(pairs, pairs)));
+  }
+#endif
+  std::uint64_t bytes = 0;
+  for (int i = 4; i-- > 0;) {
+    const auto character = static_cast<std::uint32_t>(at[i]);
+    bytes = bytes << 8 | (character < 0x80 ? character : 0u);
+  }
+  return bytes;
+}
+
+// Reads at most 19 digits and nothing else. The first step takes one to eight digits, the others take eight: numbers of
 // nearly the same length take the same steps, and the processor guesses right.
 template <class Char>
 bool ReadDigits(const Char* at, const Char* end, std::uint64_t& number) {
-  static constexpr std::uint32_t kWeights[4][4] = {{1, 0, 0, 0}, {10, 1, 0, 0}, {100, 10, 1, 0}, {1000, 100, 10, 1}};
-  if (end - at < 4) {
+  constexpr std::ptrdiff_t kFour = 4, kEight = 8;
+  if (end - at < kFour) {
     const DigitRun run = TakeDigits(at, end);
     number = run.number;
     return run.end == end;
   }
-  const auto digit = [&at](int i) { return static_cast<std::uint32_t>(at[i]) - '0'; };
-  bool isOther = false;
-  for (std::ptrdiff_t count = (end - at - 1) % 4 + 1; at != end; at += count, count = 4) {
-    const std::uint32_t a = digit(0), b = digit(1), c = digit(2), d = digit(3);
-    const auto& weights = kWeights[count - 1];
-    isOther |= (a > 9) | (b > 9) | (c > 9) | (d > 9);
-    number = number * 10'000 + (a * weights[0] + b * weights[1] + c * weights[2] + d * weights[3]);
+  if (const std::ptrdiff_t count = end - at; count < kEight) {  // two fours, which overlap
+    const std::uint64_t bytes = FourBytes(at) << 8 * (kEight - count) | FourBytes(end - kFour) << 32;
+    return ReadLastDigits(DigitValues(bytes), static_cast<std::size_t>(count), number);
   }
-  return !isOther;
+  std::uint64_t others = 0;
+  for (std::ptrdiff_t count = (end - at - 1) % kEight + 1; at != end; at += count, count = kEight) {
+    const std::uint64_t values = DigitValues(FourBytes(at) | FourBytes(at + kFour) << 32) << 8 * (kEight - count);
+    others |= OtherThanDigits(values);
+    number = number * 100'000'000 + NumberOf(values);
+  }
+  return others == 0;
 }
 
 template <class Char>
